@@ -1,0 +1,31 @@
+#pragma once
+
+#include <cstdint>
+#include <string>
+#include <vector>
+
+namespace quillon {
+
+/// What became of a child process.
+struct QuillonProcessResult {
+  /// Exit status; for a child that a signal ended, 128 plus the signal's number, as shells report it.
+  std::int32_t status = 1;
+  /// Standard output and standard error in the order they were written; empty when it was not valid UTF-8.
+  std::string output;
+
+  friend bool operator==(const QuillonProcessResult&, const QuillonProcessResult&) = default;
+};
+
+/// Runs a command as a child process.
+class QuillonProcessRunning {
+ public:
+  virtual ~QuillonProcessRunning() = default;
+
+  /// Starts `executablePath` (absolute; nothing is searched) with `arguments`, reads its joined output while it runs, and
+  /// waits for its end. Standard input is empty. A child that cannot be started gives status 1 and no output.
+  /// Keeps the first 16 MiB of output and drops the rest.
+  [[nodiscard]] virtual QuillonProcessResult run(const std::string& executablePath,
+                                                 const std::vector<std::string>& arguments) noexcept = 0;
+};
+
+}  // namespace quillon

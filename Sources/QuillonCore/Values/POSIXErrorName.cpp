@@ -1,0 +1,36 @@
+#include "QuillonCore/Values/POSIXErrorName.h"
+
+#include <algorithm>
+#include <array>
+#include <cerrno>
+#include <utility>
+
+namespace quillon {
+
+std::string_view posixErrorName(int code) noexcept {
+#define QUILLON_ERROR_NAME(name) std::pair<int, std::string_view>{name, #name}
+  static constexpr auto kNames = std::to_array<std::pair<int, std::string_view>>({
+      QUILLON_ERROR_NAME(E2BIG),        QUILLON_ERROR_NAME(EACCES),       QUILLON_ERROR_NAME(EAGAIN),
+      QUILLON_ERROR_NAME(EBADF),        QUILLON_ERROR_NAME(EBUSY),        QUILLON_ERROR_NAME(ECANCELED),
+      QUILLON_ERROR_NAME(ECHILD),       QUILLON_ERROR_NAME(EDEADLK),      QUILLON_ERROR_NAME(EDOM),
+      QUILLON_ERROR_NAME(EEXIST),       QUILLON_ERROR_NAME(EFAULT),       QUILLON_ERROR_NAME(EFBIG),
+      QUILLON_ERROR_NAME(EILSEQ),       QUILLON_ERROR_NAME(EINTR),        QUILLON_ERROR_NAME(EINVAL),
+      QUILLON_ERROR_NAME(EIO),          QUILLON_ERROR_NAME(EISDIR),       QUILLON_ERROR_NAME(ELOOP),
+      QUILLON_ERROR_NAME(EMFILE),       QUILLON_ERROR_NAME(EMLINK),       QUILLON_ERROR_NAME(ENAMETOOLONG),
+      QUILLON_ERROR_NAME(ENFILE),       QUILLON_ERROR_NAME(ENODEV),       QUILLON_ERROR_NAME(ENOENT),
+      QUILLON_ERROR_NAME(ENOEXEC),      QUILLON_ERROR_NAME(ENOLCK),       QUILLON_ERROR_NAME(ENOMEM),
+      QUILLON_ERROR_NAME(ENOSPC),       QUILLON_ERROR_NAME(ENOSYS),       QUILLON_ERROR_NAME(ENOTDIR),
+      QUILLON_ERROR_NAME(ENOTEMPTY),    QUILLON_ERROR_NAME(ENOTSUP),      QUILLON_ERROR_NAME(ENOTTY),
+      QUILLON_ERROR_NAME(ENXIO),        QUILLON_ERROR_NAME(EOVERFLOW),    QUILLON_ERROR_NAME(EPERM),
+      QUILLON_ERROR_NAME(EPIPE),        QUILLON_ERROR_NAME(ERANGE),       QUILLON_ERROR_NAME(EROFS),
+      QUILLON_ERROR_NAME(ESPIPE),       QUILLON_ERROR_NAME(ESRCH),        QUILLON_ERROR_NAME(ETIMEDOUT),
+      QUILLON_ERROR_NAME(ETXTBSY),      QUILLON_ERROR_NAME(EXDEV),        QUILLON_ERROR_NAME(ECONNREFUSED),
+      QUILLON_ERROR_NAME(ECONNRESET),   QUILLON_ERROR_NAME(ENOTCONN),     QUILLON_ERROR_NAME(EDQUOT),
+      QUILLON_ERROR_NAME(ESTALE),
+  });
+#undef QUILLON_ERROR_NAME
+  const auto* found = std::ranges::find(kNames, code, &std::pair<int, std::string_view>::first);
+  return found == kNames.end() ? std::string_view("EIO") : found->second;
+}
+
+}  // namespace quillon
