@@ -1,5 +1,7 @@
 #include "QuillonCore/Runtime/Posix/TerminationSignalShield.h"
 
+#include <initializer_list>
+
 namespace quillon {
 
 TerminationSignalShield::TerminationSignalShield() noexcept {
@@ -9,6 +11,8 @@ TerminationSignalShield::TerminationSignalShield() noexcept {
   pthread_sigmask(SIG_BLOCK, &shielded, &previous_);
 }
 
-TerminationSignalShield::~TerminationSignalShield() { pthread_sigmask(SIG_SETMASK, &previous_, nullptr); }
+TerminationSignalShield::~TerminationSignalShield() {
+  pthread_sigmask(SIG_SETMASK, &previous_, nullptr);
+}
 
 }  // namespace quillon
