@@ -1,5 +1,7 @@
 #include "QuillonCore/Runtime/Posix/TerminationSignalShield.h"
 
+#include <initializer_list>
+
 namespace quillon {
 
 TerminationSignalShield::TerminationSignalShield() noexcept {
