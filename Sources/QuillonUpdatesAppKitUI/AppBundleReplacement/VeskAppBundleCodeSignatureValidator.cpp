@@ -5,7 +5,7 @@
 #include <utility>
 #include <vector>
 
-#include "QuillonCore/Runtime/Posix/QuillonPosixProcessRunner.h"
+#include "QuillonCore/Runtime/QuillonSystemServices.h"
 #include "QuillonCore/Text/DecimalNumber.h"
 #include "QuillonCore/Values/PropertyListReading.h"
 #include "QuillonCore/Values/QuillonPropertyListCodec.h"
@@ -42,7 +42,7 @@ VeskAppBundleCodeSignatureValidator::VeskAppBundleCodeSignatureValidator(
     QuillonSystemVersion systemVersion)
     : fileManager_(std::move(fileManager)),
       diagnosticLog_(std::move(diagnosticLog)),
-      processRunner_(processRunner ? std::move(processRunner) : std::make_shared<QuillonPosixProcessRunner>()),
+      processRunner_(processRunner ? std::move(processRunner) : makeSystemProcessRunner()),
       codeSigningToolPath_(std::move(codeSigningToolPath)),
       systemVersion_(systemVersion) {}
 
