@@ -2,17 +2,19 @@
 
 #include "QuillonCore/Values/PropertyListCodec/PropertyListArena.h"
 
+#include <algorithm>
 #include <bit>
 #include <cstddef>
 #include <cstdint>
 #include <cstring>
 #include <memory>
-#include <optional>
 #include <string>
 #include <string_view>
-#include <vector>
 
 namespace quillon {
+
+/// Input from this size on is refused: positions and counts take 32 bits.
+inline constexpr std::size_t kPropertyListSizeLimit = std::size_t{1} << 32;
 
 /// Deepest nesting of arrays and dictionaries that is read.
 inline constexpr std::size_t kPropertyListDepthLimit = 512;
@@ -46,8 +48,20 @@ struct PropertyListRecord {
 
   static PropertyListRecord ofInteger(PropertyListType type, std::int64_t value) noexcept;
   static PropertyListRecord ofReal(double value) noexcept;
-  static PropertyListRecord ofText(PropertyListType type, std::string_view text) noexcept;
-  static PropertyListRecord ofChildren(PropertyListType type, const void* children, std::uint32_t count) noexcept;
+  static PropertyListRecord ofText(PropertyListType type, std::string_view text) noexcept {
+    PropertyListRecord record;
+    record.text = text.data();
+    record.size = static_cast<std::uint32_t>(text.size());
+    record.type = type;
+    return record;
+  }
+  static PropertyListRecord ofChildren(PropertyListType type, const void* children, std::size_t count) noexcept {
+    PropertyListRecord record;
+    record.children = children;
+    record.size = static_cast<std::uint32_t>(count);
+    record.type = type;
+    return record;
+  }
 };
 
 /// A property list that has been read, flat in memory. There are two layouts:
@@ -101,6 +115,8 @@ class PropertyListTree {
   static const void* childrenOf(const PropertyListRecord& dictionary) noexcept {
     return dictionary.isIndexed ? dictionary.indexed->children : dictionary.children;
   }
+  [[nodiscard]] const PropertyListRecord* findByIndex(const PropertyListRecord& dictionary,
+                                                      std::string_view key) const noexcept;
   [[nodiscard]] const PropertyListRecord& child(const void* children, std::size_t index) const noexcept {
     if (referenceSize_ == 0) return static_cast<const PropertyListRecord*>(children)[index];
     return objects_[bigEndian(static_cast<const char*>(children) + index * referenceSize_, referenceSize_)];
