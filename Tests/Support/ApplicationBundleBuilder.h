@@ -10,7 +10,7 @@ struct ApplicationBundleDescription {
   std::string identifier = "org.example.App";
   std::string version = "1.0";
   std::string build = "1";
-  std::string minimumSystemVersion;
+  std::string minimumSystemVersion = {};
   std::string executable = "Example";
 };
 
