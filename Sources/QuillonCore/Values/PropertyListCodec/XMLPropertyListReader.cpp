@@ -52,7 +52,7 @@ const char* nextMarkup(const char* position, const char* end) noexcept {
 class XMLPropertyListReader {
  public:
   XMLPropertyListReader(std::string_view text, PropertyListTree& tree)
-      : text_(text), next_(text.data()), end_(text.data() + text.size()), tree_(tree), builder_(tree, text.size()) {}
+      : text_(text), next_(text.data()), end_(text.data() + text.size()), tree_(tree), builder_(tree) {}
 
   void read();
 
