@@ -14,7 +14,7 @@ void readInto(PropertyListTree& tree, std::string_view bytes) {
   if (bytes.empty()) throw QuillonPropertyListError("Not a property list: there are no bytes");
   if (bytes.size() >= kPropertyListSizeLimit) throw QuillonPropertyListError("Not a property list: 4 GiB or more");
   if (isBinaryPropertyList(bytes)) return readBinaryPropertyList(bytes, tree);
-  const std::string_view text = propertyListText(bytes, tree.arena);
+  const std::string_view text = decodedPropertyListText(bytes, tree.arena);
   if (text.size() >= kPropertyListSizeLimit) throw QuillonPropertyListError("Not a property list: 4 GiB or more");
   const std::size_t first = text.find_first_not_of(" \t\r\n");
   if (first != std::string_view::npos && text[first] == '<' && isXMLPropertyList(text.substr(first))) {
@@ -76,7 +76,8 @@ QuillonPropertyListValue QuillonPropertyListNode::toValue() const {
       break;
   }
   Value::Dictionary dictionary;
-  for (const auto& [key, value] : entries()) dictionary.emplace(key, value.toValue());
+  // Most writers sort, and then the next key belongs at the end.
+  for (const auto& [key, value] : entries()) dictionary.emplace_hint(dictionary.end(), key, value.toValue());
   return Value(std::move(dictionary));
 }
 
