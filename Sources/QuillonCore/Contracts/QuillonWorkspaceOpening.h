@@ -4,14 +4,14 @@
 
 namespace quillon {
 
-/// Opens things as the user's desktop would.
+/// Opens things as the user's desktop does.
 class QuillonWorkspaceOpening {
  public:
   virtual ~QuillonWorkspaceOpening() = default;
 
-  /// Opens `item`: starts an application bundle, hands anything else to the application that opens it. True only when
-  /// that was really done.
-  [[nodiscard]] virtual bool open(const QuillonURL& item) noexcept = 0;
+  /// Starts the application bundle at `url`, or hands any other file or URL to the application that is responsible for
+  /// it. True when a program was started for it; what becomes of that program is not waited for.
+  [[nodiscard]] virtual bool open(const QuillonURL& url) noexcept = 0;
 };
 
 }  // namespace quillon

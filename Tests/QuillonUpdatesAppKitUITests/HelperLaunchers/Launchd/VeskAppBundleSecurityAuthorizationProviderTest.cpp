@@ -147,7 +147,7 @@ TEST_F(VeskAppBundleSecurityAuthorizationProviderTest, WillBeginHookCanStopTheRe
 
   const auto error = errorOf([&] {
     provider_.requestAdministratorRights(
-        authorization_, "custom", "management", "Prompt.", [&] { throw stopped; },
+        authorization_, "custom", "management", "Prompt.", [&] { throw VeskUpdateInstallerError(stopped); },
         [] { FAIL() << "no interaction began"; });
   });
 
