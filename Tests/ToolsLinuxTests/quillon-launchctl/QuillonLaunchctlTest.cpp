@@ -17,7 +17,6 @@
 namespace quillon {
 namespace {
 
-using ::testing::Contains;
 using ::testing::HasSubstr;
 using ::testing::IsSupersetOf;
 using ::testing::Not;
