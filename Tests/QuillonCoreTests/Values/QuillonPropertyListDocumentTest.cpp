@@ -2,6 +2,7 @@
 #include "QuillonCore/Values/QuillonPropertyListDocument.h"
 
 #include <cstdint>
+#include <iterator>
 #include <string>
 #include <utility>
 #include <vector>
@@ -71,6 +72,9 @@ TEST_P(QuillonPropertyListDocumentTest, ContainersAreWalkedAndSearched) {
   EXPECT_EQ(array.entries().begin(), array.entries().end());
   EXPECT_EQ(root.elements().begin(), root.elements().end());
 }
+
+static_assert(std::input_iterator<QuillonPropertyListNode::ElementIterator>);
+static_assert(std::input_iterator<QuillonPropertyListNode::EntryIterator>);
 
 TEST_P(QuillonPropertyListDocumentTest, LongDictionariesAreSearchedToo) {
   Value::Dictionary entries;
