@@ -106,9 +106,9 @@ TEST_P(QuillonPropertyListDocumentTest, StringsThatNeedNoDecodingAreViewsIntoThe
 
   const QuillonPropertyListDocument document = QuillonPropertyListDocument::borrowing(bytes);
 
-  const std::string_view string = *document.root().at(0).stringIf();
-  EXPECT_GE(string.data(), bytes.data());
-  EXPECT_LE(string.data() + string.size(), bytes.data() + bytes.size());
+  const std::string_view text = *document.root().at(0).stringIf();
+  EXPECT_GE(text.data(), bytes.data());
+  EXPECT_LE(text.data() + text.size(), bytes.data() + bytes.size());
 }
 
 INSTANTIATE_TEST_SUITE_P(Formats, QuillonPropertyListDocumentTest,
@@ -117,8 +117,8 @@ INSTANTIATE_TEST_SUITE_P(Formats, QuillonPropertyListDocumentTest,
                          });
 
 TEST(QuillonPropertyListDocumentErrorTest, WhatIsNoPropertyListIsRefused) {
-  EXPECT_THROW(QuillonPropertyListDocument(std::string()), QuillonPropertyListError);
-  EXPECT_THROW(QuillonPropertyListDocument("<plist>"), QuillonPropertyListError);
+  EXPECT_THROW(QuillonPropertyListDocument{std::string()}, QuillonPropertyListError);
+  EXPECT_THROW(QuillonPropertyListDocument{"<plist>"}, QuillonPropertyListError);
   EXPECT_THROW(static_cast<void>(QuillonPropertyListDocument::borrowing("bplist00")), QuillonPropertyListError);
 }
 
