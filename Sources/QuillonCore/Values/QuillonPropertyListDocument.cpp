@@ -76,8 +76,12 @@ QuillonPropertyListValue QuillonPropertyListNode::toValue() const {
       break;
   }
   Value::Dictionary dictionary;
-  // Most writers sort, and then the next key belongs at the end.
-  for (const auto& [key, value] : entries()) dictionary.emplace_hint(dictionary.end(), key, value.toValue());
+  for (std::size_t i = 0; i < record_->size; ++i) {
+    // In the order of the keys where it is known, as it mostly is in what writers sort: each entry goes to the end.
+    const std::size_t position = record_->isIndexed ? record_->indexed->sortedPositions[i] : i;
+    dictionary.emplace_hint(dictionary.end(), tree_->key(*record_, position).string(),
+                            QuillonPropertyListNode(*tree_, tree_->value(*record_, position)).toValue());
+  }
   return Value(std::move(dictionary));
 }
 

@@ -56,6 +56,7 @@ TEST_P(DictionaryOfSizeTest, EarlierValuesOfAKeyGiveWay) {
   PropertyListTree tree;
   PropertyListTreeBuilder builder(tree);
   std::vector<std::string> keys;
+  keys.reserve(static_cast<std::size_t>(GetParam()));
   for (int i = 0; i < GetParam(); ++i) keys.push_back("key" + std::to_string(i));
 
   builder.open(PropertyListType::dictionary);
