@@ -1,0 +1,122 @@
+#include "QuillonCore/Values/QuillonPropertyListCodec.h"
+#include "QuillonCore/Values/QuillonPropertyListDocument.h"
+
+#include <cstdint>
+#include <string>
+#include <utility>
+#include <vector>
+
+#include <gtest/gtest.h>
+
+namespace quillon {
+namespace {
+
+using Value = QuillonPropertyListValue;
+
+Value everyType() {
+  return Value(Value::Dictionary{{"boolean", Value(true)},
+                                 {"integer", Value(-7)},
+                                 {"real", Value(0.5)},
+                                 {"string", Value("text")},
+                                 {"data", Value(QuillonPropertyListData{{1, 2}})},
+                                 {"date", Value(QuillonPropertyListDate(std::chrono::seconds(1700000000)))},
+                                 {"array", Value(Value::Array{Value("a"), Value("b")})},
+                                 {"dictionary", Value(Value::Dictionary{{"k", Value("v")}})}});
+}
+
+class QuillonPropertyListDocumentTest : public ::testing::TestWithParam<std::string (*)(const Value&)> {
+ protected:
+  [[nodiscard]] static std::string bytesOf(const Value& value) { return GetParam()(value); }
+};
+
+TEST_P(QuillonPropertyListDocumentTest, AccessorsAnswerForTheirTypeOnly) {
+  const QuillonPropertyListDocument document(bytesOf(everyType()));
+  const QuillonPropertyListNode root = document.root();
+
+  EXPECT_EQ(root.find("boolean")->boolIf(), true);
+  EXPECT_EQ(root.find("integer")->integerIf(), -7);
+  EXPECT_EQ(root.find("real")->realIf(), 0.5);
+  EXPECT_EQ(root.find("string")->stringIf(), "text");
+  const auto data = root.find("data")->dataIf();
+  ASSERT_TRUE(data.has_value());
+  EXPECT_EQ(std::vector<std::uint8_t>(data->begin(), data->end()), (std::vector<std::uint8_t>{1, 2}));
+  EXPECT_EQ(root.find("date")->dateIf(), QuillonPropertyListDate(std::chrono::seconds(1700000000)));
+  EXPECT_FALSE(root.find("boolean")->integerIf().has_value());
+  EXPECT_FALSE(root.find("integer")->boolIf().has_value());
+  EXPECT_FALSE(root.find("integer")->realIf().has_value());
+  EXPECT_FALSE(root.find("data")->stringIf().has_value());
+  EXPECT_FALSE(root.find("string")->dataIf().has_value());
+  EXPECT_FALSE(root.find("integer")->dateIf().has_value());
+  EXPECT_FALSE(root.stringIf().has_value());
+}
+
+TEST_P(QuillonPropertyListDocumentTest, ContainersAreWalkedAndSearched) {
+  const QuillonPropertyListDocument document(bytesOf(everyType()));
+  const QuillonPropertyListNode root = document.root();
+  const QuillonPropertyListNode array = *root.find("array");
+  std::string elements;
+  std::string keys;
+
+  for (const QuillonPropertyListNode element : array.elements()) elements += *element.stringIf();
+  for (const auto& [key, value] : root.entries()) keys.append(key).append(" ");
+
+  EXPECT_EQ(elements, "ab");
+  EXPECT_EQ(keys, "array boolean data date dictionary integer real string ");
+  EXPECT_EQ(array.size(), 2U);
+  EXPECT_EQ(array.at(1).stringIf(), "b");
+  EXPECT_EQ(root.size(), 8U);
+  EXPECT_EQ(root.find("string")->size(), 0U);
+  EXPECT_FALSE(root.find("missing").has_value());
+  EXPECT_FALSE(array.find("k").has_value());
+  EXPECT_EQ(array.entries().begin(), array.entries().end());
+  EXPECT_EQ(root.elements().begin(), root.elements().end());
+}
+
+TEST_P(QuillonPropertyListDocumentTest, LongDictionariesAreSearchedToo) {
+  Value::Dictionary entries;
+  for (int i = 0; i < 1000; ++i) entries.emplace("key" + std::to_string(i), Value(i));
+  const QuillonPropertyListDocument document(bytesOf(Value(entries)));
+
+  for (int i = 0; i < 1000; ++i) {
+    ASSERT_EQ(document.root().find("key" + std::to_string(i))->integerIf(), i);
+  }
+
+  EXPECT_FALSE(document.root().find("key").has_value());
+  EXPECT_FALSE(document.root().find("key1000").has_value());
+  EXPECT_FALSE(document.root().find("zzz").has_value());
+  EXPECT_EQ(document.root().toValue(), Value(entries));
+}
+
+TEST_P(QuillonPropertyListDocumentTest, NodesOutliveAMoveOfTheDocument) {
+  QuillonPropertyListDocument document(bytesOf(Value(Value::Array{Value("a"), Value("\xC3\xBC")})));
+  const QuillonPropertyListNode second = document.root().at(1);
+
+  const QuillonPropertyListDocument moved(std::move(document));
+
+  EXPECT_EQ(second.stringIf(), "\xC3\xBC");
+  EXPECT_EQ(moved.root().size(), 2U);
+}
+
+TEST_P(QuillonPropertyListDocumentTest, StringsThatNeedNoDecodingAreViewsIntoTheBytes) {
+  const std::string bytes = bytesOf(Value(Value::Array{Value("plain text")}));
+
+  const QuillonPropertyListDocument document = QuillonPropertyListDocument::borrowing(bytes);
+
+  const std::string_view string = *document.root().at(0).stringIf();
+  EXPECT_GE(string.data(), bytes.data());
+  EXPECT_LE(string.data() + string.size(), bytes.data() + bytes.size());
+}
+
+INSTANTIATE_TEST_SUITE_P(Formats, QuillonPropertyListDocumentTest,
+                         ::testing::Values(&writeXMLPropertyList, &writeBinaryPropertyList), [](const auto& tested) {
+                           return std::string(tested.param == &writeXMLPropertyList ? "XML" : "Binary");
+                         });
+
+TEST(QuillonPropertyListDocumentErrorTest, WhatIsNoPropertyListIsRefused) {
+  EXPECT_THROW(QuillonPropertyListDocument(std::string()), QuillonPropertyListError);
+  EXPECT_THROW(QuillonPropertyListDocument("<plist>"), QuillonPropertyListError);
+  EXPECT_THROW(static_cast<void>(QuillonPropertyListDocument::borrowing("bplist00")), QuillonPropertyListError);
+}
+
+}  // namespace
+}  // namespace quillon
