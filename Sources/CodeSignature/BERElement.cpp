@@ -9,7 +9,9 @@ constexpr int kDepthLimit = 32;
 constexpr std::uint8_t kConstructed = 0x20;
 constexpr std::uint8_t kHighTagNumber = 0x1F;
 
-[[noreturn]] void fail() { throw CodeSignatureError(CodeSignatureErrorCode::signatureFailed); }
+[[noreturn]] void fail() {
+  throw CodeSignatureError(CodeSignatureErrorCode::signatureFailed);
+}
 
 struct Header {
   std::uint8_t tag = 0;

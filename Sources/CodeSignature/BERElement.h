@@ -25,9 +25,9 @@ struct BERElement {
   /// The whole identifier octet: class, constructed bit and number.
   BERTag tag = BERTag::null;
   /// Without header, and without the end mark of an indefinite length.
-  std::string_view content;
+  std::string_view content = {};
   /// Header, content and end mark.
-  std::string_view whole;
+  std::string_view whole = {};
 };
 
 /// Walks the values that stand one after the other in some bytes. Stricter than BER where writers need no freedom: tags

@@ -1,14 +1,14 @@
 #include "CodeSignature/BundleLayout.h"
 
-#include <cerrno>
-#include <optional>
-#include <string_view>
-
 #include "CodeSignature/CodeSignatureError.h"
 #include "CodeSignature/FolderReader.h"
 #include "CodeSignature/GenericBundleCode.h"
 #include "QuillonCore/Values/QuillonPropertyListCodec.h"
 #include "QuillonCore/Values/QuillonURL.h"
+
+#include <cerrno>
+#include <optional>
+#include <string_view>
 
 namespace quillon {
 namespace {
@@ -17,7 +17,9 @@ constexpr std::size_t kInformationLimit = 16 << 20;
 constexpr std::string_view kInformationName = "Info.plist";
 constexpr std::string_view kExecutableFolder = "MacOS";
 
-[[noreturn]] void fail(CodeSignatureErrorCode code) { throw CodeSignatureError(code); }
+[[noreturn]] void fail(CodeSignatureErrorCode code) {
+  throw CodeSignatureError(code);
+}
 
 /// Opens a file that must be regular; absent when it does not exist.
 std::optional<FileDescriptor> openMainFile(int folder, const std::string& name) {
@@ -95,9 +97,13 @@ void findMainExecutable(BundleLayout& layout) {
 
 }  // namespace
 
-bool BundleLayout::isApplication() const { return informationText("CFBundlePackageType") == "APPL"; }
+bool BundleLayout::isApplication() const {
+  return informationText("CFBundlePackageType") == "APPL";
+}
 
-std::string BundleLayout::baseName() const { return std::string(QuillonURL::fileURL(path).nameWithoutExtension()); }
+std::string BundleLayout::baseName() const {
+  return std::string(QuillonURL::fileURL(path).nameWithoutExtension());
+}
 
 std::string BundleLayout::informationText(std::string_view key) const {
   const QuillonPropertyListValue* value = information.find(key);

@@ -1,15 +1,15 @@
 #include "CodeSignature/BundleLink.h"
 
+#include "CodeSignature/FolderReader.h"
+#include "CodeSignature/ResourceScan.h"
+#include "QuillonCore/Values/QuillonError.h"
+
 #include <algorithm>
 #include <deque>
 #include <optional>
 #include <string_view>
 
 #include <sys/stat.h>
-
-#include "CodeSignature/FolderReader.h"
-#include "CodeSignature/ResourceScan.h"
-#include "QuillonCore/Values/QuillonError.h"
 
 namespace quillon {
 namespace {
@@ -86,8 +86,8 @@ bool isSealedDestination(const FileDescriptor& outermost, const std::string& lin
   if (linkText.front() == '/') return leadsToThePlatform(linkText);
   try {
     const auto destination = destinationOf(outermost.get(), linkPath, linkText);
-    return destination && std::ranges::any_of(
-                              scopes, [&](const SealedScope& scope) { return seals(scope, *destination); });
+    return destination &&
+           std::ranges::any_of(scopes, [&](const SealedScope& scope) { return seals(scope, *destination); });
   } catch (const QuillonSystemError&) {
     return false;  // a link that cannot be read leads nowhere
   }

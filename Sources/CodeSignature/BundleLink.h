@@ -1,10 +1,10 @@
 #pragma once
 
-#include <string>
-#include <vector>
-
 #include "CodeSignature/FileDescriptor.h"
 #include "CodeSignature/ResourceRules.h"
+
+#include <string>
+#include <vector>
 
 namespace quillon {
 
@@ -16,9 +16,9 @@ struct SealedScope {
   const std::string* mainExecutable = nullptr;
 };
 
-/// Whether a link in a bundle may lead where it does: to something that exists inside the outermost bundle and that one of
-/// `scopes` seals, or by an absolute path into the platform's own `/System/` or `/Library/`. Other links are followed
-/// step by step by descriptor, never out of the outermost bundle. `linkPath` is relative to `outermost`.
+/// Whether a link in a bundle may lead where it does: to something that exists inside the outermost bundle and that one
+/// of `scopes` seals, or by an absolute path into the platform's own `/System/` or `/Library/`. Other links are
+/// followed step by step by descriptor, never out of the outermost bundle. `linkPath` is relative to `outermost`.
 [[nodiscard]] bool isSealedDestination(const FileDescriptor& outermost, const std::string& linkPath,
                                        const std::string& linkText, const std::vector<SealedScope>& scopes);
 

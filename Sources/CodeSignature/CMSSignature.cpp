@@ -1,11 +1,5 @@
 #include "CodeSignature/CMSSignature.h"
 
-#include <algorithm>
-#include <ctime>
-#include <map>
-
-#include <openssl/objects.h>
-
 #include "CodeSignature/BERElement.h"
 #include "CodeSignature/CodeSignatureError.h"
 #include "CodeSignature/ObjectIdentifier.h"
@@ -14,10 +8,17 @@
 #include "QuillonCore/Values/QuillonError.h"
 #include "QuillonCore/Values/QuillonPropertyListCodec.h"
 
+#include <algorithm>
+#include <ctime>
+#include <map>
+
+#include <openssl/objects.h>
+
 namespace quillon {
 namespace {
 
-// Object identifiers of RFC 5652 and RFC 3161, and the two attributes with which code signatures name their directories.
+// Object identifiers of RFC 5652 and RFC 3161, and the two attributes with which code signatures name their
+// directories.
 constexpr std::string_view kData = "1.2.840.113549.1.7.1";
 constexpr std::string_view kSignedData = "1.2.840.113549.1.7.2";
 constexpr std::string_view kContentType = "1.2.840.113549.1.9.3";
@@ -29,7 +30,9 @@ constexpr std::string_view kTypedHashes = "1.2.840.113635.100.9.2";
 
 constexpr std::string_view kHashesKey = "cdhashes";
 
-[[noreturn]] void fail() { throw CodeSignatureError(CodeSignatureErrorCode::signatureFailed); }
+[[noreturn]] void fail() {
+  throw CodeSignatureError(CodeSignatureErrorCode::signatureFailed);
+}
 
 // ---- Reading -------------------------------------------------------------------------------------------------------
 
@@ -211,8 +214,8 @@ std::vector<CMSSignature::TypedHash> typedHashesFrom(const std::vector<BERElemen
   return result;
 }
 
-/// The certificate that the signer names, by the very bytes of issuer and serial number: comparing names as OpenSSL does
-/// would forgive changes of case.
+/// The certificate that the signer names, by the very bytes of issuer and serial number: comparing names as OpenSSL
+/// does would forgive changes of case.
 CertificateHandle signerCertificate(const Message& message, std::string& der) {
   for (const std::string& candidate : message.certificates) {
     const unsigned char* position = openSSLBytes(candidate);
@@ -268,8 +271,8 @@ void checkWithGeneralReader(std::string_view message, std::string_view content) 
   const BIOHandle input = bioOver(message);
   const CMSHandle cms(d2i_CMS_bio(input.get(), nullptr));
   const BIOHandle data = bioOver(content);
-  if (!cms || CMS_verify(cms.get(), nullptr, nullptr, data.get(), nullptr,
-                         CMS_BINARY | CMS_NO_SIGNER_CERT_VERIFY) != 1) {
+  if (!cms ||
+      CMS_verify(cms.get(), nullptr, nullptr, data.get(), nullptr, CMS_BINARY | CMS_NO_SIGNER_CERT_VERIFY) != 1) {
     fail();
   }
 }
@@ -313,9 +316,8 @@ void addTypedHashes(CMS_SignerInfo* signer, const std::vector<CodeDirectory>& di
   if (!attribute || X509_ATTRIBUTE_set1_object(attribute.get(), type.get()) != 1) failSigning("typed hashes");
   for (const CodeDirectory& directory : directories) {
     const std::string pair =
-        derElement(BERTag::sequence,
-                   derElement(BERTag::objectIdentifier, digestObjectIdentifier(directory.hashType)) +
-                       derElement(BERTag::octetString, directory.fullHash()));
+        derElement(BERTag::sequence, derElement(BERTag::objectIdentifier, digestObjectIdentifier(directory.hashType)) +
+                                         derElement(BERTag::octetString, directory.fullHash()));
     if (X509_ATTRIBUTE_set1_data(attribute.get(), V_ASN1_SEQUENCE, pair.data(), static_cast<int>(pair.size())) != 1) {
       failSigning("typed hashes");
     }

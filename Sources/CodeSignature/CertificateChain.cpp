@@ -1,5 +1,9 @@
 #include "CodeSignature/CertificateChain.h"
 
+#include "CodeSignature/CodeHash.h"
+#include "CodeSignature/CodeSignatureError.h"
+#include "CodeSignature/OpenSSLHandles.h"
+
 #include <algorithm>
 #include <array>
 #include <utility>
@@ -7,10 +11,6 @@
 #include <openssl/objects.h>
 #include <openssl/x509_vfy.h>
 #include <openssl/x509v3.h>
-
-#include "CodeSignature/CodeHash.h"
-#include "CodeSignature/CodeSignatureError.h"
-#include "CodeSignature/OpenSSLHandles.h"
 
 namespace quillon {
 namespace {
@@ -64,10 +64,9 @@ std::map<std::string, std::string, std::less<>> extensionsOf(const X509* certifi
     X509_EXTENSION* extension = X509_get_ext(certificate, i);
     const ASN1_OBJECT* object = X509_EXTENSION_get_object(extension);
     const ASN1_OCTET_STRING* data = X509_EXTENSION_get_data(extension);
-    extensions.emplace(
-        std::string(reinterpret_cast<const char*>(OBJ_get0_data(object)), OBJ_length(object)),
-        std::string(reinterpret_cast<const char*>(ASN1_STRING_get0_data(data)),
-                    static_cast<std::size_t>(ASN1_STRING_length(data))));
+    extensions.emplace(std::string(reinterpret_cast<const char*>(OBJ_get0_data(object)), OBJ_length(object)),
+                       std::string(reinterpret_cast<const char*>(ASN1_STRING_get0_data(data)),
+                                   static_cast<std::size_t>(ASN1_STRING_length(data))));
   }
   return extensions;
 }
@@ -160,8 +159,8 @@ CertificateChain buildCertificateChain(std::string_view leaf, const std::vector<
   CertificateChain chain;
   for (const std::string& der : ders) chain.certificates.push_back(certificateFacts(der));
   chain.isAnchoredByApple = TrustAnchors::isAppleRoot(chain.root().sha256);
-  chain.hasKnownAnchor = chain.isAnchoredByApple || std::ranges::find(anchors.certificates, ders.back()) !=
-                                                        anchors.certificates.end();
+  chain.hasKnownAnchor =
+      chain.isAnchoredByApple || std::ranges::find(anchors.certificates, ders.back()) != anchors.certificates.end();
   return chain;
 }
 

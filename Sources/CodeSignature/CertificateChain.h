@@ -1,13 +1,13 @@
 #pragma once
 
+#include "CodeSignature/TrustAnchors.h"
+
 #include <chrono>
 #include <map>
 #include <optional>
 #include <string>
 #include <string_view>
 #include <vector>
-
-#include "CodeSignature/TrustAnchors.h"
 
 namespace quillon {
 
@@ -43,12 +43,14 @@ struct CertificateChain {
 /// Facts of one certificate in DER. Throws CodeSignatureError(signatureFailed) when it is malformed.
 [[nodiscard]] CertificateFacts certificateFacts(std::string_view der);
 
-/// Builds the chain from `leaf` over `pool` (all in DER) to a self-signed root, and checks every signature in it, the root's
-/// own included. Any self-signed root ends a chain; whether it means anything is what the two flags say. The leaf must be
-/// made for code signing. With `time` every certificate must have been valid then; else expiry is not looked at.
-/// Every certificate of the pool must be part of the chain: what no signature covers could be changed unnoticed.
+/// Builds the chain from `leaf` over `pool` (all in DER) to a self-signed root, and checks every signature in it, the
+/// root's own included. Any self-signed root ends a chain; whether it means anything is what the two flags say. The
+/// leaf must be made for code signing. With `time` every certificate must have been valid then; else expiry is not
+/// looked at. Every certificate of the pool must be part of the chain: what no signature covers could be changed
+/// unnoticed.
 ///
-/// Throws CodeSignatureError: notTrusted, certificateExpired, signatureFailed for malformed or superfluous certificates.
+/// Throws CodeSignatureError: notTrusted, certificateExpired, signatureFailed for malformed or superfluous
+/// certificates.
 [[nodiscard]] CertificateChain buildCertificateChain(std::string_view leaf, const std::vector<std::string>& pool,
                                                      const TrustAnchors& anchors,
                                                      std::optional<std::chrono::sys_seconds> time);

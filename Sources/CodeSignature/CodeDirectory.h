@@ -1,13 +1,13 @@
 #pragma once
 
+#include "CodeSignature/CodeHash.h"
+#include "CodeSignature/SpecialSlots.h"
+
 #include <cstdint>
 #include <map>
 #include <string>
 #include <string_view>
 #include <vector>
-
-#include "CodeSignature/CodeHash.h"
-#include "CodeSignature/SpecialSlots.h"
 
 namespace quillon {
 
@@ -46,8 +46,8 @@ struct CodeDirectory {
   [[nodiscard]] std::string identifyingHash() const { return fullHash().substr(0, kCodeDirectoryHashLength); }
 };
 
-/// Reads a code directory, all of `blob`. Throws CodeSignatureError: signatureUnsupported for a version or algorithm that
-/// is unknown, signatureFailed for everything that does not fit together.
+/// Reads a code directory, all of `blob`. Throws CodeSignatureError: signatureUnsupported for a version or algorithm
+/// that is unknown, signatureFailed for everything that does not fit together.
 [[nodiscard]] CodeDirectory parseCodeDirectory(std::string blob);
 
 /// The blob of `directory`, whose own `blob` and `version` are not looked at: the version is the lowest that holds the

@@ -1,10 +1,10 @@
 #include "CodeSignature/CodeHash.h"
 
+#include "QuillonCore/Values/QuillonError.h"
+
 #include <array>
 
 #include <openssl/evp.h>
-
-#include "QuillonCore/Values/QuillonError.h"
 
 namespace quillon {
 namespace {
@@ -70,7 +70,9 @@ int codeHashRank(CodeHashType type) noexcept {
   return 0;
 }
 
-void CodeHasher::Deleter::operator()(evp_md_ctx_st* context) const noexcept { EVP_MD_CTX_free(context); }
+void CodeHasher::Deleter::operator()(evp_md_ctx_st* context) const noexcept {
+  EVP_MD_CTX_free(context);
+}
 
 CodeHasher::CodeHasher(CodeHashType type) : type_(type), context_(EVP_MD_CTX_new()) {
   if (!context_ || EVP_DigestInit_ex(context_.get(), digestOf(type), nullptr) != 1) {

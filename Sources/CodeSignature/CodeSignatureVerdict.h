@@ -1,12 +1,12 @@
 #pragma once
 
-#include <optional>
-#include <string>
-#include <vector>
-
 #include "CodeSignature/CodeSignatureError.h"
 #include "CodeSignature/TrustAnchors.h"
 #include "QuillonCore/Values/QuillonURL.h"
+
+#include <optional>
+#include <string>
+#include <vector>
 
 namespace quillon {
 
@@ -21,7 +21,8 @@ struct VerificationOptions {
 
 /// The outcome of a verification.
 struct CodeSignatureVerdict {
-  /// The failed step; absent when the signature is valid, and for failures of the file system, which have a message only.
+  /// The failed step; absent when the signature is valid, and for failures of the file system, which have a message
+  /// only.
   std::optional<CodeSignatureErrorCode> failure;
   /// One sentence; empty when the signature is valid.
   std::string message;
@@ -40,8 +41,8 @@ struct CodeSignatureVerdict {
 };
 
 /// Verifies the signature of the bundle at `bundle`, or of the bundle whose main executable it is: code, Info.plist,
-/// resources, nested code, certificates. Follows no link inside the bundle, opens nothing but regular files and folders,
-/// and changes nothing. Hashes on all processors; memory grows with the number of files, not with their sizes.
+/// resources, nested code, certificates. Follows no link inside the bundle, opens nothing but regular files and
+/// folders, and changes nothing. Hashes on all processors; memory grows with the number of files, not with their sizes.
 [[nodiscard]] CodeSignatureVerdict verifyBundle(const QuillonURL& bundle, const VerificationOptions& options = {});
 
 }  // namespace quillon

@@ -1,5 +1,12 @@
 #include "CodeSignature/CodeSignatureVerifier.h"
 
+#include "CodeSignature/BundleLeftovers.h"
+#include "CodeSignature/CodeSignatureError.h"
+#include "CodeSignature/GenericBundleCode.h"
+#include "CodeSignature/RequirementText.h"
+#include "CodeSignature/ResourceHashing.h"
+#include "QuillonCore/Runtime/QuillonParallelFor.h"
+
 #include <algorithm>
 #include <array>
 #include <optional>
@@ -9,19 +16,14 @@
 
 #include <sys/stat.h>
 
-#include "CodeSignature/BundleLeftovers.h"
-#include "CodeSignature/CodeSignatureError.h"
-#include "CodeSignature/GenericBundleCode.h"
-#include "CodeSignature/RequirementText.h"
-#include "CodeSignature/ResourceHashing.h"
-#include "QuillonCore/Runtime/QuillonParallelFor.h"
-
 namespace quillon {
 namespace {
 
 constexpr std::size_t kNestingLimit = 32;
 
-[[noreturn]] void fail(CodeSignatureErrorCode code) { throw CodeSignatureError(code); }
+[[noreturn]] void fail(CodeSignatureErrorCode code) {
+  throw CodeSignatureError(code);
+}
 
 void checkPages(const CodeRepresentation& code, const CodeDirectory& directory) {
   const std::uint64_t pageSize =
@@ -84,7 +86,6 @@ class CodeSignatureVerifier::ResourceCheck {
   struct Problem {
     CodeSignatureErrorCode code;
     std::string line;
-    bool operator<(const Problem& other) const { return line < other.line; }
   };
 
   void checkRules() const {
@@ -122,9 +123,9 @@ class CodeSignatureVerifier::ResourceCheck {
       addProblem("file modified", resource.path);
       return;
     }
-    const bool isAllowed = !verifier_.isStrict_ ||
-                           isSealedDestination(verifier_.outermost_, bundle_.support + "/" + resource.path,
-                                               resource.linkText, scopes_);
+    const bool isAllowed =
+        !verifier_.isStrict_ ||
+        isSealedDestination(verifier_.outermost_, bundle_.support + "/" + resource.path, resource.linkText, scopes_);
     if (!isAllowed) addProblem("file modified", resource.path, CodeSignatureErrorCode::invalidLinkDestination);
   }
 
@@ -167,7 +168,7 @@ class CodeSignatureVerifier::ResourceCheck {
   void report() {
     if (problems_.empty()) return;
     const CodeSignatureErrorCode code = problems_.front().code;
-    std::ranges::sort(problems_);
+    std::ranges::sort(problems_, {}, &Problem::line);
     std::vector<std::string> lines;
     for (Problem& problem : problems_) lines.push_back(std::move(problem.line));
     throw CodeSignatureError(code, std::move(lines));
@@ -192,6 +193,11 @@ CodeSignatureVerifier::CodeSignatureVerifier(const FileDescriptor& outermost, co
 
 LoadedSignature CodeSignatureVerifier::verify(const BundleLayout& layout) {
   return verifyBundle({.layout = layout, .support = "Contents", .outer = {}}, true);
+}
+
+LoadedSignature CodeSignatureVerifier::verifyNested(const BundleLayout& layout, const std::string& support,
+                                                    const std::vector<SealedScope>& outer) {
+  return verifyBundle({.layout = layout, .support = support, .outer = outer}, true);
 }
 
 LoadedSignature CodeSignatureVerifier::verifyBundle(const Bundle& bundle, bool isFull) {

@@ -1,14 +1,14 @@
 #pragma once
 
-#include <string>
-#include <vector>
-
 #include "CodeSignature/BundleLayout.h"
 #include "CodeSignature/BundleLink.h"
 #include "CodeSignature/CodeSignatureVerdict.h"
 #include "CodeSignature/LoadedSignature.h"
 #include "CodeSignature/ResourceScan.h"
 #include "CodeSignature/ResourceSeal.h"
+
+#include <string>
+#include <vector>
 
 namespace quillon {
 
@@ -21,6 +21,11 @@ class CodeSignatureVerifier {
 
   /// Verifies the outermost bundle. Throws CodeSignatureError, and QuillonSystemError when the code cannot be read.
   [[nodiscard]] LoadedSignature verify(const BundleLayout& layout);
+
+  /// Verifies a bundle nested in the outermost one. `support` is the path of its support folder below the outermost
+  /// bundle, `outer` are the bundles around it. Throws as `verify`.
+  [[nodiscard]] LoadedSignature verifyNested(const BundleLayout& layout, const std::string& support,
+                                             const std::vector<SealedScope>& outer);
 
  private:
   struct Bundle;

@@ -1,5 +1,7 @@
 #include "CodeSignature/FileDescriptor.h"
 
+#include "QuillonCore/Values/QuillonError.h"
+
 #include <array>
 #include <cerrno>
 #include <string_view>
@@ -8,8 +10,6 @@
 #include <sys/stat.h>
 #include <sys/syscall.h>
 #include <unistd.h>
-
-#include "QuillonCore/Values/QuillonError.h"
 
 namespace quillon {
 namespace {
@@ -41,7 +41,9 @@ FileDescriptor::~FileDescriptor() {
   if (descriptor_ >= 0) close(descriptor_);
 }
 
-FileDescriptor openFolder(int folder, const std::string& path) { return openOrThrow(folder, path, kFolderFlags); }
+FileDescriptor openFolder(int folder, const std::string& path) {
+  return openOrThrow(folder, path, kFolderFlags);
+}
 
 FileDescriptor openFolderBeneath(int folder, const std::string& path) {
   if (path.empty()) return openOrThrow(folder, ".", kFolderFlags);

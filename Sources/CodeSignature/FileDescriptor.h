@@ -29,8 +29,8 @@ class FileDescriptor {
   int descriptor_ = -1;
 };
 
-/// Opens the folder `path` below `folder` for reading; its last component must not be a link. With AT_FDCWD, `path` may be
-/// absolute. Throws QuillonSystemError.
+/// Opens the folder `path` below `folder` for reading; its last component must not be a link. With AT_FDCWD, `path` may
+/// be absolute. Throws QuillonSystemError.
 [[nodiscard]] FileDescriptor openFolder(int folder, const std::string& path);
 
 /// Opens what stands at `path`, several components below `folder`, without following any link on the way and without

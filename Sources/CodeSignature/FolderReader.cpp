@@ -1,5 +1,7 @@
 #include "CodeSignature/FolderReader.h"
 
+#include "QuillonCore/Values/QuillonError.h"
+
 #include <algorithm>
 #include <array>
 #include <cerrno>
@@ -9,8 +11,6 @@
 #include <dirent.h>
 #include <sys/stat.h>
 #include <unistd.h>
-
-#include "QuillonCore/Values/QuillonError.h"
 
 namespace quillon {
 namespace {

@@ -1,15 +1,15 @@
 #include "CodeSignature/GenericBundleCode.h"
 
+#include "CodeSignature/BlobReader.h"
+#include "CodeSignature/CodeSignatureError.h"
+#include "CodeSignature/FileHashing.h"
+
 #include <algorithm>
 #include <array>
 #include <cerrno>
 
 #include <sys/stat.h>
 #include <unistd.h>
-
-#include "CodeSignature/BlobReader.h"
-#include "CodeSignature/CodeSignatureError.h"
-#include "CodeSignature/FileHashing.h"
 
 namespace quillon {
 namespace {
@@ -68,7 +68,9 @@ void GenericBundleCode::hashCode(std::uint64_t offset, std::uint64_t length, Cod
   hashFileRange(layout_.mainExecutableFile, offset, length, hasher);
 }
 
-std::string GenericBundleCode::formatName() const { return "generic"; }
+std::string GenericBundleCode::formatName() const {
+  return "generic";
+}
 
 bool isMachOFile(const FileDescriptor& file) {
   std::array<char, 4> bytes;

@@ -5,8 +5,8 @@
 
 namespace quillon {
 
-/// Code of a bundle whose main executable is no object file: all of the file is code, and the signature parts are files in
-/// the `_CodeSignature` folder.
+/// Code of a bundle whose main executable is no object file: all of the file is code, and the signature parts are files
+/// in the `_CodeSignature` folder.
 class GenericBundleCode final : public CodeRepresentation {
  public:
   /// `layout` is borrowed. Throws CodeSignatureError(signatureUnsupported) when the main executable is a Mach-O file.

@@ -1,9 +1,9 @@
 #include "CodeSignature/LoadedSignature.h"
 
-#include <algorithm>
-
 #include "CodeSignature/CodeSignatureError.h"
 #include "CodeSignature/DesignatedRequirement.h"
+
+#include <algorithm>
 
 namespace quillon {
 namespace {
@@ -16,8 +16,8 @@ CodeSlot alternateSlot(std::uint32_t index) {
   return static_cast<CodeSlot>(static_cast<std::uint32_t>(CodeSlot::alternateCodeDirectory) + index);
 }
 
-/// Directories of one code may differ in their hashes and in nothing else: whoever reads only one of them must learn the
-/// same as whoever reads another.
+/// Directories of one code may differ in their hashes and in nothing else: whoever reads only one of them must learn
+/// the same as whoever reads another.
 void checkAgreement(const std::vector<CodeDirectory>& directories) {
   const CodeDirectory& first = directories.front();
   for (std::size_t i = 1; i < directories.size(); ++i) {
@@ -133,8 +133,10 @@ void checkSpecialSlots(const CodeRepresentation& code, LoadedSignature& signatur
     const auto slot = static_cast<CodeSlot>(number);
     std::optional<std::string> part = code.signaturePart(slot);
     for (const CodeDirectory& directory : signature.directories) checkSlot(directory, slot, part);
-    if (slot == CodeSlot::requirements) signature.requirementsBlob = std::move(part);
-    else if (slot == CodeSlot::resources) signature.sealBytes = std::move(part);
+    if (slot == CodeSlot::requirements)
+      signature.requirementsBlob = std::move(part);
+    else if (slot == CodeSlot::resources)
+      signature.sealBytes = std::move(part);
   }
   for (const CodeDirectory& directory : signature.directories) {
     const auto unknown = directory.specialHashes.upper_bound(static_cast<CodeSlot>(kLastSpecialSlot));

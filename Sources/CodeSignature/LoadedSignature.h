@@ -1,10 +1,5 @@
 #pragma once
 
-#include <cstddef>
-#include <optional>
-#include <string>
-#include <vector>
-
 #include "CodeSignature/BundleLayout.h"
 #include "CodeSignature/CMSSignature.h"
 #include "CodeSignature/CertificateChain.h"
@@ -13,6 +8,11 @@
 #include "CodeSignature/RequirementEvaluation.h"
 #include "CodeSignature/RequirementSet.h"
 #include "CodeSignature/TrustAnchors.h"
+
+#include <cstddef>
+#include <optional>
+#include <string>
+#include <vector>
 
 namespace quillon {
 

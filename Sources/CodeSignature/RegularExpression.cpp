@@ -1,19 +1,21 @@
 #include "CodeSignature/RegularExpression.h"
 
+#include "CodeSignature/CodeSignatureError.h"
+
 #include <algorithm>
-#include <locale.h>
 #include <string_view>
 
+#include <locale.h>
 #include <regex.h>
-
-#include "CodeSignature/CodeSignatureError.h"
 
 namespace quillon {
 namespace {
 
 constexpr std::size_t kPatternLimit = 512;
 
-[[noreturn]] void fail() { throw CodeSignatureError(CodeSignatureErrorCode::invalidResourceRules); }
+[[noreturn]] void fail() {
+  throw CodeSignatureError(CodeSignatureErrorCode::invalidResourceRules);
+}
 
 /// What every match of a pattern is known to look like.
 struct Shape {
@@ -23,8 +25,12 @@ struct Shape {
   bool mustEnd = false;               // … and the text ends there
 };
 
-bool isQuantifier(char c) { return c == '*' || c == '?' || c == '+'; }
-bool isSpecial(char c) { return std::string_view("^$.[]()|*?+{}\\").find(c) != std::string_view::npos; }
+bool isQuantifier(char c) {
+  return c == '*' || c == '?' || c == '+';
+}
+bool isSpecial(char c) {
+  return std::string_view("^$.[]()|*?+{}\\").find(c) != std::string_view::npos;
+}
 
 /// Position behind the group or bracket expression that begins at `position`; npos when it does not end.
 std::size_t endOfGroup(std::string_view pattern, std::size_t position) {
@@ -57,8 +63,10 @@ Shape shapeOf(std::string_view pattern) {
   bool atStart = isAnchored;
   bool onlyLiterals = isAnchored;
   const auto endRun = [&] {
-    if (atStart) shape.prefix = run;
-    else if (!run.empty()) shape.literals.push_back(run);
+    if (atStart)
+      shape.prefix = run;
+    else if (!run.empty())
+      shape.literals.push_back(run);
     atStart = false;
     run.clear();
   };

@@ -1,12 +1,12 @@
 #include "CodeSignature/RequirementEvaluation.h"
 
-#include <algorithm>
-#include <compare>
-#include <string_view>
-
 #include "CodeSignature/BERElement.h"
 #include "CodeSignature/CodeSignatureError.h"
 #include "CodeSignature/ObjectIdentifier.h"
+
+#include <algorithm>
+#include <compare>
+#include <string_view>
 
 namespace quillon {
 namespace {
@@ -15,7 +15,9 @@ namespace {
 constexpr std::string_view kVendorSoftwareMarker = "1.2.840.113635.100.6.1.22";
 constexpr std::string_view kCertificatePolicies = "2.5.29.32";
 
-bool isDigit(char c) { return c >= '0' && c <= '9'; }
+bool isDigit(char c) {
+  return c >= '0' && c <= '9';
+}
 
 /// Order of two texts in which runs of digits compare as numbers.
 std::strong_ordering compareNumerically(std::string_view a, std::string_view b) {

@@ -55,7 +55,7 @@ enum class RequirementMatchOperator : std::uint32_t {
 
 struct RequirementMatch {
   RequirementMatchOperator operation = RequirementMatchOperator::exists;
-  std::string value;
+  std::string value = {};
   /// Seconds since 2001-01-01 00:00 UTC, for the date operators.
   std::int64_t date = 0;
 
@@ -75,7 +75,7 @@ struct RequirementExpression {
   /// Certificate position (counted from the leaf, or from the root when negative), or the platform number.
   std::int32_t number = 0;
   /// Identifier, hash (raw bytes), key, subject field, or object identifier (DER content bytes).
-  std::string text;
+  std::string text = {};
   RequirementMatch match = {};
   /// Two for conjunction and disjunction, one for negation.
   std::vector<RequirementExpression> operands = {};

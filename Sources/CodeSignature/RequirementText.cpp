@@ -1,5 +1,9 @@
 #include "CodeSignature/RequirementText.h"
 
+#include "CodeSignature/CodeHash.h"
+#include "CodeSignature/CodeSignatureError.h"
+#include "CodeSignature/ObjectIdentifier.h"
+
 #include <algorithm>
 #include <array>
 #include <charconv>
@@ -7,17 +11,15 @@
 #include <optional>
 #include <vector>
 
-#include "CodeSignature/CodeHash.h"
-#include "CodeSignature/CodeSignatureError.h"
-#include "CodeSignature/ObjectIdentifier.h"
-
 namespace quillon {
 namespace {
 
 /// Seconds from 1970 to 2001, where the format's dates begin.
 constexpr std::int64_t kReferenceDate = 978307200;
 
-[[noreturn]] void fail() { throw CodeSignatureError(CodeSignatureErrorCode::requirementInvalid); }
+[[noreturn]] void fail() {
+  throw CodeSignatureError(CodeSignatureErrorCode::requirementInvalid);
+}
 
 bool isBareCharacter(char c) {
   return (c >= 'a' && c <= 'z') || (c >= 'A' && c <= 'Z') || (c >= '0' && c <= '9') || c == '.' || c == '_';
@@ -157,7 +159,7 @@ class Parser {
     using enum RequirementOperator;
     if (depth > kRequirementDepthLimit) fail();
     if (takeSymbol("(")) {
-      RequirementExpression inner = disjunction(depth + 1);
+      RequirementExpression inner = this->disjunction(depth + 1);
       expectSymbol(")");
       return inner;
     }
@@ -186,7 +188,6 @@ class Parser {
       expectSymbol("=");
       return {.operation = platform, .number = signedNumber()};
     }
-    if (takeSymbol("(")) fail();
     fail();
   }
 
@@ -197,8 +198,8 @@ class Parser {
     if (!takeWord("apple")) fail();
     if (takeWord("generic")) return {.operation = anchorAppleGeneric};
     const Token& next = lexer_.current();
-    const bool isName = next.kind == Token::Kind::quoted ||
-                        (next.kind == Token::Kind::bare && next.text != "and" && next.text != "or");
+    const bool isName =
+        next.kind == Token::Kind::quoted || (next.kind == Token::Kind::bare && next.text != "and" && next.text != "or");
     if (isName) return {.operation = namedAnchor, .text = string()};
     return {.operation = anchorApple};
   }
@@ -257,7 +258,8 @@ class Parser {
     const bool openStart = takeSymbol("*");
     std::string value = string();
     const bool openEnd = takeSymbol("*");
-    const RequirementMatchOperator operation = openStart ? (openEnd ? contains : endsWith) : (openEnd ? beginsWith : equal);
+    const RequirementMatchOperator operation =
+        openStart ? (openEnd ? contains : endsWith) : (openEnd ? beginsWith : equal);
     return {.operation = operation, .value = std::move(value)};
   }
 
@@ -322,10 +324,10 @@ class Parser {
 
 bool isKeyword(std::string_view word) {
   static constexpr auto kWords = std::to_array<std::string_view>(
-      {"absent", "always",      "anchor",    "and",   "apple",  "cdhash",   "cert",      "certificate", "designated",
-       "exists", "entitlement", "false",     "field", "generic", "guest",   "host",      "identifier",  "info",
-       "leaf",   "legacy",      "library",   "never", "notarized", "or",    "platform",  "plugin",      "policy",
-       "root",   "timestamp",   "true",      "trusted"});
+      {"absent",     "always", "anchor",      "and",    "apple",     "cdhash",  "cert",      "certificate",
+       "designated", "exists", "entitlement", "false",  "field",     "generic", "guest",     "host",
+       "identifier", "info",   "leaf",        "legacy", "library",   "never",   "notarized", "or",
+       "platform",   "plugin", "policy",      "root",   "timestamp", "true",    "trusted"});
   return std::ranges::find(kWords, word) != kWords.end();
 }
 
@@ -342,7 +344,9 @@ std::string quotedIfNeeded(std::string_view text) {
   return quoted + "\"";
 }
 
-std::string hashText(std::string_view bytes) { return "H\"" + hexadecimal(bytes) + "\""; }
+std::string hashText(std::string_view bytes) {
+  return "H\"" + hexadecimal(bytes) + "\"";
+}
 
 std::string slotText(std::int32_t slot) {
   if (slot == kLeafCertificate) return "certificate leaf";
@@ -476,7 +480,9 @@ std::string textOf(const RequirementExpression& expression, Binding surroundings
 
 }  // namespace
 
-RequirementExpression parseRequirementText(std::string_view text) { return Parser(text).parse(); }
+RequirementExpression parseRequirementText(std::string_view text) {
+  return Parser(text).parse();
+}
 
 std::string requirementText(const RequirementExpression& expression) {
   return textOf(expression, Binding::disjunction);

@@ -1,10 +1,10 @@
 #include "CodeSignature/ResourceRules.h"
 
-#include <algorithm>
-#include <array>
-
 #include "CodeSignature/CodeSignatureError.h"
 #include "CodeSignature/RegularExpression.h"
+
+#include <algorithm>
+#include <array>
 
 namespace quillon {
 namespace {
@@ -16,7 +16,9 @@ constexpr std::string_view kOptionalKey = "optional";
 constexpr std::string_view kNestedKey = "nested";
 constexpr std::string_view kWeightKey = "weight";
 
-[[noreturn]] void fail() { throw CodeSignatureError(CodeSignatureErrorCode::resourcesInvalid); }
+[[noreturn]] void fail() {
+  throw CodeSignatureError(CodeSignatureErrorCode::resourcesInvalid);
+}
 
 bool flagOf(const QuillonPropertyListValue& value, std::string_view key) {
   const QuillonPropertyListValue* found = value.find(key);
@@ -126,7 +128,9 @@ bool ResourceRules::includes(const std::string& path) const {
   return rule != nullptr && !rule->isOmitted;
 }
 
-std::size_t ResourceRules::count() const noexcept { return matchers_.size(); }
+std::size_t ResourceRules::count() const noexcept {
+  return matchers_.size();
+}
 
 QuillonPropertyListValue ResourceRules::propertyList() const {
   QuillonPropertyListValue::Dictionary list;

@@ -1,12 +1,12 @@
 #pragma once
 
+#include "QuillonCore/Values/QuillonPropertyListValue.h"
+
 #include <cstddef>
 #include <memory>
 #include <string>
 #include <string_view>
 #include <vector>
-
-#include "QuillonCore/Values/QuillonPropertyListValue.h"
 
 namespace quillon {
 
@@ -23,14 +23,15 @@ struct ResourceRule {
 /// The rules of a resource seal, ready for matching. Matching changes nothing and may run on several threads.
 class ResourceRules {
  public:
-  /// Throws CodeSignatureError(invalidResourceRules) for a pattern that is no regular expression, or one that could take
-  /// unreasonable time or memory: over 512 bytes, with repetition counts or back references.
+  /// Throws CodeSignatureError(invalidResourceRules) for a pattern that is no regular expression, or one that could
+  /// take unreasonable time or memory: over 512 bytes, with repetition counts or back references.
   explicit ResourceRules(std::vector<ResourceRule> rules);
   ~ResourceRules();
   ResourceRules(ResourceRules&&) noexcept;
   ResourceRules& operator=(ResourceRules&&) noexcept;
 
-  /// Rules of an envelope's `rules` or `rules2` dictionary. Throws CodeSignatureError(resourcesInvalid) for a wrong shape.
+  /// Rules of an envelope's `rules` or `rules2` dictionary. Throws CodeSignatureError(resourcesInvalid) for a wrong
+  /// shape.
   [[nodiscard]] static ResourceRules fromPropertyList(const QuillonPropertyListValue& list);
   /// What signing uses for bundles with a Contents folder; version 1 are the rules of the older file list.
   [[nodiscard]] static ResourceRules standard(int version);

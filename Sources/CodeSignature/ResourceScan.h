@@ -1,11 +1,11 @@
 #pragma once
 
+#include "CodeSignature/FileDescriptor.h"
+#include "CodeSignature/ResourceRules.h"
+
 #include <cstdint>
 #include <string>
 #include <vector>
-
-#include "CodeSignature/FileDescriptor.h"
-#include "CodeSignature/ResourceRules.h"
 
 namespace quillon {
 
@@ -21,13 +21,13 @@ struct ScannedResource {
   bool isOptional = false;
 };
 
-/// Walks the support folder of a bundle by folder descriptors, never following a link, and lists what `rules` seal, in the
-/// order of folders, names sorted. Signature files and the main executable (a path below the support folder), which the
-/// code directory covers, are left out. A folder under a nested rule whose name has a period is one piece of nested code
-/// and is not entered.
+/// Walks the support folder of a bundle by folder descriptors, never following a link, and lists what `rules` seal, in
+/// the order of folders, names sorted. Signature files and the main executable (a path below the support folder), which
+/// the code directory covers, are left out. A folder under a nested rule whose name has a period is one piece of nested
+/// code and is not entered.
 ///
-/// Throws CodeSignatureError: unsupportedResource for anything that is not a file, folder or link, folderSettingsLinkRefused,
-/// notReadable; its details name the item below `displayPath`.
+/// Throws CodeSignatureError: unsupportedResource for anything that is not a file, folder or link,
+/// folderSettingsLinkRefused, notReadable; its details name the item below `displayPath`.
 [[nodiscard]] std::vector<ScannedResource> scanResources(const FileDescriptor& support, const ResourceRules& rules,
                                                          const std::string& mainExecutable,
                                                          const std::string& displayPath);

@@ -21,7 +21,9 @@ constexpr std::string_view kCodeDirectoryHashKey = "cdhash";
 constexpr CodeHashType kHashTypes[] = {CodeHashType::sha1, CodeHashType::sha256, CodeHashType::sha256Truncated,
                                        CodeHashType::sha384};
 
-[[noreturn]] void fail() { throw CodeSignatureError(CodeSignatureErrorCode::resourcesInvalid); }
+[[noreturn]] void fail() {
+  throw CodeSignatureError(CodeSignatureErrorCode::resourcesInvalid);
+}
 
 /// "hash" for SHA-1, else "hash" with the number of the type.
 std::string hashKey(CodeHashType type) {
@@ -68,8 +70,8 @@ SealedResource resourceFrom(const QuillonPropertyListValue& value) {
   if (const QuillonPropertyListValue* hash = value.find(kCodeDirectoryHashKey)) {
     resource.codeDirectoryHash = dataOf(*hash);
   }
-  const int kinds = int(!resource.hashes.empty()) + int(resource.linkText.has_value()) +
-                    int(resource.requirement.has_value());
+  const int kinds =
+      int(!resource.hashes.empty()) + int(resource.linkText.has_value()) + int(resource.requirement.has_value());
   if (kinds != 1) fail();
   return resource;
 }

@@ -1,14 +1,14 @@
 #include "CodeSignature/SigningIdentity.h"
 
-#include <algorithm>
-
-#include <openssl/pem.h>
-
 #include "CodeSignature/CertificateChain.h"
 #include "CodeSignature/CodeSignatureError.h"
 #include "CodeSignature/FileDescriptor.h"
 #include "CodeSignature/SigningIdentityContent.h"
 #include "QuillonCore/Values/QuillonError.h"
+
+#include <algorithm>
+
+#include <openssl/pem.h>
 
 namespace quillon {
 namespace {
@@ -16,7 +16,9 @@ namespace {
 constexpr std::size_t kFileLimit = 1 << 20;
 
 /// Keys protected by a passphrase are not for unattended signing: nothing is asked for.
-int refusePassphrase(char*, int, int, void*) { return -1; }
+int refusePassphrase(char*, int, int, void*) {
+  return -1;
+}
 
 KeyHandle readKey(std::string_view pem) {
   const BIOHandle input = bioOver(pem);
@@ -81,8 +83,12 @@ SigningIdentity SigningIdentity::load(const QuillonURL& keyFile, const QuillonUR
   return fromPEM(readFile(keyFile), readFile(certificateFile));
 }
 
-const std::vector<std::string>& SigningIdentity::certificateChain() const noexcept { return content_->chain; }
+const std::vector<std::string>& SigningIdentity::certificateChain() const noexcept {
+  return content_->chain;
+}
 
-const std::string& SigningIdentity::team() const noexcept { return content_->team; }
+const std::string& SigningIdentity::team() const noexcept {
+  return content_->team;
+}
 
 }  // namespace quillon

@@ -1,5 +1,11 @@
 #include "CodeSignature/TrustAnchors.h"
 
+#include "CodeSignature/CodeHash.h"
+#include "CodeSignature/FileDescriptor.h"
+#include "CodeSignature/FolderReader.h"
+#include "CodeSignature/OpenSSLHandles.h"
+#include "QuillonCore/Values/QuillonError.h"
+
 #include <algorithm>
 #include <array>
 #include <cerrno>
@@ -7,12 +13,6 @@
 #include <openssl/pem.h>
 #include <sys/stat.h>
 #include <unistd.h>
-
-#include "CodeSignature/CodeHash.h"
-#include "CodeSignature/FileDescriptor.h"
-#include "CodeSignature/FolderReader.h"
-#include "CodeSignature/OpenSSLHandles.h"
-#include "QuillonCore/Values/QuillonError.h"
 
 namespace quillon {
 namespace {
