@@ -167,10 +167,15 @@ class CodeSignatureVerifier::ResourceCheck {
 
   void report() {
     if (problems_.empty()) return;
-    const CodeSignatureErrorCode code = problems_.front().code;
-    std::ranges::sort(problems_, {}, &Problem::line);
+    // A link whose destination was taken away is no news beside the file that is missing.
+    const bool hasBadResource =
+        std::ranges::find(problems_, CodeSignatureErrorCode::badResource, &Problem::code) != problems_.end();
+    const CodeSignatureErrorCode code = hasBadResource ? CodeSignatureErrorCode::badResource : problems_.front().code;
     std::vector<std::string> lines;
-    for (Problem& problem : problems_) lines.push_back(std::move(problem.line));
+    for (Problem& problem : problems_) {
+      if (problem.code == code) lines.push_back(std::move(problem.line));
+    }
+    std::ranges::sort(lines);
     throw CodeSignatureError(code, std::move(lines));
   }
 

@@ -14,7 +14,7 @@ struct SigningOptions {
   /// Absent: an ad-hoc signature, which seals the bundle and says nothing about who made it.
   std::optional<SigningIdentity> identity = std::nullopt;
   /// Empty: the bundle identifier of Info.plist, else the bundle's name.
-  std::string identifier;
+  std::string identifier = {};
   /// Whether a bundle that is signed already is signed again.
   bool replacesSignature = false;
   /// Whether nested code is signed again too. Without it, nested code that has no signature is signed, and a valid

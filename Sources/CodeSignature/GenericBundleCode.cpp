@@ -52,7 +52,7 @@ std::optional<std::string> GenericBundleCode::signaturePart(CodeSlot slot) const
     if (error.isPOSIX(ENOENT)) return std::nullopt;
     if (error.isPOSIX(EACCES)) throw CodeSignatureError(CodeSignatureErrorCode::notReadable);
     // A link would lead out of the bundle, a special file could make the reader wait.
-    throw CodeSignatureError(CodeSignatureErrorCode::signatureFailed, {error.description()});
+    throw CodeSignatureError(CodeSignatureErrorCode::signatureFailed);
   }
 }
 

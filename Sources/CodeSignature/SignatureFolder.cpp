@@ -10,6 +10,7 @@
 #include <string_view>
 #include <system_error>
 #include <utility>
+#include <vector>
 
 #include <sys/stat.h>
 #include <unistd.h>
@@ -60,14 +61,22 @@ void writeAll(int file, std::string_view content, const std::string& name) {
   }
 }
 
-void writeFile(const FileDescriptor& folder, const std::string& name, std::string_view content) {
+FileDescriptor writeFile(const FileDescriptor& folder, const std::string& name, std::string_view content) {
   constexpr mode_t kMode = 0644;
-  const FileDescriptor file(
-      openat(folder.get(), name.c_str(), O_WRONLY | O_CREAT | O_EXCL | O_CLOEXEC | O_NOFOLLOW, kMode));
+  FileDescriptor file(openat(folder.get(), name.c_str(), O_WRONLY | O_CREAT | O_EXCL | O_CLOEXEC | O_NOFOLLOW, kMode));
   if (file.get() < 0) throw QuillonSystemError::posix(errno, "create", name);
   writeAll(file.get(), content, name);
-  // The folder must not take its name before its files are on the disk.
-  if (fsync(file.get()) != 0) throw QuillonSystemError::posix(errno, "write", name);
+  return file;
+}
+
+/// The folder must not take its name before its files are on the disk. Waiting for them after all have been written
+/// lets the file system bring them there together.
+void writeFiles(const FileDescriptor& folder, const SignatureFiles& files) {
+  std::vector<FileDescriptor> written;
+  for (const auto& [name, content] : files) written.push_back(writeFile(folder, name, content));
+  for (const FileDescriptor& file : written) {
+    if (fsync(file.get()) != 0) throw QuillonSystemError::posix(errno, "write", "a file of the signature");
+  }
 }
 
 void exchangeOrRename(const FileDescriptor& support, const std::string& from, const std::string& name) {
@@ -84,7 +93,7 @@ void replaceSignatureFolder(const BundleLayout& layout, const SignatureFiles& fi
   const UnfinishedFolder unfinished(layout.supportPath());
   const std::string temporaryName = unfinished.path().substr(layout.supportPath().size() + 1);
   const FileDescriptor folder = openFolder(layout.support.get(), temporaryName);
-  for (const auto& [name, content] : files) writeFile(folder, name, content);
+  writeFiles(folder, files);
   constexpr mode_t kMode = 0755;
   if (fchmod(folder.get(), kMode) != 0) throw QuillonSystemError::posix(errno, "change the mode of", temporaryName);
   // After the exchange the previous signature has the temporary name and goes with it.
