@@ -3,7 +3,6 @@
 #include <cstdlib>
 #include <exception>
 
-#include "QuillonCore/Runtime/Posix/TerminationSignalShield.h"
 #include "QuillonUpdateInstaller/QuillonUpdateInstallerFailureRecorder.h"
 #include "QuillonUpdatesAppKitUI/AppBundleReplacement/VeskAppBundleReplacementExecutor.h"
 
@@ -31,8 +30,7 @@ void QuillonUpdateInstallerMain::install(const std::vector<std::string>& argumen
   parsed = QuillonUpdateInstallerArguments::parse(arguments);
   waitForHostToQuit(parsed->hostProcessIdentifier);
 
-  // From here to the report, a request to terminate waits: half a swap is worse than a late end.
-  const TerminationSignalShield shield;
+  shield_.emplace();
   VeskAppBundleReplacementExecutor executor(
       services_.fileManager, services_.makeRelauncher(parsed->launchUserContext), nullptr, services_.privilegeChecker,
       nullptr, [this](std::string_view line) { printLine(line); }, services_.validator);
@@ -48,7 +46,7 @@ void QuillonUpdateInstallerMain::waitForHostToQuit(std::int32_t hostProcessIdent
 void QuillonUpdateInstallerMain::fail(std::string_view description,
                                       const std::optional<QuillonUpdateInstallerArguments>& parsed) noexcept {
   try {
-    const TerminationSignalShield shield;
+    if (!shield_) shield_.emplace();
     try {
       const QuillonUpdateInstallerFailureRecorder recorder(services_.fileManager, services_.privilegeChecker,
                                                            services_.now);

@@ -10,6 +10,7 @@
 #include <vector>
 
 #include "QuillonCore/Contracts/QuillonFileManaging.h"
+#include "QuillonCore/Runtime/Posix/TerminationSignalShield.h"
 #include "QuillonCore/Values/QuillonError.h"
 #include "QuillonUpdateInstaller/QuillonUpdateInstallerArguments.h"
 #include "QuillonUpdatesAppKitUI/AppBundleReplacement/VeskAppBundleReplacementPrivilegeChecking.h"
@@ -58,6 +59,8 @@ class QuillonUpdateInstallerMain {
   void printLine(std::string_view line) const;
 
   QuillonUpdateInstallerServices services_;
+  /// Once the swap begins, a request to terminate waits for good: the exit status is to say what became of it.
+  std::optional<TerminationSignalShield> shield_;
 };
 
 }  // namespace quillon
