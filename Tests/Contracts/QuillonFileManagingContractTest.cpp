@@ -9,6 +9,7 @@
 #include <filesystem>
 #include <functional>
 #include <memory>
+#include <ostream>
 #include <string>
 
 #include <gmock/gmock.h>
@@ -30,6 +31,8 @@ using testing::writeFile;
 using ::testing::ElementsAre;
 
 struct Implementation {
+  friend void PrintTo(const Implementation& implementation, std::ostream* out) { *out << implementation.name; }
+
   std::string name;
   std::function<std::shared_ptr<const QuillonFileManaging>()> make;
 };

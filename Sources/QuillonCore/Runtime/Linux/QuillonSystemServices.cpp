@@ -12,6 +12,7 @@ std::shared_ptr<QuillonProcessRunning> makeSystemProcessRunner() {
   return std::make_shared<QuillonPosixProcessRunner>();
 }
 
+
 std::shared_ptr<QuillonWorkspaceOpening> makeSystemWorkspace() { return std::make_shared<QuillonLinuxWorkspace>(); }
 
 }  // namespace quillon

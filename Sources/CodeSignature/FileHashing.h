@@ -1,0 +1,32 @@
+#pragma once
+
+#include "CodeSignature/CodeHash.h"
+#include "CodeSignature/FileDescriptor.h"
+
+#include <cstdint>
+#include <map>
+#include <set>
+#include <string>
+#include <vector>
+
+namespace quillon {
+
+/// Feeds `length` bytes of `file` from `offset` on (or up to its end) to `hasher`. Throws QuillonSystemError.
+void hashFileRange(const FileDescriptor& file, std::uint64_t offset, std::uint64_t length, CodeHasher& hasher);
+
+using CodeHashes = std::map<CodeHashType, std::string>;
+
+/// Hashes whole files with several algorithms in one pass. Owns a buffer, whatever the files' sizes: one per thread.
+class FileHashing {
+ public:
+  explicit FileHashing(const std::set<CodeHashType>& types);
+
+  /// Hashes as they stand in slots and seals. Throws QuillonSystemError.
+  [[nodiscard]] CodeHashes hashFile(const FileDescriptor& file);
+
+ private:
+  std::vector<CodeHasher> hashers_;
+  std::vector<char> block_;
+};
+
+}  // namespace quillon

@@ -1,0 +1,158 @@
+#include "CodeSignature/LoadedSignature.h"
+
+#include "CodeSignature/CodeSignatureError.h"
+#include "CodeSignature/DesignatedRequirement.h"
+
+#include <algorithm>
+
+namespace quillon {
+namespace {
+
+[[noreturn]] void fail(CodeSignatureErrorCode code = CodeSignatureErrorCode::signatureFailed) {
+  throw CodeSignatureError(code);
+}
+
+CodeSlot alternateSlot(std::uint32_t index) {
+  return static_cast<CodeSlot>(static_cast<std::uint32_t>(CodeSlot::alternateCodeDirectory) + index);
+}
+
+/// Directories of one code may differ in their hashes and in nothing else: whoever reads only one of them must learn
+/// the same as whoever reads another.
+void checkAgreement(const std::vector<CodeDirectory>& directories) {
+  const CodeDirectory& first = directories.front();
+  for (std::size_t i = 1; i < directories.size(); ++i) {
+    const CodeDirectory& other = directories[i];
+    for (std::size_t j = 0; j < i; ++j) {
+      if (directories[j].hashType == other.hashType) fail(CodeSignatureErrorCode::signatureInvalid);
+    }
+    const bool agrees = first.identifier == other.identifier && first.team == other.team &&
+                        first.flags == other.flags && first.platform == other.platform &&
+                        first.codeLimit == other.codeLimit && first.pageSizeLog2 == other.pageSizeLog2;
+    if (!agrees) fail(CodeSignatureErrorCode::signatureInvalid);
+  }
+}
+
+/// The message must name exactly the directories that are there: an old signature could otherwise be given another
+/// directory that seals other files.
+void checkNamedHashes(const LoadedSignature& signature) {
+  const CMSSignature& cms = *signature.cms;
+  const auto& directories = signature.directories;
+  if (!cms.listedHashes && !cms.typedHashes && directories.size() > 1) fail();
+  if (cms.listedHashes) {
+    std::vector<CodeDirectory> sorted = directories;
+    std::ranges::sort(sorted, {}, &CodeDirectory::hashType);
+    std::vector<std::string> hashes;
+    for (const CodeDirectory& directory : sorted) hashes.push_back(directory.identifyingHash());
+    if (hashes != *cms.listedHashes) fail();
+  }
+  if (cms.typedHashes) {
+    if (cms.typedHashes->size() != directories.size()) fail();
+    for (const CodeDirectory& directory : directories) {
+      const bool isNamed = std::ranges::any_of(*cms.typedHashes, [&directory](const auto& named) {
+        return named.algorithm == digestObjectIdentifier(directory.hashType) && named.hash == directory.fullHash();
+      });
+      if (!isNamed) fail();
+    }
+  }
+}
+
+CodeSignatureErrorCode errorOfSlot(CodeSlot slot) {
+  if (slot == CodeSlot::infoPropertyList) return CodeSignatureErrorCode::infoPropertyListFailed;
+  if (slot == CodeSlot::resources) return CodeSignatureErrorCode::resourceDirectoryFailed;
+  return CodeSignatureErrorCode::signatureFailed;
+}
+
+void checkSlot(const CodeDirectory& directory, CodeSlot slot, const std::optional<std::string>& part) {
+  const auto sealed = directory.specialHashes.find(slot);
+  const bool isSealed = sealed != directory.specialHashes.end();
+  if (!isSealed && !part) return;
+  // A part without hash would be read by someone else without being protected by anything.
+  if (!isSealed || !part) {
+    if (!isSealed && slot == CodeSlot::resources) fail(CodeSignatureErrorCode::resourcesNotFound);
+    fail(errorOfSlot(slot));
+  }
+  if (codeHash(directory.hashType, *part) != sealed->second) fail(errorOfSlot(slot));
+}
+
+}  // namespace
+
+const CodeDirectory& LoadedSignature::best() const {
+  return *std::ranges::max_element(directories, {},
+                                   [](const CodeDirectory& directory) { return codeHashRank(directory.hashType); });
+}
+
+std::vector<std::string> LoadedSignature::identifyingHashes() const {
+  std::vector<std::string> hashes;
+  for (const CodeDirectory& directory : directories) hashes.push_back(directory.identifyingHash());
+  return hashes;
+}
+
+RequirementExpression LoadedSignature::designatedRequirement() const {
+  const auto own = requirements.find(RequirementPurpose::designated);
+  if (own != requirements.end()) return own->second;
+  return derivedDesignatedRequirement(best().identifier, identifyingHashes(), chain ? &*chain : nullptr);
+}
+
+LoadedSignature loadCodeDirectories(const CodeRepresentation& code) {
+  LoadedSignature signature;
+  std::optional<std::string> blob = code.signaturePart(CodeSlot::codeDirectory);
+  if (!blob || blob->empty()) fail(CodeSignatureErrorCode::unsignedCode);
+  signature.directories.push_back(parseCodeDirectory(std::move(*blob)));
+  for (std::uint32_t i = 0; i < kAlternateCodeDirectoryLimit; ++i) {
+    std::optional<std::string> alternate = code.signaturePart(alternateSlot(i));
+    if (!alternate) break;
+    signature.directories.push_back(parseCodeDirectory(std::move(*alternate)));
+  }
+  checkAgreement(signature.directories);
+  return signature;
+}
+
+void loadCMS(const CodeRepresentation& code, const TrustAnchors& anchors, LoadedSignature& signature) {
+  signature.message = code.signaturePart(CodeSlot::signature).value_or(std::string());
+  if (signature.best().isAdHoc()) {
+    if (!signature.message.empty()) fail();
+    return;
+  }
+  if (signature.message.empty()) fail(CodeSignatureErrorCode::unsignedCode);
+  signature.cms = verifyCMSSignature(signature.message, signature.directories.front().blob);
+  checkNamedHashes(signature);
+  // Without a secure time nobody knows when the certificates had to be valid, unless the code itself wants to expire.
+  std::optional<std::chrono::sys_seconds> time;
+  if ((signature.best().flags & kCodeDirectoryExpiresFlag) != 0) {
+    time = std::chrono::floor<std::chrono::seconds>(std::chrono::system_clock::now());
+  }
+  signature.chain = buildCertificateChain(signature.cms->signer, signature.cms->certificates, anchors, time);
+  const std::string& team = signature.best().team;
+  if (signature.chain->isAnchoredByApple && !team.empty() && signature.chain->leaf().subjectValue("OU") != team) {
+    fail(CodeSignatureErrorCode::invalidTeamIdentifier);
+  }
+}
+
+void checkSpecialSlots(const CodeRepresentation& code, LoadedSignature& signature) {
+  for (std::uint32_t number = 1; number <= kLastSpecialSlot; ++number) {
+    const auto slot = static_cast<CodeSlot>(number);
+    std::optional<std::string> part = code.signaturePart(slot);
+    for (const CodeDirectory& directory : signature.directories) checkSlot(directory, slot, part);
+    if (slot == CodeSlot::requirements)
+      signature.requirementsBlob = std::move(part);
+    else if (slot == CodeSlot::resources)
+      signature.sealBytes = std::move(part);
+  }
+  for (const CodeDirectory& directory : signature.directories) {
+    const auto unknown = directory.specialHashes.upper_bound(static_cast<CodeSlot>(kLastSpecialSlot));
+    if (unknown != directory.specialHashes.end()) fail();
+  }
+  if (signature.requirementsBlob) signature.requirements = parseRequirementSet(*signature.requirementsBlob);
+}
+
+RequirementSubject requirementSubject(const LoadedSignature& signature, const BundleLayout& layout) {
+  RequirementSubject subject;
+  subject.identifier = signature.best().identifier;
+  for (std::string& hash : signature.identifyingHashes()) subject.codeDirectoryHashes.insert(std::move(hash));
+  subject.chain = signature.chain ? &*signature.chain : nullptr;
+  subject.information = &layout.information;
+  subject.platform = signature.best().platform;
+  return subject;
+}
+
+}  // namespace quillon

@@ -1,0 +1,54 @@
+#pragma once
+
+#include "CodeSignature/BundleLayout.h"
+#include "CodeSignature/CMSSignature.h"
+#include "CodeSignature/CertificateChain.h"
+#include "CodeSignature/CodeDirectory.h"
+#include "CodeSignature/CodeRepresentation.h"
+#include "CodeSignature/RequirementEvaluation.h"
+#include "CodeSignature/RequirementSet.h"
+#include "CodeSignature/TrustAnchors.h"
+
+#include <cstddef>
+#include <optional>
+#include <string>
+#include <vector>
+
+namespace quillon {
+
+/// The signature of one code object, read and found consistent in itself.
+struct LoadedSignature {
+  /// In the order of their slots; the first is the one that the message signs.
+  std::vector<CodeDirectory> directories;
+  /// Bytes of the cryptographic message; empty for ad-hoc signatures.
+  std::string message;
+  std::optional<CMSSignature> cms;
+  /// Absent for ad-hoc signatures.
+  std::optional<CertificateChain> chain;
+  std::optional<std::string> requirementsBlob;
+  /// The very bytes of the resource seal that its slot hash was compared with; absent without resource slot.
+  std::optional<std::string> sealBytes;
+  RequirementSet requirements;
+
+  /// The directory with the best hash algorithm: what it says about identifier, team and slots is what counts.
+  [[nodiscard]] const CodeDirectory& best() const;
+  [[nodiscard]] std::vector<std::string> identifyingHashes() const;
+  /// The requirement by which others recognise this code.
+  [[nodiscard]] RequirementExpression designatedRequirement() const;
+};
+
+/// Reads the code directories. Throws CodeSignatureError: unsignedCode, signatureUnsupported, signatureFailed,
+/// signatureInvalid for directories that contradict each other.
+[[nodiscard]] LoadedSignature loadCodeDirectories(const CodeRepresentation& code);
+
+/// Checks the cryptographic message over the first directory, its lists of hashes and its certificate chain, and fills
+/// them in. Throws CodeSignatureError.
+void loadCMS(const CodeRepresentation& code, const TrustAnchors& anchors, LoadedSignature& signature);
+
+/// Compares the special slots of every directory with the parts, and reads the requirements. Throws CodeSignatureError.
+void checkSpecialSlots(const CodeRepresentation& code, LoadedSignature& signature);
+
+/// What requirements are put to. The result borrows from both arguments.
+[[nodiscard]] RequirementSubject requirementSubject(const LoadedSignature& signature, const BundleLayout& layout);
+
+}  // namespace quillon

@@ -1,0 +1,38 @@
+#pragma once
+
+#include "CodeSignature/FileDescriptor.h"
+#include "CodeSignature/ResourceRules.h"
+
+#include <cstdint>
+#include <string>
+#include <vector>
+
+namespace quillon {
+
+enum class ScannedResourceKind : std::uint8_t { file, link, nestedCode };
+
+/// Something in a bundle that its seal must know.
+struct ScannedResource {
+  /// Relative to the support folder.
+  std::string path;
+  ScannedResourceKind kind = ScannedResourceKind::file;
+  /// Text of a link.
+  std::string linkText;
+  bool isOptional = false;
+};
+
+/// Walks the support folder of a bundle by folder descriptors, never following a link, and lists what `rules` seal, in
+/// the order of folders, names sorted. Signature files and the main executable (a path below the support folder), which
+/// the code directory covers, are left out. A folder under a nested rule whose name has a period is one piece of nested
+/// code and is not entered.
+///
+/// Throws CodeSignatureError: unsupportedResource for anything that is not a file, folder or link,
+/// folderSettingsLinkRefused, notReadable; its details name the item below `displayPath`.
+[[nodiscard]] std::vector<ScannedResource> scanResources(const FileDescriptor& support, const ResourceRules& rules,
+                                                         const std::string& mainExecutable,
+                                                         const std::string& displayPath);
+
+/// Whether `path` (below the support folder) is never sealed, whatever the rules say.
+[[nodiscard]] bool isExcludedFromSealing(const std::string& path, const std::string& mainExecutable);
+
+}  // namespace quillon

@@ -1,0 +1,127 @@
+// Every byte of every signature part counts: whichever is changed, verification fails.
+
+#include "CodeSignature/CodeSignatureVerdict.h"
+#include "CodeSignature/LoadedSignature.h"
+#include "Support/SignedBundleBuilder.h"
+#include "Support/TemporaryDirectory.h"
+
+#include <algorithm>
+#include <array>
+#include <filesystem>
+#include <string>
+
+#include <gtest/gtest.h>
+
+namespace quillon {
+namespace {
+
+/// Signature parts in memory, one of which can be changed without touching the disk.
+class CodeInMemory final : public CodeRepresentation {
+ public:
+  explicit CodeInMemory(const testing::SignedBundleBuilder& bundle) {
+    parts_[CodeSlot::infoPropertyList] = testing::readFile(bundle / "Info.plist");
+    for (const CodeSlotFile& file : kCodeSlotFiles) {
+      const std::filesystem::path path = bundle / "_CodeSignature" / file.name;
+      if (std::filesystem::exists(path)) parts_[file.slot] = testing::readFile(path);
+    }
+  }
+
+  [[nodiscard]] std::optional<std::string> signaturePart(CodeSlot slot) const override {
+    const auto found = parts_.find(slot);
+    return found == parts_.end() ? std::nullopt : std::optional(found->second);
+  }
+  [[nodiscard]] std::uint64_t codeLength() const override { return 0; }
+  void hashCode(std::uint64_t, std::uint64_t, CodeHasher&) const override {}
+  [[nodiscard]] std::string formatName() const override { return {}; }
+
+  std::map<CodeSlot, std::string> parts_;
+};
+
+bool isSealAccepted(const CodeRepresentation& code) {
+  try {
+    LoadedSignature signature = loadCodeDirectories(code);
+    checkSpecialSlots(code, signature);
+    return true;
+  } catch (const CodeSignatureError&) {
+    return false;
+  }
+}
+
+bool isSignatureAccepted(const CodeRepresentation& code) {
+  try {
+    LoadedSignature signature = loadCodeDirectories(code);
+    loadCMS(code, {}, signature);
+    return true;
+  } catch (const CodeSignatureError&) {
+    return false;
+  }
+}
+
+/// Part of a part, so that no single test takes long.
+struct Range {
+  CodeSlot slot;
+  int index = 0;
+  int count = 1;
+};
+
+class SignatureSweepTest : public ::testing::TestWithParam<Range> {};
+
+TEST_P(SignatureSweepTest, NoByteCanBeChangedUnnoticed) {
+  // The patterns take turns; 0x20 is the bit that lenient readers of tags ignore.
+  static constexpr std::array<unsigned char, 3> kPatterns = {0x20, 0x01, 0x80};
+  const testing::TemporaryDirectory folder;
+  testing::SignedBundleBuilder bundle(folder / "Example.app");
+  bundle.withScript().sign();
+  CodeInMemory code(bundle);
+  const Range range = GetParam();
+  // The directory and the message vouch for each other; the directory vouches for all other parts.
+  const bool isSigned = range.slot == CodeSlot::codeDirectory || range.slot == CodeSlot::signature;
+  const auto isAccepted = isSigned ? isSignatureAccepted : isSealAccepted;
+  ASSERT_TRUE(isAccepted(code));
+  std::string& part = code.parts_.at(range.slot);
+
+  const std::size_t size = part.size() / static_cast<std::size_t>(range.count) + 1;
+  const std::size_t begin = static_cast<std::size_t>(range.index) * size;
+  for (std::size_t i = begin; i < std::min(begin + size, part.size()); ++i) {
+    const char original = part[i];
+    part[i] = static_cast<char>(static_cast<unsigned char>(original) ^ kPatterns[i % kPatterns.size()]);
+    EXPECT_FALSE(isAccepted(code)) << "byte " << i << " of " << part.size();
+    part[i] = original;
+  }
+}
+
+TEST(SignatureSweepTest, TagsOfTheMessageCountWhole) {
+  const testing::TemporaryDirectory folder;
+  testing::SignedBundleBuilder bundle(folder / "Example.app");
+  bundle.withScript().sign();
+  CodeInMemory code(bundle);
+  std::string& message = code.parts_.at(CodeSlot::signature);
+
+  // The headers of the outer values all stand in the first bytes.
+  for (std::size_t i = 0; i < 64; ++i) {
+    const char original = message[i];
+    for (int pattern = 1; pattern < 256; ++pattern) {
+      message[i] = static_cast<char>(static_cast<unsigned char>(original) ^ static_cast<unsigned>(pattern));
+      EXPECT_FALSE(isSignatureAccepted(code)) << "byte " << i << ", pattern " << pattern;
+    }
+    message[i] = original;
+  }
+}
+
+std::string partName(const ::testing::TestParamInfo<Range>& info) {
+  std::string name = "InfoPropertyList";
+  for (const CodeSlotFile& file : kCodeSlotFiles) {
+    if (file.slot == info.param.slot) name = file.name;
+  }
+  return name + std::to_string(info.param.index);
+}
+
+INSTANTIATE_TEST_SUITE_P(Parts, SignatureSweepTest,
+                         ::testing::Values(Range{CodeSlot::codeDirectory}, Range{CodeSlot::infoPropertyList},
+                                           Range{CodeSlot::requirements}, Range{CodeSlot::resources},
+                                           Range{CodeSlot::signature, 0, 3}, Range{CodeSlot::signature, 1, 3},
+                                           Range{CodeSlot::signature, 2, 3}),
+                         partName);
+
+}  // namespace
+}  // namespace quillon
