@@ -1,9 +1,9 @@
 #include "QuillonUpdatesAppKitUI/HelperLaunchers/Launchd/VeskAppBundleLaunchdRelauncher.h"
 
-#include "QuillonCore/Runtime/QuillonBundleInformation.h"
-
 #include <exception>
 #include <utility>
+
+#include "QuillonCore/Runtime/QuillonBundleInformation.h"
 
 namespace quillon {
 namespace {
