@@ -1,5 +1,6 @@
 #include "Support/FakeSystemdManager.h"
 
+#include <algorithm>
 #include <array>
 #include <stdexcept>
 #include <string_view>
@@ -139,6 +140,9 @@ int FakeSystemdManager::answerStart(sd_bus_message* message) {
   TransientUnit unit = readUnit(message);
   record("StartTransientUnit " + unit.name + " " + unit.mode);
   const std::string name = unit.name;
+  if (std::ranges::find(behaviour_.takenNames, name) != behaviour_.takenNames.end()) {
+    return sd_bus_reply_method_errorf(message, "org.freedesktop.systemd1.UnitExists", "Unit was already loaded.");
+  }
   {
     const std::lock_guard guard(lock_);
     startedUnits_.push_back(std::move(unit));

@@ -26,6 +26,8 @@ class FakeSystemdManager {
     bool unitExists = false;
     /// Answer of StartTransientUnit instead of a job.
     std::optional<Error> startError = {};
+    /// Units whose name StartTransientUnit finds taken.
+    std::vector<std::string> takenNames = {};
     /// How the start job ends (org.freedesktop.systemd1(5), "JobRemoved"); absent: it never does.
     std::optional<std::string> jobResult = "done";
     /// Whether the end of a job is told before the call that began it is answered.

@@ -3,6 +3,8 @@
 #include <exception>
 #include <utility>
 
+#include "QuillonCore/Runtime/QuillonBundleInformation.h"
+
 namespace quillon {
 namespace {
 
@@ -17,14 +19,15 @@ VeskAppBundleLaunchdRelauncher::VeskAppBundleLaunchdRelauncher(
     std::shared_ptr<VeskAppBundleReplacementPrivilegeChecking> privilegeChecker,
     std::shared_ptr<VeskAppBundleLaunchdAuthorizationProviding> authorizationProvider,
     std::shared_ptr<VeskAppBundleLaunchdJobSubmitting> jobSubmitter,
-    std::optional<VeskAppBundleLaunchdUserContext> launchUserContext, BundleIdentifierReader bundleIdentifierReader,
-    VeskAppBundleRelaunchToolPaths toolPaths, QuillonDiagnosticLog diagnosticLog)
+    std::optional<VeskAppBundleLaunchdUserContext> launchUserContext,
+    std::shared_ptr<const QuillonFileManaging> fileManager, VeskAppBundleRelaunchToolPaths toolPaths,
+    QuillonDiagnosticLog diagnosticLog)
     : workspaceRelauncher_(std::move(workspaceRelauncher)),
       privilegeChecker_(std::move(privilegeChecker)),
       authorizationProvider_(std::move(authorizationProvider)),
       jobSubmitter_(std::move(jobSubmitter)),
       launchUserContext_(std::move(launchUserContext)),
-      bundleIdentifierReader_(std::move(bundleIdentifierReader)),
+      fileManager_(std::move(fileManager)),
       toolPaths_(std::move(toolPaths)),
       diagnosticLog_(std::move(diagnosticLog)) {}
 
@@ -64,7 +67,7 @@ VeskAppBundleLaunchdJob VeskAppBundleLaunchdRelauncher::relaunchJob(const Quillo
 }
 
 std::string VeskAppBundleLaunchdRelauncher::relaunchLabel(const QuillonURL& applicationURL) const {
-  const std::optional<std::string> identifier = bundleIdentifierReader_(applicationURL);
+  const auto identifier = bundleInformationText(*fileManager_, applicationURL, "CFBundleIdentifier");
   if (!identifier || identifier->empty()) return std::string(kFallbackLabel);
   return *identifier + std::string(kLabelSuffix);
 }

@@ -1,16 +1,18 @@
 #pragma once
 
+#include "QuillonCore/Contracts/QuillonFileManaging.h"
 #include "QuillonCore/Runtime/QuillonSystemLog.h"
+#include "QuillonCore/Runtime/QuillonSystemServices.h"
 #include "QuillonUpdatesAppKitUI/AppBundleReplacement/VeskAppBundleLaunchdUserContext.h"
 #include "QuillonUpdatesAppKitUI/AppBundleReplacement/VeskAppBundleReplacementPrivilegeChecking.h"
 #include "QuillonUpdatesAppKitUI/AppBundleReplacement/VeskAppBundleReplacementRelaunching.h"
 #include "QuillonUpdatesAppKitUI/HelperLaunchers/Launchd/VeskAppBundleLaunchdAuthorizationProviding.h"
 #include "QuillonUpdatesAppKitUI/HelperLaunchers/Launchd/VeskAppBundleLaunchdJobSubmitting.h"
 
-#include <functional>
 #include <memory>
 #include <optional>
 #include <string>
+#include <string_view>
 
 namespace quillon {
 
@@ -32,17 +34,15 @@ struct VeskAppBundleRelaunchToolPaths {
 /// An unprivileged process lets the workspace do it. A privileged one submits a job that opens the application.
 class VeskAppBundleLaunchdRelauncher final : public VeskAppBundleReplacementRelaunching {
  public:
-  /// The identifier that the bundle at a URL gives itself (CFBundleIdentifier); absent when there is none. Must not
-  /// throw.
-  using BundleIdentifierReader = std::function<std::optional<std::string>(const QuillonURL& bundleURL)>;
-
-  VeskAppBundleLaunchdRelauncher(std::shared_ptr<VeskAppBundleReplacementRelaunching> workspaceRelauncher,
-                                 std::shared_ptr<VeskAppBundleReplacementPrivilegeChecking> privilegeChecker,
-                                 std::shared_ptr<VeskAppBundleLaunchdAuthorizationProviding> authorizationProvider,
-                                 std::shared_ptr<VeskAppBundleLaunchdJobSubmitting> jobSubmitter,
-                                 std::optional<VeskAppBundleLaunchdUserContext> launchUserContext,
-                                 BundleIdentifierReader bundleIdentifierReader,
-                                 VeskAppBundleRelaunchToolPaths toolPaths, QuillonDiagnosticLog diagnosticLog);
+  VeskAppBundleLaunchdRelauncher(
+      std::shared_ptr<VeskAppBundleReplacementRelaunching> workspaceRelauncher,
+      std::shared_ptr<VeskAppBundleReplacementPrivilegeChecking> privilegeChecker,
+      std::shared_ptr<VeskAppBundleLaunchdAuthorizationProviding> authorizationProvider,
+      std::shared_ptr<VeskAppBundleLaunchdJobSubmitting> jobSubmitter,
+      std::optional<VeskAppBundleLaunchdUserContext> launchUserContext,
+      std::shared_ptr<const QuillonFileManaging> fileManager = makeSystemFileManager(),
+      VeskAppBundleRelaunchToolPaths toolPaths = VeskAppBundleRelaunchToolPaths::systemDefault(),
+      QuillonDiagnosticLog diagnosticLog = &writeToSystemLog);
 
   /// True when the workspace started the application, or the service manager took the job that does. A privileged
   /// relaunch that fails answers false and leaves one line in the diagnostic log.
@@ -63,7 +63,7 @@ class VeskAppBundleLaunchdRelauncher final : public VeskAppBundleReplacementRela
   const std::shared_ptr<VeskAppBundleLaunchdAuthorizationProviding> authorizationProvider_;
   const std::shared_ptr<VeskAppBundleLaunchdJobSubmitting> jobSubmitter_;
   const std::optional<VeskAppBundleLaunchdUserContext> launchUserContext_;
-  const BundleIdentifierReader bundleIdentifierReader_;
+  const std::shared_ptr<const QuillonFileManaging> fileManager_;
   const VeskAppBundleRelaunchToolPaths toolPaths_;
   const QuillonDiagnosticLog diagnosticLog_;
 };

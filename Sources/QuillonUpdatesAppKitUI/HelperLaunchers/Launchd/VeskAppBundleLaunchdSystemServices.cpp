@@ -2,7 +2,6 @@
 
 #include <utility>
 
-#include "QuillonCore/Runtime/QuillonBundleInformation.h"
 #include "QuillonCore/Runtime/QuillonSystemServices.h"
 #include "QuillonUpdatesAppKitUI/AppBundleReplacement/VeskAppBundleReplacementProcessPrivilegeChecker.h"
 #include "QuillonUpdatesAppKitUI/AppBundleReplacement/VeskAppBundleWorkspaceRelauncher.h"
@@ -17,10 +16,7 @@ std::shared_ptr<VeskAppBundleReplacementRelaunching> makeSystemLaunchdRelauncher
       std::make_shared<VeskAppBundleWorkspaceRelauncher>(makeSystemWorkspace()),
       std::make_shared<VeskAppBundleReplacementProcessPrivilegeChecker>(),
       std::make_shared<VeskAppBundleSecurityAuthorizationProvider>(makeSystemSecurityAuthorizationClient()),
-      makeSystemLaunchdJobSubmitter(), launchUserContext,
-      [fileManager = makeSystemFileManager()](const QuillonURL& bundle) {
-        return bundleInformationText(*fileManager, bundle, "CFBundleIdentifier");
-      },
+      makeSystemLaunchdJobSubmitter(), launchUserContext, makeSystemFileManager(),
       VeskAppBundleRelaunchToolPaths::systemDefault(), std::move(diagnosticLog));
 }
 

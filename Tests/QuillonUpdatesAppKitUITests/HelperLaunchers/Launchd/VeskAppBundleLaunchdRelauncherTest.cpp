@@ -1,5 +1,7 @@
+#include "QuillonCore/Runtime/Posix/QuillonPosixFileManager.h"
 #include "QuillonUpdatesAppKitUI/AppBundleReplacement/VeskUpdateInstallerError.h"
 #include "QuillonUpdatesAppKitUI/HelperLaunchers/Launchd/VeskAppBundleLaunchdRelauncher.h"
+#include "Support/TemporaryDirectory.h"
 
 #include <memory>
 #include <optional>
@@ -14,8 +16,6 @@ namespace {
 
 using ::testing::ElementsAre;
 using ::testing::IsEmpty;
-
-const QuillonURL kApplication = QuillonURL::fileURL("/Applications/Foo Bar.app");
 
 class FakeRelauncher final : public VeskAppBundleReplacementRelaunching {
  public:
@@ -76,13 +76,19 @@ class FakeJobSubmitter final : public VeskAppBundleLaunchdJobSubmitting {
 
 class VeskAppBundleLaunchdRelauncherTest : public ::testing::Test {
  protected:
+  VeskAppBundleLaunchdRelauncherTest() { writeInformation("{ CFBundleIdentifier = \"org.example.Foo\"; }"); }
+
+  void writeInformation(std::string_view text) {
+    testing::writeFile(folder_ / "Foo Bar.app/Contents/Info.plist", text);
+  }
+
   VeskAppBundleLaunchdRelauncher relauncher() {
     return {workspace_,
             privileges_,
             authorizations_,
             submitter_,
             userContext_,
-            [this](const QuillonURL&) { return bundleIdentifier_; },
+            std::make_shared<QuillonPosixFileManager>(),
             {.launchctl = "/bin/launchctl", .open = "/usr/bin/open"},
             [this](std::string_view line) { log_.emplace_back(line); }};
   }
@@ -93,27 +99,28 @@ class VeskAppBundleLaunchdRelauncherTest : public ::testing::Test {
   std::shared_ptr<FakeJobSubmitter> submitter_ = std::make_shared<FakeJobSubmitter>();
   std::optional<VeskAppBundleLaunchdUserContext> userContext_ = VeskAppBundleLaunchdUserContext{
       .userIdentifier = 501, .groupIdentifier = 20, .userName = "someone", .homeDirectory = "/Users/someone"};
-  std::optional<std::string> bundleIdentifier_ = "org.example.Foo";
+  testing::TemporaryDirectory folder_;
+  QuillonURL application_ = QuillonURL::fileURL((folder_ / "Foo Bar.app").string());
   std::vector<std::string> log_;
 };
 
 TEST_F(VeskAppBundleLaunchdRelauncherTest, UnprivilegedRelaunchIsTheWorkspaces) {
   privileges_->isPrivileged = false;
-  EXPECT_TRUE(relauncher().relaunchApplication(kApplication));
+  EXPECT_TRUE(relauncher().relaunchApplication(application_));
   workspace_->answer = false;
-  EXPECT_FALSE(relauncher().relaunchApplication(kApplication));
+  EXPECT_FALSE(relauncher().relaunchApplication(application_));
 
-  EXPECT_THAT(workspace_->relaunched, ElementsAre(kApplication, kApplication));
+  EXPECT_THAT(workspace_->relaunched, ElementsAre(application_, application_));
   EXPECT_THAT(submitter_->submitted, IsEmpty());
 }
 
 TEST_F(VeskAppBundleLaunchdRelauncherTest, PrivilegedRelaunchOpensTheApplicationAsItsUser) {
-  EXPECT_TRUE(relauncher().relaunchApplication(kApplication));
+  EXPECT_TRUE(relauncher().relaunchApplication(application_));
 
   const VeskAppBundleLaunchdJob expected{
       .label = "org.example.Foo.quillon-relaunch",
       .domain = VeskAppBundleLaunchdJobDomain::system,
-      .programArguments = {"/bin/launchctl", "asuser", "501", "/usr/bin/open", "/Applications/Foo Bar.app"}};
+      .programArguments = {"/bin/launchctl", "asuser", "501", "/usr/bin/open", application_.path()}};
   EXPECT_THAT(submitter_->submitted, ElementsAre(expected));
   EXPECT_THAT(authorizations_->requestedRights, ElementsAre("com.apple.ServiceManagement.daemons.modify"));
   EXPECT_THAT(workspace_->relaunched, IsEmpty());
@@ -123,11 +130,11 @@ TEST_F(VeskAppBundleLaunchdRelauncherTest, PrivilegedRelaunchOpensTheApplication
 TEST_F(VeskAppBundleLaunchdRelauncherTest, WithoutUserTheJobGoesToTheUserDomain) {
   userContext_.reset();
 
-  EXPECT_TRUE(relauncher().relaunchApplication(kApplication));
+  EXPECT_TRUE(relauncher().relaunchApplication(application_));
 
   const VeskAppBundleLaunchdJob expected{.label = "org.example.Foo.quillon-relaunch",
                                          .domain = VeskAppBundleLaunchdJobDomain::user,
-                                         .programArguments = {"/usr/bin/open", "/Applications/Foo Bar.app"}};
+                                         .programArguments = {"/usr/bin/open", application_.path()}};
   EXPECT_THAT(submitter_->submitted, ElementsAre(expected));
   EXPECT_THAT(authorizations_->requestedRights, IsEmpty());
 }
@@ -135,15 +142,18 @@ TEST_F(VeskAppBundleLaunchdRelauncherTest, WithoutUserTheJobGoesToTheUserDomain)
 TEST_F(VeskAppBundleLaunchdRelauncherTest, LargestUserIdentifierIsWrittenInDecimal) {
   userContext_->userIdentifier = 4294967294U;
 
-  EXPECT_EQ(relauncher().relaunchJob(kApplication).programArguments.at(2), "4294967294");
+  EXPECT_EQ(relauncher().relaunchJob(application_).programArguments.at(2), "4294967294");
 }
 
 TEST_F(VeskAppBundleLaunchdRelauncherTest, BundleWithoutIdentifierHasAFixedLabel) {
-  bundleIdentifier_ = std::nullopt;
-  EXPECT_EQ(relauncher().relaunchLabel(kApplication), "io.quillon.application-relaunch");
+  writeInformation("{ CFBundleName = Foo; }");
+  EXPECT_EQ(relauncher().relaunchLabel(application_), "io.quillon.application-relaunch");
 
-  bundleIdentifier_ = "";
-  EXPECT_EQ(relauncher().relaunchLabel(kApplication), "io.quillon.application-relaunch");
+  writeInformation("{ CFBundleIdentifier = \"\"; }");
+  EXPECT_EQ(relauncher().relaunchLabel(application_), "io.quillon.application-relaunch");
+
+  writeInformation("no property list (");
+  EXPECT_EQ(relauncher().relaunchLabel(application_), "io.quillon.application-relaunch");
 }
 
 TEST_F(VeskAppBundleLaunchdRelauncherTest, RefusedSubmissionAnswersFalseAndLeavesALine) {
@@ -153,10 +163,12 @@ TEST_F(VeskAppBundleLaunchdRelauncherTest, RefusedSubmissionAnswersFalseAndLeave
        .errorCode = 5,
        .errorDescription = "no"});
 
-  EXPECT_FALSE(relauncher().relaunchApplication(kApplication));
+  EXPECT_FALSE(relauncher().relaunchApplication(application_));
 
   EXPECT_THAT(log_, ElementsAre("VeskAppBundleLaunchdRelauncher: Failed to submit the relaunch job; "
-                                "path=/Applications/Foo Bar.app error=replacementHelperLaunchFailed("
+                                "path=" +
+                                application_.path() +
+                                " error=replacementHelperLaunchFailed("
                                 "phase=jobSubmission domain=manager code=5 description=no)"));
   EXPECT_THAT(workspace_->relaunched, IsEmpty()) << "root must not open the application itself";
 }
@@ -164,18 +176,18 @@ TEST_F(VeskAppBundleLaunchdRelauncherTest, RefusedSubmissionAnswersFalseAndLeave
 TEST_F(VeskAppBundleLaunchdRelauncherTest, RefusedRightsSubmitNothing) {
   authorizations_->error = VeskUpdateInstallerError::authorizationDenied({.status = -60005, .message = {}});
 
-  EXPECT_FALSE(relauncher().relaunchApplication(kApplication));
+  EXPECT_FALSE(relauncher().relaunchApplication(application_));
 
   EXPECT_THAT(submitter_->submitted, IsEmpty());
   EXPECT_EQ(log_.size(), 1U);
 }
 
 TEST_F(VeskAppBundleLaunchdRelauncherTest, AuthorizationIsReleasedWhateverTheOutcome) {
-  (void)relauncher().relaunchApplication(kApplication);
+  (void)relauncher().relaunchApplication(application_);
   EXPECT_EQ(authorizations_->living, 0);
 
   submitter_->error = VeskUpdateInstallerError::replacementFailed();
-  (void)relauncher().relaunchApplication(kApplication);
+  (void)relauncher().relaunchApplication(application_);
   EXPECT_EQ(authorizations_->living, 0);
 }
 

@@ -34,7 +34,7 @@ class BusError {
   }
 
  private:
-  sd_bus_error error_ = SD_BUS_ERROR_NULL;
+  sd_bus_error error_{};
 };
 
 void appendTextProperty(sd_bus_message* message, const char* name, const char* value) {

@@ -5,10 +5,22 @@
 #include "QuillonUpdatesAppKitUI/HelperLaunchers/Launchd/Linux/SystemdManagerConnection.h"
 #include "QuillonUpdatesAppKitUI/HelperLaunchers/Launchd/Linux/SystemdUnitName.h"
 
+#include <cerrno>
+#include <string_view>
+
 #include <unistd.h>
 
 namespace quillon {
 namespace {
+
+/// A unit whose program has ended stays loaded while processes that it started live, such as an opened application.
+/// Those must not be ended, so its name is taken for as long; the next name is tried then.
+constexpr int kLargestUnitNumber = 100;
+constexpr std::string_view kUnitExists = "org.freedesktop.systemd1.UnitExists";
+
+std::string unitName(const std::string& label, int number) {
+  return systemdServiceName(number == 1 ? label : label + "-" + std::to_string(number));
+}
 
 /// Stops and forgets what is left of an older job.
 void removeJob(SystemdManagerConnection& manager, const std::string& unit) {
@@ -22,6 +34,28 @@ void removeJob(SystemdManagerConnection& manager, const std::string& unit) {
   }
 }
 
+/// Whether the manager took the job as `unit`; false when that name is taken.
+bool tryToSubmit(SystemdManagerConnection& manager, const std::string& unit, const VeskAppBundleLaunchdJob& job,
+                 const std::function<bool()>& shouldProceed) {
+  removeJob(manager, unit);
+  requireProceeding(shouldProceed);
+  try {
+    manager.startTransientService(unit, job.label, job.programArguments);
+    return true;
+  } catch (const QuillonSystemError& error) {
+    if (error.domain() != kUnitExists) throw;
+    return false;
+  }
+}
+
+void submitTo(SystemdManagerConnection& manager, const VeskAppBundleLaunchdJob& job,
+              const std::function<bool()>& shouldProceed) {
+  for (int number = 1; number <= kLargestUnitNumber; ++number) {
+    if (tryToSubmit(manager, unitName(job.label, number), job, shouldProceed)) return;
+  }
+  throw QuillonSystemError(std::string(kUnitExists), EEXIST, "Every unit name for " + job.label + " is taken.");
+}
+
 }  // namespace
 
 VeskAppBundleSystemdBusAddresses VeskAppBundleSystemdBusAddresses::systemDefault() {
@@ -33,13 +67,10 @@ void VeskAppBundleSystemdJobSubmitter::submit(const VeskAppBundleLaunchdJob& job
                                               const VeskAppBundleLaunchdAuthorization& /*authorization*/,
                                               const std::function<bool()>& shouldProceed) {
   const bool isSystemJob = job.domain == VeskAppBundleLaunchdJobDomain::system;
-  const std::string unit = systemdServiceName(job.label);
   try {
     requireProgram(job);
     SystemdManagerConnection manager(isSystemJob ? addresses_.system : addresses_.user, timeLimit_);
-    removeJob(manager, unit);
-    requireProceeding(shouldProceed);
-    manager.startTransientService(unit, job.label, job.programArguments);
+    submitTo(manager, job, shouldProceed);
   } catch (const QuillonSystemError& error) {
     throw jobSubmissionFailure(error);
   }

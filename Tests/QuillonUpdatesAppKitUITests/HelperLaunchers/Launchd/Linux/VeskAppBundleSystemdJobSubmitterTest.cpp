@@ -88,6 +88,18 @@ TEST_F(VeskAppBundleSystemdJobSubmitterTest, MissingOlderJobIsNoFailure) {
   EXPECT_EQ(manager.calls().size(), 4U);
 }
 
+TEST_F(VeskAppBundleSystemdJobSubmitterTest, NameThatLivingProcessesHoldIsNumbered) {
+  const FakeSystemdManager manager(bus_.address(), {.takenNames = {"org.example.App.quillon-updater.service",
+                                                                   "org.example.App.quillon-updater-2.service"}});
+
+  EXPECT_EQ(submit(), std::nullopt);
+
+  const auto units = manager.startedUnits();
+  ASSERT_EQ(units.size(), 1U);
+  EXPECT_EQ(units[0].name, "org.example.App.quillon-updater-3.service");
+  EXPECT_EQ(units[0].textProperties.at("Description"), job_.label);
+}
+
 TEST_F(VeskAppBundleSystemdJobSubmitterTest, AsksBetweenRemovalAndSubmission) {
   const FakeSystemdManager manager(bus_.address());
 
