@@ -1,10 +1,9 @@
 #include "CodeSignature/BERElement.h"
+#include "CodeSignature/CodeSignatureError.h"
 
 #include <string>
 
 #include <gtest/gtest.h>
-
-#include "CodeSignature/CodeSignatureError.h"
 
 namespace quillon {
 namespace {
@@ -38,10 +37,10 @@ TEST(BERElementTest, IndefiniteLengthsNest) {
 }
 
 TEST(BERElementTest, MalformedValuesAreRefused) {
-  for (const std::string_view bytes : {""sv, "\x02"sv, "\x02\x02\x01"sv, "\x04\x81\x05xxxxx"sv,  // length not minimal
-                                       "\x04\x82\x00\x80"sv, "\x04\x80xx\0\0"sv,  // indefinite, not constructed
-                                       "\x30\x80\x02\x01\x07"sv, "\x30\x80\0"sv, "\x1F\x01x"sv,
-                                       "\x04\x85\x01\x00\x00\x00\x00"sv}) {
+  for (const std::string_view bytes :
+       {""sv, "\x02"sv, "\x02\x02\x01"sv, "\x04\x81\x05xxxxx"sv,  // length not minimal
+        "\x04\x82\x00\x80"sv, "\x04\x80xx\0\0"sv,                 // indefinite, not constructed
+        "\x30\x80\x02\x01\x07"sv, "\x30\x80\0"sv, "\x1F\x01x"sv, "\x04\x85\x01\x00\x00\x00\x00"sv}) {
     EXPECT_THROW((void)BERReader(bytes).next(), CodeSignatureError) << bytes;
   }
 }

@@ -1,10 +1,9 @@
 #include "CodeSignature/BundleLink.h"
+#include "Support/TemporaryDirectory.h"
 
 #include <filesystem>
 
 #include <gtest/gtest.h>
-
-#include "Support/TemporaryDirectory.h"
 
 namespace quillon {
 namespace {

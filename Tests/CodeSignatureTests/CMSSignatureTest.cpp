@@ -1,9 +1,8 @@
 #include "CodeSignature/CMSSignature.h"
-
-#include <gtest/gtest.h>
-
 #include "CodeSignature/CodeSignatureError.h"
 #include "Support/SigningIdentityMaker.h"
+
+#include <gtest/gtest.h>
 
 namespace quillon {
 namespace {
@@ -26,8 +25,7 @@ TEST(CMSSignatureTest, MessageNamesSignerTimeAndAllDirectories) {
 
   EXPECT_EQ(signature.signer, identity.certificateChain().front());
   EXPECT_EQ(signature.certificates.size(), 2U);
-  EXPECT_EQ(signature.listedHashes,
-            (std::vector{directories[0].identifyingHash(), directories[1].identifyingHash()}));
+  EXPECT_EQ(signature.listedHashes, (std::vector{directories[0].identifyingHash(), directories[1].identifyingHash()}));
   ASSERT_EQ(signature.typedHashes->size(), 2U);
   EXPECT_FALSE(signature.timestampToken.has_value());
   ASSERT_TRUE(signature.signingTime.has_value());

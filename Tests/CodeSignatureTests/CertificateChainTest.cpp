@@ -1,9 +1,8 @@
 #include "CodeSignature/CertificateChain.h"
-
-#include <gtest/gtest.h>
-
 #include "CodeSignature/CodeSignatureError.h"
 #include "Support/SigningIdentityMaker.h"
+
+#include <gtest/gtest.h>
 
 namespace quillon {
 namespace {

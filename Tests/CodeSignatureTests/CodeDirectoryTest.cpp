@@ -1,8 +1,7 @@
 #include "CodeSignature/CodeDirectory.h"
+#include "CodeSignature/CodeSignatureError.h"
 
 #include <gtest/gtest.h>
-
-#include "CodeSignature/CodeSignatureError.h"
 
 namespace quillon {
 namespace {
@@ -71,25 +70,25 @@ TEST(CodeDirectoryTest, IdentifyingHashIsTheBeginningOfTheBlobsHash) {
 TEST(CodeDirectoryTest, FieldsThatDoNotFitTogetherAreRefused) {
   const std::string blob = buildCodeDirectory(sampleDirectory());
 
-  EXPECT_EQ(errorWith(blob, 0, 0xFADE0C01), signatureFailed);                  // magic
+  EXPECT_EQ(errorWith(blob, 0, 0xFADE0C01), signatureFailed);  // magic
   EXPECT_EQ(errorWith(blob, 4, static_cast<std::uint32_t>(blob.size()) + 1), signatureFailed);
-  EXPECT_EQ(errorWith(blob, 8, 0x20000), signatureUnsupported);                // version
+  EXPECT_EQ(errorWith(blob, 8, 0x20000), signatureUnsupported);  // version
   EXPECT_EQ(errorWith(blob, 8, 0x2F001), signatureUnsupported);
-  EXPECT_EQ(errorWith(blob, 16, 0xFFFFFFFF), signatureFailed);                 // hash offset
-  EXPECT_EQ(errorWith(blob, 16, 60), signatureFailed);                         // special hashes over the header
-  EXPECT_EQ(errorWith(blob, 20, 4), signatureFailed);                          // identifier inside the header
+  EXPECT_EQ(errorWith(blob, 16, 0xFFFFFFFF), signatureFailed);  // hash offset
+  EXPECT_EQ(errorWith(blob, 16, 60), signatureFailed);          // special hashes over the header
+  EXPECT_EQ(errorWith(blob, 20, 4), signatureFailed);           // identifier inside the header
   EXPECT_EQ(errorWith(blob, 20, 0xFFFFFFFF), signatureFailed);
   EXPECT_EQ(errorWith(blob, 20, static_cast<std::uint32_t>(blob.size()) - 1), signatureFailed);  // not terminated
-  EXPECT_EQ(errorWith(blob, 24, 0xFFFFFFFF), signatureFailed);                 // special slots
-  EXPECT_EQ(errorWith(blob, 28, 0xFFFFFFFF), signatureFailed);                 // code slots
-  EXPECT_EQ(errorWith(blob, 28, 1), signatureFailed);                          // fewer pages than the limit says
-  EXPECT_EQ(errorWith(blob, 32, 0), signatureFailed);                          // limit
+  EXPECT_EQ(errorWith(blob, 24, 0xFFFFFFFF), signatureFailed);                                   // special slots
+  EXPECT_EQ(errorWith(blob, 28, 0xFFFFFFFF), signatureFailed);                                   // code slots
+  EXPECT_EQ(errorWith(blob, 28, 1), signatureFailed);  // fewer pages than the limit says
+  EXPECT_EQ(errorWith(blob, 32, 0), signatureFailed);  // limit
   EXPECT_EQ(errorWith(blob, 32, 8193), signatureFailed);
-  EXPECT_EQ(errorWith(blob, 36, 20, 1), signatureFailed);                      // hash size of another type
-  EXPECT_EQ(errorWith(blob, 37, 5, 1), signatureUnsupported);                  // hash type
-  EXPECT_EQ(errorWith(blob, 39, 64, 1), signatureFailed);                      // page size
-  EXPECT_EQ(errorWith(blob, 44, 1), signatureFailed);                          // scatter vector
-  EXPECT_EQ(errorWith(blob, 48, 4), signatureFailed);                          // team inside the header
+  EXPECT_EQ(errorWith(blob, 36, 20, 1), signatureFailed);      // hash size of another type
+  EXPECT_EQ(errorWith(blob, 37, 5, 1), signatureUnsupported);  // hash type
+  EXPECT_EQ(errorWith(blob, 39, 64, 1), signatureFailed);      // page size
+  EXPECT_EQ(errorWith(blob, 44, 1), signatureFailed);          // scatter vector
+  EXPECT_EQ(errorWith(blob, 48, 4), signatureFailed);          // team inside the header
 }
 
 TEST(CodeDirectoryTest, EveryCutIsRefused) {

@@ -1,17 +1,16 @@
+#include "CodeSignature/CodeDirectory.h"
+#include "CodeSignature/CodeSignatureError.h"
+#include "CodeSignature/CodeSignatureVerdict.h"
 #include "CodeSignature/CodeSigner.h"
+#include "Support/SignedBundleBuilder.h"
+#include "Support/SigningIdentityMaker.h"
+#include "Support/TemporaryDirectory.h"
 
 #include <filesystem>
 #include <map>
 
 #include <gtest/gtest.h>
 #include <sys/stat.h>
-
-#include "CodeSignature/CodeDirectory.h"
-#include "CodeSignature/CodeSignatureError.h"
-#include "CodeSignature/CodeSignatureVerdict.h"
-#include "Support/SignedBundleBuilder.h"
-#include "Support/SigningIdentityMaker.h"
-#include "Support/TemporaryDirectory.h"
 
 namespace quillon {
 namespace {
@@ -122,7 +121,9 @@ const Obstacle kObstacles[] = {
      signatureUnsupported},
     {"NestedFolderThatIsNoBundle", [](const auto& b) { testing::writeFile(b / "MacOS/x.d/y", ""); }, badBundleFormat},
 };
-std::string obstacleName(const ::testing::TestParamInfo<Obstacle>& info) { return info.param.name; }
+std::string obstacleName(const ::testing::TestParamInfo<Obstacle>& info) {
+  return info.param.name;
+}
 INSTANTIATE_TEST_SUITE_P(Obstacles, CodeSignerObstacleTest, ::testing::ValuesIn(kObstacles), obstacleName);
 
 TEST(CodeSignerTest, WhatAnInterruptedSigningLeftBehindIsRemoved) {

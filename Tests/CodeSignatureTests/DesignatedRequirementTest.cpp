@@ -1,9 +1,8 @@
 #include "CodeSignature/DesignatedRequirement.h"
-
-#include <gtest/gtest.h>
-
 #include "CodeSignature/ObjectIdentifier.h"
 #include "CodeSignature/RequirementText.h"
+
+#include <gtest/gtest.h>
 
 namespace quillon {
 namespace {
@@ -50,9 +49,10 @@ TEST(DesignatedRequirementTest, DeveloperIDIsRecognisedByItsTeam) {
   chain.certificates[0].extensions.emplace(objectIdentifierContent("1.2.840.113635.100.6.1.13").value(), "");
   chain.certificates[1].extensions.emplace(objectIdentifierContent("1.2.840.113635.100.6.2.6").value(), "");
 
-  EXPECT_EQ(derived(&chain),
-            "identifier a.b and anchor apple generic and certificate 1[field.1.2.840.113635.100.6.2.6] /* exists */ and "
-            "certificate leaf[field.1.2.840.113635.100.6.1.13] /* exists */ and certificate leaf[subject.OU] = TEAM");
+  EXPECT_EQ(
+      derived(&chain),
+      "identifier a.b and anchor apple generic and certificate 1[field.1.2.840.113635.100.6.2.6] /* exists */ and "
+      "certificate leaf[field.1.2.840.113635.100.6.1.13] /* exists */ and certificate leaf[subject.OU] = TEAM");
 }
 
 }  // namespace

@@ -1,11 +1,10 @@
+#include "CodeSignature/CodeSignatureError.h"
 #include "CodeSignature/RegularExpression.h"
 
 #include <string>
 
 #include <gtest/gtest.h>
 #include <regex.h>
-
-#include "CodeSignature/CodeSignatureError.h"
 
 namespace quillon {
 namespace {
@@ -76,8 +75,9 @@ TEST(RegularExpressionTest, ShortcutsNeverChangeTheAnswer) {
 }
 
 TEST(RegularExpressionTest, DangerousAndBrokenPatternsAreRefused) {
-  for (const std::string& pattern : {std::string("("), std::string("["), std::string("a{2}"), std::string("(a)\\1"),
-                                     std::string(513, 'a'), std::string("a\0b", 3), std::string("*("), std::string("\\")}) {
+  for (const std::string& pattern :
+       {std::string("("), std::string("["), std::string("a{2}"), std::string("(a)\\1"), std::string(513, 'a'),
+        std::string("a\0b", 3), std::string("*("), std::string("\\")}) {
     EXPECT_THROW(RegularExpression{pattern}, CodeSignatureError) << pattern;
   }
 }

@@ -1,9 +1,8 @@
+#include "CodeSignature/BlobBuilder.h"
+#include "CodeSignature/CodeSignatureError.h"
 #include "CodeSignature/RequirementCodec.h"
 
 #include <gtest/gtest.h>
-
-#include "CodeSignature/BlobBuilder.h"
-#include "CodeSignature/CodeSignatureError.h"
 
 namespace quillon {
 namespace {
@@ -43,8 +42,8 @@ TEST(RequirementCodecTest, DamagedBlobsAreRefused) {
   EXPECT_EQ(errorOf(""), requirementInvalid);
   EXPECT_EQ(errorOf(blobOf(BlobBuilder())), requirementInvalid);
   EXPECT_EQ(errorOf(blobOf(BlobBuilder().u32(1), 2)), requirementUnsupported);
-  EXPECT_EQ(errorOf(blobOf(BlobBuilder().u32(1).u32(1))), requirementInvalid);            // rest
-  EXPECT_EQ(errorOf(blobOf(BlobBuilder().u32(2).u32(0xFFFFFFFF))), requirementInvalid);  // length
+  EXPECT_EQ(errorOf(blobOf(BlobBuilder().u32(1).u32(1))), requirementInvalid);               // rest
+  EXPECT_EQ(errorOf(blobOf(BlobBuilder().u32(2).u32(0xFFFFFFFF))), requirementInvalid);      // length
   EXPECT_EQ(errorOf(blobOf(BlobBuilder().u32(2).u32(3).bytes("abc"))), requirementInvalid);  // no padding
   EXPECT_EQ(errorOf(blobOf(BlobBuilder().u32(10).paddedData("k").u32(99))), requirementUnsupported);
 }

@@ -1,9 +1,8 @@
+#include "CodeSignature/ObjectIdentifier.h"
 #include "CodeSignature/RequirementEvaluation.h"
+#include "CodeSignature/RequirementText.h"
 
 #include <gtest/gtest.h>
-
-#include "CodeSignature/ObjectIdentifier.h"
-#include "CodeSignature/RequirementText.h"
 
 namespace quillon {
 namespace {
@@ -22,8 +21,8 @@ class RequirementEvaluationTest : public ::testing::Test {
         {"Version", QuillonPropertyListValue("1.10")},
         {"Yes", QuillonPropertyListValue(true)},
         {"No", QuillonPropertyListValue(false)},
-        {"List", QuillonPropertyListValue(QuillonPropertyListValue::Array{QuillonPropertyListValue("a"),
-                                                                          QuillonPropertyListValue("b")})}});
+        {"List", QuillonPropertyListValue(
+                     QuillonPropertyListValue::Array{QuillonPropertyListValue("a"), QuillonPropertyListValue("b")})}});
     subject_.identifier = "com.example";
     subject_.codeDirectoryHashes = {std::string(20, '\x33')};
     subject_.chain = &chain_;

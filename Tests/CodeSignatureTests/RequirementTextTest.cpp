@@ -1,11 +1,10 @@
+#include "CodeSignature/CodeSignatureError.h"
+#include "CodeSignature/RequirementCodec.h"
 #include "CodeSignature/RequirementText.h"
 
 #include <string>
 
 #include <gtest/gtest.h>
-
-#include "CodeSignature/CodeSignatureError.h"
-#include "CodeSignature/RequirementCodec.h"
 
 namespace quillon {
 namespace {
@@ -66,7 +65,8 @@ const std::string kTexts[] = {
 INSTANTIATE_TEST_SUITE_P(Texts, RequirementTextRoundTripTest, ::testing::ValuesIn(kTexts));
 
 TEST(RequirementTextTest, CommentsAndBlanksSayNothing) {
-  EXPECT_EQ(parseRequirementText("  /* a */ always // b\n and # c\n\tnever "), parseRequirementText("always and never"));
+  EXPECT_EQ(parseRequirementText("  /* a */ always // b\n and # c\n\tnever "),
+            parseRequirementText("always and never"));
 }
 
 TEST(RequirementTextTest, SynonymsMeanTheSame) {

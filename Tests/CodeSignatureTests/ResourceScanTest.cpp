@@ -1,13 +1,12 @@
+#include "CodeSignature/CodeSignatureError.h"
 #include "CodeSignature/ResourceScan.h"
+#include "Support/TemporaryDirectory.h"
 
 #include <filesystem>
 
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 #include <sys/stat.h>
-
-#include "CodeSignature/CodeSignatureError.h"
-#include "Support/TemporaryDirectory.h"
 
 namespace quillon {
 namespace {
@@ -36,10 +35,9 @@ TEST(ResourceScanTest, ListsWhatTheRulesSeal) {
   std::filesystem::create_symlink("/outside", folder / "Resources/link");
   std::filesystem::create_directories(folder / "Resources/empty");
 
-  EXPECT_THAT(scannedPaths(folder),
-              ElementsAre("file Resources/r", "link Resources/link -> /outside", "file Resources/sub.bundle/y",
-                          "file Resources/de.lproj/x optional", "code PlugIns/a.bundle", "file MacOS/helper",
-                          "file MacOS/folder/x"));
+  EXPECT_THAT(scannedPaths(folder), ElementsAre("link Resources/link -> /outside", "file Resources/r",
+                                                "file Resources/sub.bundle/y", "file Resources/de.lproj/x optional",
+                                                "code PlugIns/a.bundle", "file MacOS/helper", "file MacOS/folder/x"));
 }
 
 TEST(ResourceScanTest, SpecialFilesAreRefusedWithoutOpeningThem) {

@@ -1,8 +1,7 @@
+#include "CodeSignature/CodeSignatureError.h"
 #include "CodeSignature/ResourceSeal.h"
 
 #include <gtest/gtest.h>
-
-#include "CodeSignature/CodeSignatureError.h"
 
 namespace quillon {
 namespace {

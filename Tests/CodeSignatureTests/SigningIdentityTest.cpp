@@ -1,16 +1,15 @@
 #include "CodeSignature/SigningIdentity.h"
-
-#include <gtest/gtest.h>
-
 #include "QuillonCore/Values/QuillonError.h"
 #include "Support/SigningIdentityMaker.h"
 #include "Support/TemporaryDirectory.h"
 
+#include <gtest/gtest.h>
+
 namespace quillon {
 namespace {
 
-using testing::makeSigningIdentity;
 using testing::MadeSigningIdentity;
+using testing::makeSigningIdentity;
 
 TEST(SigningIdentityTest, FilesAreReadInAnyOrder) {
   const testing::TemporaryDirectory folder;
