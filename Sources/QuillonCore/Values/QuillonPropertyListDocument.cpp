@@ -14,7 +14,7 @@ void readInto(PropertyListTree& tree, std::string_view bytes) {
   if (bytes.empty()) throw QuillonPropertyListError("Not a property list: there are no bytes");
   if (bytes.size() >= kPropertyListSizeLimit) throw QuillonPropertyListError("Not a property list: 4 GiB or more");
   if (isBinaryPropertyList(bytes)) return readBinaryPropertyList(bytes, tree);
-  const std::string_view text = propertyListText(bytes, tree.arena);
+  const std::string_view text = decodedPropertyListText(bytes, tree.arena);
   if (text.size() >= kPropertyListSizeLimit) throw QuillonPropertyListError("Not a property list: 4 GiB or more");
   const std::size_t first = text.find_first_not_of(" \t\r\n");
   if (first != std::string_view::npos && text[first] == '<' && isXMLPropertyList(text.substr(first))) {
@@ -76,7 +76,12 @@ QuillonPropertyListValue QuillonPropertyListNode::toValue() const {
       break;
   }
   Value::Dictionary dictionary;
-  for (const auto& [key, value] : entries()) dictionary.emplace(key, value.toValue());
+  for (std::size_t i = 0; i < record_->size; ++i) {
+    // In the order of the keys where it is known, as it mostly is in what writers sort: each entry goes to the end.
+    const std::size_t position = record_->isIndexed ? record_->indexed->sortedPositions[i] : i;
+    dictionary.emplace_hint(dictionary.end(), tree_->key(*record_, position).string(),
+                            QuillonPropertyListNode(*tree_, tree_->value(*record_, position)).toValue());
+  }
   return Value(std::move(dictionary));
 }
 

@@ -112,6 +112,11 @@ class QuillonPropertyListNode::ElementIterator {
     ++index_;
     return *this;
   }
+  ElementIterator operator++(int) noexcept {
+    ElementIterator before = *this;
+    ++index_;
+    return before;
+  }
   friend bool operator==(const ElementIterator& a, const ElementIterator& b) noexcept { return a.index_ == b.index_; }
 
  private:
@@ -138,6 +143,11 @@ class QuillonPropertyListNode::EntryIterator {
   EntryIterator& operator++() noexcept {
     ++index_;
     return *this;
+  }
+  EntryIterator operator++(int) noexcept {
+    EntryIterator before = *this;
+    ++index_;
+    return before;
   }
   friend bool operator==(const EntryIterator& a, const EntryIterator& b) noexcept { return a.index_ == b.index_; }
 

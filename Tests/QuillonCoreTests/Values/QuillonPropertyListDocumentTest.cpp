@@ -2,6 +2,7 @@
 #include "QuillonCore/Values/QuillonPropertyListDocument.h"
 
 #include <cstdint>
+#include <iterator>
 #include <string>
 #include <utility>
 #include <vector>
@@ -72,6 +73,9 @@ TEST_P(QuillonPropertyListDocumentTest, ContainersAreWalkedAndSearched) {
   EXPECT_EQ(root.elements().begin(), root.elements().end());
 }
 
+static_assert(std::input_iterator<QuillonPropertyListNode::ElementIterator>);
+static_assert(std::input_iterator<QuillonPropertyListNode::EntryIterator>);
+
 TEST_P(QuillonPropertyListDocumentTest, LongDictionariesAreSearchedToo) {
   Value::Dictionary entries;
   for (int i = 0; i < 1000; ++i) entries.emplace("key" + std::to_string(i), Value(i));
@@ -102,9 +106,9 @@ TEST_P(QuillonPropertyListDocumentTest, StringsThatNeedNoDecodingAreViewsIntoThe
 
   const QuillonPropertyListDocument document = QuillonPropertyListDocument::borrowing(bytes);
 
-  const std::string_view string = *document.root().at(0).stringIf();
-  EXPECT_GE(string.data(), bytes.data());
-  EXPECT_LE(string.data() + string.size(), bytes.data() + bytes.size());
+  const std::string_view text = *document.root().at(0).stringIf();
+  EXPECT_GE(text.data(), bytes.data());
+  EXPECT_LE(text.data() + text.size(), bytes.data() + bytes.size());
 }
 
 INSTANTIATE_TEST_SUITE_P(Formats, QuillonPropertyListDocumentTest,
@@ -113,8 +117,8 @@ INSTANTIATE_TEST_SUITE_P(Formats, QuillonPropertyListDocumentTest,
                          });
 
 TEST(QuillonPropertyListDocumentErrorTest, WhatIsNoPropertyListIsRefused) {
-  EXPECT_THROW(QuillonPropertyListDocument(std::string()), QuillonPropertyListError);
-  EXPECT_THROW(QuillonPropertyListDocument("<plist>"), QuillonPropertyListError);
+  EXPECT_THROW(QuillonPropertyListDocument{std::string()}, QuillonPropertyListError);
+  EXPECT_THROW(QuillonPropertyListDocument{"<plist>"}, QuillonPropertyListError);
   EXPECT_THROW(static_cast<void>(QuillonPropertyListDocument::borrowing("bplist00")), QuillonPropertyListError);
 }
 

@@ -25,7 +25,8 @@ constexpr std::string_view kMagic = "bplist";
 constexpr std::string_view kHeader = "bplist00";
 constexpr std::size_t kTrailerSize = 32;
 
-// Strings and data, counted as often as they are referred to, may be this many times as long as the file.
+// Strings and data, counted as often as they are referred to, may be this many times as long as the file. That also
+// limits the work of comparing shared keys, and the memory of whoever copies them.
 constexpr std::size_t kExpansionLimit = 32;
 constexpr std::size_t kExpansionForSmallFiles = std::size_t{1024} * 1024;
 
@@ -56,8 +57,7 @@ struct Extent {
 
 class BinaryPropertyListReader {
  public:
-  BinaryPropertyListReader(std::string_view bytes, PropertyListTree& tree)
-      : bytes_(bytes), tree_(tree), keyOrder_(bytes.size()) {}
+  BinaryPropertyListReader(std::string_view bytes, PropertyListTree& tree) : bytes_(bytes), tree_(tree) {}
 
   void read();
 
@@ -108,7 +108,6 @@ class BinaryPropertyListReader {
 
   std::string_view bytes_;
   PropertyListTree& tree_;
-  PropertyListKeyOrder keyOrder_;
   std::unique_ptr<Record[]> objects_;
   std::size_t objectCount_ = 0;
   std::size_t rootIndex_ = 0;
@@ -364,7 +363,7 @@ void BinaryPropertyListReader::checkKeys(Record& dictionary) {
   }
   if (dictionary.size > kPropertyListLinearSearchLimit) {
     indexDictionary(dictionary);
-  } else if (keyOrder_.haveDuplicate(dictionary.size, [&](std::size_t i) { return childAt(dictionary, i).string(); })) {
+  } else if (haveDuplicateKey(dictionary.size, [&](std::size_t i) { return childAt(dictionary, i).string(); })) {
     fail("a dictionary has the same key twice", offsetOf(dictionary.children));
   }
 }
@@ -373,9 +372,8 @@ void BinaryPropertyListReader::indexDictionary(Record& dictionary) {
   const auto keyAt = [&](std::size_t index) { return childAt(dictionary, index).string(); };
   const std::span<std::uint32_t> sorted(tree_.arena.allocate<std::uint32_t>(dictionary.size), dictionary.size);
   std::iota(sorted.begin(), sorted.end(), 0U);
-  keyOrder_.sort(sorted, keyAt);
-  for (std::size_t i = 1; i < sorted.size(); ++i) {
-    if (keyOrder_.compare(keyAt(sorted[i - 1]), keyAt(sorted[i])) != 0) continue;
+  sortByKey(sorted, keyAt);
+  if (haveEqualNeighbours(sorted, keyAt)) {
     fail("a dictionary has the same key twice", offsetOf(dictionary.children));
   }
   auto* const indexed = tree_.arena.allocate<PropertyListIndexedChildren>(1);

@@ -22,7 +22,7 @@ constexpr bool isOldStyleSpace(char c) noexcept {
 class OldStylePropertyListReader {
  public:
   OldStylePropertyListReader(std::string_view text, PropertyListTree& tree)
-      : text_(text), tree_(tree), builder_(tree, text.size()) {}
+      : text_(text), tree_(tree), builder_(tree) {}
 
   void read();
 

@@ -13,11 +13,13 @@ namespace {
 
 constexpr std::string_view kBase64Alphabet = "ABCDEFGHIJKLMNOPQRSTUVWXYZabcdefghijklmnopqrstuvwxyz0123456789+/";
 
-constexpr std::array<std::int8_t, 256> base64Values() {
-  std::array<std::int8_t, 256> values{};
-  values.fill(-1);
+constexpr unsigned kNoBase64 = 0xFF;
+
+constexpr std::array<std::uint8_t, 256> base64Values() {
+  std::array<std::uint8_t, 256> values{};
+  values.fill(kNoBase64);
   for (std::size_t i = 0; i < kBase64Alphabet.size(); ++i) {
-    values[static_cast<unsigned char>(kBase64Alphabet[i])] = static_cast<std::int8_t>(i);
+    values[static_cast<unsigned char>(kBase64Alphabet[i])] = static_cast<std::uint8_t>(i);
   }
   return values;
 }
@@ -130,9 +132,9 @@ PropertyListScalar<std::string> parsePropertyListBase64(std::string_view text) {
       ++padding;
       continue;
     }
-    const int value = kBase64Values[static_cast<unsigned char>(c)];
-    if (value < 0 || padding > 0) return Scalar::wrong({&c, 1}, "has no place there in Base64 data");
-    bits = (bits << 6 | static_cast<unsigned>(value)) & 0xFFFFFF;
+    const unsigned value = kBase64Values[static_cast<unsigned char>(c)];
+    if (value == kNoBase64 || padding > 0) return Scalar::wrong({&c, 1}, "has no place there in Base64 data");
+    bits = (bits << 6 | value) & 0xFFFFFF;
     ++characters;
     const std::size_t phase = characters % 4;
     if (phase != 1) bytes += static_cast<char>(bits >> (phase == 0 ? 0 : 8 - 2 * phase) & 0xFF);
@@ -142,7 +144,7 @@ PropertyListScalar<std::string> parsePropertyListBase64(std::string_view text) {
   return Scalar::of(std::move(bytes));
 }
 
-std::string propertyListText(double value) {
+std::string propertyListRealText(double value) {
   if (std::isnan(value)) return "nan";
   if (std::isinf(value)) return value < 0 ? "-infinity" : "+infinity";
   char buffer[32];
@@ -150,7 +152,7 @@ std::string propertyListText(double value) {
   return {buffer, result.ptr};
 }
 
-std::string propertyListText(QuillonPropertyListDate date) {
+std::string propertyListDateText(QuillonPropertyListDate date) {
   const auto seconds = std::chrono::floor<std::chrono::seconds>(date);
   static constexpr std::chrono::sys_seconds kFirst{std::chrono::sys_days(std::chrono::year(0) / 1 / 1)};
   static constexpr std::chrono::sys_seconds kEnd{std::chrono::sys_days(std::chrono::year(10000) / 1 / 1)};

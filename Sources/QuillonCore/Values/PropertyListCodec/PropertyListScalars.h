@@ -44,9 +44,9 @@ struct PropertyListScalar {
 [[nodiscard]] PropertyListScalar<std::string> parsePropertyListBase64(std::string_view text);
 
 /// The shortest text that reads back as `value`.
-[[nodiscard]] std::string propertyListText(double value);
+[[nodiscard]] std::string propertyListRealText(double value);
 /// "YYYY-MM-DDTHH:MM:SSZ", fractions of a second cut off. Throws QuillonPropertyListError outside the years 0 to 9999.
-[[nodiscard]] std::string propertyListText(QuillonPropertyListDate date);
+[[nodiscard]] std::string propertyListDateText(QuillonPropertyListDate date);
 /// Base64 (RFC 4648, section 4) in one line.
 [[nodiscard]] std::string propertyListBase64(const std::vector<std::uint8_t>& bytes);
 

@@ -122,7 +122,7 @@ std::size_t appendUTF16BigEndian(std::string& bytes, std::string_view text) {
   return (bytes.size() - before) / 2;
 }
 
-std::string_view propertyListText(std::string_view bytes, PropertyListArena& arena) {
+std::string_view decodedPropertyListText(std::string_view bytes, PropertyListArena& arena) {
   std::string_view text = bytes;
   const bool isBigEndian = bytes.starts_with("\xFE\xFF");
   if (isBigEndian || bytes.starts_with("\xFF\xFE")) {

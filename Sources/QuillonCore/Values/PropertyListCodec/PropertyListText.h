@@ -36,7 +36,7 @@ std::size_t appendUTF16BigEndian(std::string& bytes, std::string_view text);
 
 /// The text of a text property list as UTF-8: without byte order mark, UTF-16 decoded into `arena`. Throws
 /// QuillonPropertyListError for bytes that are no text, NUL characters among them.
-[[nodiscard]] std::string_view propertyListText(std::string_view bytes, PropertyListArena& arena);
+[[nodiscard]] std::string_view decodedPropertyListText(std::string_view bytes, PropertyListArena& arena);
 
 /// Throws a QuillonPropertyListError that says `problem` and the line of `position` in `text`.
 [[noreturn]] void failAtLine(std::string_view text, const char* position, std::string_view problem);

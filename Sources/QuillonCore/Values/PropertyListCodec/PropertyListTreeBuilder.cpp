@@ -1,18 +1,10 @@
 #include "QuillonCore/Values/PropertyListCodec/PropertyListTreeBuilder.h"
 
+#include "QuillonCore/Values/PropertyListCodec/PropertyListKeyOrder.h"
+
 #include <numeric>
 
 namespace quillon {
-namespace {
-
-/// The positions 0 to `count` - 1 in `arena`.
-std::span<std::uint32_t> positions(std::size_t count, PropertyListArena& arena) {
-  const std::span<std::uint32_t> all(arena.allocate<std::uint32_t>(count), count);
-  std::iota(all.begin(), all.end(), 0U);
-  return all;
-}
-
-}  // namespace
 
 void PropertyListTreeBuilder::close() {
   const OpenContainer container = open_.back();
@@ -31,38 +23,50 @@ void PropertyListTreeBuilder::finish(const PropertyListRecord& root) {
 
 PropertyListRecord PropertyListTreeBuilder::finishedArray(std::size_t firstChild) {
   const std::span<const PropertyListRecord> pending = std::span(pending_).subspan(firstChild);
-  auto* const children = tree_.arena.allocate<PropertyListRecord>(pending.size());
-  std::uninitialized_copy(pending.begin(), pending.end(), children);
-  return PropertyListRecord::ofChildren(PropertyListType::array, children, pending.size());
+  return PropertyListRecord::ofChildren(PropertyListType::array, inArena(pending), pending.size());
 }
 
 PropertyListRecord PropertyListTreeBuilder::finishedDictionary(std::size_t firstChild) {
-  std::span<PropertyListRecord> pending = std::span(pending_).subspan(firstChild);
+  const std::span<PropertyListRecord> pending = std::span(pending_).subspan(firstChild);
   const auto keyAt = [&](std::size_t index) { return pending[2 * index].string(); };
   std::size_t count = pending.size() / 2;
-  const bool isSmall = count <= kPropertyListLinearSearchLimit;
-  if (!isSmall || keyOrder_.haveDuplicate(count, keyAt)) count = withoutOverwritten(pending);
-  auto* const children = tree_.arena.allocate<PropertyListRecord>(2 * count);
-  std::uninitialized_copy_n(pending.begin(), 2 * count, children);
-  PropertyListRecord dictionary = PropertyListRecord::ofChildren(PropertyListType::dictionary, children, count);
-  if (count <= kPropertyListLinearSearchLimit) return dictionary;
-  const std::span<std::uint32_t> sorted = positions(count, tree_.arena);
-  keyOrder_.sort(sorted, keyAt);
+  if (count > kPropertyListLinearSearchLimit) return finishedLongDictionary(pending);
+  if (haveDuplicateKey(count, keyAt)) count = withoutOverwritten(pending, sortedPositions(pending));
+  return PropertyListRecord::ofChildren(PropertyListType::dictionary, inArena(pending.first(2 * count)), count);
+}
+
+PropertyListRecord PropertyListTreeBuilder::finishedLongDictionary(std::span<PropertyListRecord> entries) {
+  const auto keyAt = [&](std::size_t index) { return entries[2 * index].string(); };
+  std::span<std::uint32_t> sorted = sortedPositions(entries);
+  if (haveEqualNeighbours(sorted, keyAt)) {
+    entries = entries.first(2 * withoutOverwritten(entries, sorted));
+    sorted = sortedPositions(entries);
+  }
   auto* const indexed = tree_.arena.allocate<PropertyListIndexedChildren>(1);
-  *indexed = {children, sorted.data()};
+  *indexed = {inArena(entries), sorted.data()};
+  PropertyListRecord dictionary =
+      PropertyListRecord::ofChildren(PropertyListType::dictionary, nullptr, entries.size() / 2);
   dictionary.indexed = indexed;
   dictionary.isIndexed = true;
   return dictionary;
 }
 
-std::size_t PropertyListTreeBuilder::withoutOverwritten(std::span<PropertyListRecord> entries) {
-  const auto keyAt = [&](std::size_t index) { return entries[2 * index].string(); };
-  std::vector<std::uint32_t> sorted(entries.size() / 2);
+/// The positions of `entries` in the order of their keys, in the arena.
+std::span<std::uint32_t> PropertyListTreeBuilder::sortedPositions(std::span<const PropertyListRecord> entries) {
+  const std::size_t count = entries.size() / 2;
+  const std::span<std::uint32_t> sorted(tree_.arena.allocate<std::uint32_t>(count), count);
   std::iota(sorted.begin(), sorted.end(), 0U);
-  keyOrder_.sort(sorted, keyAt);
+  sortByKey(sorted, [&](std::size_t index) { return entries[2 * index].string(); });
+  return sorted;
+}
+
+/// Closes up `entries` over those whose key comes again. Returns the number of those that stay.
+std::size_t PropertyListTreeBuilder::withoutOverwritten(std::span<PropertyListRecord> entries,
+                                                        std::span<const std::uint32_t> sorted) {
   std::vector<bool> isOverwritten(sorted.size());
   for (std::size_t i = 1; i < sorted.size(); ++i) {
-    isOverwritten[sorted[i - 1]] = keyOrder_.compare(keyAt(sorted[i - 1]), keyAt(sorted[i])) == 0;
+    const std::string_view key = entries[std::size_t{2} * sorted[i - 1]].string();
+    isOverwritten[sorted[i - 1]] = key == entries[std::size_t{2} * sorted[i]].string();
   }
   std::size_t kept = 0;
   for (std::size_t i = 0; i < isOverwritten.size(); ++i) {
@@ -72,6 +76,12 @@ std::size_t PropertyListTreeBuilder::withoutOverwritten(std::span<PropertyListRe
     ++kept;
   }
   return kept;
+}
+
+const PropertyListRecord* PropertyListTreeBuilder::inArena(std::span<const PropertyListRecord> records) {
+  auto* const copy = tree_.arena.allocate<PropertyListRecord>(records.size());
+  std::uninitialized_copy(records.begin(), records.end(), copy);
+  return copy;
 }
 
 }  // namespace quillon

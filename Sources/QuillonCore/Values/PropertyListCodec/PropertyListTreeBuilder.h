@@ -1,6 +1,5 @@
 #pragma once
 
-#include "QuillonCore/Values/PropertyListCodec/PropertyListKeyOrder.h"
 #include "QuillonCore/Values/PropertyListCodec/PropertyListTree.h"
 
 #include <cstddef>
@@ -14,7 +13,7 @@ namespace quillon {
 /// of its own, so that nesting costs no stack of the machine.
 class PropertyListTreeBuilder {
  public:
-  PropertyListTreeBuilder(PropertyListTree& tree, std::size_t inputSize) : tree_(tree), keyOrder_(inputSize) {}
+  explicit PropertyListTreeBuilder(PropertyListTree& tree) : tree_(tree) {}
 
   [[nodiscard]] std::size_t depth() const noexcept { return open_.size(); }
   [[nodiscard]] bool isAtDepthLimit() const noexcept { return open_.size() == kPropertyListDepthLimit; }
@@ -49,10 +48,13 @@ class PropertyListTreeBuilder {
   void finish(const PropertyListRecord& root);
   [[nodiscard]] PropertyListRecord finishedArray(std::size_t firstChild);
   [[nodiscard]] PropertyListRecord finishedDictionary(std::size_t firstChild);
-  [[nodiscard]] std::size_t withoutOverwritten(std::span<PropertyListRecord> entries);
+  [[nodiscard]] PropertyListRecord finishedLongDictionary(std::span<PropertyListRecord> entries);
+  [[nodiscard]] std::span<std::uint32_t> sortedPositions(std::span<const PropertyListRecord> entries);
+  [[nodiscard]] std::size_t withoutOverwritten(std::span<PropertyListRecord> entries,
+                                               std::span<const std::uint32_t> sorted);
+  [[nodiscard]] const PropertyListRecord* inArena(std::span<const PropertyListRecord> records);
 
   PropertyListTree& tree_;
-  PropertyListKeyOrder keyOrder_;
   std::vector<PropertyListRecord> pending_;
   std::vector<OpenContainer> open_;
   bool isComplete_ = false;

@@ -52,7 +52,7 @@ const char* nextMarkup(const char* position, const char* end) noexcept {
 class XMLPropertyListReader {
  public:
   XMLPropertyListReader(std::string_view text, PropertyListTree& tree)
-      : text_(text), next_(text.data()), end_(text.data() + text.size()), tree_(tree), builder_(tree, text.size()) {}
+      : text_(text), next_(text.data()), end_(text.data() + text.size()), tree_(tree), builder_(tree) {}
 
   void read();
 
@@ -76,6 +76,8 @@ class XMLPropertyListReader {
   void checkEncoding(std::string_view declaration) const;
 
   void readValues();
+  template <std::size_t kOpenSize, std::size_t kCloseSize>
+  [[nodiscard]] bool readPlainText(const char (&open)[kOpenSize], const char (&close)[kCloseSize], bool isKey);
   [[nodiscard]] Tag readTag();
   void skipAttributes();
   bool takeEndTag(Element element);
@@ -186,6 +188,7 @@ void XMLPropertyListReader::readValues() {
   while (!builder_.isComplete()) {
     skipSpace();
     if (end_ - next_ < 2) fail(builder_.isInContainer() ? "the list ends too early" : "a value is expected");
+    if (readPlainText("<key>", "</key>", true) || readPlainText("<string>", "</string>", false)) continue;
     if (*next_ != '<') fail("text stands outside of a value");
     if (next_[1] == '/') {
       readContainerEnd();
@@ -193,6 +196,25 @@ void XMLPropertyListReader::readValues() {
       readElement();
     }
   }
+}
+
+/// Reads a key or string of text and nothing else, of which most lists are made. Returns false, having read nothing,
+/// for what takes a closer look.
+template <std::size_t kOpenSize, std::size_t kCloseSize>
+inline bool XMLPropertyListReader::readPlainText(const char (&open)[kOpenSize], const char (&close)[kCloseSize],
+                                                 bool isKey) {
+  constexpr std::size_t kOpenLength = kOpenSize - 1;
+  constexpr std::size_t kCloseLength = kCloseSize - 1;
+  if (rest().size() < kOpenLength + kCloseLength || std::memcmp(next_, open, kOpenLength) != 0) return false;
+  if (builder_.expectsKey() != isKey) return false;
+  const char* const begin = next_ + kOpenLength;
+  const char* const textEnd = nextMarkup(begin, end_);
+  if (static_cast<std::size_t>(end_ - textEnd) < kCloseLength) return false;
+  if (std::memcmp(textEnd, close, kCloseLength) != 0) return false;
+  const std::string_view text(begin, static_cast<std::size_t>(textEnd - begin));
+  next_ = textEnd + kCloseLength;
+  builder_.add(PropertyListRecord::ofText(PropertyListType::string, text));
+  return true;
 }
 
 Tag XMLPropertyListReader::readTag() {

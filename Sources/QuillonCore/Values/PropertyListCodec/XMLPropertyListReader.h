@@ -6,8 +6,8 @@
 
 namespace quillon {
 
-/// Reads the XML form of a property list from `text` (UTF-8, see propertyListText()), to which the tree's strings
-/// refer.
+/// Reads the XML form of a property list from `text` (UTF-8, see decodedPropertyListText()), to which the tree's
+/// strings refer.
 ///
 /// It reads the XML that property lists need and no more: elements, character and the five predefined entity
 /// references, comments, CDATA sections, processing instructions, a document type without internal subset. As on the

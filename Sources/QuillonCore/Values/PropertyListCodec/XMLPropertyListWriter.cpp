@@ -54,13 +54,13 @@ void XMLPropertyListWriter::append(const QuillonPropertyListValue& value) {
   } else if (const auto* integer = value.getIf<std::int64_t>()) {
     appendLine("integer", std::to_string(*integer));
   } else if (const auto* real = value.getIf<double>()) {
-    appendLine("real", propertyListText(*real));
+    appendLine("real", propertyListRealText(*real));
   } else if (const auto* string = value.getIf<std::string>()) {
     appendText("string", *string);
   } else if (const auto* data = value.getIf<QuillonPropertyListData>()) {
     append(*data);
   } else if (const auto* date = value.getIf<QuillonPropertyListDate>()) {
-    appendLine("date", propertyListText(*date));
+    appendLine("date", propertyListDateText(*date));
   } else if (const auto* array = value.getIf<QuillonPropertyListValue::Array>()) {
     append(*array);
   } else if (const auto* dictionary = value.getIf<QuillonPropertyListValue::Dictionary>()) {

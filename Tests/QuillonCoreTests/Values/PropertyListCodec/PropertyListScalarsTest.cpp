@@ -26,7 +26,7 @@ TEST(PropertyListScalarsTest, RealsDoNotDependOnTheLocale) {
   std::setlocale(LC_ALL, "de_DE.UTF-8");
 
   EXPECT_EQ(parsePropertyListReal("-1.5").value, -1.5);
-  EXPECT_EQ(propertyListText(1.5), "1.5");
+  EXPECT_EQ(propertyListRealText(1.5), "1.5");
   EXPECT_FALSE(parsePropertyListReal("1,5").value.has_value());
 
   std::setlocale(LC_ALL, "C");

@@ -18,7 +18,7 @@ PropertyListRecord integer(std::int64_t value) {
 
 TEST(PropertyListTreeBuilderTest, ValuesFindTheirContainers) {
   PropertyListTree tree;
-  PropertyListTreeBuilder builder(tree, 100);
+  PropertyListTreeBuilder builder(tree);
 
   builder.open(PropertyListType::array);
   builder.add(string("a"));
@@ -42,7 +42,7 @@ TEST(PropertyListTreeBuilderTest, ValuesFindTheirContainers) {
 
 TEST(PropertyListTreeBuilderTest, AScalarAloneIsTheRoot) {
   PropertyListTree tree;
-  PropertyListTreeBuilder builder(tree, 100);
+  PropertyListTreeBuilder builder(tree);
 
   builder.add(integer(1));
 
@@ -54,8 +54,9 @@ class DictionaryOfSizeTest : public ::testing::TestWithParam<int> {};
 
 TEST_P(DictionaryOfSizeTest, EarlierValuesOfAKeyGiveWay) {
   PropertyListTree tree;
-  PropertyListTreeBuilder builder(tree, 1000000);
+  PropertyListTreeBuilder builder(tree);
   std::vector<std::string> keys;
+  keys.reserve(static_cast<std::size_t>(GetParam()));
   for (int i = 0; i < GetParam(); ++i) keys.push_back("key" + std::to_string(i));
 
   builder.open(PropertyListType::dictionary);

@@ -1,0 +1,18 @@
+#pragma once
+
+#include "QuillonCore/Runtime/Posix/QuillonProcessEnvironment.h"
+
+#include <string>
+#include <vector>
+
+namespace quillon {
+
+/// Starts `executablePath` (absolute; nothing is searched) with `arguments` as a process that outlives this one and is
+/// not its child: in a session of its own, working folder "/", standard input and output /dev/null, no other
+/// descriptor, default signal dispositions, this process's own rights.
+///
+/// Returns once the program has taken the process's place. Throws the QuillonSystemError of what failed.
+void startDetachedProcess(const std::string& executablePath, const std::vector<std::string>& arguments,
+                          QuillonProcessEnvironment environment);
+
+}  // namespace quillon

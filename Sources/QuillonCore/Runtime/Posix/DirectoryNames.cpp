@@ -1,0 +1,38 @@
+#include "QuillonCore/Runtime/Posix/DirectoryNames.h"
+
+#include <dirent.h>
+#include <fcntl.h>
+#include <unistd.h>
+
+#include <cerrno>
+#include <memory>
+#include <string_view>
+
+#include "QuillonCore/Runtime/Posix/FileDescriptor.h"
+#include "QuillonCore/Values/QuillonError.h"
+
+namespace quillon {
+
+std::vector<std::string> directoryNames(int folder, const std::string& path) {
+  struct Close {
+    void operator()(DIR* stream) const noexcept { closedir(stream); }
+  };
+  // fdopendir takes its descriptor over, so it gets one of its own.
+  FileDescriptor own(openat(folder, ".", O_RDONLY | O_DIRECTORY | O_CLOEXEC));
+  if (!own) throw QuillonSystemError::posix(errno, "list", path);
+  const std::unique_ptr<DIR, Close> stream(fdopendir(own.get()));
+  if (!stream) throw QuillonSystemError::posix(errno, "list", path);
+  (void)own.release();
+  std::vector<std::string> names;
+  for (;;) {
+    errno = 0;
+    const dirent* entry = readdir(stream.get());  // NOLINT(concurrency-mt-unsafe): the stream is this call's own
+    if (entry == nullptr) break;
+    const std::string_view name(entry->d_name);
+    if (name != "." && name != "..") names.emplace_back(name);
+  }
+  if (errno != 0) throw QuillonSystemError::posix(errno, "list", path);
+  return names;
+}
+
+}  // namespace quillon

@@ -1,0 +1,42 @@
+#pragma once
+
+#include <cstdint>
+#include <string>
+#include <vector>
+
+#include "QuillonCore/Values/QuillonURL.h"
+
+// What the systems do differently below the file manager; each is defined once in each platform's folder.
+
+namespace quillon {
+
+/// A path that leads to the folder open as `descriptor`, whatever it is called, for this process and its children.
+[[nodiscard]] std::string pathOfOpenDirectory(int descriptor);
+
+/// Where the folder open as `descriptor` is at present, for messages; "…" when the system cannot tell.
+[[nodiscard]] std::string currentPathOfOpenDirectory(int descriptor);
+
+/// Whether a link in the folder open as `folder` is made by the kernel and leads to an open descriptor.
+[[nodiscard]] bool holdsDescriptorLinks(int folder) noexcept;
+
+/// renameat(2) that fails with EEXIST when anything is at the new name. 0, or -1 with errno.
+[[nodiscard]] int renameWithoutReplacing(int fromFolder, const char* fromName, int toFolder,
+                                         const char* toName) noexcept;
+
+/// Takes the quarantine mark off one item, links not followed. 0, also for an item without mark, or the errno value.
+/// `isFileOrDirectory` is false for links and special files.
+[[nodiscard]] int removeQuarantineMark(int folder, const char* name, bool isFileOrDirectory) noexcept;
+
+/// Copies the extended attributes of an open file or folder to another. 0, or the errno value.
+[[nodiscard]] int copyExtendedAttributes(int from, int to) noexcept;
+
+/// Copies all bytes of one open file to another, sharing blocks where the file system can. 0, or the errno value.
+[[nodiscard]] int copyFileContents(int from, int to) noexcept;
+
+/// Brings everything written to the volume of an open folder to disk. 0, or the errno value.
+[[nodiscard]] int synchronizeVolume(int folder) noexcept;
+
+/// The user's Application Support folders, by the platform's convention.
+[[nodiscard]] std::vector<QuillonURL> systemApplicationSupportDirectories();
+
+}  // namespace quillon

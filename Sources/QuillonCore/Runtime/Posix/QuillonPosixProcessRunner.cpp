@@ -1,0 +1,183 @@
+#include "QuillonCore/Runtime/Posix/QuillonPosixProcessRunner.h"
+
+#include "QuillonCore/Runtime/Posix/FileDescriptor.h"
+#include "QuillonCore/Runtime/Posix/QuillonChildProcessPlatform.h"
+#include "QuillonCore/Text/QuillonScalars.h"
+
+#include <algorithm>
+#include <array>
+#include <cerrno>
+#include <csignal>
+#include <exception>
+#include <optional>
+#include <string_view>
+
+#include <fcntl.h>
+#include <poll.h>
+#include <spawn.h>
+#include <sys/ioctl.h>
+#include <sys/wait.h>
+
+namespace quillon {
+namespace {
+
+constexpr std::size_t kLargestOutput = std::size_t{16} * 1024 * 1024;
+
+/// Everything that posix_spawn is told about a child, other than what it runs.
+class SpawnSettings {
+ public:
+  explicit SpawnSettings(int output) noexcept {
+    if (!keep(posix_spawn_file_actions_init(&actions_))) return;
+    hasActions_ = true;
+    if (!keep(posix_spawnattr_init(&attributes_))) return;
+    hasAttributes_ = true;
+    sigset_t all;
+    sigset_t none;
+    sigfillset(&all);
+    sigemptyset(&none);
+    // A short circuit: the first failure is the one that is kept.
+    (void)(keep(posix_spawnattr_setsigdefault(&attributes_, &all)) &&
+           keep(posix_spawnattr_setsigmask(&attributes_, &none)) &&
+           keep(posix_spawnattr_setflags(&attributes_, POSIX_SPAWN_SETSIGDEF | POSIX_SPAWN_SETSIGMASK)) &&
+           keep(posix_spawn_file_actions_addopen(&actions_, STDIN_FILENO, "/dev/null", O_RDONLY, 0)) &&
+           keep(posix_spawn_file_actions_adddup2(&actions_, output, STDOUT_FILENO)) &&
+           keep(posix_spawn_file_actions_adddup2(&actions_, output, STDERR_FILENO)) &&
+           keep(closeOtherDescriptors(actions_, attributes_)));
+  }
+  ~SpawnSettings() {
+    if (hasAttributes_) posix_spawnattr_destroy(&attributes_);
+    if (hasActions_) posix_spawn_file_actions_destroy(&actions_);
+  }
+  SpawnSettings(const SpawnSettings&) = delete;
+  SpawnSettings& operator=(const SpawnSettings&) = delete;
+
+  [[nodiscard]] std::optional<pid_t> spawn(const std::string& executablePath, std::vector<std::string> words,
+                                           QuillonProcessEnvironment environment) const {
+    if (error_ != 0) return std::nullopt;
+    std::vector<std::string> variables = environmentVariables(environment);
+    pid_t child = 0;
+    const int error = posix_spawn(&child, executablePath.c_str(), &actions_, &attributes_,
+                                  pointersToStrings(words).data(), pointersToStrings(variables).data());
+    return error == 0 ? std::optional(child) : std::nullopt;
+  }
+
+ private:
+  bool keep(int error) noexcept {
+    error_ = error;
+    return error == 0;
+  }
+
+  posix_spawn_file_actions_t actions_{};
+  posix_spawnattr_t attributes_{};
+  bool hasActions_ = false;
+  bool hasAttributes_ = false;
+  int error_ = 0;
+};
+
+/// A child that is waited for, at the latest when this object goes.
+class Child {
+ public:
+  explicit Child(pid_t process) noexcept : process_(process), end_(descriptorOfProcessEnd(process)) {}
+  ~Child() { (void)wait(); }
+  Child(const Child&) = delete;
+  Child& operator=(const Child&) = delete;
+
+  /// Readable once the child has ended; -1 where the system cannot tell.
+  [[nodiscard]] int endDescriptor() const noexcept { return end_.get(); }
+
+  /// Waits for the end; the status as a shell reports it.
+  std::int32_t wait() noexcept {
+    if (process_ < 0) return status_;
+    int raw = 0;
+    pid_t waited = 0;
+    do {
+      waited = waitpid(process_, &raw, 0);
+    } while (waited < 0 && errno == EINTR);
+    process_ = -1;
+    if (waited < 0) return status_;  // somebody else took the status, as under an ignored SIGCHLD
+    status_ = WIFSIGNALED(raw) ? 128 + WTERMSIG(raw) : WEXITSTATUS(raw);
+    return status_;
+  }
+
+ private:
+  pid_t process_;
+  FileDescriptor end_;
+  std::int32_t status_ = 1;
+};
+
+/// Reads once, at most `limit` bytes, and says how many; 0 at the end of the output. What exceeds the largest output is
+/// read, so that the writer can go on, and dropped.
+std::size_t readSome(int descriptor, std::size_t limit, std::string& output) {
+  std::array<char, 65536> buffer;  // filled by read
+  const ssize_t count = read(descriptor, buffer.data(), std::min(limit, buffer.size()));
+  if (count <= 0) return 0;
+  output.append(buffer.data(), std::min(static_cast<std::size_t>(count), kLargestOutput - output.size()));
+  return static_cast<std::size_t>(count);
+}
+
+/// Reads what the pipe holds at this moment; a writer that goes on does not prolong it.
+void readWaiting(int descriptor, std::string& output) {
+  int waiting = 0;
+  if (ioctl(descriptor, FIONREAD, &waiting) != 0) return;
+  auto left = static_cast<std::size_t>(waiting);
+  while (left > 0) {
+    const std::size_t count = readSome(descriptor, left, output);
+    if (count == 0) return;
+    left -= count;
+  }
+}
+
+std::string readUntilEnd(int descriptor, const Child& child) {
+  std::string output;
+  for (;;) {
+    std::array<pollfd, 2> events = {{{.fd = descriptor, .events = POLLIN, .revents = 0},
+                                     {.fd = child.endDescriptor(), .events = POLLIN, .revents = 0}}};
+    if (poll(events.data(), events.size(), -1) < 0) {
+      if (errno == EINTR) continue;
+      return output;
+    }
+    if (events[1].revents != 0) {
+      readWaiting(descriptor, output);
+      return output;
+    }
+    if (readSome(descriptor, kLargestOutput, output) == 0) return output;
+  }
+}
+
+bool isUTF8(std::string_view text) noexcept {
+  while (!text.empty()) {
+    const char32_t scalar = takeFirstScalar(text);
+    if (scalar >= 0xD800 && scalar <= 0xDFFF) return false;
+  }
+  return true;
+}
+
+QuillonProcessResult runChild(const std::string& executablePath, const std::vector<std::string>& arguments,
+                              QuillonProcessEnvironment environment) {
+  std::vector<std::string> words = {executablePath};
+  words.insert(words.end(), arguments.begin(), arguments.end());
+  QuillonPipe pipe = makePipe();
+  if (!pipe.writeEnd || !executablePath.starts_with('/')) return {};
+  const auto process = SpawnSettings(pipe.writeEnd.get()).spawn(executablePath, std::move(words), environment);
+  if (!process) return {};
+  Child child(*process);
+  pipe.writeEnd.reset();
+  std::string output = readUntilEnd(pipe.readEnd.get(), child);
+  // A child still writing behind the reader's back, after an error of poll, must not wait for it forever.
+  pipe.readEnd.reset();
+  const std::int32_t status = child.wait();
+  return {.status = status, .output = isUTF8(output) ? std::move(output) : std::string()};
+}
+
+}  // namespace
+
+QuillonProcessResult QuillonPosixProcessRunner::run(const std::string& executablePath,
+                                                    const std::vector<std::string>& arguments) noexcept {
+  try {
+    return runChild(executablePath, arguments, environment_);
+  } catch (const std::exception&) {  // no memory: the child was not started, or its output is lost
+    return {};
+  }
+}
+
+}  // namespace quillon

@@ -1,0 +1,20 @@
+#pragma once
+
+#include <optional>
+#include <string>
+#include <string_view>
+
+namespace quillon {
+
+/// A value as diagnostic lines show it: an empty one is "<empty>".
+[[nodiscard]] std::string_view orEmptyMark(std::string_view value) noexcept;
+
+/// A tool's output in one line of a diagnostic: trimmed, newlines as backslash and "n", the first 500 characters and
+/// "..." of a longer one, "<empty>" for nothing.
+[[nodiscard]] std::string printableOutput(std::string_view output);
+
+/// The team in the code-signing tool's description of a bundle: the rest of the first line that begins with
+/// "TeamIdentifier=". Absent without such a line.
+[[nodiscard]] std::optional<std::string> teamIdentifierInOutput(std::string_view output);
+
+}  // namespace quillon

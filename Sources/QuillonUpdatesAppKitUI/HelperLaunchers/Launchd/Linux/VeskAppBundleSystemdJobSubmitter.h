@@ -1,0 +1,45 @@
+#pragma once
+
+#include "QuillonUpdatesAppKitUI/HelperLaunchers/Launchd/VeskAppBundleLaunchdJobSubmitting.h"
+
+#include <chrono>
+#include <string>
+
+namespace quillon {
+
+/// D-Bus addresses at which the service managers are reached.
+struct VeskAppBundleSystemdBusAddresses {
+  std::string system;
+  std::string user;
+
+  /// The system's bus and the bus of this process's effective user, at their fixed places. The environment, which a
+  /// caller of a privileged process can choose, has no say.
+  [[nodiscard]] static VeskAppBundleSystemdBusAddresses systemDefault();
+};
+
+/// Runs jobs as transient units of systemd (org.freedesktop.systemd1(5)).
+///
+/// The unit is of type "exec": submission succeeds when the program is running. It ends with the program alone, so what
+/// an opener started lives on, and is forgotten however it ends. Arguments reach the program as they stand.
+///
+/// An authorization is not looked at: the manager decides by whom it is asked. A diagnostic carries the D-Bus error's
+/// name, the matching errno value and its text.
+class VeskAppBundleSystemdJobSubmitter final : public VeskAppBundleLaunchdJobSubmitting {
+ public:
+  /// How long the manager may take to stop the older job, and to start the new one.
+  static constexpr std::chrono::seconds kDefaultTimeLimit{20};
+
+  explicit VeskAppBundleSystemdJobSubmitter(
+      VeskAppBundleSystemdBusAddresses addresses = VeskAppBundleSystemdBusAddresses::systemDefault(),
+      std::chrono::milliseconds timeLimit = kDefaultTimeLimit)
+      : addresses_(std::move(addresses)), timeLimit_(timeLimit) {}
+
+  void submit(const VeskAppBundleLaunchdJob& job, const VeskAppBundleLaunchdAuthorization& authorization,
+              const std::function<bool()>& shouldProceed) override;
+
+ private:
+  const VeskAppBundleSystemdBusAddresses addresses_;
+  const std::chrono::milliseconds timeLimit_;
+};
+
+}  // namespace quillon

@@ -1,0 +1,148 @@
+#include "QuillonCore/Runtime/Posix/FileDescriptor.h"
+#include "QuillonCore/Runtime/Posix/QuillonPosixProcessRunner.h"
+#include "Support/TemporaryDirectory.h"
+
+#include <cerrno>
+#include <csignal>
+#include <cstdint>
+#include <string>
+#include <vector>
+
+#include <fcntl.h>
+#include <gmock/gmock.h>
+#include <gtest/gtest.h>
+#include <sys/stat.h>
+#include <unistd.h>
+
+namespace quillon {
+namespace {
+
+using ::testing::HasSubstr;
+using testing::TemporaryDirectory;
+
+QuillonProcessResult runShell(const std::string& script) {
+  return QuillonPosixProcessRunner().run("/bin/sh", {"-c", script});
+}
+
+TEST(QuillonPosixProcessRunnerTest, ReportsStatusAndJoinedOutput) {
+  const QuillonProcessResult result = runShell("echo one; echo two >&2; echo three; exit 7");
+
+  EXPECT_EQ(result, (QuillonProcessResult{.status = 7, .output = "one\ntwo\nthree\n"}));
+}
+
+TEST(QuillonPosixProcessRunnerTest, PassesArgumentsLiterally) {
+  const QuillonProcessResult result = QuillonPosixProcessRunner().run("/bin/echo", {"$HOME", "a  b", "", "*"});
+
+  EXPECT_EQ(result, (QuillonProcessResult{.status = 0, .output = "$HOME a  b  *\n"}));
+}
+
+TEST(QuillonPosixProcessRunnerTest, ReadsMoreThanAPipeHolds) {
+  const QuillonProcessResult result = runShell("head -c 1048576 /dev/zero | tr '\\000' x");
+
+  EXPECT_EQ(result.status, 0);
+  EXPECT_EQ(result.output, std::string(1048576, 'x'));
+}
+
+TEST(QuillonPosixProcessRunnerTest, KeepsTheFirst16MiBOfOutput) {
+  const QuillonProcessResult result = runShell("echo begin; head -c 17825792 /dev/zero; exit 3");
+
+  EXPECT_EQ(result.status, 3);
+  EXPECT_EQ(result.output.size(), 16U * 1024 * 1024);
+  EXPECT_TRUE(result.output.starts_with("begin\n"));
+}
+
+TEST(QuillonPosixProcessRunnerTest, DeathBySignalIs128PlusItsNumber) {
+  EXPECT_EQ(runShell("echo last words; kill -TERM $$"),
+            (QuillonProcessResult{.status = 128 + SIGTERM, .output = "last words\n"}));
+}
+
+TEST(QuillonPosixProcessRunnerTest, WhatCannotBeStartedIsStatus1WithoutOutput) {
+  const TemporaryDirectory folder;
+  testing::writeFile(folder / "plain", "#!/bin/sh\n");
+  QuillonPosixProcessRunner runner;
+
+  EXPECT_EQ(runner.run((folder / "missing").string(), {}), QuillonProcessResult{});
+  EXPECT_EQ(runner.run((folder / "plain").string(), {}), QuillonProcessResult{}) << "not executable";
+  EXPECT_EQ(runner.run("true", {}), QuillonProcessResult{}) << "nothing is searched";
+  EXPECT_EQ(runner.run("", {}), QuillonProcessResult{});
+}
+
+TEST(QuillonPosixProcessRunnerTest, OutputThatIsNotUTF8IsDropped) {
+  EXPECT_EQ(runShell("printf 'a\\377b'; exit 2"), (QuillonProcessResult{.status = 2, .output = ""}));
+  EXPECT_EQ(runShell("printf 'a\\303\\251b'").output, "a\u00E9b");
+}
+
+TEST(QuillonPosixProcessRunnerTest, DoesNotWaitForABackgroundProcessThatHoldsTheOutput) {
+  const TemporaryDirectory folder;
+  const std::string fifo = (folder / "fifo").string();
+  ASSERT_EQ(mkfifo(fifo.c_str(), 0600), 0);
+
+  const QuillonProcessResult result = runShell("cat '" + fifo + "' & echo started");
+
+  EXPECT_EQ(result, (QuillonProcessResult{.status = 0, .output = "started\n"}));
+  const FileDescriptor release(open(fifo.c_str(), O_WRONLY));  // cat reads the end and goes
+  EXPECT_TRUE(release);
+}
+
+TEST(QuillonPosixProcessRunnerTest, DoesNotReadOnBehindABackgroundProcessThatKeepsWriting) {
+  const QuillonProcessResult result = runShell("yes & echo $! >&2; exit 5");
+
+  EXPECT_EQ(result.status, 5);
+  EXPECT_THAT(result.output, HasSubstr("\n")) << "and yes ends of the broken pipe";
+}
+
+TEST(QuillonPosixProcessRunnerTest, StandardInputIsEmpty) {
+  EXPECT_EQ(QuillonPosixProcessRunner().run("/bin/cat", {}), (QuillonProcessResult{.status = 0, .output = ""}));
+}
+
+TEST(QuillonPosixProcessRunnerTest, ChildInheritsNoDescriptor) {
+  const FileDescriptor inheritable(fcntl(STDERR_FILENO, F_DUPFD, 57));
+  ASSERT_TRUE(inheritable);
+
+  const QuillonProcessResult result =
+      runShell("[ -e /proc/self/fd/" + std::to_string(inheritable.get()) + " ] && echo open || echo closed");
+
+  EXPECT_EQ(result.output, "closed\n");
+}
+
+/// The mask of that name in /proc/PID/status, without the C library's own signals 32 and 33.
+std::uint32_t signalMask(const std::string& status, const std::string& name) {
+  static constexpr unsigned long long kSignals = 0x7FFFFFFF;
+  return static_cast<std::uint32_t>(std::stoull(status.substr(status.find(name) + name.size()), nullptr, 16) &
+                                    kSignals);
+}
+
+TEST(QuillonPosixProcessRunnerTest, ChildStartsWithDefaultSignalsAndAnEmptyMask) {
+  sigset_t termination;
+  sigset_t previousMask;
+  sigemptyset(&termination);
+  sigaddset(&termination, SIGTERM);
+  pthread_sigmask(SIG_BLOCK, &termination, &previousMask);
+  auto* const previousHandler = std::signal(SIGPIPE, SIG_IGN);
+
+  const QuillonProcessResult result = QuillonPosixProcessRunner().run("/bin/cat", {"/proc/self/status"});
+
+  std::signal(SIGPIPE, previousHandler);
+  pthread_sigmask(SIG_SETMASK, &previousMask, nullptr);
+  EXPECT_EQ(signalMask(result.output, "SigBlk:"), 0U);
+  EXPECT_EQ(signalMask(result.output, "SigIgn:"), 0U);
+}
+
+TEST(QuillonPosixProcessRunnerTest, MinimalEnvironmentHoldsOnlyPathAndLanguage) {
+  QuillonPosixProcessRunner runner(QuillonProcessEnvironment::minimal);
+
+  EXPECT_EQ(runner.run("/usr/bin/env", {}).output, "PATH=/usr/bin:/bin\nLANG=C.UTF-8\n");
+}
+
+TEST(QuillonPosixProcessRunnerTest, InheritedEnvironmentIsThisProcesss) {
+  setenv("QUILLON_TEST_VARIABLE", "value", 1);
+  QuillonPosixProcessRunner runner(QuillonProcessEnvironment::inherited);
+
+  const std::string output = runner.run("/usr/bin/env", {}).output;
+
+  unsetenv("QUILLON_TEST_VARIABLE");
+  EXPECT_THAT(output, HasSubstr("QUILLON_TEST_VARIABLE=value\n"));
+}
+
+}  // namespace
+}  // namespace quillon

@@ -1,0 +1,20 @@
+#include "QuillonCore/Values/PropertyListReading.h"
+
+#include <gtest/gtest.h>
+
+namespace quillon {
+namespace {
+
+TEST(PropertyListReadingTest, AStringIsReadAndEverythingElseIsEmpty) {
+  const QuillonPropertyListValue::Dictionary dictionary{{"text", QuillonPropertyListValue("value")},
+                                                        {"number", QuillonPropertyListValue(7)},
+                                                        {"flag", QuillonPropertyListValue(true)}};
+
+  EXPECT_EQ(stringOrEmpty(dictionary, "text"), "value");
+  EXPECT_EQ(stringOrEmpty(dictionary, "number"), "");
+  EXPECT_EQ(stringOrEmpty(dictionary, "flag"), "");
+  EXPECT_EQ(stringOrEmpty(dictionary, "missing"), "");
+}
+
+}  // namespace
+}  // namespace quillon

@@ -1,0 +1,25 @@
+#include "QuillonCore/Values/QuillonUUID.h"
+
+#include <regex>
+#include <set>
+
+#include <gtest/gtest.h>
+
+namespace quillon {
+namespace {
+
+TEST(QuillonUUIDTest, IsARandomUUIDInUpperCase) {
+  std::set<std::string> seen;
+  const std::regex form("[0-9A-F]{8}-[0-9A-F]{4}-4[0-9A-F]{3}-[89AB][0-9A-F]{3}-[0-9A-F]{12}");
+
+  for (int i = 0; i < 100; ++i) {
+    const std::string uuid = makeUUIDString();
+    EXPECT_TRUE(std::regex_match(uuid, form)) << uuid;
+    seen.insert(uuid);
+  }
+
+  EXPECT_EQ(seen.size(), 100U);
+}
+
+}  // namespace
+}  // namespace quillon

@@ -1,0 +1,42 @@
+#include "QuillonUpdatesAppKitUI/HelperLaunchers/Launchd/Linux/VeskAppBundleSystemJobSubmitter.h"
+
+#include <memory>
+#include <string>
+#include <vector>
+
+#include <gmock/gmock.h>
+#include <gtest/gtest.h>
+
+namespace quillon {
+namespace {
+
+using ::testing::ElementsAre;
+
+class RecordingSubmitter final : public VeskAppBundleLaunchdJobSubmitting {
+ public:
+  void submit(const VeskAppBundleLaunchdJob& job, const VeskAppBundleLaunchdAuthorization& /*authorization*/,
+              const std::function<bool()>& shouldProceed) override {
+    EXPECT_TRUE(shouldProceed());
+    labels.push_back(job.label);
+  }
+
+  std::vector<std::string> labels;
+};
+
+TEST(VeskAppBundleSystemJobSubmitterTest, TakesSystemdWhereItIsTheManagerAndADetachedProcessElsewhere) {
+  const auto systemd = std::make_shared<RecordingSubmitter>();
+  const auto detached = std::make_shared<RecordingSubmitter>();
+  bool systemdIsManager = true;
+  VeskAppBundleSystemJobSubmitter submitter(systemd, detached, [&] { return systemdIsManager; });
+  const VeskAppBundleLaunchdAuthorization authorization(nullptr, nullptr);
+
+  submitter.submit({.label = "first", .domain = {}, .programArguments = {}}, authorization, [] { return true; });
+  systemdIsManager = false;
+  submitter.submit({.label = "second", .domain = {}, .programArguments = {}}, authorization, [] { return true; });
+
+  EXPECT_THAT(systemd->labels, ElementsAre("first"));
+  EXPECT_THAT(detached->labels, ElementsAre("second"));
+}
+
+}  // namespace
+}  // namespace quillon

@@ -1,0 +1,179 @@
+#include "QuillonUpdatesAppKitUI/AppBundleReplacement/VeskUpdateInstallerError.h"
+#include "QuillonUpdatesAppKitUI/HelperLaunchers/Launchd/Linux/VeskAppBundleSystemdJobSubmitter.h"
+#include "Support/FakeSystemdManager.h"
+#include "Support/PrivateBus.h"
+
+#include <cerrno>
+#include <optional>
+#include <string>
+
+#include <gmock/gmock.h>
+#include <gtest/gtest.h>
+
+namespace quillon {
+namespace {
+
+using ::testing::ElementsAre;
+using testing::FakeSystemdManager;
+using ::testing::Pair;
+using testing::PrivateBus;
+using ::testing::UnorderedElementsAre;
+
+class VeskAppBundleSystemdJobSubmitterTest : public ::testing::Test {
+ protected:
+  static std::optional<VeskUpdateInstallerError> submit(const VeskAppBundleLaunchdJob& job,
+                                                        const VeskAppBundleSystemdBusAddresses& addresses,
+                                                        const std::function<bool()>& shouldProceed,
+                                                        std::chrono::milliseconds timeLimit) {
+    const VeskAppBundleLaunchdAuthorization authorization(nullptr, nullptr);
+    try {
+      VeskAppBundleSystemdJobSubmitter(addresses, timeLimit).submit(job, authorization, shouldProceed);
+    } catch (const VeskUpdateInstallerError& error) {
+      return error;
+    }
+    return std::nullopt;
+  }
+
+  std::optional<VeskUpdateInstallerError> submit(
+      const std::function<bool()>& shouldProceed = [] { return true; },
+      std::chrono::milliseconds timeLimit = std::chrono::seconds(20)) {
+    return submit(job_, {.system = bus_.address(), .user = "unix:path=/no/such/bus"}, shouldProceed, timeLimit);
+  }
+
+  static VeskUpdateInstallerError launchFailure(std::string domain, std::int64_t code, std::string description) {
+    return VeskUpdateInstallerError::replacementHelperLaunchFailed(
+        {.phase = VeskAppBundleInstallerLaunchPhase::jobSubmission,
+         .errorDomain = std::move(domain),
+         .errorCode = code,
+         .errorDescription = std::move(description)});
+  }
+
+  PrivateBus bus_;
+  VeskAppBundleLaunchdJob job_{.label = "org.example.App.quillon-updater",
+                               .domain = VeskAppBundleLaunchdJobDomain::system,
+                               .programArguments = {"/opt/installer", "--path", "/Apps/$HOME %i.app", "", "a;b"}};
+};
+
+TEST_F(VeskAppBundleSystemdJobSubmitterTest, StartsATransientUnitThatRunsTheArgumentsLiterally) {
+  const FakeSystemdManager manager(bus_.address());
+
+  EXPECT_EQ(submit(), std::nullopt);
+
+  const auto units = manager.startedUnits();
+  ASSERT_EQ(units.size(), 1U);
+  EXPECT_EQ(units[0].name, "org.example.App.quillon-updater.service");
+  EXPECT_EQ(units[0].mode, "fail");
+  EXPECT_EQ(units[0].programPath, "/opt/installer");
+  EXPECT_EQ(units[0].arguments, job_.programArguments);
+  EXPECT_THAT(units[0].flags, ElementsAre("no-env-expand"));
+  EXPECT_THAT(units[0].textProperties,
+              UnorderedElementsAre(Pair("Description", job_.label), Pair("Type", "exec"),
+                                   Pair("CollectMode", "inactive-or-failed"), Pair("KillMode", "process")));
+}
+
+TEST_F(VeskAppBundleSystemdJobSubmitterTest, RemovesTheOlderJobFirst) {
+  const FakeSystemdManager manager(bus_.address(), {.unitExists = true});
+
+  EXPECT_EQ(submit(), std::nullopt);
+
+  EXPECT_THAT(manager.calls(), ElementsAre("Subscribe", "StopUnit org.example.App.quillon-updater.service replace",
+                                           "ResetFailedUnit org.example.App.quillon-updater.service",
+                                           "StartTransientUnit org.example.App.quillon-updater.service fail"));
+}
+
+TEST_F(VeskAppBundleSystemdJobSubmitterTest, MissingOlderJobIsNoFailure) {
+  const FakeSystemdManager manager(bus_.address(), {.unitExists = false});
+
+  EXPECT_EQ(submit(), std::nullopt);
+  EXPECT_EQ(manager.calls().size(), 4U);
+}
+
+TEST_F(VeskAppBundleSystemdJobSubmitterTest, AsksBetweenRemovalAndSubmission) {
+  const FakeSystemdManager manager(bus_.address());
+
+  const auto error = submit([&] {
+    EXPECT_EQ(manager.calls().back(), "ResetFailedUnit org.example.App.quillon-updater.service");
+    return false;
+  });
+
+  EXPECT_EQ(error, VeskUpdateInstallerError::replacementHelperLaunchTimedOut(
+                       VeskAppBundleInstallerLaunchPhase::postAuthorization));
+  EXPECT_TRUE(manager.startedUnits().empty());
+}
+
+TEST_F(VeskAppBundleSystemdJobSubmitterTest, EndOfTheJobMayBeToldBeforeTheReply) {
+  const FakeSystemdManager manager(bus_.address(), {.unitExists = true, .signalsBeforeReply = true});
+
+  EXPECT_EQ(submit(), std::nullopt);
+}
+
+TEST_F(VeskAppBundleSystemdJobSubmitterTest, RefusalCarriesTheManagersError) {
+  const FakeSystemdManager manager(
+      bus_.address(),
+      {.startError = FakeSystemdManager::Error{"org.freedesktop.DBus.Error.AccessDenied", "Permission denied"}});
+
+  EXPECT_EQ(submit(), launchFailure("org.freedesktop.DBus.Error.AccessDenied", EACCES, "Permission denied"));
+}
+
+TEST_F(VeskAppBundleSystemdJobSubmitterTest, ProgramThatCannotBeExecutedIsAFailure) {
+  const FakeSystemdManager manager(bus_.address(), {.jobResult = "failed"});
+
+  EXPECT_EQ(submit(), launchFailure("org.freedesktop.systemd1", EIO,
+                                    "The service manager could not start org.example.App.quillon-updater.service: "
+                                    "failed."));
+}
+
+TEST_F(VeskAppBundleSystemdJobSubmitterTest, ManagerThatNeverAnswersRunsIntoTheTimeLimit) {
+  const FakeSystemdManager manager(bus_.address(), {.jobResult = std::nullopt});
+
+  const auto error = submit([] { return true; }, std::chrono::milliseconds(200));
+
+  ASSERT_TRUE(error.has_value());
+  EXPECT_EQ(std::get<VeskAppBundleInstallerFailureDiagnostic>(error->payload()).errorCode, ETIMEDOUT);
+}
+
+TEST_F(VeskAppBundleSystemdJobSubmitterTest, BusWithoutManagerIsAFailure) {
+  const auto error = submit();
+
+  ASSERT_TRUE(error.has_value());
+  EXPECT_EQ(std::get<VeskAppBundleInstallerFailureDiagnostic>(error->payload()).errorDomain,
+            "org.freedesktop.DBus.Error.ServiceUnknown");
+}
+
+TEST_F(VeskAppBundleSystemdJobSubmitterTest, UserJobsGoToTheUsersManager) {
+  const FakeSystemdManager manager(bus_.address());
+  job_.domain = VeskAppBundleLaunchdJobDomain::user;
+
+  const auto unreachable = submit();
+  const auto reached = submit(
+      job_, {.system = "unix:path=/no/such/bus", .user = bus_.address()}, [] { return true; },
+      std::chrono::seconds(20));
+
+  ASSERT_TRUE(unreachable.has_value());
+  EXPECT_EQ(std::get<VeskAppBundleInstallerFailureDiagnostic>(unreachable->payload()).errorCode, ENOENT);
+  EXPECT_EQ(reached, std::nullopt);
+  EXPECT_EQ(manager.startedUnits().size(), 1U);
+}
+
+TEST_F(VeskAppBundleSystemdJobSubmitterTest, JobWithoutProgramReachesNoManager) {
+  const FakeSystemdManager manager(bus_.address());
+  job_.programArguments.clear();
+
+  EXPECT_TRUE(submit().has_value());
+  EXPECT_TRUE(manager.calls().empty());
+}
+
+TEST(VeskAppBundleSystemdBusAddressesTest, DefaultsDoNotDependOnTheEnvironment) {
+  setenv("DBUS_SYSTEM_BUS_ADDRESS", "unix:path=/evil", 1);
+  setenv("DBUS_SESSION_BUS_ADDRESS", "unix:path=/evil", 1);
+
+  const auto addresses = VeskAppBundleSystemdBusAddresses::systemDefault();
+
+  unsetenv("DBUS_SYSTEM_BUS_ADDRESS");
+  unsetenv("DBUS_SESSION_BUS_ADDRESS");
+  EXPECT_EQ(addresses.system, "unix:path=/run/dbus/system_bus_socket");
+  EXPECT_TRUE(addresses.user.starts_with("unix:path=/run/user/"));
+}
+
+}  // namespace
+}  // namespace quillon

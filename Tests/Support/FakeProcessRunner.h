@@ -1,0 +1,25 @@
+#pragma once
+
+#include <functional>
+#include <string>
+#include <vector>
+
+#include "QuillonCore/Contracts/QuillonProcessRunning.h"
+
+namespace quillon::testing {
+
+/// Answers for child processes and notes what was to be run.
+class FakeProcessRunner final : public QuillonProcessRunning {
+ public:
+  [[nodiscard]] QuillonProcessResult run(const std::string& executablePath,
+                                         const std::vector<std::string>& arguments) noexcept override {
+    commands.push_back({executablePath});
+    commands.back().insert(commands.back().end(), arguments.begin(), arguments.end());
+    return answer ? answer(commands.back()) : QuillonProcessResult{.status = 0, .output = {}};
+  }
+
+  std::function<QuillonProcessResult(const std::vector<std::string>& command)> answer;
+  std::vector<std::vector<std::string>> commands;
+};
+
+}  // namespace quillon::testing

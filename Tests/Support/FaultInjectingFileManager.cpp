@@ -1,0 +1,122 @@
+#include "Support/FaultInjectingFileManager.h"
+
+#include <utility>
+
+#include "QuillonCore/Values/QuillonError.h"
+
+namespace quillon::testing {
+namespace {
+
+/// Runs the watcher when the change is over, also for changes that return something.
+class AtEnd {
+ public:
+  explicit AtEnd(const std::function<void()>* action) : action_(action) {}
+  ~AtEnd() {
+    if (action_ != nullptr) (*action_)();
+  }
+  AtEnd(const AtEnd&) = delete;
+  AtEnd& operator=(const AtEnd&) = delete;
+
+ private:
+  const std::function<void()>* action_;
+};
+
+}  // namespace
+
+void FaultInjectingFileManager::failChange(int n, int code) {
+  failing_ = n;
+  failingCode_ = code;
+}
+
+void FaultInjectingFileManager::afterChange(int n, std::function<void()> action) {
+  watchedAfter_ = n;
+  after_ = std::move(action);
+}
+
+void FaultInjectingFileManager::beforeChange(int n, std::function<void()> action) {
+  watchedBefore_ = n;
+  before_ = std::move(action);
+}
+
+template <typename Change>
+auto FaultInjectingFileManager::change(Change&& perform) const {
+  const int number = ++changes_;
+  if (number == watchedBefore_) before_();
+  if (number == failing_) {
+    didFail_ = true;
+    throw QuillonSystemError::posix(failingCode_, "make change", std::to_string(number));
+  }
+  const AtEnd watcher(number == watchedAfter_ ? &after_ : nullptr);
+  return std::forward<Change>(perform)();
+}
+
+std::optional<QuillonFileStatus> FaultInjectingFileManager::itemStatus(const QuillonURL& item) const {
+  return real_->itemStatus(item);
+}
+bool FaultInjectingFileManager::fileExists(const QuillonURL& item) const noexcept { return real_->fileExists(item); }
+bool FaultInjectingFileManager::directoryExists(const QuillonURL& item) const noexcept {
+  return real_->directoryExists(item);
+}
+std::string FaultInjectingFileManager::contentsOfFile(const QuillonURL& file, std::size_t limit) const {
+  return real_->contentsOfFile(file, limit);
+}
+std::vector<std::string> FaultInjectingFileManager::contentsOfDirectory(const QuillonURL& directory) const {
+  return real_->contentsOfDirectory(directory);
+}
+QuillonURL FaultInjectingFileManager::resolvingSymbolicLinks(const QuillonURL& item) const {
+  return real_->resolvingSymbolicLinks(item);
+}
+std::unique_ptr<QuillonPinnedDirectory> FaultInjectingFileManager::pinDirectory(const QuillonURL& directory) const {
+  return real_->pinDirectory(directory);
+}
+QuillonURL FaultInjectingFileManager::temporaryDirectory() const { return real_->temporaryDirectory(); }
+std::vector<QuillonURL> FaultInjectingFileManager::applicationSupportDirectories() const {
+  return real_->applicationSupportDirectories();
+}
+void FaultInjectingFileManager::createDirectory(const QuillonURL& directory) const {
+  change([&] { real_->createDirectory(directory); });
+}
+std::unique_ptr<QuillonPinnedDirectory> FaultInjectingFileManager::createPrivateDirectory(
+    const QuillonURL& directory) const {
+  return change([&] { return real_->createPrivateDirectory(directory); });
+}
+void FaultInjectingFileManager::writeFileAtomically(const QuillonURL& file, std::string_view bytes) const {
+  change([&] { real_->writeFileAtomically(file, bytes); });
+}
+void FaultInjectingFileManager::createFile(const QuillonURL& file, std::string_view bytes) const {
+  change([&] { real_->createFile(file, bytes); });
+}
+void FaultInjectingFileManager::moveItem(const QuillonURL& item, const QuillonURL& destination) const {
+  change([&] { real_->moveItem(item, destination); });
+}
+void FaultInjectingFileManager::copyItem(const QuillonURL& item, const QuillonURL& destination) const {
+  change([&] { real_->copyItem(item, destination); });
+}
+void FaultInjectingFileManager::removeItem(const QuillonURL& item) const {
+  change([&] { real_->removeItem(item); });
+}
+void FaultInjectingFileManager::removeEmptyDirectory(const QuillonURL& directory) const {
+  change([&] { real_->removeEmptyDirectory(directory); });
+}
+void FaultInjectingFileManager::changeOwner(const QuillonURL& item, std::uint32_t userIdentifier,
+                                            std::uint32_t groupIdentifier) const {
+  change([&] { real_->changeOwner(item, userIdentifier, groupIdentifier); });
+}
+void FaultInjectingFileManager::changeOwnerOfDescendants(const QuillonURL& directory, std::uint32_t userIdentifier,
+                                                         std::uint32_t groupIdentifier) const {
+  change([&] { real_->changeOwnerOfDescendants(directory, userIdentifier, groupIdentifier); });
+}
+bool FaultInjectingFileManager::changeOwnerOfFile(const QuillonURL& file, std::uint32_t userIdentifier,
+                                                  std::uint32_t groupIdentifier, std::size_t limit,
+                                                  bool (*mayBeChanged)(std::string_view bytes)) const {
+  return change(
+      [&] { return real_->changeOwnerOfFile(file, userIdentifier, groupIdentifier, limit, mayBeChanged); });
+}
+std::optional<QuillonFileFailure> FaultInjectingFileManager::releaseQuarantine(const QuillonURL& root) const {
+  return change([&] { return real_->releaseQuarantine(root); });
+}
+void FaultInjectingFileManager::synchronizeVolume(const QuillonURL& directory) const {
+  change([&] { real_->synchronizeVolume(directory); });
+}
+
+}  // namespace quillon::testing

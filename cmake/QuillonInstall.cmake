@@ -1,0 +1,24 @@
+# Install and export rules of every component and command.
+include(CMakePackageConfigHelpers)
+
+get_property(components GLOBAL PROPERTY QUILLON_COMPONENTS)
+get_property(commands GLOBAL PROPERTY QUILLON_COMMANDS)
+
+install(TARGETS ${components}
+  EXPORT QuillonTargets
+  ARCHIVE DESTINATION ${CMAKE_INSTALL_LIBDIR}
+  FILE_SET HEADERS DESTINATION ${CMAKE_INSTALL_INCLUDEDIR}/quillon
+  INCLUDES DESTINATION ${CMAKE_INSTALL_INCLUDEDIR}/quillon)
+install(TARGETS ${commands} RUNTIME DESTINATION ${CMAKE_INSTALL_BINDIR})
+install(EXPORT QuillonTargets NAMESPACE Quillon:: DESTINATION ${CMAKE_INSTALL_LIBDIR}/cmake/Quillon)
+
+configure_package_config_file("${PROJECT_SOURCE_DIR}/cmake/QuillonConfig.cmake.in"
+  "${CMAKE_BINARY_DIR}/QuillonConfig.cmake"
+  INSTALL_DESTINATION ${CMAKE_INSTALL_LIBDIR}/cmake/Quillon)
+write_basic_package_version_file("${CMAKE_BINARY_DIR}/QuillonConfigVersion.cmake" COMPATIBILITY SameMinorVersion)
+install(FILES "${CMAKE_BINARY_DIR}/QuillonConfig.cmake" "${CMAKE_BINARY_DIR}/QuillonConfigVersion.cmake"
+  DESTINATION ${CMAKE_INSTALL_LIBDIR}/cmake/Quillon)
+
+file(GLOB manual_pages CONFIGURE_DEPENDS "${PROJECT_SOURCE_DIR}/docs/man/*.1")
+install(FILES ${manual_pages} DESTINATION ${CMAKE_INSTALL_MANDIR}/man1)
+install(FILES "${PROJECT_SOURCE_DIR}/LICENSE" DESTINATION ${CMAKE_INSTALL_DOCDIR})
