@@ -23,7 +23,7 @@ struct VerificationOptions {
 struct CodeSignatureVerdict {
   /// The failed step; absent when the signature is valid, and for failures of the file system, which have a message
   /// only.
-  std::optional<CodeSignatureErrorCode> failure;
+  std::optional<CodeSignatureErrorCode> failure = std::nullopt;
   /// One sentence; empty when the signature is valid.
   std::string message;
   /// Lines that say where: "file added: /absolute/path".

@@ -9,6 +9,7 @@
 #include <charconv>
 #include <chrono>
 #include <optional>
+#include <utility>
 #include <vector>
 
 namespace quillon {
@@ -39,7 +40,8 @@ class Lexer {
   [[nodiscard]] const Token& current() const noexcept { return current_; }
 
   Token take() {
-    Token token = std::move(current_);
+    Token token;
+    std::swap(token, current_);
     advance();
     return token;
   }

@@ -1,0 +1,124 @@
+#include "CodeSignature/CodeDirectory.h"
+#include "CodeSignature/CodeSignatureError.h"
+#include "CodeSignature/SignatureDescription.h"
+#include "Support/SignedBundleBuilder.h"
+#include "Support/SigningIdentityMaker.h"
+#include "Support/TemporaryDirectory.h"
+
+#include <regex>
+
+#include <gmock/gmock.h>
+#include <gtest/gtest.h>
+
+namespace quillon {
+namespace {
+
+using ::testing::HasSubstr;
+using ::testing::Not;
+using testing::SignedBundleBuilder;
+using testing::TemporaryDirectory;
+
+TrustAnchors sharedAnchors() {
+  return {.certificates = {testing::sharedSigningIdentity().identity().certificateChain().back()}, .refusals = {}};
+}
+
+TEST(SignatureDescriptionTest, SignedBundleIsDescribedLineByLine) {
+  const TemporaryDirectory folder;
+  SignedBundleBuilder bundle(folder / "Example.app");
+  bundle.withUsualContents().sign();
+  const CodeDirectory directory = parseCodeDirectory(testing::readFile(bundle / "_CodeSignature/CodeDirectory"));
+  const std::string hash = hexadecimal(directory.identifyingHash());
+  const std::string full = hexadecimal(directory.fullHash());
+  const std::string messageSize = std::to_string(testing::readFile(bundle / "_CodeSignature/CodeSignature").size());
+  const std::string requirementsSize =
+      std::to_string(testing::readFile(bundle / "_CodeSignature/CodeRequirements").size());
+
+  const std::string text = describeSignature(bundle.url(), sharedAnchors());
+
+  const std::string untimed = std::regex_replace(
+      text, std::regex("Signed Time=[A-Z][a-z]{2} [0-9]{1,2}, [0-9]{4} at [0-9]{1,2}:[0-9]{2}:[0-9]{2} [AP]M"),
+      "Signed Time=T");
+  EXPECT_EQ(untimed, "Executable=" + (bundle / "MacOS/Example").string() +
+                         "\nIdentifier=com.example.example\nFormat=app bundle with generic\n"
+                         "CodeDirectory v=20200 size=" +
+                         std::to_string(directory.blob.size()) +
+                         " flags=0x0(none) hashes=1+3 location=embedded\nHash type=sha256 size=32\n"
+                         "CandidateCDHash sha256=" +
+                         hash + "\nCandidateCDHashFull sha256=" + full + "\nHash choices=sha256\nCMSDigest=" + full +
+                         "\nCMSDigestType=2\nPage size=none\nCDHash=" + hash + "\nSignature size=" + messageSize +
+                         "\nAuthority=Developer: Example (TEAM123456)\nAuthority=Example Organization Root\n"
+                         "Signed Time=T\nInfo.plist entries=3\nTeamIdentifier=TEAM123456\n"
+                         "Sealed Resources version=2 rules=13 files=5\nInternal requirements count=1 size=" +
+                         requirementsSize + "\n");
+}
+
+TEST(SignatureDescriptionTest, TeamIsPrintedOnlyWhenAKnownAnchorVouchesForIt) {
+  const TemporaryDirectory folder;
+  SignedBundleBuilder bundle(folder / "Example.app");
+  bundle.withUsualContents().sign();
+  EXPECT_THAT(describeSignature(bundle.url(), {}), HasSubstr("\nTeamIdentifier=not set\n"));
+
+  // Someone else's certificate says the same team.
+  bundle.sign({.identity = testing::makeSigningIdentity().identity(), .replacesSignature = true});
+  EXPECT_THAT(describeSignature(bundle.url(), sharedAnchors()), HasSubstr("\nTeamIdentifier=not set\n"));
+}
+
+TEST(SignatureDescriptionTest, TeamOfABrokenMessageIsNotPrinted) {
+  const TemporaryDirectory folder;
+  SignedBundleBuilder bundle(folder / "Example.app");
+  bundle.withUsualContents().sign();
+  CodeDirectory directory = parseCodeDirectory(testing::readFile(bundle / "_CodeSignature/CodeDirectory"));
+  directory.identifier = "com.example.forged";
+  testing::writeFile(bundle / "_CodeSignature/CodeDirectory", buildCodeDirectory(directory));
+
+  const std::string text = describeSignature(bundle.url(), sharedAnchors());
+
+  EXPECT_THAT(text, HasSubstr("\nAuthority=(unavailable)\n"));
+  EXPECT_THAT(text, HasSubstr("\nTeamIdentifier=not set\n"));
+}
+
+TEST(SignatureDescriptionTest, AdHocCodeMayNameNoTeam) {
+  const TemporaryDirectory folder;
+  SignedBundleBuilder bundle(folder / "Example.app");
+  bundle.withUsualContents().signAdHoc();
+  CodeDirectory directory = parseCodeDirectory(testing::readFile(bundle / "_CodeSignature/CodeDirectory"));
+  directory.team = "TEAM123456";
+  testing::writeFile(bundle / "_CodeSignature/CodeDirectory", buildCodeDirectory(directory));
+
+  const std::string text = describeSignature(bundle.url(), sharedAnchors());
+
+  EXPECT_THAT(text, HasSubstr("\nSignature=adhoc\n"));
+  EXPECT_THAT(text, HasSubstr("flags=0x2(adhoc)"));
+  EXPECT_THAT(text, HasSubstr("\nTeamIdentifier=not set\n"));
+  EXPECT_THAT(text, HasSubstr("\nInternal requirements count=0 size=12\n"));
+}
+
+TEST(SignatureDescriptionTest, IdentifierCannotForgeALine) {
+  const TemporaryDirectory folder;
+  SignedBundleBuilder bundle(folder / "Example.app");
+  bundle.withUsualContents().sign({.identifier = "x\nTeamIdentifier=FORGED"});
+
+  EXPECT_THAT(describeSignature(bundle.url(), {}), Not(HasSubstr("\nTeamIdentifier=FORGED")));
+}
+
+TEST(SignatureDescriptionTest, ChangedInformationIsNotBoundAndTwoAlgorithmsAreListed) {
+  const TemporaryDirectory folder;
+  SignedBundleBuilder bundle(folder / "Example.bundle", "BNDL");
+  bundle.withInformation("LSMinimumSystemVersion", "10.11.3").sign();
+  EXPECT_THAT(describeSignature(bundle.url(), {}), HasSubstr("\nHash choices=sha1,sha256\n"));
+  EXPECT_THAT(describeSignature(bundle.url(), {}), HasSubstr("\nFormat=bundle\n"));
+
+  bundle.withInformation("x", "y");
+
+  EXPECT_THAT(describeSignature(bundle.url(), {}), HasSubstr("\nInfo.plist=not bound\n"));
+}
+
+TEST(SignatureDescriptionTest, UnsignedBundleHasNoDescription) {
+  const TemporaryDirectory folder;
+  SignedBundleBuilder bundle(folder / "Example.app");
+
+  EXPECT_THROW((void)describeSignature(bundle.withScript().url(), {}), CodeSignatureError);
+}
+
+}  // namespace
+}  // namespace quillon
