@@ -3,6 +3,9 @@
 #include <algorithm>
 #include <exception>
 
+#include "QuillonTool/QuillonToolBundleSign.h"
+#include "QuillonTool/QuillonToolBundleValidate.h"
+#include "QuillonTool/QuillonToolReportShow.h"
 #include "QuillonTool/QuillonToolUsageError.h"
 #include "QuillonTool/QuillonToolVersionCompare.h"
 
@@ -24,7 +27,8 @@ std::string nameOf(const QuillonToolSubcommand* subcommand) {
 }  // namespace
 
 QuillonToolSubcommandList allSubcommands() {
-  return QuillonToolSubcommandList({versionCompareSubcommand()});
+  return QuillonToolSubcommandList(
+      {versionCompareSubcommand(), bundleValidateSubcommand(), bundleSignSubcommand(), reportShowSubcommand()});
 }
 
 QuillonToolExitStatus QuillonToolMain::execute(const std::vector<std::string>& words,
