@@ -5,8 +5,8 @@
 #include <string>
 #include <vector>
 
-#include "QuillonTool/QuillonToolMain.h"
 #include "QuillonCore/Values/QuillonError.h"
+#include "QuillonTool/QuillonToolMain.h"
 #include "QuillonToolTests/ToolRun.h"
 
 namespace quillon {
@@ -47,7 +47,10 @@ TEST_P(QuillonToolMainHelpTest, ShowsUsageAndExitStatus) {
 }
 
 INSTANTIATE_TEST_SUITE_P(EverySubcommand, QuillonToolMainHelpTest,
-                         ::testing::Values(std::vector<std::string>{"version", "compare"}),
+                         ::testing::Values(std::vector<std::string>{"version", "compare"},
+                                           std::vector<std::string>{"bundle", "validate"},
+                                           std::vector<std::string>{"bundle", "sign"},
+                                           std::vector<std::string>{"report", "show"}),
                          [](const auto& test) { return test.param[0] + "_" + test.param[1]; });
 
 TEST(QuillonToolMainTest, AfterTwoDashesHelpIsAWordLikeOthers) {
