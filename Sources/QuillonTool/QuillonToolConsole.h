@@ -1,0 +1,32 @@
+#pragma once
+
+#include <istream>
+#include <ostream>
+#include <string_view>
+
+namespace quillon {
+
+/// Standard input, output and error of the command. Borrows the streams.
+class QuillonToolConsole {
+ public:
+  QuillonToolConsole(std::istream& input, std::ostream& output, std::ostream& error)
+      : input_(input), output_(output), error_(error) {}
+
+  [[nodiscard]] std::istream& input() const noexcept { return input_; }
+
+  /// Prints one line; control characters, which could steer the terminal, are escaped.
+  void printLine(std::string_view line);
+  /// Prints a text of the program's own, of any number of lines, as it stands.
+  void printText(std::string_view text);
+  /// Prints one line to standard error, after everything printed so far; control characters are escaped.
+  void printError(std::string_view line);
+  /// Brings everything to standard output. False when some of it could not be written.
+  [[nodiscard]] bool finish();
+
+ private:
+  std::istream& input_;
+  std::ostream& output_;
+  std::ostream& error_;
+};
+
+}  // namespace quillon

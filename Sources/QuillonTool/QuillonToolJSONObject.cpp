@@ -1,0 +1,48 @@
+#include "QuillonTool/QuillonToolJSONObject.h"
+
+#include "QuillonCore/Text/QuillonScalars.h"
+
+namespace quillon {
+namespace {
+
+constexpr std::string_view kReplacementCharacter = "\xEF\xBF\xBD";  // U+FFFD in UTF-8
+
+bool isControl(char32_t scalar) {
+  return scalar < 0x20 || (scalar >= 0x7F && scalar <= 0x9F);
+}
+
+bool isBadByte(char32_t scalar) {
+  return scalar >= 0xD800 && scalar <= 0xDFFF;
+}
+
+void appendControl(std::string& text, char32_t scalar) {
+  static constexpr std::string_view kHex = "0123456789abcdef";
+  text.append("\\u00").append(1, kHex[scalar >> 4]).append(1, kHex[scalar & 15]);
+}
+
+std::string stringLiteral(std::string_view value) {
+  std::string text = "\"";
+  while (!value.empty()) {
+    const std::string_view rest = value;
+    const char32_t scalar = takeFirstScalar(value);
+    if (isControl(scalar)) {
+      appendControl(text, scalar);
+    } else if (isBadByte(scalar)) {
+      text.append(kReplacementCharacter);
+    } else {
+      if (scalar == '"' || scalar == '\\') text += '\\';
+      text.append(rest.substr(0, rest.size() - value.size()));
+    }
+  }
+  return text += '"';
+}
+
+}  // namespace
+
+QuillonToolJSONObject& QuillonToolJSONObject::with(std::string_view key, const std::optional<std::string_view>& value) {
+  if (!members_.empty()) members_ += ",";
+  members_.append(stringLiteral(key)).append(":").append(value ? stringLiteral(*value) : "null");
+  return *this;
+}
+
+}  // namespace quillon

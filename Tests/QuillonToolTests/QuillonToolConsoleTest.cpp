@@ -1,0 +1,42 @@
+#include <gtest/gtest.h>
+
+#include <sstream>
+
+#include "QuillonTool/QuillonToolConsole.h"
+
+namespace quillon {
+namespace {
+
+class QuillonToolConsoleTest : public ::testing::Test {
+ protected:
+  std::istringstream input_;
+  std::ostringstream output_;
+  std::ostringstream error_;
+  QuillonToolConsole console_{input_, output_, error_};
+};
+
+TEST_F(QuillonToolConsoleTest, LinesCannotSteerTheTerminal) {
+  console_.printLine("a\x1b[2J\nb");
+  console_.printError("c\rd");
+
+  EXPECT_EQ(output_.str(), "a\\x1b[2J\\x0ab\n");
+  EXPECT_EQ(error_.str(), "c\\x0dd\n");
+}
+
+TEST_F(QuillonToolConsoleTest, TextsKeepTheirLines) {
+  console_.printText("one\ntwo\n");
+
+  EXPECT_EQ(output_.str(), "one\ntwo\n");
+  EXPECT_TRUE(console_.finish());
+}
+
+TEST_F(QuillonToolConsoleTest, LostOutputIsNoticed) {
+  output_.setstate(std::ios::badbit);
+
+  console_.printLine("lost");
+
+  EXPECT_FALSE(console_.finish());
+}
+
+}  // namespace
+}  // namespace quillon

@@ -1,0 +1,119 @@
+#include <gmock/gmock.h>
+#include <gtest/gtest.h>
+
+#include <sstream>
+#include <string>
+#include <vector>
+
+#include "QuillonCore/Values/QuillonError.h"
+#include "QuillonTool/QuillonToolMain.h"
+#include "QuillonToolTests/ToolRun.h"
+
+namespace quillon {
+namespace {
+
+using ::testing::EndsWith;
+using ::testing::HasSubstr;
+using ::testing::IsEmpty;
+using ::testing::StartsWith;
+using testing::ToolResult;
+using testing::ToolRun;
+
+TEST(QuillonToolMainTest, PrintsItsVersion) {
+  EXPECT_EQ(ToolRun()({"--version"}), (ToolResult{.status = 0, .output = "quillon 1.2.3\n"}));
+}
+
+TEST(QuillonToolMainTest, HelpCanBeAskedForInTwoWays) {
+  const ToolRun run;
+
+  EXPECT_THAT(run({"--help"}).output, StartsWith("Usage: quillon COMMAND SUBCOMMAND"));
+  EXPECT_EQ(run({"help"}), run({"--help"}));
+  EXPECT_EQ(run({"help", "version"}), run({"version", "--help"}));
+  EXPECT_EQ(run({"help", "version", "compare"}), run({"version", "compare", "--help"}));
+}
+
+class QuillonToolMainHelpTest : public ::testing::TestWithParam<std::vector<std::string>> {};
+
+TEST_P(QuillonToolMainHelpTest, ShowsUsageAndExitStatus) {
+  const std::vector<std::string>& names = GetParam();
+
+  const ToolResult result = ToolRun()({names[0], names[1], "--wrong", "--help"});
+
+  EXPECT_EQ(result.status, 0);
+  EXPECT_THAT(result.error, IsEmpty());
+  EXPECT_THAT(result.output, StartsWith("Usage: quillon " + names[0] + " " + names[1] + " "));
+  EXPECT_THAT(result.output, HasSubstr("\n  --help "));
+  EXPECT_THAT(result.output, HasSubstr("\nExit status: 0 "));
+}
+
+INSTANTIATE_TEST_SUITE_P(EverySubcommand, QuillonToolMainHelpTest,
+                         ::testing::Values(std::vector<std::string>{"version", "compare"},
+                                           std::vector<std::string>{"bundle", "validate"},
+                                           std::vector<std::string>{"bundle", "sign"},
+                                           std::vector<std::string>{"report", "show"}),
+                         [](const auto& test) { return test.param[0] + "_" + test.param[1]; });
+
+TEST(QuillonToolMainTest, AfterTwoDashesHelpIsAWordLikeOthers) {
+  EXPECT_EQ(ToolRun()({"version", "compare", "--", "--help", "--help"}).output, "same\n");
+}
+
+TEST(QuillonToolMainTest, UnknownWordsAreAUsageErrorWithAHint) {
+  const ToolResult result = ToolRun()({"update", "\x1b[0m"});
+
+  EXPECT_EQ(result.status, 2);
+  EXPECT_THAT(result.output, IsEmpty());
+  EXPECT_THAT(result.error, StartsWith("quillon: Unknown command \"update\"; the commands are version"));
+  EXPECT_THAT(result.error, EndsWith("\nSee 'quillon --help'.\n"));
+}
+
+TEST(QuillonToolMainTest, AMissingCommandIsAUsageError) {
+  EXPECT_EQ(
+      ToolRun()({}),
+      (ToolResult{.status = 2, .output = {}, .error = "quillon: A command is missing.\nSee 'quillon --help'.\n"}));
+  EXPECT_THAT(ToolRun()({"version"}).error, StartsWith("quillon: The command \"version\" needs a subcommand: compare"));
+}
+
+TEST(QuillonToolMainTest, TheHintNamesTheSubcommand) {
+  const ToolResult result = ToolRun()({"version", "compare", "--fast"});
+
+  EXPECT_EQ(result.status, 2);
+  EXPECT_THAT(result.error, StartsWith("quillon version compare: Unknown option \"--fast\"."));
+  EXPECT_THAT(result.error, EndsWith("\nSee 'quillon version compare --help'.\n"));
+}
+
+TEST(QuillonToolMainTest, OutputThatIsLostIsAFailure) {
+  std::istringstream input;
+  std::ostringstream output;
+  std::ostringstream error;
+  output.setstate(std::ios::badbit);
+  QuillonToolConsole console(input, output, error);
+
+  const int status = QuillonToolMain({}, "1.2.3").execute({"--version"}, console);
+
+  EXPECT_EQ(status, 1);
+  EXPECT_EQ(error.str(), "quillon: Cannot write to standard output\n");
+}
+
+QuillonToolExitStatus failAfterALine(const QuillonToolArguments& /*arguments*/, const QuillonToolServices& /*services*/,
+                                     QuillonToolConsole& console) {
+  console.printLine("begun");
+  throw QuillonError("It broke\a");
+}
+
+TEST(QuillonToolMainTest, AFailureIsReportedAfterWhatWasPrinted) {
+  std::istringstream input;
+  std::stringstream both;
+  QuillonToolConsole console(input, both, both);
+  const QuillonToolMain tool(
+      {}, "1.2.3",
+      QuillonToolSubcommandList(
+          {{.group = "tea", .name = "brew", .summary = {}, .help = {}, .options = {}, .action = failAfterALine}}));
+
+  const int status = tool.execute({"tea", "brew"}, console);
+
+  EXPECT_EQ(status, 1);
+  EXPECT_EQ(both.str(), "begun\nquillon tea brew: It broke\\x07\n");
+}
+
+}  // namespace
+}  // namespace quillon
