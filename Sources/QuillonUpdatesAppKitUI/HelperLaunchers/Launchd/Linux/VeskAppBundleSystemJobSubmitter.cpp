@@ -3,29 +3,39 @@
 #include "QuillonUpdatesAppKitUI/HelperLaunchers/Launchd/Linux/VeskAppBundleDetachedJobSubmitter.h"
 #include "QuillonUpdatesAppKitUI/HelperLaunchers/Launchd/Linux/VeskAppBundleSystemdJobSubmitter.h"
 
+#include <string>
 #include <utility>
 
 #include <systemd/sd-daemon.h>
+#include <unistd.h>
 
 namespace quillon {
+namespace {
+
+bool systemdManages(VeskAppBundleLaunchdJobDomain domain) {
+  if (sd_booted() <= 0) return false;  // looks for the folder /run/systemd/system
+  if (domain == VeskAppBundleLaunchdJobDomain::system) return true;
+  return access(("/run/user/" + std::to_string(geteuid()) + "/bus").c_str(), F_OK) == 0;
+}
+
+}  // namespace
 
 VeskAppBundleSystemJobSubmitter::VeskAppBundleSystemJobSubmitter()
     : VeskAppBundleSystemJobSubmitter(std::make_shared<VeskAppBundleSystemdJobSubmitter>(),
                                       std::make_shared<VeskAppBundleDetachedJobSubmitter>(),
-                                      // Looks for the folder /run/systemd/system.
-                                      [] { return sd_booted() > 0; }) {}
+                                      systemdManages) {}
 
 VeskAppBundleSystemJobSubmitter::VeskAppBundleSystemJobSubmitter(
     std::shared_ptr<VeskAppBundleLaunchdJobSubmitting> systemdSubmitter,
-    std::shared_ptr<VeskAppBundleLaunchdJobSubmitting> detachedSubmitter, std::function<bool()> systemdIsManager)
+    std::shared_ptr<VeskAppBundleLaunchdJobSubmitting> detachedSubmitter, SystemdManages systemdManages)
     : systemdSubmitter_(std::move(systemdSubmitter)),
       detachedSubmitter_(std::move(detachedSubmitter)),
-      systemdIsManager_(std::move(systemdIsManager)) {}
+      systemdManages_(std::move(systemdManages)) {}
 
 void VeskAppBundleSystemJobSubmitter::submit(const VeskAppBundleLaunchdJob& job,
                                              const VeskAppBundleLaunchdAuthorization& authorization,
                                              const std::function<bool()>& shouldProceed) {
-  const auto& submitter = systemdIsManager_() ? systemdSubmitter_ : detachedSubmitter_;
+  const auto& submitter = systemdManages_(job.domain) ? systemdSubmitter_ : detachedSubmitter_;
   submitter->submit(job, authorization, shouldProceed);
 }
 

@@ -7,13 +7,16 @@
 
 namespace quillon {
 
-/// Hands jobs to systemd where it is this machine's manager, and runs them detached everywhere else.
+/// Hands jobs to systemd where it manages their domain, and runs them detached everywhere else: on machines without
+/// systemd, and for a user who has no manager of its own, as root usually has none.
 class VeskAppBundleSystemJobSubmitter final : public VeskAppBundleLaunchdJobSubmitting {
  public:
+  using SystemdManages = std::function<bool(VeskAppBundleLaunchdJobDomain domain)>;
+
   VeskAppBundleSystemJobSubmitter();
   VeskAppBundleSystemJobSubmitter(std::shared_ptr<VeskAppBundleLaunchdJobSubmitting> systemdSubmitter,
                                   std::shared_ptr<VeskAppBundleLaunchdJobSubmitting> detachedSubmitter,
-                                  std::function<bool()> systemdIsManager);
+                                  SystemdManages systemdManages);
 
   void submit(const VeskAppBundleLaunchdJob& job, const VeskAppBundleLaunchdAuthorization& authorization,
               const std::function<bool()>& shouldProceed) override;
@@ -21,7 +24,7 @@ class VeskAppBundleSystemJobSubmitter final : public VeskAppBundleLaunchdJobSubm
  private:
   const std::shared_ptr<VeskAppBundleLaunchdJobSubmitting> systemdSubmitter_;
   const std::shared_ptr<VeskAppBundleLaunchdJobSubmitting> detachedSubmitter_;
-  const std::function<bool()> systemdIsManager_;
+  const SystemdManages systemdManages_;
 };
 
 }  // namespace quillon

@@ -23,16 +23,18 @@ class RecordingSubmitter final : public VeskAppBundleLaunchdJobSubmitting {
   std::vector<std::string> labels;
 };
 
-TEST(VeskAppBundleSystemJobSubmitterTest, TakesSystemdWhereItIsTheManagerAndADetachedProcessElsewhere) {
+TEST(VeskAppBundleSystemJobSubmitterTest, TakesSystemdWhereItManagesTheDomainAndADetachedProcessElsewhere) {
   const auto systemd = std::make_shared<RecordingSubmitter>();
   const auto detached = std::make_shared<RecordingSubmitter>();
-  bool systemdIsManager = true;
-  VeskAppBundleSystemJobSubmitter submitter(systemd, detached, [&] { return systemdIsManager; });
+  VeskAppBundleSystemJobSubmitter submitter(systemd, detached, [](VeskAppBundleLaunchdJobDomain domain) {
+    return domain == VeskAppBundleLaunchdJobDomain::system;
+  });
   const VeskAppBundleLaunchdAuthorization authorization(nullptr, nullptr);
 
-  submitter.submit({.label = "first", .domain = {}, .programArguments = {}}, authorization, [] { return true; });
-  systemdIsManager = false;
-  submitter.submit({.label = "second", .domain = {}, .programArguments = {}}, authorization, [] { return true; });
+  submitter.submit({.label = "first", .domain = VeskAppBundleLaunchdJobDomain::system, .programArguments = {}},
+                   authorization, [] { return true; });
+  submitter.submit({.label = "second", .domain = VeskAppBundleLaunchdJobDomain::user, .programArguments = {}},
+                   authorization, [] { return true; });
 
   EXPECT_THAT(systemd->labels, ElementsAre("first"));
   EXPECT_THAT(detached->labels, ElementsAre("second"));
