@@ -1,6 +1,7 @@
 #include "QuillonUpdateInstaller/QuillonUpdateInstallerFailureRecorder.h"
 
 #include <cerrno>
+#include <string_view>
 #include <utility>
 
 #include "QuillonCore/Values/QuillonError.h"
@@ -11,6 +12,8 @@ namespace quillon {
 namespace {
 
 constexpr std::size_t kLargestReport = VeskAppBundleUpdateFailureReportStore::kLargestReport;
+// Nothing runs or sources a file of that name, in whichever folder it is made.
+constexpr std::string_view kReportExtension = "plist";
 
 bool isFailureReport(std::string_view bytes) {
   try {
@@ -38,19 +41,21 @@ void QuillonUpdateInstallerFailureRecorder::recordFailureReportIfPossible(
     return;
   }
   const QuillonURL& report = *arguments->failureReportURL;
-  if (arguments->launchUserContext) {
-    requireReplaceable(VeskAppBundleUpdateFailureReportStore::attemptReportURL(report, attempt).value_or(report),
-                       *arguments->launchUserContext);
-  }
+  requirePlaceForReport(VeskAppBundleUpdateFailureReportStore::attemptReportURL(report, attempt).value_or(report),
+                        arguments->launchUserContext);
   store.writeFailureReport(errorDescription, report, now_(), attempt);
   if (arguments->launchUserContext) setFailureReportOwnerIfPossible(report, *arguments->launchUserContext);
 }
 
-void QuillonUpdateInstallerFailureRecorder::requireReplaceable(const QuillonURL& file,
-                                                               const VeskAppBundleLaunchdUserContext& user) const {
+void QuillonUpdateInstallerFailureRecorder::requirePlaceForReport(
+    const QuillonURL& file, const std::optional<VeskAppBundleLaunchdUserContext>& user) const {
   if (!privilegeChecker_->processCanReplaceNonWritableDestination()) return;
+  if (file.pathExtension() != kReportExtension) {
+    throw QuillonSystemError::posix(EPERM, "write a failure report, which is a .plist file, to", file.path());
+  }
   const std::optional<QuillonFileStatus> existing = fileManager_->itemStatus(file);
-  if (!existing || existing->userIdentifier == user.userIdentifier) return;
+  if (!existing) return;
+  if (user && user->userIdentifier != 0 && existing->userIdentifier == user->userIdentifier) return;
   if (existing->type == QuillonFileType::regular &&
       isFailureReport(fileManager_->contentsOfFile(file, kLargestReport))) {
     return;

@@ -15,7 +15,8 @@ namespace quillon {
 /// Leaves the report of a failed installation where the host looks for it.
 ///
 /// The report's path comes from the host, and a privileged installer must not become a way to overwrite or give away
-/// other files: it replaces nothing but reports and files of the launch user, and gives the user nothing but reports.
+/// other files: it writes property-list files only, replaces nothing but reports and files of the launch user, and gives
+/// the user nothing but reports.
 class QuillonUpdateInstallerFailureRecorder {
  public:
   using TimePoint = std::chrono::sys_time<std::chrono::microseconds>;
@@ -29,7 +30,7 @@ class QuillonUpdateInstallerFailureRecorder {
                                      const std::optional<QuillonUpdateInstallerArguments>& arguments) const;
 
  private:
-  void requireReplaceable(const QuillonURL& file, const VeskAppBundleLaunchdUserContext& user) const;
+  void requirePlaceForReport(const QuillonURL& file, const std::optional<VeskAppBundleLaunchdUserContext>& user) const;
   void setFailureReportOwnerIfPossible(const QuillonURL& file, const VeskAppBundleLaunchdUserContext& user) const;
 
   std::shared_ptr<const QuillonFileManaging> fileManager_;

@@ -5,6 +5,7 @@
 #include <thread>
 #include <vector>
 
+#include "QuillonCore/Runtime/Posix/CommandProcess.h"
 #include "QuillonCore/Runtime/QuillonProcessProbe.h"
 #include "QuillonCore/Runtime/QuillonSystemLog.h"
 #include "QuillonCore/Runtime/QuillonSystemServices.h"
@@ -35,6 +36,7 @@ quillon::QuillonUpdateInstallerServices systemServices() {
 }  // namespace
 
 int main(int argumentCount, char** argumentValues) {
+  quillon::prepareCommandProcess();
   const std::vector<std::string> arguments(argumentValues + (argumentCount > 0 ? 1 : 0),
                                            argumentValues + argumentCount);
   quillon::QuillonUpdateInstallerMain(systemServices()).run(arguments);

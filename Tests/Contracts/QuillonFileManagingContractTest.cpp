@@ -2,9 +2,11 @@
 
 #include <fcntl.h>
 #include <sys/stat.h>
+#include <sys/wait.h>
 #include <sys/xattr.h>
 #include <unistd.h>
 
+#include <array>
 #include <cerrno>
 #include <filesystem>
 #include <functional>
@@ -19,6 +21,7 @@
 #include "QuillonCore/Runtime/Posix/QuillonPosixFileManager.h"
 #include "QuillonCore/Values/QuillonError.h"
 #include "Support/FaultInjectingFileManager.h"
+#include "Support/ScopedMount.h"
 #include "Support/TemporaryDirectory.h"
 
 namespace quillon {
@@ -219,6 +222,27 @@ TEST_P(QuillonFileManagingContract, CopyGainsNoSetIdRights) {
   EXPECT_EQ(files->itemStatus(url("copy"))->permissions, 0755U);
 }
 
+TEST_P(QuillonFileManagingContract, ACopyOfRootsLetsNobodyElseWrite) {
+  if (geteuid() != 0) GTEST_SKIP() << "a copy of one's own keeps its modes";
+  writeFile(folder / "tree/tool", "x");
+  ASSERT_EQ(chmod((folder / "tree/tool").c_str(), 0777), 0);
+  ASSERT_EQ(chmod((folder / "tree").c_str(), 01777), 0);
+  // An access list, in the form of acl(5), that gives user 65534 every right.
+  const std::array<unsigned char, 44> list = {2, 0, 0,    0,    1, 0, 7, 0, 0xFF, 0xFF, 0xFF, 0xFF, 2, 0, 7,
+                                              0, 0xFE, 0xFF, 0, 0, 4, 0, 5, 0,    0xFF, 0xFF, 0xFF, 0xFF, 0x10, 0,
+                                              7, 0, 0xFF, 0xFF, 0xFF, 0xFF, 0x20, 0, 5, 0, 0xFF, 0xFF, 0xFF, 0xFF};
+  const bool hasLists =
+      setxattr((folder / "tree/tool").c_str(), "system.posix_acl_access", list.data(), list.size(), 0) == 0;
+
+  files->copyItem(url("tree"), url("copy"));
+
+  EXPECT_EQ(files->itemStatus(url("copy"))->permissions, 0755U);
+  EXPECT_EQ(files->itemStatus(url("copy/tool"))->permissions, 0755U);
+  if (hasLists) {
+    EXPECT_EQ(getxattr((folder / "copy/tool").c_str(), "system.posix_acl_access", nullptr, 0), -1);
+  }
+}
+
 TEST_P(QuillonFileManagingContract, CopyOfASpecialFileFailsAndLeavesNothing) {
   writeFile(folder / "tree/file", "x");
   ASSERT_EQ(mkfifo((folder / "tree/zfifo").c_str(), 0600), 0);
@@ -252,6 +276,17 @@ TEST_P(QuillonFileManagingContract, RemovalTakesATreeAndNoLinksTarget) {
   EXPECT_THAT(files->contentsOfDirectory(url("")), ElementsAre("outside"));
   EXPECT_EQ(readFile(folder / "outside/file"), "x");
   expectPOSIXError(ENOENT, [&] { files->removeItem(url("tree")); });
+}
+
+TEST_P(QuillonFileManagingContract, RemovalStopsAtAnotherVolume) {
+  fs::create_directories(folder / "tree/mounted");
+  const testing::ScopedMount mount(folder / "tree/mounted", "size=1m");
+  if (!mount) GTEST_SKIP() << "cannot mount a volume here";
+  writeFile(folder / "tree/mounted/file", "x");
+
+  expectPOSIXError(EXDEV, [&] { files->removeItem(url("tree")); });
+
+  EXPECT_EQ(readFile(folder / "tree/mounted/file"), "x");
 }
 
 TEST_P(QuillonFileManagingContract, RemovesAnEmptyFolderOnly) {
@@ -337,6 +372,49 @@ TEST_P(QuillonFileManagingContract, QuarantineMarksAreTakenOffEveryItem) {
     EXPECT_EQ(getxattr((folder / item).c_str(), "user.com.apple.quarantine", nullptr, 0), -1) << item;
     EXPECT_EQ(errno, ENODATA) << item;
   }
+}
+
+TEST_P(QuillonFileManagingContract, AReadOnlyFileWithoutAMarkHasNoneToKeep) {
+  if (geteuid() == 0) ASSERT_EQ(chown(folder.path().c_str(), 65534, 65534), 0);
+  writeFile(folder / "tree/file", "x");
+  for (const char* item : {"tree", "tree/file"}) {
+    if (geteuid() == 0) ASSERT_EQ(chown((folder / item).c_str(), 65534, 65534), 0);
+  }
+  ASSERT_EQ(chmod((folder / "tree/file").c_str(), 0444), 0);
+
+  const pid_t child = fork();
+  if (child == 0) {
+    const bool isOrdinary = geteuid() != 0 || setuid(65534) == 0;
+    _exit(isOrdinary && !files->releaseQuarantine(url("tree")) ? 0 : 1);
+  }
+  int status = 0;
+  ASSERT_EQ(waitpid(child, &status, 0), child);
+  EXPECT_EQ(status, 0);
+}
+
+TEST_P(QuillonFileManagingContract, QuarantineIsTakenOffPastAFolderThatCannotBeOpened) {
+  writeFile(folder / "tree/a/file", "x");
+  writeFile(folder / "tree/b", "x");
+  const bool hasAttributes = setxattr((folder / "tree/b").c_str(), "user.com.apple.quarantine", "q", 1, 0) == 0;
+  if (!hasAttributes) GTEST_SKIP() << "this volume holds no extended attributes";
+  if (geteuid() == 0) {
+    for (const char* item : {"", "tree", "tree/a", "tree/b"}) {
+      ASSERT_EQ(chown((folder / item).c_str(), 65534, 65534), 0);
+    }
+  }
+  ASSERT_EQ(chmod((folder / "tree/a").c_str(), 0), 0);
+
+  const pid_t child = fork();
+  if (child == 0) {
+    const bool isOrdinary = geteuid() != 0 || setuid(65534) == 0;
+    const auto failure = files->releaseQuarantine(url("tree"));
+    _exit(isOrdinary && failure && failure->code == EACCES && failure->itemURL.lastPathComponent() == "a" ? 0 : 1);
+  }
+  int status = 0;
+  ASSERT_EQ(waitpid(child, &status, 0), child);
+  EXPECT_EQ(status, 0);
+  EXPECT_EQ(getxattr((folder / "tree/b").c_str(), "user.com.apple.quarantine", nullptr, 0), -1);
+  ASSERT_EQ(chmod((folder / "tree/a").c_str(), 0700), 0);
 }
 
 TEST_P(QuillonFileManagingContract, FlushesAVolume) {

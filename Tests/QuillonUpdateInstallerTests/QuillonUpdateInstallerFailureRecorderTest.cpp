@@ -144,6 +144,39 @@ TEST_F(QuillonUpdateInstallerFailureRecorderTest, APrivilegedInstallerReplacesNo
   EXPECT_EQ(reportAt(report).errorDescription, "why");
 }
 
+TEST_F(QuillonUpdateInstallerFailureRecorderTest, WithoutALaunchUserOnlyReportsAreReplaced) {
+  useReportURL();
+  privilege->answer = true;
+  writeFile(report, "root:x:0:0");
+
+  EXPECT_THROW(record(), QuillonSystemError);
+
+  EXPECT_EQ(readFile(report), "root:x:0:0");
+}
+
+TEST_F(QuillonUpdateInstallerFailureRecorderTest, ALaunchUserThatIsRootOwnsNothingThatMayBeReplaced) {
+  useReportURL();
+  useLaunchUser();
+  arguments->launchUserContext->userIdentifier = 0;
+  privilege->answer = true;
+  writeFile(report, "root:x:0:0");
+
+  EXPECT_THROW(record(), QuillonSystemError);
+
+  EXPECT_EQ(readFile(report), "root:x:0:0");
+}
+
+TEST_F(QuillonUpdateInstallerFailureRecorderTest, APrivilegedInstallerMakesNoFileThatSomethingMightRun) {
+  report = folder / "profile.d/evil.sh";
+  useReportURL();
+  useLaunchUser();
+  privilege->answer = true;
+
+  EXPECT_THROW(record(), QuillonSystemError);
+
+  EXPECT_FALSE(fs::exists(report));
+}
+
 TEST_F(QuillonUpdateInstallerFailureRecorderTest, ALinkInAFolderOfTheUserLeadsNowhere) {
   if (geteuid() != 0) GTEST_SKIP() << "only root may give files away";
   fs::create_directory(folder / "home");

@@ -7,6 +7,7 @@
 #include <unistd.h>
 
 #include <algorithm>
+#include <array>
 #include <csignal>
 #include <filesystem>
 #include <fstream>
@@ -130,6 +131,7 @@ class InstallerScenario : public ::testing::Test {
       std::ifstream status(process / "stat");
       std::getline(status.ignore(64, '('), name, ')');
       status >> state;
+      ASSERT_NE(state, "Z") << "the installer did not wait for its host";
     }
   }
 
@@ -330,7 +332,8 @@ TEST_F(InstallerScenario, ABundleThatAKilledInstallerMovedAsideIsBackAfterTheNex
 }
 
 TEST_F(InstallerScenario, RequestsToTerminateNeverLeaveHalfASwap) {
-  for (const int signal : {SIGTERM, SIGINT, SIGHUP}) {
+  int signalled = 0;
+  for (const int signal : {SIGTERM, SIGINT, SIGHUP, SIGTERM, SIGINT, SIGHUP}) {
     const pid_t installer = startInstaller(0);
     // As soon as the swap has begun, and again and again until it is over.
     int status = 0;
@@ -343,11 +346,28 @@ TEST_F(InstallerScenario, RequestsToTerminateNeverLeaveHalfASwap) {
     }
 
     EXPECT_TRUE(WIFEXITED(status) && WEXITSTATUS(status) == 0) << signal;
+    signalled += began ? 1 : 0;
     EXPECT_EQ(versionOfApplicationBundle(installed), "2.0");
     fs::remove_all(installed);
     makeSigned(installed, "1.0", "1");
     makeSigned(staged, "2.0", "2");
   }
+  EXPECT_GT(signalled, 0) << "no signal met a swap";
+}
+
+TEST_F(InstallerScenario, AReaderOfStandardErrorThatGoesAwayEndsNothing) {
+  std::array<int, 2> pipe{};
+  ASSERT_EQ(::pipe(pipe.data()), 0);
+  close(pipe[0]);
+  const pid_t child = fork();
+  if (child == 0) {
+    dup2(pipe[1], STDERR_FILENO);
+    execl(command("QuillonUpdateInstaller").c_str(), "QuillonUpdateInstaller", nullptr);
+    _exit(127);
+  }
+  close(pipe[1]);
+
+  EXPECT_EQ(waitFor(child), 1);
 }
 
 }  // namespace

@@ -82,6 +82,7 @@ class RacingAttackScenario : public ::testing::Test {
   }
 
   static constexpr int kRounds = 300;
+  static constexpr int kMostRounds = 100'000;  // where the racer gets too little time
   testing::TemporaryDirectory folder;
   fs::path home = folder / "home";
   fs::path victim = folder / "victim";
@@ -106,7 +107,7 @@ TEST_F(RacingAttackScenario, AReportFolderThatTurnsIntoALinkLeadsNoReportOut) {
   int written = 0;
 
   const Racer racer(home / "Reports", home / "link");
-  while (refused < 20 || written < 20) {
+  for (int round = 0; round < kMostRounds && (refused < 20 || written < 20); ++round) {
     try {
       recorder.recordFailureReportIfPossible("why", arguments);
       ++written;
@@ -115,6 +116,8 @@ TEST_F(RacingAttackScenario, AReportFolderThatTurnsIntoALinkLeadsNoReportOut) {
     }
   }
 
+  if (refused == 0) GTEST_SKIP() << "nothing was exchanged on this volume";
+  EXPECT_GT(written, 0);
   expectVictimUntouched();
 }
 
@@ -129,7 +132,7 @@ TEST_F(RacingAttackScenario, AReportThatTurnsIntoALinkGivesNothingAway) {
   int changed = 0;
 
   const Racer racer(home / "Reports/Report.plist", home / "Reports/link");
-  while (refused < 20 || changed < 20) {
+  for (int round = 0; round < kMostRounds && (refused < 20 || changed < 20); ++round) {
     try {
       changed += files.changeOwnerOfFile(report, kAttacker, kAttacker, 100, [](std::string_view) { return true; });
     } catch (const QuillonSystemError&) {
@@ -137,6 +140,8 @@ TEST_F(RacingAttackScenario, AReportThatTurnsIntoALinkGivesNothingAway) {
     }
   }
 
+  if (refused == 0) GTEST_SKIP() << "nothing was exchanged on this volume";
+  EXPECT_GT(changed, 0);
   expectVictimUntouched();
 }
 

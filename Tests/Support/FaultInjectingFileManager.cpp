@@ -69,6 +69,9 @@ QuillonURL FaultInjectingFileManager::resolvingSymbolicLinks(const QuillonURL& i
 std::unique_ptr<QuillonPinnedDirectory> FaultInjectingFileManager::pinDirectory(const QuillonURL& directory) const {
   return real_->pinDirectory(directory);
 }
+std::uint32_t FaultInjectingFileManager::effectiveUserIdentifier() const noexcept {
+  return real_->effectiveUserIdentifier();
+}
 QuillonURL FaultInjectingFileManager::temporaryDirectory() const { return real_->temporaryDirectory(); }
 std::vector<QuillonURL> FaultInjectingFileManager::applicationSupportDirectories() const {
   return real_->applicationSupportDirectories();

@@ -82,6 +82,8 @@ class QuillonFileManaging {
   [[nodiscard]] virtual QuillonURL resolvingSymbolicLinks(const QuillonURL& item) const = 0;
   /// Holds on to the folder `directory`, itself no link.
   [[nodiscard]] virtual std::unique_ptr<QuillonPinnedDirectory> pinDirectory(const QuillonURL& directory) const = 0;
+  /// Whose rights the operations have, and whose the files are that they create.
+  [[nodiscard]] virtual std::uint32_t effectiveUserIdentifier() const noexcept = 0;
   /// The folder for files that nobody misses after a while.
   [[nodiscard]] virtual QuillonURL temporaryDirectory() const = 0;
   /// The user's Application Support folders, the preferred one first. Empty when the user has no home.

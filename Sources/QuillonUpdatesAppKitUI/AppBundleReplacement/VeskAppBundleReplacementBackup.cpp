@@ -32,7 +32,7 @@ std::optional<QuillonURL> latestBackup(const QuillonFileManaging& fileManager, c
     if (!isBackupName(name, installed.lastPathComponent())) continue;
     const QuillonURL candidate = folder.appendingPathComponent(name);
     const std::optional<QuillonFileStatus> status = fileManager.itemStatus(candidate);
-    if (!status || status->type != QuillonFileType::directory) continue;
+    if (!status || !fileManager.directoryExists(candidate)) continue;  // an installed link is moved aside itself
     if (latest && status->changeTimeNanoseconds <= latestChange) continue;
     latest = candidate;
     latestChange = status->changeTimeNanoseconds;

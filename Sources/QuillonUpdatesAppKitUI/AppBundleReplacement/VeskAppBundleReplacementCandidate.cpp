@@ -1,7 +1,9 @@
 #include "QuillonUpdatesAppKitUI/AppBundleReplacement/VeskAppBundleReplacementCandidate.h"
 
+#include <cstdint>
 #include <exception>
 #include <string>
+#include <string_view>
 #include <utility>
 
 #include "QuillonCore/Values/QuillonError.h"
@@ -9,6 +11,9 @@
 
 namespace quillon {
 namespace {
+
+constexpr std::string_view kWorkFolderSuffix = ".vesk-update-work-";
+constexpr std::uint32_t kPrivateFolder = 0700;  // as createPrivateDirectory makes it
 
 QuillonFileIdentity identityOf(const QuillonFileManaging& fileManager, const QuillonURL& item) {
   const std::optional<QuillonFileStatus> status = fileManager.itemStatus(item);
@@ -34,14 +39,42 @@ VeskAppBundleReplacementCandidate VeskAppBundleReplacementCandidate::inPlace(
 VeskAppBundleReplacementCandidate VeskAppBundleReplacementCandidate::copiedBeside(
     std::shared_ptr<const QuillonFileManaging> fileManager, QuillonURL staged, const QuillonURL& installed) {
   VeskAppBundleReplacementCandidate candidate(std::move(fileManager), std::move(staged));
-  const QuillonURL folder =
-      installed.deletingLastPathComponent().appendingPathComponent(".vesk-update-work-" + makeUUIDString());
+  const QuillonURL folder = installed.deletingLastPathComponent().appendingPathComponent(
+      "." + std::string(installed.lastPathComponent()) + std::string(kWorkFolderSuffix) + makeUUIDString());
   candidate.pin_ = candidate.fileManager_->createPrivateDirectory(folder);
   candidate.workFolder_ = folder;
   candidate.url_ = candidate.pin_->url().appendingPathComponent(installed.lastPathComponent());
   candidate.fileManager_->copyItem(candidate.staged_, candidate.url_);
   candidate.identity_ = identityOf(*candidate.fileManager_, candidate.url_);
   return candidate;
+}
+
+QuillonURL VeskAppBundleReplacementCandidate::stagedCounterpart(const QuillonURL& item) const {
+  for (const QuillonURL& root : {url_, fileManager_->resolvingSymbolicLinks(url_)}) {
+    if (item.path().starts_with(root.path())) {
+      return staged_.appendingPathComponent(item.path().substr(root.path().size()));
+    }
+  }
+  return item;
+}
+
+void VeskAppBundleReplacementCandidate::removeAbandonedCopies(const QuillonFileManaging& fileManager,
+                                                              const QuillonURL& installed) noexcept {
+  try {
+    const QuillonURL folder = installed.deletingLastPathComponent();
+    const std::string prefix = "." + std::string(installed.lastPathComponent()) + std::string(kWorkFolderSuffix);
+    for (const std::string& name : fileManager.contentsOfDirectory(folder)) {
+      if (!name.starts_with(prefix)) continue;
+      const QuillonURL copy = folder.appendingPathComponent(name);
+      const std::optional<QuillonFileStatus> status = fileManager.itemStatus(copy);
+      if (!status || status->type != QuillonFileType::directory || status->permissions != kPrivateFolder ||
+          status->userIdentifier != fileManager.effectiveUserIdentifier()) {
+        continue;
+      }
+      fileManager.removeItem(copy);
+    }
+  } catch (const std::exception&) {  // NOLINT(bugprone-empty-catch): a closed folder that stays harms nobody
+  }
 }
 
 VeskAppBundleReplacementCandidate& VeskAppBundleReplacementCandidate::operator=(

@@ -22,6 +22,9 @@ class VeskAppBundleReplacementCandidate {
   [[nodiscard]] static VeskAppBundleReplacementCandidate copiedBeside(
       std::shared_ptr<const QuillonFileManaging> fileManager, QuillonURL staged, const QuillonURL& installed);
 
+  /// Removes the copies that killed replacements of `installed` by this user left beside it. Errors are ignored.
+  static void removeAbandonedCopies(const QuillonFileManaging& fileManager, const QuillonURL& installed) noexcept;
+
   VeskAppBundleReplacementCandidate(VeskAppBundleReplacementCandidate&&) noexcept = default;
   VeskAppBundleReplacementCandidate& operator=(VeskAppBundleReplacementCandidate&& other) noexcept;
   VeskAppBundleReplacementCandidate(const VeskAppBundleReplacementCandidate&) = delete;
@@ -31,6 +34,10 @@ class VeskAppBundleReplacementCandidate {
 
   /// Where the bundle is. Of a copy, a location that leads to it and nothing else while this object lives.
   [[nodiscard]] const QuillonURL& url() const noexcept { return url_; }
+  /// The bundle that was staged, whether it is this one or its original.
+  [[nodiscard]] const QuillonURL& stagedURL() const noexcept { return staged_; }
+  /// Where an item of this bundle is in the staged one, for messages.
+  [[nodiscard]] QuillonURL stagedCounterpart(const QuillonURL& item) const;
   [[nodiscard]] bool isCopy() const noexcept { return workFolder_.has_value(); }
   /// Of the bundle's folder, as it was when this object was made.
   [[nodiscard]] const QuillonFileIdentity& identity() const noexcept { return identity_; }

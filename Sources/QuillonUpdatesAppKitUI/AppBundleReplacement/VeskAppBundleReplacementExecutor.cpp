@@ -6,6 +6,7 @@
 #include <utility>
 
 #include "QuillonCore/Values/POSIXErrorName.h"
+#include "QuillonCore/Values/QuillonError.h"
 #include "QuillonUpdatesAppKitUI/AppBundleReplacement/VeskAppBundleCodeSignatureValidator.h"
 #include "QuillonUpdatesAppKitUI/AppBundleReplacement/VeskAppBundleFileSafety.h"
 #include "QuillonUpdatesAppKitUI/AppBundleReplacement/VeskAppBundleReplacementOwnershipMatcher.h"
@@ -51,14 +52,14 @@ VeskAppBundleReplacementResult VeskAppBundleReplacementExecutor::executeReplacem
     const VeskAppBundleReplacementRequest& request) {
   try {
     return performReplacement(request);
-  } catch (const QuillonError& error) {
+  } catch (const std::exception& error) {
     relaunchInstalledApplicationIfPossible(request, error);
     throw;
   }
 }
 
 void VeskAppBundleReplacementExecutor::relaunchInstalledApplicationIfPossible(
-    const VeskAppBundleReplacementRequest& request, const QuillonError& /*error*/) noexcept {
+    const VeskAppBundleReplacementRequest& request, const std::exception& /*error*/) noexcept {
   // The user is to find an application running, whichever it is; whether it started changes nothing any more.
   if (fileManager_->directoryExists(request.installedApplicationURL)) {
     (void)relauncher_->relaunchApplication(request.installedApplicationURL);
@@ -70,6 +71,7 @@ VeskAppBundleReplacementResult VeskAppBundleReplacementExecutor::performReplacem
   const QuillonURL& staged = request.stagedApplicationURL;
   const QuillonURL& installed = request.installedApplicationURL;
   VeskAppBundleReplacementBackup::recoverInterruptedReplacement(*fileManager_, installed, diagnosticLog_);
+  VeskAppBundleReplacementCandidate::removeAbandonedCopies(*fileManager_, installed);
   requireBundles(staged, installed);
   if (request.hostIdentity) validator_->validateAppBundle(staged, *request.hostIdentity);
   requireWritableDestination(installed);
@@ -141,26 +143,25 @@ VeskAppBundleReplacementCandidate VeskAppBundleReplacementExecutor::copyBeside(c
 void VeskAppBundleReplacementExecutor::prepare(const VeskAppBundleReplacementCandidate& candidate,
                                                const VeskAppBundleReplacementRequest& request) const {
   ownershipMatcher_->matchOwnerAndGroupOfItem(candidate.url(), request.installedApplicationURL);
-  releaseFromQuarantine(candidate.url());
+  releaseFromQuarantine(candidate);
   // What was validated before the copy may have been changed while it was copied; nobody else can reach the copy.
   if (candidate.isCopy() && request.hostIdentity) {
     validator_->validateAppBundle(candidate.url(), *request.hostIdentity);
   }
 }
 
-void VeskAppBundleReplacementExecutor::releaseFromQuarantine(const QuillonURL& root) const {
+void VeskAppBundleReplacementExecutor::releaseFromQuarantine(const VeskAppBundleReplacementCandidate& candidate) const {
+  std::optional<QuillonFileFailure> failure;
   try {
-    const std::optional<QuillonFileFailure> failure = fileManager_->releaseQuarantine(root);
-    if (!failure) return;
-    const QuarantineReleaseFailure first(*failure);
-    diagnosticLog_("Failed to release quarantine at " + root.path() + "; firstFailedItem=" + first.itemURL.path() +
-                   " error=" + first.errorDescription);
+    failure = fileManager_->releaseQuarantine(candidate.url());
   } catch (const QuillonSystemError& error) {
-    // The walk itself failed; a mark that stays makes the system ask the user once, no more.
-    const QuarantineReleaseFailure first({.itemURL = root, .code = static_cast<int>(error.code())});
-    diagnosticLog_("Failed to release quarantine at " + root.path() + "; firstFailedItem=" + first.itemURL.path() +
-                   " error=" + first.errorDescription);
+    failure = {.itemURL = candidate.url(), .code = static_cast<int>(error.code())};
   }
+  if (!failure) return;
+  failure->itemURL = candidate.stagedCounterpart(failure->itemURL);
+  const QuarantineReleaseFailure first(*failure);
+  diagnosticLog_("Failed to release quarantine at " + candidate.stagedURL().path() +
+                 "; firstFailedItem=" + first.itemURL.path() + " error=" + first.errorDescription);
 }
 
 void VeskAppBundleReplacementExecutor::moveInstalledAside(VeskAppBundleReplacementBackup& backup) const {

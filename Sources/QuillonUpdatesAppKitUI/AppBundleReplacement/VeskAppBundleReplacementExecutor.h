@@ -1,12 +1,12 @@
 #pragma once
 
+#include <exception>
 #include <memory>
 #include <optional>
 #include <string_view>
 
 #include "QuillonCore/Contracts/QuillonFileManaging.h"
 #include "QuillonCore/Runtime/QuillonSystemLog.h"
-#include "QuillonCore/Values/QuillonError.h"
 #include "QuillonUpdatesAppKitUI/AppBundleReplacement/VeskAppBundleReplacementBackup.h"
 #include "QuillonUpdatesAppKitUI/AppBundleReplacement/VeskAppBundleReplacementCandidate.h"
 #include "QuillonUpdatesAppKitUI/AppBundleReplacement/VeskAppBundleReplacementOwnershipMatching.h"
@@ -41,7 +41,7 @@ class VeskAppBundleReplacementExecutor {
 
   /// Starts the bundle at the installed path, if there is one, after `error` ended a replacement.
   void relaunchInstalledApplicationIfPossible(const VeskAppBundleReplacementRequest& request,
-                                              const QuillonError& error) noexcept;
+                                              const std::exception& error) noexcept;
 
  private:
   VeskAppBundleReplacementResult performReplacement(const VeskAppBundleReplacementRequest& request);
@@ -53,7 +53,7 @@ class VeskAppBundleReplacementExecutor {
                                                              const QuillonURL& installed) const;
   void prepare(const VeskAppBundleReplacementCandidate& candidate,
                const VeskAppBundleReplacementRequest& request) const;
-  void releaseFromQuarantine(const QuillonURL& root) const;
+  void releaseFromQuarantine(const VeskAppBundleReplacementCandidate& candidate) const;
   [[nodiscard]] std::optional<QuillonURL> swapIn(const VeskAppBundleReplacementCandidate& candidate,
                                                  const QuillonURL& installed);
   void moveInstalledAside(VeskAppBundleReplacementBackup& backup) const;

@@ -209,6 +209,27 @@ TEST(VeskAppBundleReplacementExecutorTest, AnItemThatKeepsItsQuarantineMarkIsRep
   testing::clearImmutable(world.installed / "Contents/Resources/version.txt");
 }
 
+TEST(VeskAppBundleReplacementExecutorTest, QuarantineOfACopyIsReportedWithTheStagedPaths) {
+  ReplacementWorld world;
+  world.privilege->answer = true;
+  // The copy is not immutable, so its mark comes off by itself; the failure is injected.
+  int quarantine = 0;
+  for (int change = 1; change < 20 && quarantine == 0; ++change) {
+    ReplacementWorld probe;
+    probe.privilege->answer = true;
+    probe.files->failChange(change, EIO);
+    (void)probe.replace();
+    if (!probe.log.empty() && probe.log.front().starts_with("Failed to release")) quarantine = change;
+  }
+  ASSERT_GT(quarantine, 0);
+  world.files->failChange(quarantine, EIO);
+
+  EXPECT_EQ(world.replace(), std::nullopt);
+
+  EXPECT_THAT(world.log, ElementsAre("Failed to release quarantine at " + world.staged.string() + "; firstFailedItem=" +
+                                     world.staged.string() + " error=EIO (Input/output error)"));
+}
+
 TEST(VeskAppBundleReplacementExecutorTest, NamesComposedAndDecomposedAreKeptAsTheyAre) {
   for (const std::string name : {"Caf\u00E9.app", "Cafe\u0301.app"}) {
     ReplacementWorld world;
@@ -322,6 +343,9 @@ TEST_P(VeskAppBundleReplacementExecutorRoadTest, AKillAfterAnyChangeLeavesABundl
     fs::remove_all(next.staged);
     EXPECT_EQ(next.replace(), VeskUpdateInstallerError::replacementFailed());
     EXPECT_EQ(next.installedVersion(), version == "none" ? "1.0" : version);
+    for (const std::string& name : world->destinationNames()) {
+      EXPECT_EQ(name.find(".vesk-update-work-"), std::string::npos) << name;
+    }
     if (version == "none") {
       EXPECT_THAT(next.log, Contains(HasSubstr("brought back the backup")));
     }
@@ -351,6 +375,7 @@ TEST(VeskAppBundleReplacementExecutorTest, TheLatestOfSeveralBackupsIsBroughtBac
   makeApplicationBundle(folder / "x.app", {.version = "1.5"});
   fs::rename(folder / "x.app", folder / "Example.app.vesk-update-backup-00000000-1111-4111-8111-111111111111");
   writeFile(folder / "Example.app.vesk-update-backup-FFFFFFFF-1111-4111-8111-111111111111", "a file is no backup");
+  fs::create_symlink("nowhere", folder / "Example.app.vesk-update-backup-EEEEEEEE-1111-4111-8111-111111111111");
   fs::remove_all(world.staged);
 
   EXPECT_EQ(world.replace(), VeskUpdateInstallerError::replacementFailed());
@@ -480,7 +505,7 @@ TEST(VeskAppBundleReplacementExecutorTest, AFolderSwappedInJustBeforeTheMoveIsNo
   world.validator->onValidation = [&](int number, const QuillonURL&) {
     if (number != 2) return;
     for (const std::string& name : world.destinationNames()) {
-      if (!name.starts_with(".vesk-update-work-")) continue;
+      if (name.find(".vesk-update-work-") == std::string::npos) continue;
       const fs::path work = world.installed.parent_path() / name;
       fs::rename(work, world.folder / "stolen");
       makeApplicationBundle(work / "Example.app", {.version = "evil"});
@@ -530,6 +555,8 @@ TEST(VeskAppBundleReplacementExecutorTest, AnErrorThatIsNoSystemErrorBringsTheBa
   EXPECT_THROW((void)world.makeExecutor().executeReplacement(world.request()), std::bad_alloc);
 
   EXPECT_EQ(world.installedVersion(), "1.0");
+  ASSERT_THAT(world.relauncher->relaunched, SizeIs(1));
+  EXPECT_EQ(world.relauncher->relaunched[0].second, "1.0");
 }
 
 }  // namespace

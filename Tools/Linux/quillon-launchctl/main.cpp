@@ -1,5 +1,6 @@
 // quillon-launchctl: runs a command as a user, in that user's session.
 
+#include "QuillonCore/Runtime/Posix/CommandProcess.h"
 #include "QuillonCore/Runtime/Posix/QuillonProcessEnvironment.h"
 #include "QuillonCore/Text/DecimalNumber.h"
 #include "QuillonCore/Values/QuillonError.h"
@@ -93,6 +94,7 @@ int run(std::span<const std::string> words) {
 }  // namespace
 
 int main(int argumentCount, char** arguments) {
+  quillon::prepareCommandProcess();
   try {
     const std::vector<std::string> words(arguments + (argumentCount > 0 ? 1 : 0), arguments + argumentCount);
     return run(words);

@@ -1,17 +1,18 @@
 #include <fcntl.h>
-#include <linux/magic.h>
 #include <pwd.h>
 #include <sys/stat.h>
-#include <sys/statfs.h>
 #include <sys/xattr.h>
 #include <unistd.h>
 
+#include <algorithm>
 #include <array>
 #include <cerrno>
+#include <charconv>
 #include <climits>
 #include <cstdio>
 #include <cstdlib>
 #include <string_view>
+#include <system_error>
 
 #include "QuillonCore/Runtime/Posix/QuillonPosixPlatform.h"
 
@@ -21,19 +22,21 @@ namespace {
 // Linux has no attribute names without a namespace; "user." is the one that users may set.
 constexpr const char* kQuarantineAttribute = "user.com.apple.quarantine";
 
-/// Attributes that describe the file itself. Those of security modules belong to the place, not to the file.
+/// Attributes that describe the file itself. Those of security modules belong to the place, not to the file, and access
+/// lists that a user made give nobody rights to what root installs.
 bool attributeTravels(std::string_view name) {
-  return name.starts_with("user.") || name == "system.posix_acl_access" || name == "system.posix_acl_default";
+  if (name.starts_with("user.")) return true;
+  return geteuid() != 0 && (name == "system.posix_acl_access" || name == "system.posix_acl_default");
 }
 
 /// Reads and writes where the kernel cannot copy between the two files.
-int copyThroughBuffer(int from, int to) noexcept {
+int copyThroughBuffer(int from, int to, std::uint64_t remaining) noexcept {
   static constexpr std::size_t kBlock = std::size_t{128} * 1024;
   auto* const buffer = static_cast<char*>(std::malloc(kBlock));
   if (buffer == nullptr) return ENOMEM;
   int error = 0;
   for (;;) {
-    const ssize_t count = read(from, buffer, kBlock);
+    const ssize_t count = read(from, buffer, static_cast<std::size_t>(std::min<std::uint64_t>(kBlock, remaining)));
     if (count < 0 && errno == EINTR) continue;
     if (count <= 0) {
       error = count < 0 ? errno : 0;
@@ -48,6 +51,7 @@ int copyThroughBuffer(int from, int to) noexcept {
       }
     }
     if (error != 0) break;
+    remaining -= static_cast<std::uint64_t>(count);
   }
   std::free(buffer);
   return error;
@@ -66,9 +70,18 @@ std::string currentPathOfOpenDirectory(int descriptor) {
   return length > 0 ? std::string(target.data(), static_cast<std::size_t>(length)) : std::string("…");
 }
 
-bool holdsDescriptorLinks(int folder) noexcept {
-  struct statfs volume {};
-  return fstatfs(folder, &volume) == 0 && volume.f_type == PROC_SUPER_MAGIC;
+std::optional<QuillonOpenDirectoryPath> openDirectoryInPath(std::string_view path) noexcept {
+  std::array<char, 64> prefix{};
+  const int length = std::snprintf(prefix.data(), prefix.size(), "/proc/%d/fd/", getpid());
+  const std::string_view own(prefix.data(), static_cast<std::size_t>(length));
+  if (!path.starts_with(own)) return std::nullopt;
+  path.remove_prefix(own.size());
+  QuillonOpenDirectoryPath result{.descriptor = -1, .rest = {}};
+  const auto [end, error] = std::from_chars(path.data(), path.data() + path.size(), result.descriptor);
+  if (error != std::errc{} || result.descriptor < 0) return std::nullopt;
+  result.rest = path.substr(static_cast<std::size_t>(end - path.data()));
+  if (!result.rest.empty() && !result.rest.starts_with('/')) return std::nullopt;
+  return result;
 }
 
 int renameWithoutReplacing(int fromFolder, const char* fromName, int toFolder, const char* toName) noexcept {
@@ -89,7 +102,11 @@ int removeQuarantineMark(int folder, const char* name, bool isFileOrDirectory) n
   const int length = std::snprintf(path.data(), path.size(), "/proc/self/fd/%d/%s", folder, name);
   if (length < 0 || static_cast<std::size_t>(length) >= path.size()) return ENAMETOOLONG;
   if (lremovexattr(path.data(), kQuarantineAttribute) == 0) return 0;
-  return errno == ENODATA || errno == ENOTSUP ? 0 : errno;
+  const int error = errno;
+  // Permission is looked at before the mark is: an item without one has nothing to take off.
+  const bool mayHaveNone = error == EACCES || error == EPERM;
+  if (mayHaveNone && lgetxattr(path.data(), kQuarantineAttribute, nullptr, 0) < 0 && errno == ENODATA) return 0;
+  return error == ENODATA || error == ENOTSUP ? 0 : error;
 }
 
 int copyExtendedAttributes(int from, int to) noexcept {
@@ -110,22 +127,25 @@ int copyExtendedAttributes(int from, int to) noexcept {
   return 0;
 }
 
-int copyFileContents(int from, int to) noexcept {
-  static constexpr std::size_t kStep = std::size_t{1} << 30;
+int copyFileContents(int from, int to, std::uint64_t size) noexcept {
+  static constexpr std::uint64_t kStep = std::uint64_t{1} << 30;
   bool copiedAny = false;
-  for (;;) {
-    const ssize_t count = copy_file_range(from, nullptr, to, nullptr, kStep, 0);
+  while (size > 0) {
+    const auto step = static_cast<std::size_t>(std::min(kStep, size));
+    const ssize_t count = copy_file_range(from, nullptr, to, nullptr, step, 0);
     if (count == 0 && copiedAny) return 0;
     if (count > 0) {
       copiedAny = true;
+      size -= static_cast<std::uint64_t>(count);
     } else if (count == 0 || (!copiedAny && (errno == EXDEV || errno == EINVAL || errno == EOPNOTSUPP ||
                                              errno == ENOSYS || errno == EPERM))) {
       // Also for an answer of nothing at once: some virtual file systems claim to be empty.
-      return copyThroughBuffer(from, to);
+      return copyThroughBuffer(from, to, size);
     } else if (errno != EINTR) {
       return errno;
     }
   }
+  return 0;
 }
 
 int synchronizeVolume(int folder) noexcept { return syncfs(folder) == 0 ? 0 : errno; }

@@ -123,6 +123,10 @@ class PinnedDirectory final : public QuillonPinnedDirectory {
 class RemovingVisitor final : public QuillonPosixTreeVisitor {
  public:
   void enterDirectory(const QuillonPosixTreeItem& item) override {
+    if (!volume_) volume_ = item.status->st_dev;
+    if (*volume_ != item.status->st_dev) {
+      throw QuillonSystemError::posix(EXDEV, "remove another volume at", pathForMessages(item.folder, item.name));
+    }
     if (isPrivileged() || (item.status->st_mode & S_IRWXU) == S_IRWXU || item.status->st_uid != geteuid()) return;
     // One's own folder that is closed has to be opened before it can be emptied.
     if (fchmodat(item.folder, item.name, (item.status->st_mode & 07777U) | S_IRWXU, 0) == 0) return;
@@ -136,6 +140,8 @@ class RemovingVisitor final : public QuillonPosixTreeVisitor {
     if (unlinkat(item.folder, item.name, flags) == 0 || errno == ENOENT) return;
     throw QuillonSystemError::posix(errno, "remove", pathForMessages(item.folder, item.name));
   }
+
+  std::optional<dev_t> volume_;
 };
 
 class OwnerVisitor final : public QuillonPosixTreeVisitor {
@@ -162,13 +168,19 @@ class QuarantineVisitor final : public QuillonPosixTreeVisitor {
   void enterDirectory(const QuillonPosixTreeItem& item) override { release(item); }
   void visitItem(const QuillonPosixTreeItem& item) override { release(item); }
   void leaveDirectory(const QuillonPosixTreeItem&) override {}
+  bool passOverUnopenableDirectory(const QuillonPosixTreeItem& item, int code) override {
+    note(item, code);
+    return true;
+  }
 
   std::optional<QuillonFileFailure> firstFailure;
 
  private:
   void release(const QuillonPosixTreeItem& item) {
     const bool canCarry = S_ISREG(item.status->st_mode) || S_ISDIR(item.status->st_mode);
-    const int code = removeQuarantineMark(item.folder, item.name, canCarry);
+    note(item, removeQuarantineMark(item.folder, item.name, canCarry));
+  }
+  void note(const QuillonPosixTreeItem& item, int code) {
     if (code == 0 || firstFailure) return;
     firstFailure = {.itemURL = QuillonURL::fileURL(pathForMessages(item.folder, item.name)), .code = code};
   }
@@ -243,6 +255,8 @@ std::unique_ptr<QuillonPinnedDirectory> QuillonPosixFileManager::pinDirectory(co
   return std::make_unique<PinnedDirectory>(std::move(opened));
 }
 
+std::uint32_t QuillonPosixFileManager::effectiveUserIdentifier() const noexcept { return geteuid(); }
+
 QuillonURL QuillonPosixFileManager::temporaryDirectory() const {
   const char* const variable = isPrivileged() ? nullptr : std::getenv("TMPDIR");  // NOLINT(concurrency-mt-unsafe)
   return QuillonURL::fileURL(variable != nullptr && variable[0] == '/' ? variable : "/tmp");
@@ -253,18 +267,23 @@ std::vector<QuillonURL> QuillonPosixFileManager::applicationSupportDirectories()
 }
 
 void QuillonPosixFileManager::createDirectory(const QuillonURL& directory) const {
-  const std::optional<QuillonFileStatus> existing = itemStatus(directory);
-  if (existing || directory.path() == "/") {
-    (void)openDirectory(directory.path(), "create");  // a link to a folder serves, anything else is an error
-    return;
+  std::vector<std::string> missing;
+  QuillonURL existing = directory;
+  while (existing.path() != "/" && !itemStatus(existing)) {
+    missing.emplace_back(existing.lastPathComponent());
+    existing = existing.deletingLastPathComponent();
   }
-  createDirectory(directory.deletingLastPathComponent());
-  const QuillonPosixPlace place = openPlace(directory, "create");
-  if (mkdirat(place.folder.get(), place.name.c_str(), kFolderMode) != 0) {
-    if (errno == EEXIST) return (void)openDirectory(directory.path(), "create");
-    fail("create", directory);
+  FileDescriptor folder = openDirectory(existing.path(), "create");  // a link to a folder serves, a file is an error
+  for (auto name = missing.rbegin(); name != missing.rend(); ++name) {
+    if (mkdirat(folder.get(), name->c_str(), kFolderMode) == 0) {
+      handToOwnerOfFolder(folder.get(), name->c_str(), directory);
+    } else if (errno != EEXIST) {
+      fail("create", directory);
+    }
+    FileDescriptor next(openat(folder.get(), name->c_str(), O_RDONLY | O_DIRECTORY | O_NOFOLLOW | O_CLOEXEC));
+    if (!next) fail("create", directory);
+    folder = std::move(next);
   }
-  handToOwnerOfFolder(place.folder.get(), place.name.c_str(), directory);
 }
 
 std::unique_ptr<QuillonPinnedDirectory> QuillonPosixFileManager::createPrivateDirectory(
@@ -377,7 +396,12 @@ bool QuillonPosixFileManager::changeOwnerOfFile(const QuillonURL& file, std::uin
 std::optional<QuillonFileFailure> QuillonPosixFileManager::releaseQuarantine(const QuillonURL& root) const {
   const QuillonPosixPlace place = openPlace(root, "release from quarantine");
   QuarantineVisitor visitor;
-  walkTree(place.folder.get(), place.name.c_str(), root.path(), visitor);
+  try {
+    walkTree(place.folder.get(), place.name.c_str(), root.path(), visitor);
+  } catch (const QuillonSystemError& error) {
+    // What failed before the walk ended is the first failure, and what ended it otherwise.
+    if (!visitor.firstFailure) visitor.firstFailure = {.itemURL = root, .code = static_cast<int>(error.code())};
+  }
   return visitor.firstFailure;
 }
 

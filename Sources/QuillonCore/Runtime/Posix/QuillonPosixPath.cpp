@@ -44,12 +44,17 @@ std::string linkTarget(int folder, const std::string& name, std::string_view act
 
 class CarefulWalk {
  public:
-  CarefulWalk(std::string_view path, std::string_view action) : path_(path), action_(action) {
-    splitFront(components_, path);
-  }
+  CarefulWalk(std::string_view path, std::string_view action) : path_(path), action_(action) {}
 
   FileDescriptor walk() {
-    current_ = openRoot();
+    if (const auto held = openDirectoryInPath(path_)) {
+      current_ = FileDescriptor(openat(held->descriptor, ".", kOpenFolder));
+      if (!current_) fail(errno);
+      splitFront(components_, held->rest);
+    } else {
+      current_ = openRoot();
+      splitFront(components_, path_);
+    }
     while (!components_.empty()) {
       const std::string name = std::move(components_.front());
       components_.pop_front();
@@ -67,8 +72,8 @@ class CarefulWalk {
     return root;
   }
 
-  void enter(const std::string& name, int flags) {
-    FileDescriptor next(openat(current_.get(), name.c_str(), kOpenFolder | flags));
+  void enter(const std::string& name) {
+    FileDescriptor next(openat(current_.get(), name.c_str(), kOpenFolder | O_NOFOLLOW));
     if (!next) fail(errno);
     current_ = std::move(next);
   }
@@ -76,8 +81,7 @@ class CarefulWalk {
   void step(const std::string& name) {
     struct stat status {};
     if (fstatat(current_.get(), name.c_str(), &status, AT_SYMLINK_NOFOLLOW) != 0) fail(errno);
-    if (!S_ISLNK(status.st_mode)) return enter(name, O_NOFOLLOW);
-    if (holdsDescriptorLinks(current_.get())) return enter(name, 0);
+    if (!S_ISLNK(status.st_mode)) return enter(name);
     if (!linkIsTrusted(status, current_.get()) || ++links_ > kMaximumLinks) fail(ELOOP);
     const std::string target = linkTarget(current_.get(), name, action_, path_);
     if (target.starts_with('/')) current_ = openRoot();
@@ -94,6 +98,7 @@ class CarefulWalk {
 }  // namespace
 
 FileDescriptor openDirectory(std::string_view path, std::string_view action) {
+  if (path.size() >= PATH_MAX) throw QuillonSystemError::posix(ENAMETOOLONG, action, path.substr(0, 200));
   if (geteuid() == 0) return CarefulWalk(path, action).walk();
   FileDescriptor folder(open(std::string(path).c_str(), kOpenFolder));
   if (!folder) throw QuillonSystemError::posix(errno, action, path);

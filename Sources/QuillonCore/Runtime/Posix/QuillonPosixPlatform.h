@@ -1,7 +1,9 @@
 #pragma once
 
 #include <cstdint>
+#include <optional>
 #include <string>
+#include <string_view>
 #include <vector>
 
 #include "QuillonCore/Values/QuillonURL.h"
@@ -16,8 +18,16 @@ namespace quillon {
 /// Where the folder open as `descriptor` is at present, for messages; "…" when the system cannot tell.
 [[nodiscard]] std::string currentPathOfOpenDirectory(int descriptor);
 
-/// Whether a link in the folder open as `folder` is made by the kernel and leads to an open descriptor.
-[[nodiscard]] bool holdsDescriptorLinks(int folder) noexcept;
+/// A path that begins with what pathOfOpenDirectory made in this process.
+struct QuillonOpenDirectoryPath {
+  int descriptor;
+  /// What follows.
+  std::string_view rest;
+};
+
+/// `path` taken apart when it begins with a folder that this process holds open. Paths through other processes'
+/// descriptors are not recognised: those processes choose where they lead.
+[[nodiscard]] std::optional<QuillonOpenDirectoryPath> openDirectoryInPath(std::string_view path) noexcept;
 
 /// renameat(2) that fails with EEXIST when anything is at the new name. 0, or -1 with errno.
 [[nodiscard]] int renameWithoutReplacing(int fromFolder, const char* fromName, int toFolder,
@@ -27,11 +37,13 @@ namespace quillon {
 /// `isFileOrDirectory` is false for links and special files.
 [[nodiscard]] int removeQuarantineMark(int folder, const char* name, bool isFileOrDirectory) noexcept;
 
-/// Copies the extended attributes of an open file or folder to another. 0, or the errno value.
+/// Copies the extended attributes of an open file or folder to another: in a privileged process only those that give
+/// nobody rights. 0, or the errno value.
 [[nodiscard]] int copyExtendedAttributes(int from, int to) noexcept;
 
-/// Copies all bytes of one open file to another, sharing blocks where the file system can. 0, or the errno value.
-[[nodiscard]] int copyFileContents(int from, int to) noexcept;
+/// Copies at most the first `size` bytes of one open file to another, sharing blocks where the file system can. 0, or the
+/// errno value.
+[[nodiscard]] int copyFileContents(int from, int to, std::uint64_t size) noexcept;
 
 /// Brings everything written to the volume of an open folder to disk. 0, or the errno value.
 [[nodiscard]] int synchronizeVolume(int folder) noexcept;

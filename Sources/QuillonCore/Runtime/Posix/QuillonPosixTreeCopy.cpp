@@ -2,12 +2,14 @@
 
 #include <fcntl.h>
 #include <sys/stat.h>
+#include <sys/statvfs.h>
 #include <unistd.h>
 
 #include <array>
 #include <cerrno>
 #include <climits>
 #include <cstddef>
+#include <cstdint>
 #include <string>
 #include <utility>
 
@@ -19,7 +21,17 @@
 namespace quillon {
 namespace {
 
-constexpr mode_t kCopiedPermissions = 01777;  // a copy never gains set-id rights
+/// A copy never gains set-id rights. One that root makes lets nobody but its owner write, whatever the stager allowed.
+mode_t copiedPermissions(mode_t mode) { return mode & (geteuid() == 0 ? 0755U : 01777U); }
+
+/// Files from this size on are compared with the free space first, rather than filling the volume (bytes).
+constexpr off_t kLargeFile = off_t{64} << 20;
+
+bool fits(off_t size, int folder) {
+  struct statvfs volume {};
+  if (size < kLargeFile || fstatvfs(folder, &volume) != 0) return true;
+  return static_cast<std::uint64_t>(size) / volume.f_frsize <= volume.f_bavail;
+}
 
 std::array<timespec, 2> timesOf(const struct stat& status) {
 #ifdef st_mtime  // a macro where the fields have the names of POSIX.1-2008
@@ -86,7 +98,11 @@ class TreeCopier final : public QuillonPosixTreeVisitor {
     const FileDescriptor copy(
         openat(target(), targetName(item), O_WRONLY | O_CREAT | O_EXCL | O_NOFOLLOW | O_CLOEXEC, S_IRUSR | S_IWUSR));
     if (!copy) fail("create", target(), targetName(item));
-    if (const int code = copyFileContents(source.get(), copy.get()); code != 0) {
+    if (!fits(opened.st_size, target())) {
+      throw QuillonSystemError::posix(ENOSPC, "copy", pathForMessages(item.folder, item.name));
+    }
+    const auto size = static_cast<std::uint64_t>(opened.st_size);
+    if (const int code = copyFileContents(source.get(), copy.get(), size); code != 0) {
       throw QuillonSystemError::posix(code, "copy", pathForMessages(item.folder, item.name));
     }
     finish(source.get(), copy.get(), item);
@@ -114,7 +130,7 @@ class TreeCopier final : public QuillonPosixTreeVisitor {
     int code = 0;
     if (geteuid() == 0 && fchown(to, status.st_uid, status.st_gid) != 0) code = errno;
     if (code == 0) code = copyExtendedAttributes(from, to);
-    if (code == 0 && fchmod(to, status.st_mode & kCopiedPermissions) != 0) code = errno;
+    if (code == 0 && fchmod(to, copiedPermissions(status.st_mode)) != 0) code = errno;
     if (code == 0 && futimens(to, times.data()) != 0) code = errno;
     if (code != 0) {
       throw QuillonSystemError::posix(code, "copy the attributes of", pathForMessages(item.folder, item.name));

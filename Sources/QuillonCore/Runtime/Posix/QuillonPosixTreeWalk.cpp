@@ -67,7 +67,11 @@ class Walk {
 
   void descend(int folder, const std::string& name, const struct stat& status) {
     FileDescriptor opened(openat(folder, name.c_str(), O_RDONLY | O_DIRECTORY | O_NOFOLLOW | O_CLOEXEC));
-    if (!opened) throw QuillonSystemError::posix(errno, "open", pathForMessages(folder, name));
+    if (!opened) {
+      const int code = errno;
+      if (visitor_.passOverUnopenableDirectory({folder, name.c_str(), &status}, code)) return;
+      throw QuillonSystemError::posix(code, "open", pathForMessages(folder, name));
+    }
     struct stat found {};
     if (fstat(opened.get(), &found) != 0 || !sameItem(found, status)) {
       throw QuillonSystemError::posix(ESTALE, "visit", pathForMessages(folder, name));

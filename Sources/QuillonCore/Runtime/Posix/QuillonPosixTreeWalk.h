@@ -21,6 +21,13 @@ class QuillonPosixTreeVisitor {
   virtual ~QuillonPosixTreeVisitor() = default;
   /// A folder, before it is opened and its items are visited.
   virtual void enterDirectory(const QuillonPosixTreeItem& item) = 0;
+  /// A folder that cannot be opened, `code` being the errno value. True to pass over it; the walk ends with the error
+  /// otherwise.
+  virtual bool passOverUnopenableDirectory(const QuillonPosixTreeItem& item, int code) {
+    (void)item;
+    (void)code;
+    return false;
+  }
   /// Anything that is no folder.
   virtual void visitItem(const QuillonPosixTreeItem& item) = 0;
   /// A folder, after all its items.

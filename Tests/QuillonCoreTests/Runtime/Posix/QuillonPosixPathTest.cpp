@@ -1,9 +1,13 @@
 #include "QuillonCore/Runtime/Posix/QuillonPosixPath.h"
 
+#include <sys/prctl.h>
 #include <sys/stat.h>
+#include <sys/wait.h>
 #include <unistd.h>
 
+#include <array>
 #include <cerrno>
+#include <csignal>
 #include <filesystem>
 #include <optional>
 
@@ -73,6 +77,39 @@ TEST_F(QuillonPosixPathTest, LinksThatLeadInACircleEnd) {
   fs::create_directory_symlink("a", folder / "b");
 
   EXPECT_EQ(openError(folder / "a"), ELOOP);
+}
+
+TEST_F(QuillonPosixPathTest, ALinkOfAProcessOfSomebodyElseIsRefused) {
+  ASSERT_EQ(chmod(folder.path().c_str(), 0755), 0);
+  std::array<int, 2> pipe{};
+  ASSERT_EQ(::pipe(pipe.data()), 0);
+  const pid_t child = fork();
+  if (child == 0) {
+    const bool isReady = setgid(65534) == 0 && setuid(65534) == 0 && chdir((folder / "real").c_str()) == 0;
+    // The links of a process that changed its user belong to root until it becomes dumpable again.
+    prctl(PR_SET_DUMPABLE, 1);
+    (void)!write(pipe[1], isReady ? "y" : "n", 1);
+    pause();
+    _exit(0);
+  }
+  char answer = 0;
+  ASSERT_EQ(read(pipe[0], &answer, 1), 1);
+  EXPECT_EQ(answer, 'y');
+
+  const fs::path process = fs::path("/proc") / std::to_string(child);
+  EXPECT_EQ(openError(process / "cwd/inside"), ELOOP);
+  EXPECT_EQ(openError(process / "root"), ELOOP);
+
+  kill(child, SIGKILL);
+  ASSERT_EQ(waitpid(child, nullptr, 0), child);
+  for (const int descriptor : pipe) close(descriptor);
+}
+
+TEST_F(QuillonPosixPathTest, APathLongerThanTheSystemTakesIsRefusedAtOnce) {
+  std::string path;
+  for (int i = 0; i < 60'000; ++i) path += "/a";
+
+  EXPECT_EQ(openError(path), ENAMETOOLONG);
 }
 
 TEST_F(QuillonPosixPathTest, AnOpenFoldersPathLeadsToThatFolder) {
