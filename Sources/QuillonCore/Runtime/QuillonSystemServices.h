@@ -10,8 +10,11 @@
 
 namespace quillon {
 
+/// The platform's file system.
 [[nodiscard]] std::shared_ptr<QuillonFileManaging> makeSystemFileManager();
+/// Runs commands with the environment that this process's privileges allow: its own, or a minimal one as root.
 [[nodiscard]] std::shared_ptr<QuillonProcessRunning> makeSystemProcessRunner();
+/// The user's desktop.
 [[nodiscard]] std::shared_ptr<QuillonWorkspaceOpening> makeSystemWorkspace();
 
 }  // namespace quillon
