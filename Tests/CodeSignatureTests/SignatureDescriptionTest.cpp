@@ -1,14 +1,14 @@
+#include <gmock/gmock.h>
+#include <gtest/gtest.h>
+
+#include <regex>
+
 #include "CodeSignature/CodeDirectory.h"
 #include "CodeSignature/CodeSignatureError.h"
 #include "CodeSignature/SignatureDescription.h"
 #include "Support/SignedBundleBuilder.h"
 #include "Support/SigningIdentityMaker.h"
 #include "Support/TemporaryDirectory.h"
-
-#include <regex>
-
-#include <gmock/gmock.h>
-#include <gtest/gtest.h>
 
 namespace quillon {
 namespace {
