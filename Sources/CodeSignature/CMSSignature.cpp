@@ -347,7 +347,8 @@ CMSSignature verifyCMSSignature(std::string_view message, std::string_view conte
   if (const auto* hashes = findAttribute(attributes, kTypedHashes)) signature.typedHashes = typedHashesFrom(*hashes);
   if (parsed.signer.unsignedAttributes) {
     const Attributes extra = readAttributes(parsed.signer.unsignedAttributes->content);
-    // A time stamp vouches for itself; anything else would be unsealed data.
+    // Nothing vouches for unsigned attributes. A time stamp is let pass, because it is common, but no time is taken from
+    // it; anything else is refused.
     if (extra.size() != 1) fail();
     signature.timestampToken = std::string(requireSingleValue(extra, kTimestampToken).whole);
   }

@@ -28,7 +28,7 @@ struct CMSSignature {
     std::string hash;
   };
   std::optional<std::vector<TypedHash>> typedHashes;
-  /// RFC 3161 token over the signature value; absent without secure time stamp.
+  /// RFC 3161 token that claims to be over the signature value, unverified; absent without time stamp.
   std::optional<std::string> timestampToken;
   std::string signatureValue;
 };

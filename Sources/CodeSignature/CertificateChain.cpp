@@ -113,6 +113,7 @@ std::vector<std::string> verifiedChain(X509* leaf, const std::vector<Certificate
   }
   const STACK_OF(X509)* found = X509_STORE_CTX_get0_chain(context.get());
   std::vector<std::string> chain;
+  chain.reserve(static_cast<std::size_t>(sk_X509_num(found)));
   for (int i = 0; i < sk_X509_num(found); ++i) chain.push_back(derOf(sk_X509_value(found, i), i2d_X509));
   return chain;
 }

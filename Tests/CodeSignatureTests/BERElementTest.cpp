@@ -1,9 +1,9 @@
-#include "CodeSignature/BERElement.h"
-#include "CodeSignature/CodeSignatureError.h"
+#include <gtest/gtest.h>
 
 #include <string>
 
-#include <gtest/gtest.h>
+#include "CodeSignature/BERElement.h"
+#include "CodeSignature/CodeSignatureError.h"
 
 namespace quillon {
 namespace {

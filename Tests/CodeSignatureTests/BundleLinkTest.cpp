@@ -1,9 +1,9 @@
-#include "CodeSignature/BundleLink.h"
-#include "Support/TemporaryDirectory.h"
+#include <gtest/gtest.h>
 
 #include <filesystem>
 
-#include <gtest/gtest.h>
+#include "CodeSignature/BundleLink.h"
+#include "Support/TemporaryDirectory.h"
 
 namespace quillon {
 namespace {

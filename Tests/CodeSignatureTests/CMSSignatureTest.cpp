@@ -1,8 +1,8 @@
+#include <gtest/gtest.h>
+
 #include "CodeSignature/CMSSignature.h"
 #include "CodeSignature/CodeSignatureError.h"
 #include "Support/SigningIdentityMaker.h"
-
-#include <gtest/gtest.h>
 
 namespace quillon {
 namespace {

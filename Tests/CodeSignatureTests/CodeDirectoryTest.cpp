@@ -1,7 +1,7 @@
+#include <gtest/gtest.h>
+
 #include "CodeSignature/CodeDirectory.h"
 #include "CodeSignature/CodeSignatureError.h"
-
-#include <gtest/gtest.h>
 
 namespace quillon {
 namespace {

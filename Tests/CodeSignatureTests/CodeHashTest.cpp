@@ -1,6 +1,6 @@
-#include "CodeSignature/CodeHash.h"
-
 #include <gtest/gtest.h>
+
+#include "CodeSignature/CodeHash.h"
 
 namespace quillon {
 namespace {

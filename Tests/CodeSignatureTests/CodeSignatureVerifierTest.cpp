@@ -1,14 +1,3 @@
-#include "CodeSignature/CodeHash.h"
-#include "CodeSignature/CodeSignatureVerifier.h"
-#include "QuillonCore/Values/QuillonPropertyListCodec.h"
-#include "Support/SignedBundleBuilder.h"
-#include "Support/SigningIdentityMaker.h"
-#include "Support/TemporaryDirectory.h"
-
-#include <filesystem>
-#include <functional>
-#include <string>
-
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 #include <sys/socket.h>
@@ -16,6 +5,17 @@
 #include <sys/un.h>
 #include <sys/xattr.h>
 #include <unistd.h>
+
+#include <filesystem>
+#include <functional>
+#include <string>
+
+#include "CodeSignature/CodeHash.h"
+#include "CodeSignature/CodeSignatureVerifier.h"
+#include "QuillonCore/Values/QuillonPropertyListCodec.h"
+#include "Support/SignedBundleBuilder.h"
+#include "Support/SigningIdentityMaker.h"
+#include "Support/TemporaryDirectory.h"
 
 namespace quillon {
 namespace {

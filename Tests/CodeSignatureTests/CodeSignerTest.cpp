@@ -1,3 +1,9 @@
+#include <gtest/gtest.h>
+#include <sys/stat.h>
+
+#include <filesystem>
+#include <map>
+
 #include "CodeSignature/CodeDirectory.h"
 #include "CodeSignature/CodeSignatureError.h"
 #include "CodeSignature/CodeSignatureVerdict.h"
@@ -5,12 +11,6 @@
 #include "Support/SignedBundleBuilder.h"
 #include "Support/SigningIdentityMaker.h"
 #include "Support/TemporaryDirectory.h"
-
-#include <filesystem>
-#include <map>
-
-#include <gtest/gtest.h>
-#include <sys/stat.h>
 
 namespace quillon {
 namespace {

@@ -1,8 +1,8 @@
+#include <gtest/gtest.h>
+
 #include "CodeSignature/DesignatedRequirement.h"
 #include "CodeSignature/ObjectIdentifier.h"
 #include "CodeSignature/RequirementText.h"
-
-#include <gtest/gtest.h>
 
 namespace quillon {
 namespace {

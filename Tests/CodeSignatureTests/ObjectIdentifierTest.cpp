@@ -1,6 +1,6 @@
-#include "CodeSignature/ObjectIdentifier.h"
-
 #include <gtest/gtest.h>
+
+#include "CodeSignature/ObjectIdentifier.h"
 
 namespace quillon {
 namespace {

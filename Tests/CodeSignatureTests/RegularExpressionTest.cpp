@@ -1,10 +1,10 @@
-#include "CodeSignature/CodeSignatureError.h"
-#include "CodeSignature/RegularExpression.h"
+#include <gtest/gtest.h>
+#include <regex.h>
 
 #include <string>
 
-#include <gtest/gtest.h>
-#include <regex.h>
+#include "CodeSignature/CodeSignatureError.h"
+#include "CodeSignature/RegularExpression.h"
 
 namespace quillon {
 namespace {

@@ -1,8 +1,8 @@
+#include <gtest/gtest.h>
+
 #include "CodeSignature/BlobBuilder.h"
 #include "CodeSignature/CodeSignatureError.h"
 #include "CodeSignature/RequirementCodec.h"
-
-#include <gtest/gtest.h>
 
 namespace quillon {
 namespace {

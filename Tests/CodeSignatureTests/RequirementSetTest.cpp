@@ -1,9 +1,9 @@
+#include <gtest/gtest.h>
+
 #include "CodeSignature/BlobBuilder.h"
 #include "CodeSignature/CodeSignatureError.h"
 #include "CodeSignature/RequirementSet.h"
 #include "CodeSignature/RequirementText.h"
-
-#include <gtest/gtest.h>
 
 namespace quillon {
 namespace {

@@ -1,10 +1,10 @@
-#include "CodeSignature/CodeSignatureError.h"
-#include "CodeSignature/RequirementCodec.h"
-#include "CodeSignature/RequirementText.h"
+#include <gtest/gtest.h>
 
 #include <string>
 
-#include <gtest/gtest.h>
+#include "CodeSignature/CodeSignatureError.h"
+#include "CodeSignature/RequirementCodec.h"
+#include "CodeSignature/RequirementText.h"
 
 namespace quillon {
 namespace {

@@ -1,12 +1,12 @@
-#include "CodeSignature/CodeSignatureError.h"
-#include "CodeSignature/ResourceScan.h"
-#include "Support/TemporaryDirectory.h"
-
-#include <filesystem>
-
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 #include <sys/stat.h>
+
+#include <filesystem>
+
+#include "CodeSignature/CodeSignatureError.h"
+#include "CodeSignature/ResourceScan.h"
+#include "Support/TemporaryDirectory.h"
 
 namespace quillon {
 namespace {

@@ -1,16 +1,16 @@
 // Every byte of every signature part counts: whichever is changed, verification fails.
 
-#include "CodeSignature/CodeSignatureVerdict.h"
-#include "CodeSignature/LoadedSignature.h"
-#include "Support/SignedBundleBuilder.h"
-#include "Support/TemporaryDirectory.h"
+#include <gtest/gtest.h>
 
 #include <algorithm>
 #include <array>
 #include <filesystem>
 #include <string>
 
-#include <gtest/gtest.h>
+#include "CodeSignature/CodeSignatureVerdict.h"
+#include "CodeSignature/LoadedSignature.h"
+#include "Support/SignedBundleBuilder.h"
+#include "Support/TemporaryDirectory.h"
 
 namespace quillon {
 namespace {

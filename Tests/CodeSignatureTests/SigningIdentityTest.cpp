@@ -1,9 +1,9 @@
+#include <gtest/gtest.h>
+
 #include "CodeSignature/SigningIdentity.h"
 #include "QuillonCore/Values/QuillonError.h"
 #include "Support/SigningIdentityMaker.h"
 #include "Support/TemporaryDirectory.h"
-
-#include <gtest/gtest.h>
 
 namespace quillon {
 namespace {

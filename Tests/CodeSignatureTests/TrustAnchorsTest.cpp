@@ -1,12 +1,12 @@
-#include "CodeSignature/TrustAnchors.h"
-#include "Support/SigningIdentityMaker.h"
-#include "Support/TemporaryDirectory.h"
-
-#include <filesystem>
-
 #include <gtest/gtest.h>
 #include <sys/stat.h>
 #include <unistd.h>
+
+#include <filesystem>
+
+#include "CodeSignature/TrustAnchors.h"
+#include "Support/SigningIdentityMaker.h"
+#include "Support/TemporaryDirectory.h"
 
 namespace quillon {
 namespace {

@@ -1,18 +1,18 @@
 // The command as other programs run it.
 
-#include "CodeSignature/CMSSignature.h"
-#include "Support/SignedBundleBuilder.h"
-#include "Support/SigningIdentityMaker.h"
-#include "Support/TemporaryDirectory.h"
-
-#include <cstdlib>
-#include <filesystem>
-
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 #include <sys/stat.h>
 #include <sys/wait.h>
 #include <unistd.h>
+
+#include <cstdlib>
+#include <filesystem>
+
+#include "CodeSignature/CMSSignature.h"
+#include "Support/SignedBundleBuilder.h"
+#include "Support/SigningIdentityMaker.h"
+#include "Support/TemporaryDirectory.h"
 
 namespace quillon {
 namespace {
