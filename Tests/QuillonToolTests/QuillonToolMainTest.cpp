@@ -1,6 +1,7 @@
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
+#include <regex>
 #include <sstream>
 #include <string>
 #include <vector>
@@ -8,6 +9,7 @@
 #include "QuillonCore/Values/QuillonError.h"
 #include "QuillonTool/QuillonToolMain.h"
 #include "QuillonToolTests/ToolRun.h"
+#include "Support/TemporaryDirectory.h"
 
 namespace quillon {
 namespace {
@@ -44,6 +46,23 @@ TEST_P(QuillonToolMainHelpTest, ShowsUsageAndExitStatus) {
   EXPECT_THAT(result.output, StartsWith("Usage: quillon " + names[0] + " " + names[1] + " "));
   EXPECT_THAT(result.output, HasSubstr("\n  --help "));
   EXPECT_THAT(result.output, HasSubstr("\nExit status: 0 "));
+}
+
+/// `text` as the source of a manual page writes it.
+std::string inManualPage(const std::string& text) {
+  return std::regex_replace(text, std::regex("-"), "\\-");
+}
+
+TEST_P(QuillonToolMainHelpTest, TheManualPageNamesEveryOptionOfTheHelp) {
+  const std::vector<std::string>& names = GetParam();
+  const std::string page = testing::readFile(QUILLON_SOURCE_FOLDER "/docs/man/quillon.1");
+  const std::string help = ToolRun()({names[0], names[1], "--help"}).output;
+  const std::regex option("--[a-z-]+");
+
+  EXPECT_THAT(page, HasSubstr("\n.SS quillon " + names[0] + " " + names[1] + "\n"));
+  for (auto found = std::sregex_iterator(help.begin(), help.end(), option); found != std::sregex_iterator(); ++found) {
+    EXPECT_THAT(page, HasSubstr(inManualPage(found->str())));
+  }
 }
 
 INSTANTIATE_TEST_SUITE_P(EverySubcommand, QuillonToolMainHelpTest,
