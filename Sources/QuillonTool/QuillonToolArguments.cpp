@@ -24,38 +24,67 @@ const QuillonToolOption& findOption(std::string_view name, std::span<const Quill
   return *found;
 }
 
+/// Takes words from the front, one after another.
+class WordQueue {
+ public:
+  explicit WordQueue(std::span<const std::string> words) : words_(words) {}
+
+  [[nodiscard]] bool isEmpty() const noexcept { return words_.empty(); }
+  [[nodiscard]] std::span<const std::string> rest() const noexcept { return words_; }
+
+  const std::string& take() {
+    const std::string& word = words_.front();
+    words_ = words_.subspan(1);
+    return word;
+  }
+
+  const std::string& takeValueOf(std::string_view option) {
+    if (isEmpty() || words_.front().starts_with("--")) {
+      throw QuillonToolUsageError(std::string("Option ").append(option).append(" needs a value."));
+    }
+    return take();
+  }
+
+ private:
+  std::span<const std::string> words_;
+};
+
 }  // namespace
 
 QuillonToolArguments QuillonToolArguments::parse(std::span<const std::string> words,
                                                  std::span<const QuillonToolOption> options) {
   QuillonToolArguments arguments;
-  for (auto word = words.begin(); word != words.end(); ++word) {
-    if (*word == "--") {
-      arguments.operands_.insert(arguments.operands_.end(), word + 1, words.end());
+  WordQueue queue(words);
+  while (!queue.isEmpty()) {
+    const std::string& word = queue.take();
+    if (word == "--") {
+      arguments.operands_.insert(arguments.operands_.end(), queue.rest().begin(), queue.rest().end());
       break;
     }
-    if (!isOption(*word)) {
-      arguments.operands_.push_back(*word);
+    if (!isOption(word)) {
+      arguments.operands_.push_back(word);
       continue;
     }
-    const std::size_t equals = word->find('=');
-    const std::string name = word->substr(0, equals);
-    const bool wantsValue = findOption(name, options).kind == QuillonToolOption::Kind::withValue;
-    std::string value;
+    const std::size_t equals = word.find('=');
+    const QuillonToolOption& option = findOption(word.substr(0, equals), options);
     if (equals != std::string::npos) {
-      if (!wantsValue) throw QuillonToolUsageError("Option " + name + " takes no value.");
-      value = word->substr(equals + 1);
-    } else if (wantsValue) {
-      if (word + 1 == words.end() || (word + 1)->starts_with("--")) {
-        throw QuillonToolUsageError("Option " + name + " needs a value.");
-      }
-      value = *++word;
-    }
-    if (!arguments.values_.emplace(name, std::move(value)).second) {
-      throw QuillonToolUsageError("Option " + name + " is given twice; give it once.");
+      arguments.add(option, word.substr(equals + 1));
+    } else {
+      const bool hasValue = option.kind == QuillonToolOption::Kind::withValue;
+      arguments.add(option, hasValue ? std::optional(queue.takeValueOf(option.name)) : std::nullopt);
     }
   }
   return arguments;
+}
+
+void QuillonToolArguments::add(const QuillonToolOption& option, const std::optional<std::string>& value) {
+  const std::string name(option.name);
+  if (value && option.kind == QuillonToolOption::Kind::flag) {
+    throw QuillonToolUsageError("Option " + name + " takes no value.");
+  }
+  if (!values_.emplace(name, value.value_or("")).second) {
+    throw QuillonToolUsageError("Option " + name + " is given twice; give it once.");
+  }
 }
 
 std::optional<std::string> QuillonToolArguments::value(std::string_view option) const {

@@ -36,6 +36,8 @@ class QuillonToolArguments {
   [[nodiscard]] const std::vector<std::string>& operands(std::initializer_list<std::string_view> names) const;
 
  private:
+  void add(const QuillonToolOption& option, const std::optional<std::string>& value);
+
   std::map<std::string, std::string, std::less<>> values_;
   std::vector<std::string> operands_;
 };

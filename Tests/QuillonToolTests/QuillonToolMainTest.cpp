@@ -1,6 +1,7 @@
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
+#include <cstddef>
 #include <sstream>
 #include <string>
 #include <vector>
@@ -8,10 +9,12 @@
 #include "QuillonCore/Values/QuillonError.h"
 #include "QuillonTool/QuillonToolMain.h"
 #include "QuillonToolTests/ToolRun.h"
+#include "Support/TemporaryDirectory.h"
 
 namespace quillon {
 namespace {
 
+using ::testing::Contains;
 using ::testing::EndsWith;
 using ::testing::HasSubstr;
 using ::testing::IsEmpty;
@@ -44,6 +47,30 @@ TEST_P(QuillonToolMainHelpTest, ShowsUsageAndExitStatus) {
   EXPECT_THAT(result.output, StartsWith("Usage: quillon " + names[0] + " " + names[1] + " "));
   EXPECT_THAT(result.output, HasSubstr("\n  --help "));
   EXPECT_THAT(result.output, HasSubstr("\nExit status: 0 "));
+}
+
+/// The words of `help` that are options, as the source of a manual page writes them.
+std::vector<std::string> optionsForManualPage(const std::string& help) {
+  std::vector<std::string> options;
+  for (std::size_t i = help.find("--"); i != std::string::npos; i = help.find("--", i)) {
+    std::string option;
+    for (; i < help.size() && (help[i] == '-' || (help[i] >= 'a' && help[i] <= 'z')); ++i) {
+      option += help[i] == '-' ? "\\-" : std::string(1, help[i]);
+    }
+    options.push_back(option);
+  }
+  return options;
+}
+
+TEST_P(QuillonToolMainHelpTest, TheManualPageNamesEveryOptionOfTheHelp) {
+  const std::vector<std::string>& names = GetParam();
+  const std::string page = testing::readFile(QUILLON_SOURCE_FOLDER "/docs/man/quillon.1");
+
+  const std::vector<std::string> options = optionsForManualPage(ToolRun()({names[0], names[1], "--help"}).output);
+
+  EXPECT_THAT(page, HasSubstr("\n.SS quillon " + names[0] + " " + names[1] + "\n"));
+  EXPECT_THAT(options, Contains("\\-\\-help"));
+  for (const std::string& option : options) EXPECT_THAT(page, HasSubstr(option));
 }
 
 INSTANTIATE_TEST_SUITE_P(EverySubcommand, QuillonToolMainHelpTest,
