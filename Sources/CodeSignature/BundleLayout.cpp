@@ -1,14 +1,14 @@
 #include "CodeSignature/BundleLayout.h"
 
+#include <cerrno>
+#include <optional>
+#include <string_view>
+
 #include "CodeSignature/CodeSignatureError.h"
 #include "CodeSignature/FolderReader.h"
 #include "CodeSignature/GenericBundleCode.h"
 #include "QuillonCore/Values/QuillonPropertyListCodec.h"
 #include "QuillonCore/Values/QuillonURL.h"
-
-#include <cerrno>
-#include <optional>
-#include <string_view>
 
 namespace quillon {
 namespace {

@@ -1,9 +1,9 @@
 #pragma once
 
+#include <string>
+
 #include "CodeSignature/FileDescriptor.h"
 #include "QuillonCore/Values/QuillonPropertyListValue.h"
-
-#include <string>
 
 namespace quillon {
 

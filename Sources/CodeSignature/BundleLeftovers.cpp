@@ -1,13 +1,13 @@
 #include "CodeSignature/BundleLeftovers.h"
 
-#include "CodeSignature/CodeSignatureError.h"
-#include "CodeSignature/FolderReader.h"
+#include <sys/stat.h>
 
 #include <algorithm>
 #include <array>
 #include <string_view>
 
-#include <sys/stat.h>
+#include "CodeSignature/CodeSignatureError.h"
+#include "CodeSignature/FolderReader.h"
 
 namespace quillon {
 namespace {

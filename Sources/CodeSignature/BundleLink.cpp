@@ -1,15 +1,15 @@
 #include "CodeSignature/BundleLink.h"
 
-#include "CodeSignature/FolderReader.h"
-#include "CodeSignature/ResourceScan.h"
-#include "QuillonCore/Values/QuillonError.h"
+#include <sys/stat.h>
 
 #include <algorithm>
 #include <deque>
 #include <optional>
 #include <string_view>
 
-#include <sys/stat.h>
+#include "CodeSignature/FolderReader.h"
+#include "CodeSignature/ResourceScan.h"
+#include "QuillonCore/Values/QuillonError.h"
 
 namespace quillon {
 namespace {

@@ -1,10 +1,10 @@
 #pragma once
 
-#include "CodeSignature/FileDescriptor.h"
-#include "CodeSignature/ResourceRules.h"
-
 #include <string>
 #include <vector>
+
+#include "CodeSignature/FileDescriptor.h"
+#include "CodeSignature/ResourceRules.h"
 
 namespace quillon {
 

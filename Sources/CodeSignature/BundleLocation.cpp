@@ -1,12 +1,12 @@
 #include "CodeSignature/BundleLocation.h"
 
-#include "CodeSignature/CodeSignatureError.h"
-#include "CodeSignature/GenericBundleCode.h"
-
 #include <cerrno>
 #include <filesystem>
 #include <optional>
 #include <system_error>
+
+#include "CodeSignature/CodeSignatureError.h"
+#include "CodeSignature/GenericBundleCode.h"
 
 namespace quillon {
 namespace {

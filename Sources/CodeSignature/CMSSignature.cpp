@@ -1,5 +1,11 @@
 #include "CodeSignature/CMSSignature.h"
 
+#include <openssl/objects.h>
+
+#include <algorithm>
+#include <ctime>
+#include <map>
+
 #include "CodeSignature/BERElement.h"
 #include "CodeSignature/CodeSignatureError.h"
 #include "CodeSignature/ObjectIdentifier.h"
@@ -7,12 +13,6 @@
 #include "CodeSignature/SigningIdentityContent.h"
 #include "QuillonCore/Values/QuillonError.h"
 #include "QuillonCore/Values/QuillonPropertyListCodec.h"
-
-#include <algorithm>
-#include <ctime>
-#include <map>
-
-#include <openssl/objects.h>
 
 namespace quillon {
 namespace {
@@ -347,8 +347,8 @@ CMSSignature verifyCMSSignature(std::string_view message, std::string_view conte
   if (const auto* hashes = findAttribute(attributes, kTypedHashes)) signature.typedHashes = typedHashesFrom(*hashes);
   if (parsed.signer.unsignedAttributes) {
     const Attributes extra = readAttributes(parsed.signer.unsignedAttributes->content);
-    // Nothing vouches for unsigned attributes. A time stamp is let pass, because it is common, but no time is taken from
-    // it; anything else is refused.
+    // Nothing vouches for unsigned attributes. A time stamp is let pass, because it is common, but no time is taken
+    // from it; anything else is refused.
     if (extra.size() != 1) fail();
     signature.timestampToken = std::string(requireSingleValue(extra, kTimestampToken).whole);
   }

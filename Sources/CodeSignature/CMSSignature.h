@@ -1,13 +1,13 @@
 #pragma once
 
-#include "CodeSignature/CodeDirectory.h"
-#include "CodeSignature/SigningIdentity.h"
-
 #include <chrono>
 #include <optional>
 #include <string>
 #include <string_view>
 #include <vector>
+
+#include "CodeSignature/CodeDirectory.h"
+#include "CodeSignature/SigningIdentity.h"
 
 namespace quillon {
 

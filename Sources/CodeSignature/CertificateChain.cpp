@@ -1,16 +1,16 @@
 #include "CodeSignature/CertificateChain.h"
 
-#include "CodeSignature/CodeHash.h"
-#include "CodeSignature/CodeSignatureError.h"
-#include "CodeSignature/OpenSSLHandles.h"
+#include <openssl/objects.h>
+#include <openssl/x509_vfy.h>
+#include <openssl/x509v3.h>
 
 #include <algorithm>
 #include <array>
 #include <utility>
 
-#include <openssl/objects.h>
-#include <openssl/x509_vfy.h>
-#include <openssl/x509v3.h>
+#include "CodeSignature/CodeHash.h"
+#include "CodeSignature/CodeSignatureError.h"
+#include "CodeSignature/OpenSSLHandles.h"
 
 namespace quillon {
 namespace {

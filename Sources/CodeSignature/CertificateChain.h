@@ -1,13 +1,13 @@
 #pragma once
 
-#include "CodeSignature/TrustAnchors.h"
-
 #include <chrono>
 #include <map>
 #include <optional>
 #include <string>
 #include <string_view>
 #include <vector>
+
+#include "CodeSignature/TrustAnchors.h"
 
 namespace quillon {
 

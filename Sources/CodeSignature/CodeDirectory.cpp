@@ -1,10 +1,10 @@
 #include "CodeSignature/CodeDirectory.h"
 
+#include <algorithm>
+
 #include "CodeSignature/BlobBuilder.h"
 #include "CodeSignature/BlobReader.h"
 #include "CodeSignature/CodeSignatureError.h"
-
-#include <algorithm>
 
 namespace quillon {
 namespace {

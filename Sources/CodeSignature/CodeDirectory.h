@@ -1,13 +1,13 @@
 #pragma once
 
-#include "CodeSignature/CodeHash.h"
-#include "CodeSignature/SpecialSlots.h"
-
 #include <cstdint>
 #include <map>
 #include <string>
 #include <string_view>
 #include <vector>
+
+#include "CodeSignature/CodeHash.h"
+#include "CodeSignature/SpecialSlots.h"
 
 namespace quillon {
 

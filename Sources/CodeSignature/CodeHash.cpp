@@ -1,10 +1,10 @@
 #include "CodeSignature/CodeHash.h"
 
-#include "QuillonCore/Values/QuillonError.h"
+#include <openssl/evp.h>
 
 #include <array>
 
-#include <openssl/evp.h>
+#include "QuillonCore/Values/QuillonError.h"
 
 namespace quillon {
 namespace {

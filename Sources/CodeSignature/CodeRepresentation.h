@@ -1,11 +1,11 @@
 #pragma once
 
-#include "CodeSignature/CodeHash.h"
-#include "CodeSignature/SpecialSlots.h"
-
 #include <cstdint>
 #include <optional>
 #include <string>
+
+#include "CodeSignature/CodeHash.h"
+#include "CodeSignature/SpecialSlots.h"
 
 namespace quillon {
 

@@ -1,12 +1,12 @@
 #pragma once
 
-#include "QuillonCore/Values/QuillonError.h"
-
 #include <cstdint>
 #include <string>
 #include <string_view>
 #include <utility>
 #include <vector>
+
+#include "QuillonCore/Values/QuillonError.h"
 
 namespace quillon {
 

@@ -1,12 +1,12 @@
 #pragma once
 
-#include "CodeSignature/CodeSignatureError.h"
-#include "CodeSignature/TrustAnchors.h"
-#include "QuillonCore/Values/QuillonURL.h"
-
 #include <optional>
 #include <string>
 #include <vector>
+
+#include "CodeSignature/CodeSignatureError.h"
+#include "CodeSignature/TrustAnchors.h"
+#include "QuillonCore/Values/QuillonURL.h"
 
 namespace quillon {
 

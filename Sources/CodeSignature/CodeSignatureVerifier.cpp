@@ -1,11 +1,6 @@
 #include "CodeSignature/CodeSignatureVerifier.h"
 
-#include "CodeSignature/BundleLeftovers.h"
-#include "CodeSignature/CodeSignatureError.h"
-#include "CodeSignature/GenericBundleCode.h"
-#include "CodeSignature/RequirementText.h"
-#include "CodeSignature/ResourceHashing.h"
-#include "QuillonCore/Runtime/QuillonParallelFor.h"
+#include <sys/stat.h>
 
 #include <algorithm>
 #include <array>
@@ -14,7 +9,12 @@
 #include <string_view>
 #include <unordered_set>
 
-#include <sys/stat.h>
+#include "CodeSignature/BundleLeftovers.h"
+#include "CodeSignature/CodeSignatureError.h"
+#include "CodeSignature/GenericBundleCode.h"
+#include "CodeSignature/RequirementText.h"
+#include "CodeSignature/ResourceHashing.h"
+#include "QuillonCore/Runtime/QuillonParallelFor.h"
 
 namespace quillon {
 namespace {

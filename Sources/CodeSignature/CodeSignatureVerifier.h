@@ -1,14 +1,14 @@
 #pragma once
 
+#include <string>
+#include <vector>
+
 #include "CodeSignature/BundleLayout.h"
 #include "CodeSignature/BundleLink.h"
 #include "CodeSignature/CodeSignatureVerdict.h"
 #include "CodeSignature/LoadedSignature.h"
 #include "CodeSignature/ResourceScan.h"
 #include "CodeSignature/ResourceSeal.h"
-
-#include <string>
-#include <vector>
 
 namespace quillon {
 

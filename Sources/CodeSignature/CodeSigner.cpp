@@ -1,5 +1,13 @@
 #include "CodeSignature/CodeSigner.h"
 
+#include <algorithm>
+#include <array>
+#include <charconv>
+#include <map>
+#include <string_view>
+#include <utility>
+#include <vector>
+
 #include "CodeSignature/BundleLink.h"
 #include "CodeSignature/BundleLocation.h"
 #include "CodeSignature/CMSSignature.h"
@@ -11,14 +19,6 @@
 #include "CodeSignature/ResourceHashing.h"
 #include "CodeSignature/SignatureFolder.h"
 #include "QuillonCore/Values/QuillonPropertyListCodec.h"
-
-#include <algorithm>
-#include <array>
-#include <charconv>
-#include <map>
-#include <string_view>
-#include <utility>
-#include <vector>
 
 namespace quillon {
 namespace {

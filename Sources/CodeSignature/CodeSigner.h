@@ -1,12 +1,12 @@
 #pragma once
 
-#include "CodeSignature/CodeHash.h"
-#include "CodeSignature/SigningIdentity.h"
-#include "QuillonCore/Values/QuillonURL.h"
-
 #include <optional>
 #include <set>
 #include <string>
+
+#include "CodeSignature/CodeHash.h"
+#include "CodeSignature/SigningIdentity.h"
+#include "QuillonCore/Values/QuillonURL.h"
 
 namespace quillon {
 

@@ -1,11 +1,11 @@
 #pragma once
 
-#include "CodeSignature/CertificateChain.h"
-#include "CodeSignature/RequirementExpression.h"
-
 #include <optional>
 #include <string>
 #include <vector>
+
+#include "CodeSignature/CertificateChain.h"
+#include "CodeSignature/RequirementExpression.h"
 
 namespace quillon {
 

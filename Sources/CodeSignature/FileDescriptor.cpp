@@ -1,15 +1,15 @@
 #include "CodeSignature/FileDescriptor.h"
 
-#include "QuillonCore/Values/QuillonError.h"
+#include <linux/openat2.h>
+#include <sys/stat.h>
+#include <sys/syscall.h>
+#include <unistd.h>
 
 #include <array>
 #include <cerrno>
 #include <string_view>
 
-#include <linux/openat2.h>
-#include <sys/stat.h>
-#include <sys/syscall.h>
-#include <unistd.h>
+#include "QuillonCore/Values/QuillonError.h"
 
 namespace quillon {
 namespace {

@@ -1,10 +1,10 @@
 #pragma once
 
+#include <fcntl.h>
+
 #include <cstddef>
 #include <string>
 #include <utility>
-
-#include <fcntl.h>
 
 namespace quillon {
 

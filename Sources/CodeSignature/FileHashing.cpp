@@ -1,12 +1,12 @@
 #include "CodeSignature/FileHashing.h"
 
-#include "QuillonCore/Values/QuillonError.h"
+#include <sys/stat.h>
+#include <unistd.h>
 
 #include <algorithm>
 #include <cerrno>
 
-#include <sys/stat.h>
-#include <unistd.h>
+#include "QuillonCore/Values/QuillonError.h"
 
 namespace quillon {
 namespace {

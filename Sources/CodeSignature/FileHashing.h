@@ -1,13 +1,13 @@
 #pragma once
 
-#include "CodeSignature/CodeHash.h"
-#include "CodeSignature/FileDescriptor.h"
-
 #include <cstdint>
 #include <map>
 #include <set>
 #include <string>
 #include <vector>
+
+#include "CodeSignature/CodeHash.h"
+#include "CodeSignature/FileDescriptor.h"
 
 namespace quillon {
 

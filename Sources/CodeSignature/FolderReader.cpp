@@ -1,6 +1,8 @@
 #include "CodeSignature/FolderReader.h"
 
-#include "QuillonCore/Values/QuillonError.h"
+#include <dirent.h>
+#include <sys/stat.h>
+#include <unistd.h>
 
 #include <algorithm>
 #include <array>
@@ -8,9 +10,7 @@
 #include <climits>
 #include <memory>
 
-#include <dirent.h>
-#include <sys/stat.h>
-#include <unistd.h>
+#include "QuillonCore/Values/QuillonError.h"
 
 namespace quillon {
 namespace {

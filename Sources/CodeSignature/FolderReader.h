@@ -1,10 +1,10 @@
 #pragma once
 
-#include "CodeSignature/FileDescriptor.h"
-
 #include <cstdint>
 #include <string>
 #include <vector>
+
+#include "CodeSignature/FileDescriptor.h"
 
 namespace quillon {
 

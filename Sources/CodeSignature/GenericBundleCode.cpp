@@ -1,15 +1,15 @@
 #include "CodeSignature/GenericBundleCode.h"
 
-#include "CodeSignature/BlobReader.h"
-#include "CodeSignature/CodeSignatureError.h"
-#include "CodeSignature/FileHashing.h"
+#include <sys/stat.h>
+#include <unistd.h>
 
 #include <algorithm>
 #include <array>
 #include <cerrno>
 
-#include <sys/stat.h>
-#include <unistd.h>
+#include "CodeSignature/BlobReader.h"
+#include "CodeSignature/CodeSignatureError.h"
+#include "CodeSignature/FileHashing.h"
 
 namespace quillon {
 namespace {

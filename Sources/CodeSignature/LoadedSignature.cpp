@@ -1,9 +1,9 @@
 #include "CodeSignature/LoadedSignature.h"
 
+#include <algorithm>
+
 #include "CodeSignature/CodeSignatureError.h"
 #include "CodeSignature/DesignatedRequirement.h"
-
-#include <algorithm>
 
 namespace quillon {
 namespace {

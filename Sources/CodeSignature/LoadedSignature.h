@@ -1,5 +1,10 @@
 #pragma once
 
+#include <cstddef>
+#include <optional>
+#include <string>
+#include <vector>
+
 #include "CodeSignature/BundleLayout.h"
 #include "CodeSignature/CMSSignature.h"
 #include "CodeSignature/CertificateChain.h"
@@ -8,11 +13,6 @@
 #include "CodeSignature/RequirementEvaluation.h"
 #include "CodeSignature/RequirementSet.h"
 #include "CodeSignature/TrustAnchors.h"
-
-#include <cstddef>
-#include <optional>
-#include <string>
-#include <vector>
 
 namespace quillon {
 

@@ -1,15 +1,15 @@
 #pragma once
 
-#include <memory>
-#include <string>
-#include <string_view>
-
 #include <openssl/asn1.h>
 #include <openssl/bio.h>
 #include <openssl/cms.h>
 #include <openssl/evp.h>
 #include <openssl/ts.h>
 #include <openssl/x509.h>
+
+#include <memory>
+#include <string>
+#include <string_view>
 
 namespace quillon {
 

@@ -1,12 +1,12 @@
 #include "CodeSignature/RegularExpression.h"
 
-#include "CodeSignature/CodeSignatureError.h"
+#include <locale.h>
+#include <regex.h>
 
 #include <algorithm>
 #include <string_view>
 
-#include <locale.h>
-#include <regex.h>
+#include "CodeSignature/CodeSignatureError.h"
 
 namespace quillon {
 namespace {

@@ -1,10 +1,10 @@
 #include "CodeSignature/RequirementCodec.h"
 
+#include <bit>
+
 #include "CodeSignature/BlobBuilder.h"
 #include "CodeSignature/BlobReader.h"
 #include "CodeSignature/CodeSignatureError.h"
-
-#include <bit>
 
 namespace quillon {
 namespace {

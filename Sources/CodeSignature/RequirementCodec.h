@@ -1,9 +1,9 @@
 #pragma once
 
-#include "CodeSignature/RequirementExpression.h"
-
 #include <string>
 #include <string_view>
+
+#include "CodeSignature/RequirementExpression.h"
 
 namespace quillon {
 

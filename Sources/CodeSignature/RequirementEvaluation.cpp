@@ -1,12 +1,12 @@
 #include "CodeSignature/RequirementEvaluation.h"
 
-#include "CodeSignature/BERElement.h"
-#include "CodeSignature/CodeSignatureError.h"
-#include "CodeSignature/ObjectIdentifier.h"
-
 #include <algorithm>
 #include <compare>
 #include <string_view>
+
+#include "CodeSignature/BERElement.h"
+#include "CodeSignature/CodeSignatureError.h"
+#include "CodeSignature/ObjectIdentifier.h"
 
 namespace quillon {
 namespace {

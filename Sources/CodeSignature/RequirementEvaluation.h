@@ -1,11 +1,11 @@
 #pragma once
 
+#include <set>
+#include <string>
+
 #include "CodeSignature/CertificateChain.h"
 #include "CodeSignature/RequirementExpression.h"
 #include "QuillonCore/Values/QuillonPropertyListValue.h"
-
-#include <set>
-#include <string>
 
 namespace quillon {
 

@@ -1,11 +1,11 @@
 #pragma once
 
-#include "CodeSignature/RequirementExpression.h"
-
 #include <cstdint>
 #include <map>
 #include <string>
 #include <string_view>
+
+#include "CodeSignature/RequirementExpression.h"
 
 namespace quillon {
 

@@ -1,9 +1,5 @@
 #include "CodeSignature/RequirementText.h"
 
-#include "CodeSignature/CodeHash.h"
-#include "CodeSignature/CodeSignatureError.h"
-#include "CodeSignature/ObjectIdentifier.h"
-
 #include <algorithm>
 #include <array>
 #include <charconv>
@@ -11,6 +7,10 @@
 #include <optional>
 #include <utility>
 #include <vector>
+
+#include "CodeSignature/CodeHash.h"
+#include "CodeSignature/CodeSignatureError.h"
+#include "CodeSignature/ObjectIdentifier.h"
 
 namespace quillon {
 namespace {

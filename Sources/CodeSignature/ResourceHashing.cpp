@@ -1,15 +1,15 @@
 #include "CodeSignature/ResourceHashing.h"
 
-#include "CodeSignature/CodeSignatureError.h"
-#include "QuillonCore/Runtime/QuillonParallelFor.h"
-#include "QuillonCore/Values/QuillonError.h"
+#include <sys/xattr.h>
 
 #include <algorithm>
 #include <cerrno>
 #include <optional>
 #include <string_view>
 
-#include <sys/xattr.h>
+#include "CodeSignature/CodeSignatureError.h"
+#include "QuillonCore/Runtime/QuillonParallelFor.h"
+#include "QuillonCore/Values/QuillonError.h"
 
 namespace quillon {
 namespace {

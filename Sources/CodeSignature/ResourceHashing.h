@@ -1,13 +1,13 @@
 #pragma once
 
-#include "CodeSignature/FileDescriptor.h"
-#include "CodeSignature/FileHashing.h"
-
 #include <cstddef>
 #include <functional>
 #include <set>
 #include <string>
 #include <vector>
+
+#include "CodeSignature/FileDescriptor.h"
+#include "CodeSignature/FileHashing.h"
 
 namespace quillon {
 

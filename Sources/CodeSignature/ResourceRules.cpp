@@ -1,10 +1,10 @@
 #include "CodeSignature/ResourceRules.h"
 
-#include "CodeSignature/CodeSignatureError.h"
-#include "CodeSignature/RegularExpression.h"
-
 #include <algorithm>
 #include <array>
+
+#include "CodeSignature/CodeSignatureError.h"
+#include "CodeSignature/RegularExpression.h"
 
 namespace quillon {
 namespace {

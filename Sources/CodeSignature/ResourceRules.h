@@ -1,12 +1,12 @@
 #pragma once
 
-#include "QuillonCore/Values/QuillonPropertyListValue.h"
-
 #include <cstddef>
 #include <memory>
 #include <string>
 #include <string_view>
 #include <vector>
+
+#include "QuillonCore/Values/QuillonPropertyListValue.h"
 
 namespace quillon {
 

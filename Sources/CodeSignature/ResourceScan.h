@@ -1,11 +1,11 @@
 #pragma once
 
-#include "CodeSignature/FileDescriptor.h"
-#include "CodeSignature/ResourceRules.h"
-
 #include <cstdint>
 #include <string>
 #include <vector>
+
+#include "CodeSignature/FileDescriptor.h"
+#include "CodeSignature/ResourceRules.h"
 
 namespace quillon {
 

@@ -1,8 +1,5 @@
 #pragma once
 
-#include "CodeSignature/CodeHash.h"
-#include "CodeSignature/ResourceRules.h"
-
 #include <cstddef>
 #include <cstdint>
 #include <map>
@@ -10,6 +7,9 @@
 #include <string>
 #include <string_view>
 #include <unordered_map>
+
+#include "CodeSignature/CodeHash.h"
+#include "CodeSignature/ResourceRules.h"
 
 namespace quillon {
 

@@ -1,11 +1,5 @@
 #include "CodeSignature/SignatureDescription.h"
 
-#include "CodeSignature/BundleLocation.h"
-#include "CodeSignature/CodeSignatureError.h"
-#include "CodeSignature/GenericBundleCode.h"
-#include "CodeSignature/LoadedSignature.h"
-#include "CodeSignature/ResourceSeal.h"
-
 #include <algorithm>
 #include <array>
 #include <ctime>
@@ -13,6 +7,12 @@
 #include <string_view>
 #include <utility>
 #include <vector>
+
+#include "CodeSignature/BundleLocation.h"
+#include "CodeSignature/CodeSignatureError.h"
+#include "CodeSignature/GenericBundleCode.h"
+#include "CodeSignature/LoadedSignature.h"
+#include "CodeSignature/ResourceSeal.h"
 
 namespace quillon {
 namespace {

@@ -1,9 +1,9 @@
 #pragma once
 
+#include <string>
+
 #include "CodeSignature/CodeSignatureVerdict.h"
 #include "QuillonCore/Values/QuillonURL.h"
-
-#include <string>
 
 namespace quillon {
 

@@ -1,7 +1,7 @@
 #include "CodeSignature/SignatureFolder.h"
 
-#include "CodeSignature/FolderReader.h"
-#include "QuillonCore/Values/QuillonError.h"
+#include <sys/stat.h>
+#include <unistd.h>
 
 #include <cerrno>
 #include <cstdio>
@@ -12,8 +12,8 @@
 #include <utility>
 #include <vector>
 
-#include <sys/stat.h>
-#include <unistd.h>
+#include "CodeSignature/FolderReader.h"
+#include "QuillonCore/Values/QuillonError.h"
 
 namespace quillon {
 namespace {

@@ -1,9 +1,9 @@
 #pragma once
 
-#include "CodeSignature/BundleLayout.h"
-
 #include <map>
 #include <string>
+
+#include "CodeSignature/BundleLayout.h"
 
 namespace quillon {
 

@@ -1,14 +1,14 @@
 #include "CodeSignature/SigningIdentity.h"
 
+#include <openssl/pem.h>
+
+#include <algorithm>
+
 #include "CodeSignature/CertificateChain.h"
 #include "CodeSignature/CodeSignatureError.h"
 #include "CodeSignature/FileDescriptor.h"
 #include "CodeSignature/SigningIdentityContent.h"
 #include "QuillonCore/Values/QuillonError.h"
-
-#include <algorithm>
-
-#include <openssl/pem.h>
 
 namespace quillon {
 namespace {

@@ -1,11 +1,11 @@
 #pragma once
 
-#include "QuillonCore/Values/QuillonURL.h"
-
 #include <memory>
 #include <string>
 #include <string_view>
 #include <vector>
+
+#include "QuillonCore/Values/QuillonURL.h"
 
 namespace quillon {
 

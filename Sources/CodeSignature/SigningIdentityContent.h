@@ -1,10 +1,10 @@
 #pragma once
 
-#include "CodeSignature/OpenSSLHandles.h"
-#include "CodeSignature/SigningIdentity.h"
-
 #include <string>
 #include <vector>
+
+#include "CodeSignature/OpenSSLHandles.h"
+#include "CodeSignature/SigningIdentity.h"
 
 namespace quillon {
 

@@ -1,18 +1,18 @@
 #include "CodeSignature/TrustAnchors.h"
 
-#include "CodeSignature/CodeHash.h"
-#include "CodeSignature/FileDescriptor.h"
-#include "CodeSignature/FolderReader.h"
-#include "CodeSignature/OpenSSLHandles.h"
-#include "QuillonCore/Values/QuillonError.h"
+#include <openssl/pem.h>
+#include <sys/stat.h>
+#include <unistd.h>
 
 #include <algorithm>
 #include <array>
 #include <cerrno>
 
-#include <openssl/pem.h>
-#include <sys/stat.h>
-#include <unistd.h>
+#include "CodeSignature/CodeHash.h"
+#include "CodeSignature/FileDescriptor.h"
+#include "CodeSignature/FolderReader.h"
+#include "CodeSignature/OpenSSLHandles.h"
+#include "QuillonCore/Values/QuillonError.h"
 
 namespace quillon {
 namespace {

@@ -1,16 +1,16 @@
 #include "QuillonCore/VeskVersionComparator.h"
 
-#include "QuillonCore/Text/QuillonCanonicalOrder.h"
-#include "QuillonCore/Text/QuillonCharacterClasses.h"
-#include "QuillonCore/Text/QuillonGraphemeClusters.h"
-#include "QuillonCore/Text/QuillonScalars.h"
-
 #include <algorithm>
 #include <array>
 #include <cstdint>
 #include <cstring>
 #include <limits>
 #include <string>
+
+#include "QuillonCore/Text/QuillonCanonicalOrder.h"
+#include "QuillonCore/Text/QuillonCharacterClasses.h"
+#include "QuillonCore/Text/QuillonGraphemeClusters.h"
+#include "QuillonCore/Text/QuillonScalars.h"
 
 // A version is read as parts: runs of digits, runs of other characters, single separators. Before that, a
 // blank-separated pre-release marker is contracted: " beta 3", " B3" and " d 3" all read as "b3". Two readers do both

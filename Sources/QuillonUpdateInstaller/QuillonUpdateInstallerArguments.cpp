@@ -100,8 +100,7 @@ QuillonUpdateInstallerArguments QuillonUpdateInstallerArguments::parse(const std
       .stagedApplicationURL = QuillonURL::fileURL(staged),
       .installedApplicationURL = QuillonURL::fileURL(installed),
       .hostProcessIdentifier = hostProcessIdentifier,
-      .shouldRequestAuthorizationIfNeeded =
-          std::ranges::find(arguments, Options::authorizeIfNeeded) != arguments.end(),
+      .shouldRequestAuthorizationIfNeeded = std::ranges::find(arguments, Options::authorizeIfNeeded) != arguments.end(),
       .hostIdentity = std::move(identity),
       .launchUserContext = std::move(launchUserContext),
       .failureReportURL = reportPath ? std::optional(QuillonURL::fileURL(*reportPath)) : std::nullopt,

@@ -15,15 +15,16 @@ namespace quillon {
 /// Leaves the report of a failed installation where the host looks for it.
 ///
 /// The report's path comes from the host, and a privileged installer must not become a way to overwrite or give away
-/// other files: it writes property-list files only, replaces nothing but reports and files of the launch user, and gives
-/// the user nothing but reports.
+/// other files: it writes property-list files only, replaces nothing but reports and files of the launch user, and
+/// gives the user nothing but reports.
 class QuillonUpdateInstallerFailureRecorder {
  public:
   using TimePoint = std::chrono::sys_time<std::chrono::microseconds>;
 
-  QuillonUpdateInstallerFailureRecorder(std::shared_ptr<const QuillonFileManaging> fileManager,
-                                        std::shared_ptr<const VeskAppBundleReplacementPrivilegeChecking> privilegeChecker,
-                                        std::function<TimePoint()> now);
+  QuillonUpdateInstallerFailureRecorder(
+      std::shared_ptr<const QuillonFileManaging> fileManager,
+      std::shared_ptr<const VeskAppBundleReplacementPrivilegeChecking> privilegeChecker,
+      std::function<TimePoint()> now);
 
   /// Writes the report; nothing without arguments, which say where. Throws QuillonError when it cannot be written.
   void recordFailureReportIfPossible(const std::string& errorDescription,

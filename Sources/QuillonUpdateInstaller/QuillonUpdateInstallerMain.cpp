@@ -59,6 +59,8 @@ void QuillonUpdateInstallerMain::fail(std::string_view description,
   }
 }
 
-void QuillonUpdateInstallerMain::printLine(std::string_view line) const { services_.standardError(line); }
+void QuillonUpdateInstallerMain::printLine(std::string_view line) const {
+  services_.standardError(line);
+}
 
 }  // namespace quillon

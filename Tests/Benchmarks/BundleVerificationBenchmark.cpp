@@ -1,10 +1,6 @@
 // How long the verification of a bundle of 200 MB in 5,000 files takes, beside `openssl dgst -sha256` over the same
 // files. Both read from the page cache. Prints the ratio of the best times of several turns.
 
-#include "CodeSignature/CodeSignatureVerdict.h"
-#include "Support/SignedBundleBuilder.h"
-#include "Support/TemporaryDirectory.h"
-
 #include <algorithm>
 #include <chrono>
 #include <cstdio>
@@ -12,6 +8,10 @@
 #include <filesystem>
 #include <functional>
 #include <string>
+
+#include "CodeSignature/CodeSignatureVerdict.h"
+#include "Support/SignedBundleBuilder.h"
+#include "Support/TemporaryDirectory.h"
 
 namespace quillon {
 namespace {

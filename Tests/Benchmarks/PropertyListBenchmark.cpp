@@ -1,8 +1,9 @@
 // Reading feeds beside libplist and pugixml's DOM. After the runs: how many times faster we are, and the memory that a
 // read list takes beyond the bytes it was read from.
 
-#include "QuillonCore/Values/QuillonPropertyListCodec.h"
-#include "QuillonCore/Values/QuillonPropertyListDocument.h"
+#include <benchmark/benchmark.h>
+#include <malloc.h>
+#include <plist/plist.h>
 
 #include <cstdint>
 #include <cstdio>
@@ -12,10 +13,10 @@
 #include <utility>
 #include <vector>
 
-#include <benchmark/benchmark.h>
-#include <malloc.h>
-#include <plist/plist.h>
 #include <pugixml.hpp>
+
+#include "QuillonCore/Values/QuillonPropertyListCodec.h"
+#include "QuillonCore/Values/QuillonPropertyListDocument.h"
 
 namespace quillon {
 namespace {

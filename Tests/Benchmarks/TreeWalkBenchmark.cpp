@@ -1,6 +1,7 @@
 // Changing owners and taking quarantine marks off 100,000 files, beside chown(1) and find(1) with setfattr(1).
 //
-// Run as root on the volume to be measured: TreeWalkBenchmark [FOLDER]. Prints the median of five runs each, and ratios.
+// Run as root on the volume to be measured: TreeWalkBenchmark [FOLDER]. Prints the median of five runs each, and
+// ratios.
 
 #include <sys/xattr.h>
 #include <unistd.h>
@@ -86,23 +87,25 @@ int main(int argumentCount, char** arguments) {
 
   unsigned int owner = 1000;
   const double ourOwners = medianOfFive(nothing, [&] { files.changeOwnerOfDescendants(url, ++owner, owner); });
-  const double theirOwners = medianOfFive([&] { ++owner; }, [&] {
-    run("chown -R " + std::to_string(owner) + ":" + std::to_string(owner) + " " + root.string());
-  });
+  const double theirOwners = medianOfFive(
+      [&] { ++owner; },
+      [&] { run("chown -R " + std::to_string(owner) + ":" + std::to_string(owner) + " " + root.string()); });
   report("owners", ourOwners, "chown -R", theirOwners);
 
-  const double ourMarks = medianOfFive([&] { mark(root); }, [&] {
-    if (files.releaseQuarantine(url)) std::exit(1);
-  });
-  const double theirMarks = medianOfFive([&] { mark(root); }, [&] {
-    run("find " + root.string() + " -mindepth 1 -exec setfattr -x user.com.apple.quarantine {} +");
-  });
+  const double ourMarks = medianOfFive([&] { mark(root); },
+                                       [&] {
+                                         if (files.releaseQuarantine(url)) std::exit(1);
+                                       });
+  const double theirMarks = medianOfFive(
+      [&] { mark(root); },
+      [&] { run("find " + root.string() + " -mindepth 1 -exec setfattr -x user.com.apple.quarantine {} +"); });
   report("quarantine", ourMarks, "find -exec setfattr -x", theirMarks);
 
   const QuillonURL copy = QuillonURL::fileURL(root.string() + "-copy");
   const auto removeCopy = [&] { run("rm -rf " + copy.path()); };
   const double ourCopy = medianOfFive(removeCopy, [&] { files.copyItem(url, copy); });
-  const double theirCopy = medianOfFive(removeCopy, [&] { run("cp -a " + root.string() + " " + copy.path() + " && sync -f " + copy.path()); });
+  const double theirCopy = medianOfFive(
+      removeCopy, [&] { run("cp -a " + root.string() + " " + copy.path() + " && sync -f " + copy.path()); });
   report("copy, flushed", ourCopy, "cp -a, sync -f", theirCopy);
 
   const auto makeCopy = [&] { run("rm -rf " + copy.path() + " && cp -a " + root.string() + " " + copy.path()); };

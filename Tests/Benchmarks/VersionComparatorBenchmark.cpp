@@ -1,6 +1,8 @@
 // Version ordering beside the orderings of package managers, on 100,000 pairs of mixed versions. Peers differ in what
 // they call newer; measured is the time to answer.
 
+#include <benchmark/benchmark.h>
+
 #include <array>
 #include <cstddef>
 #include <cstdlib>
@@ -9,8 +11,6 @@
 #include <string>
 #include <utility>
 #include <vector>
-
-#include <benchmark/benchmark.h>
 
 extern "C" {
 #include <dpkg/dpkg-db.h>

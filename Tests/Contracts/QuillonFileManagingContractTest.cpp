@@ -1,6 +1,8 @@
 // What every file manager promises, run against the system's own and against the decorator that tests put around it.
 
 #include <fcntl.h>
+#include <gmock/gmock.h>
+#include <gtest/gtest.h>
 #include <sys/stat.h>
 #include <sys/wait.h>
 #include <sys/xattr.h>
@@ -14,9 +16,6 @@
 #include <ostream>
 #include <string>
 
-#include <gmock/gmock.h>
-#include <gtest/gtest.h>
-
 #include "QuillonCore/Contracts/QuillonFileManaging.h"
 #include "QuillonCore/Runtime/Posix/QuillonPosixFileManager.h"
 #include "QuillonCore/Values/QuillonError.h"
@@ -28,10 +27,10 @@ namespace quillon {
 namespace {
 
 namespace fs = std::filesystem;
+using ::testing::ElementsAre;
 using testing::readFile;
 using testing::TemporaryDirectory;
 using testing::writeFile;
-using ::testing::ElementsAre;
 
 struct Implementation {
   friend void PrintTo(const Implementation& implementation, std::ostream* out) { *out << implementation.name; }
@@ -228,9 +227,9 @@ TEST_P(QuillonFileManagingContract, ACopyOfRootsLetsNobodyElseWrite) {
   ASSERT_EQ(chmod((folder / "tree/tool").c_str(), 0777), 0);
   ASSERT_EQ(chmod((folder / "tree").c_str(), 01777), 0);
   // An access list, in the form of acl(5), that gives user 65534 every right.
-  const std::array<unsigned char, 44> list = {2, 0, 0,    0,    1, 0, 7, 0, 0xFF, 0xFF, 0xFF, 0xFF, 2, 0, 7,
-                                              0, 0xFE, 0xFF, 0, 0, 4, 0, 5, 0,    0xFF, 0xFF, 0xFF, 0xFF, 0x10, 0,
-                                              7, 0, 0xFF, 0xFF, 0xFF, 0xFF, 0x20, 0, 5, 0, 0xFF, 0xFF, 0xFF, 0xFF};
+  const std::array<unsigned char, 44> list = {
+      2,    0,    0,    0,    1,    0, 7, 0, 0xFF, 0xFF, 0xFF, 0xFF, 2,    0, 7, 0, 0xFE, 0xFF, 0,    0,   4, 0, 5, 0,
+      0xFF, 0xFF, 0xFF, 0xFF, 0x10, 0, 7, 0, 0xFF, 0xFF, 0xFF, 0xFF, 0x20, 0, 5, 0, 0xFF, 0xFF, 0xFF, 0xFF};
   const bool hasLists =
       setxattr((folder / "tree/tool").c_str(), "system.posix_acl_access", list.data(), list.size(), 0) == 0;
 

@@ -1,13 +1,13 @@
 // Reads any bytes as a property list. What can be read can be searched, and survives both writers.
 
-#include "QuillonCore/Values/QuillonPropertyListCodec.h"
-#include "QuillonCore/Values/QuillonPropertyListDocument.h"
-
 #include <cstdint>
 #include <cstdlib>
 #include <optional>
 #include <string>
 #include <string_view>
+
+#include "QuillonCore/Values/QuillonPropertyListCodec.h"
+#include "QuillonCore/Values/QuillonPropertyListDocument.h"
 
 namespace {
 

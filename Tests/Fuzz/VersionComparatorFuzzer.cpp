@@ -1,13 +1,13 @@
 // The input is two versions with a line feed between them. Whatever they are, the order is reflexive and antisymmetric,
 // and an absent version is an empty one.
 
-#include "QuillonCore/VeskVersionComparator.h"
-
 #include <algorithm>
 #include <cstdint>
 #include <cstdlib>
 #include <optional>
 #include <string_view>
+
+#include "QuillonCore/VeskVersionComparator.h"
 
 namespace {
 

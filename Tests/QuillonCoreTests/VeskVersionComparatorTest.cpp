@@ -1,4 +1,4 @@
-#include "QuillonCore/VeskVersionComparator.h"
+#include <gtest/gtest.h>
 
 #include <algorithm>
 #include <array>
@@ -11,7 +11,7 @@
 #include <string_view>
 #include <vector>
 
-#include <gtest/gtest.h>
+#include "QuillonCore/VeskVersionComparator.h"
 
 namespace quillon {
 namespace {

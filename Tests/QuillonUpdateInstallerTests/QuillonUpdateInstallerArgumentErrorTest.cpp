@@ -1,6 +1,6 @@
-#include "QuillonUpdateInstaller/QuillonUpdateInstallerArgumentError.h"
-
 #include <gtest/gtest.h>
+
+#include "QuillonUpdateInstaller/QuillonUpdateInstallerArgumentError.h"
 
 namespace quillon {
 namespace {

@@ -1,11 +1,10 @@
-#include "QuillonUpdateInstaller/QuillonUpdateInstallerArguments.h"
-
-#include <filesystem>
-#include <algorithm>
-
 #include <gtest/gtest.h>
 
+#include <algorithm>
+#include <filesystem>
+
 #include "QuillonUpdateInstaller/QuillonUpdateInstallerArgumentError.h"
+#include "QuillonUpdateInstaller/QuillonUpdateInstallerArguments.h"
 
 namespace quillon {
 namespace {
@@ -15,9 +14,20 @@ using Words = std::vector<std::string>;
 
 /// A complete command line; `changes` come last and so win.
 Words completeWith(const Words& changes) {
-  Words words = {"--staged-app",  "/s/A.app", "--installed-app", "/i/A.app", "--host-pid",
-                 "7",             "--bundle-id", "org.example.App", "--app-version", "1.0",
-                 "--app-build",   "12",       "--allows-same-build-replacement", "0"};
+  Words words = {"--staged-app",
+                 "/s/A.app",
+                 "--installed-app",
+                 "/i/A.app",
+                 "--host-pid",
+                 "7",
+                 "--bundle-id",
+                 "org.example.App",
+                 "--app-version",
+                 "1.0",
+                 "--app-build",
+                 "12",
+                 "--allows-same-build-replacement",
+                 "0"};
   words.insert(words.end(), changes.begin(), changes.end());
   return words;
 }
@@ -29,7 +39,9 @@ Words completeWithout(const std::string& option) {
   return words;
 }
 
-QuillonUpdateInstallerArguments parse(const Words& words) { return QuillonUpdateInstallerArguments::parse(words); }
+QuillonUpdateInstallerArguments parse(const Words& words) {
+  return QuillonUpdateInstallerArguments::parse(words);
+}
 
 std::string errorOf(const Words& words) {
   try {
@@ -41,10 +53,10 @@ std::string errorOf(const Words& words) {
 }
 
 TEST(QuillonUpdateInstallerArgumentsTest, ACompleteCommandLineFillsEveryField) {
-  const auto arguments = parse(completeWith({"--authorize-if-needed", "--expected-team-id", "TEAM", "--launch-user-id",
-                                             "501", "--launch-group-id", "20", "--launch-user-name", "ann",
-                                             "--launch-user-home", "/Users/ann", "--failure-report-url", "/r.plist",
-                                             "--failure-report-attempt-id", "A1"}));
+  const auto arguments =
+      parse(completeWith({"--authorize-if-needed", "--expected-team-id", "TEAM", "--launch-user-id", "501",
+                          "--launch-group-id", "20", "--launch-user-name", "ann", "--launch-user-home", "/Users/ann",
+                          "--failure-report-url", "/r.plist", "--failure-report-attempt-id", "A1"}));
 
   EXPECT_EQ(arguments.stagedApplicationURL, QuillonURL::fileURL("/s/A.app"));
   EXPECT_EQ(arguments.installedApplicationURL, QuillonURL::fileURL("/i/A.app"));
@@ -154,8 +166,8 @@ TEST(QuillonUpdateInstallerArgumentsTest, SignedNumbersKeepTheirSign) {
 }
 
 Words launchUser(const std::string& user, const std::string& group, const std::string& name, const std::string& home) {
-  return completeWith({"--launch-user-id", user, "--launch-group-id", group, "--launch-user-name", name,
-                       "--launch-user-home", home});
+  return completeWith(
+      {"--launch-user-id", user, "--launch-group-id", group, "--launch-user-name", name, "--launch-user-home", home});
 }
 
 TEST(QuillonUpdateInstallerArgumentsTest, ALaunchUserIsCompleteOrAbsent) {

@@ -1,14 +1,12 @@
-#include "QuillonUpdateInstaller/QuillonUpdateInstallerFailureRecorder.h"
-
+#include <gtest/gtest.h>
 #include <sys/stat.h>
 #include <unistd.h>
 
 #include <filesystem>
 
-#include <gtest/gtest.h>
-
 #include "QuillonCore/Runtime/Posix/QuillonPosixFileManager.h"
 #include "QuillonCore/Values/QuillonError.h"
+#include "QuillonUpdateInstaller/QuillonUpdateInstallerFailureRecorder.h"
 #include "QuillonUpdatesAppKitUI/AppBundleReplacement/VeskAppBundleUpdateFailureReport.h"
 #include "Support/ReplacementWorld.h"
 #include "Support/TemporaryDirectory.h"
@@ -68,8 +66,7 @@ TEST_F(QuillonUpdateInstallerFailureRecorderTest, TheReportSaysWhatFailedWhenAnd
   record();
 
   EXPECT_EQ(reportAt(folder / "reports/QuillonUpdateInstallerFailure-A1.plist"),
-            (VeskAppBundleUpdateFailureReport{
-                .errorDescription = "why", .failedAt = time, .attemptIdentifier = "A1"}));
+            (VeskAppBundleUpdateFailureReport{.errorDescription = "why", .failedAt = time, .attemptIdentifier = "A1"}));
   EXPECT_FALSE(fs::exists(report));
 }
 

@@ -1,11 +1,10 @@
-#include "QuillonUpdateInstaller/QuillonUpdateInstallerMain.h"
+#include <gmock/gmock.h>
+#include <gtest/gtest.h>
 
 #include <csignal>
 #include <filesystem>
 
-#include <gmock/gmock.h>
-#include <gtest/gtest.h>
-
+#include "QuillonUpdateInstaller/QuillonUpdateInstallerMain.h"
 #include "QuillonUpdatesAppKitUI/AppBundleReplacement/VeskAppBundleUpdateFailureReport.h"
 #include "QuillonUpdatesAppKitUI/AppBundleReplacement/VeskUpdateInstallerError.h"
 #include "Support/ReplacementWorld.h"
@@ -133,8 +132,8 @@ TEST_F(QuillonUpdateInstallerMainTest, RequestsToTerminateWaitWhileTheSwapGoesOn
   world.files->afterChange(2, [&wasBlocked] {
     sigset_t blocked{};
     pthread_sigmask(SIG_SETMASK, nullptr, &blocked);
-    wasBlocked = sigismember(&blocked, SIGTERM) == 1 && sigismember(&blocked, SIGINT) == 1 &&
-                 sigismember(&blocked, SIGHUP) == 1;
+    wasBlocked =
+        sigismember(&blocked, SIGTERM) == 1 && sigismember(&blocked, SIGINT) == 1 && sigismember(&blocked, SIGHUP) == 1;
   });
 
   EXPECT_EQ(execute(arguments()), 0);

@@ -1,9 +1,9 @@
-#include "QuillonUpdatesCore/VeskUpdateVersionComparison.h"
+#include <gtest/gtest.h>
 
 #include <functional>
 #include <string_view>
 
-#include <gtest/gtest.h>
+#include "QuillonUpdatesCore/VeskUpdateVersionComparison.h"
 
 namespace quillon {
 namespace {

@@ -1,6 +1,8 @@
 // The installer command as a child process, on signed bundles and real processes.
 
 #include <fcntl.h>
+#include <gmock/gmock.h>
+#include <gtest/gtest.h>
 #include <poll.h>
 #include <sys/stat.h>
 #include <sys/wait.h>
@@ -15,9 +17,6 @@
 #include <string>
 #include <vector>
 
-#include <gmock/gmock.h>
-#include <gtest/gtest.h>
-
 #include "CodeSignature/CodeSigner.h"
 #include "QuillonCore/Runtime/Posix/QuillonPosixProcessRunner.h"
 #include "QuillonUpdatesAppKitUI/AppBundleReplacement/VeskAppBundleReplacementRequest.h"
@@ -29,13 +28,13 @@ namespace quillon {
 namespace {
 
 namespace fs = std::filesystem;
+using ::testing::ElementsAre;
+using ::testing::HasSubstr;
+using ::testing::IsEmpty;
 using testing::makeApplicationBundle;
 using testing::readFile;
 using testing::versionOfApplicationBundle;
 using testing::writeFile;
-using ::testing::ElementsAre;
-using ::testing::HasSubstr;
-using ::testing::IsEmpty;
 
 constexpr uid_t kOther = 65534;  // "nobody", present on every Debian system
 
@@ -57,8 +56,8 @@ class InstallerScenario : public ::testing::Test {
   void makeSigned(const fs::path& bundle, const std::string& version, const std::string& build) const {
     makeApplicationBundle(bundle, {.version = version, .build = build});
     const fs::path executable = bundle / "Contents/MacOS/Example";
-    writeFile(executable, "#!/bin/sh\necho \"" + version + " uid=$(id -u) gid=$(id -g) groups=$(id -G) home=$HOME\" > " +
-                              started.string() + "\n");
+    writeFile(executable, "#!/bin/sh\necho \"" + version +
+                              " uid=$(id -u) gid=$(id -g) groups=$(id -G) home=$HOME\" > " + started.string() + "\n");
     fs::permissions(executable, fs::perms(0755));
     signBundle(QuillonURL::fileURL(bundle.string()), {});
   }
@@ -80,7 +79,9 @@ class InstallerScenario : public ::testing::Test {
     };
   }
 
-  [[nodiscard]] static std::string command(const std::string& name) { return std::string(QUILLON_BINARY_FOLDER) + "/" + name; }
+  [[nodiscard]] static std::string command(const std::string& name) {
+    return std::string(QUILLON_BINARY_FOLDER) + "/" + name;
+  }
 
   /// Runs the installer to its end.
   QuillonProcessResult install(std::int32_t host = 0) const {
@@ -182,8 +183,9 @@ class InstallerScenario : public ::testing::Test {
 TEST_F(InstallerScenario, WithoutArgumentsItNamesTheFirstThatIsMissing) {
   const QuillonProcessResult result = QuillonPosixProcessRunner().run(command("QuillonUpdateInstaller"), {});
 
-  EXPECT_EQ(result, (QuillonProcessResult{
-                        .status = 1, .output = "QuillonUpdateInstaller failed: Missing required argument: --staged-app\n"}));
+  EXPECT_EQ(result,
+            (QuillonProcessResult{
+                .status = 1, .output = "QuillonUpdateInstaller failed: Missing required argument: --staged-app\n"}));
 }
 
 TEST_F(InstallerScenario, ASignedBundleReplacesTheInstalledOneAndIsStarted) {

@@ -1,6 +1,8 @@
 // A user races a privileged installer: whatever is exchanged between two of its steps, nothing outside is touched.
 
 #include <fcntl.h>
+#include <gmock/gmock.h>
+#include <gtest/gtest.h>
 #include <linux/fs.h>
 #include <sys/stat.h>
 #include <sys/syscall.h>
@@ -12,9 +14,6 @@
 #include <filesystem>
 #include <functional>
 #include <thread>
-
-#include <gmock/gmock.h>
-#include <gtest/gtest.h>
 
 #include "QuillonCore/Runtime/Posix/QuillonPosixFileManager.h"
 #include "QuillonCore/Values/QuillonError.h"
@@ -98,9 +97,9 @@ TEST_F(RacingAttackScenario, AReportFolderThatTurnsIntoALinkLeadsNoReportOut) {
   privilege->answer = true;
   const QuillonUpdateInstallerFailureRecorder recorder(
       files, privilege, [] { return QuillonUpdateInstallerFailureRecorder::TimePoint{}; });
-  auto arguments = QuillonUpdateInstallerArguments::parse(
-      {"--staged-app", "/s/A.app", "--installed-app", "/i/A.app", "--host-pid", "0", "--bundle-id", "x",
-       "--app-version", "1", "--app-build", "1", "--allows-same-build-replacement", "0"});
+  auto arguments = QuillonUpdateInstallerArguments::parse({"--staged-app", "/s/A.app", "--installed-app", "/i/A.app",
+                                                           "--host-pid", "0", "--bundle-id", "x", "--app-version", "1",
+                                                           "--app-build", "1", "--allows-same-build-replacement", "0"});
   arguments.launchUserContext = VeskAppBundleLaunchdUserContext{kAttacker, kAttacker, "nobody", home.string()};
   arguments.failureReportURL = QuillonURL::fileURL((home / "Reports/new/Report.plist").string());
   int refused = 0;

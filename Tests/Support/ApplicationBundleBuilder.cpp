@@ -20,8 +20,8 @@ void makeApplicationBundle(const fs::path& bundle, const ApplicationBundleDescri
   writeFile(contents / "Info.plist",
             "<?xml version=\"1.0\" encoding=\"UTF-8\"?>\n<plist version=\"1.0\"><dict>\n" +
                 entry("CFBundlePackageType", "APPL") + entry("CFBundleIdentifier", description.identifier) +
-                entry("CFBundleShortVersionString", description.version) +
-                entry("CFBundleVersion", description.build) + entry("CFBundleExecutable", description.executable) +
+                entry("CFBundleShortVersionString", description.version) + entry("CFBundleVersion", description.build) +
+                entry("CFBundleExecutable", description.executable) +
                 entry("LSMinimumSystemVersion", description.minimumSystemVersion) + "</dict></plist>\n");
   const fs::path executable = contents / "MacOS" / description.executable;
   writeFile(executable, "#!/bin/sh\nexit 0\n");

@@ -1,15 +1,15 @@
 #include "Support/FakeSystemdManager.h"
 
+#include <poll.h>
+#include <sys/eventfd.h>
+#include <systemd/sd-bus.h>
+#include <unistd.h>
+
 #include <algorithm>
 #include <array>
 #include <stdexcept>
 #include <string_view>
 #include <utility>
-
-#include <poll.h>
-#include <sys/eventfd.h>
-#include <systemd/sd-bus.h>
-#include <unistd.h>
 
 namespace quillon::testing {
 namespace {

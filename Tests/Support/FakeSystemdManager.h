@@ -1,5 +1,7 @@
 #pragma once
 
+#include <systemd/sd-bus.h>
+
 #include <map>
 #include <memory>
 #include <mutex>
@@ -7,8 +9,6 @@
 #include <string>
 #include <thread>
 #include <vector>
-
-#include <systemd/sd-bus.h>
 
 namespace quillon::testing {
 

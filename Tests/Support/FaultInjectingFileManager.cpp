@@ -53,7 +53,9 @@ auto FaultInjectingFileManager::change(Change&& perform) const {
 std::optional<QuillonFileStatus> FaultInjectingFileManager::itemStatus(const QuillonURL& item) const {
   return real_->itemStatus(item);
 }
-bool FaultInjectingFileManager::fileExists(const QuillonURL& item) const noexcept { return real_->fileExists(item); }
+bool FaultInjectingFileManager::fileExists(const QuillonURL& item) const noexcept {
+  return real_->fileExists(item);
+}
 bool FaultInjectingFileManager::directoryExists(const QuillonURL& item) const noexcept {
   return real_->directoryExists(item);
 }
@@ -72,7 +74,9 @@ std::unique_ptr<QuillonPinnedDirectory> FaultInjectingFileManager::pinDirectory(
 std::uint32_t FaultInjectingFileManager::effectiveUserIdentifier() const noexcept {
   return real_->effectiveUserIdentifier();
 }
-QuillonURL FaultInjectingFileManager::temporaryDirectory() const { return real_->temporaryDirectory(); }
+QuillonURL FaultInjectingFileManager::temporaryDirectory() const {
+  return real_->temporaryDirectory();
+}
 std::vector<QuillonURL> FaultInjectingFileManager::applicationSupportDirectories() const {
   return real_->applicationSupportDirectories();
 }
@@ -112,8 +116,7 @@ void FaultInjectingFileManager::changeOwnerOfDescendants(const QuillonURL& direc
 bool FaultInjectingFileManager::changeOwnerOfFile(const QuillonURL& file, std::uint32_t userIdentifier,
                                                   std::uint32_t groupIdentifier, std::size_t limit,
                                                   bool (*mayBeChanged)(std::string_view bytes)) const {
-  return change(
-      [&] { return real_->changeOwnerOfFile(file, userIdentifier, groupIdentifier, limit, mayBeChanged); });
+  return change([&] { return real_->changeOwnerOfFile(file, userIdentifier, groupIdentifier, limit, mayBeChanged); });
 }
 std::optional<QuillonFileFailure> FaultInjectingFileManager::releaseQuarantine(const QuillonURL& root) const {
   return change([&] { return real_->releaseQuarantine(root); });

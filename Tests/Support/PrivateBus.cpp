@@ -1,13 +1,13 @@
 #include "Support/PrivateBus.h"
 
-#include <array>
-#include <csignal>
-#include <stdexcept>
-
 #include <fcntl.h>
 #include <spawn.h>
 #include <sys/wait.h>
 #include <unistd.h>
+
+#include <array>
+#include <csignal>
+#include <stdexcept>
 
 namespace quillon::testing {
 namespace {

@@ -1,10 +1,10 @@
 #pragma once
 
-#include "Support/TemporaryDirectory.h"
+#include <sys/types.h>
 
 #include <string>
 
-#include <sys/types.h>
+#include "Support/TemporaryDirectory.h"
 
 namespace quillon::testing {
 

@@ -45,7 +45,9 @@ VeskAppBundleReplacementExecutor ReplacementWorld::makeExecutor() {
           validator};
 }
 
-std::optional<VeskUpdateInstallerError> ReplacementWorld::replace() { return replace(request()); }
+std::optional<VeskUpdateInstallerError> ReplacementWorld::replace() {
+  return replace(request());
+}
 
 std::optional<VeskUpdateInstallerError> ReplacementWorld::replace(const VeskAppBundleReplacementRequest& request) {
   try {
@@ -56,9 +58,13 @@ std::optional<VeskUpdateInstallerError> ReplacementWorld::replace(const VeskAppB
   }
 }
 
-std::string ReplacementWorld::installedVersion() const { return versionOfApplicationBundle(installed); }
+std::string ReplacementWorld::installedVersion() const {
+  return versionOfApplicationBundle(installed);
+}
 
-std::string ReplacementWorld::stagedVersion() const { return versionOfApplicationBundle(staged); }
+std::string ReplacementWorld::stagedVersion() const {
+  return versionOfApplicationBundle(staged);
+}
 
 std::vector<std::string> ReplacementWorld::destinationNames() const {
   return files->contentsOfDirectory(QuillonURL::fileURL(installed.parent_path().string()));

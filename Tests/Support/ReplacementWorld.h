@@ -38,8 +38,8 @@ class FakeValidator final : public VeskAppBundleUpdateValidating {
   mutable std::vector<QuillonURL> validated;
 };
 
-/// Version 1.0 of an application installed, version 2.0 staged, both complete, in a folder of their own, and an executor
-/// with fakes at its outer ports and the real file system.
+/// Version 1.0 of an application installed, version 2.0 staged, both complete, in a folder of their own, and an
+/// executor with fakes at its outer ports and the real file system.
 class ReplacementWorld {
  public:
   ReplacementWorld();

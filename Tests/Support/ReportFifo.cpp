@@ -1,9 +1,9 @@
 #include "Support/ReportFifo.h"
 
+#include <sys/stat.h>
+
 #include <stdexcept>
 #include <utility>
-
-#include <sys/stat.h>
 
 namespace quillon::testing {
 

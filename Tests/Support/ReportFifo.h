@@ -1,9 +1,9 @@
 #pragma once
 
-#include "Support/TemporaryDirectory.h"
-
 #include <filesystem>
 #include <string>
+
+#include "Support/TemporaryDirectory.h"
 
 namespace quillon::testing {
 

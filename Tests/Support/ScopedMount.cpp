@@ -43,6 +43,8 @@ ScopedImmutable::~ScopedImmutable() {
   if (isImmutable_) clearImmutable(item_);
 }
 
-void clearImmutable(const std::filesystem::path& item) { (void)setImmutable(item, false); }
+void clearImmutable(const std::filesystem::path& item) {
+  (void)setImmutable(item, false);
+}
 
 }  // namespace quillon::testing

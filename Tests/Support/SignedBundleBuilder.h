@@ -1,10 +1,10 @@
 #pragma once
 
-#include "CodeSignature/CodeSigner.h"
-
 #include <filesystem>
 #include <string>
 #include <string_view>
+
+#include "CodeSignature/CodeSigner.h"
 
 namespace quillon::testing {
 

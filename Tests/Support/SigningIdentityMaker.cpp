@@ -1,13 +1,13 @@
 #include "Support/SigningIdentityMaker.h"
 
-#include <memory>
-#include <stdexcept>
-
 #include <openssl/ec.h>
 #include <openssl/evp.h>
 #include <openssl/pem.h>
 #include <openssl/rand.h>
 #include <openssl/x509v3.h>
+
+#include <memory>
+#include <stdexcept>
 
 namespace quillon::testing {
 namespace {

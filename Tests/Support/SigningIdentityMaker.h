@@ -1,8 +1,8 @@
 #pragma once
 
-#include "CodeSignature/SigningIdentity.h"
-
 #include <string>
+
+#include "CodeSignature/SigningIdentity.h"
 
 namespace quillon::testing {
 

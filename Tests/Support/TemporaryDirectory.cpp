@@ -1,12 +1,12 @@
 #include "Support/TemporaryDirectory.h"
 
+#include <gtest/gtest.h>
+
 #include <cstdlib>
 #include <fstream>
 #include <iterator>
 #include <stdexcept>
 #include <system_error>
-
-#include <gtest/gtest.h>
 
 namespace quillon::testing {
 

@@ -57,9 +57,9 @@ class QuillonPinnedDirectory {
 
 /// The file system.
 ///
-/// Every location is a file URL. Operations that fail throw QuillonSystemError of the POSIX domain. A last component that
-/// is a symbolic link is never followed, unless an operation says so. In a privileged process (effective user id 0) no
-/// operation passes through a symbolic link on the way that anyone else could have made: it fails with ELOOP.
+/// Every location is a file URL. Operations that fail throw QuillonSystemError of the POSIX domain. A last component
+/// that is a symbolic link is never followed, unless an operation says so. In a privileged process (effective user id
+/// 0) no operation passes through a symbolic link on the way that anyone else could have made: it fails with ELOOP.
 ///
 /// Implementations hold no mutable state and may be called from any thread.
 class QuillonFileManaging {
@@ -91,8 +91,8 @@ class QuillonFileManaging {
 
   // Changing
 
-  /// Creates a folder and the missing ones above it. What a privileged process creates belongs to the owner and group of
-  /// the folder around it. A folder that exists is left as it is.
+  /// Creates a folder and the missing ones above it. What a privileged process creates belongs to the owner and group
+  /// of the folder around it. A folder that exists is left as it is.
   virtual void createDirectory(const QuillonURL& directory) const = 0;
   /// Creates one folder that only this user can enter (mode 0700), and holds on to it. Throws EEXIST when anything is
   /// there, ESTALE when somebody put something else in its place at once.

@@ -21,9 +21,9 @@ class QuillonProcessRunning {
  public:
   virtual ~QuillonProcessRunning() = default;
 
-  /// Starts `executablePath` (absolute; nothing is searched) with `arguments`, reads its joined output while it runs, and
-  /// waits for its end. Standard input is empty. A child that cannot be started gives status 1 and no output.
-  /// Keeps the first 16 MiB of output and drops the rest.
+  /// Starts `executablePath` (absolute; nothing is searched) with `arguments`, reads its joined output while it runs,
+  /// and waits for its end. Standard input is empty. A child that cannot be started gives status 1 and no output. Keeps
+  /// the first 16 MiB of output and drops the rest.
   [[nodiscard]] virtual QuillonProcessResult run(const std::string& executablePath,
                                                  const std::vector<std::string>& arguments) noexcept = 0;
 };

@@ -1,8 +1,8 @@
 #include "QuillonCore/Runtime/QuillonBundleInformation.h"
 
-#include "QuillonCore/Values/QuillonPropertyListCodec.h"
-
 #include <exception>
+
+#include "QuillonCore/Values/QuillonPropertyListCodec.h"
 
 namespace quillon {
 

@@ -1,12 +1,12 @@
 #pragma once
 
-#include "QuillonCore/Contracts/QuillonFileManaging.h"
-#include "QuillonCore/Values/QuillonURL.h"
-
 #include <cstddef>
 #include <optional>
 #include <string>
 #include <string_view>
+
+#include "QuillonCore/Contracts/QuillonFileManaging.h"
+#include "QuillonCore/Values/QuillonURL.h"
 
 namespace quillon {
 

@@ -17,7 +17,9 @@ std::size_t whiteSpaceLength(std::string_view text, std::size_t position) noexce
   return 0;
 }
 
-bool isContinuation(char byte) noexcept { return (static_cast<unsigned char>(byte) & 0xC0U) == 0x80U; }
+bool isContinuation(char byte) noexcept {
+  return (static_cast<unsigned char>(byte) & 0xC0U) == 0x80U;
+}
 
 }  // namespace
 

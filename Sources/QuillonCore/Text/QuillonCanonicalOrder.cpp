@@ -1,9 +1,9 @@
 #include "QuillonCore/Text/QuillonCanonicalOrder.h"
 
+#include <utf8proc.h>
+
 #include <algorithm>
 #include <array>
-
-#include <utf8proc.h>
 
 namespace quillon {
 namespace {

@@ -1,9 +1,9 @@
 #pragma once
 
-#include "QuillonCore/Values/ComparisonResult.h"
-
 #include <string>
 #include <string_view>
+
+#include "QuillonCore/Values/ComparisonResult.h"
 
 namespace quillon {
 

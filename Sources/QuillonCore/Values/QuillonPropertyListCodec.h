@@ -1,10 +1,10 @@
 #pragma once
 
-#include "QuillonCore/Values/QuillonError.h"
-#include "QuillonCore/Values/QuillonPropertyListValue.h"
-
 #include <string>
 #include <string_view>
+
+#include "QuillonCore/Values/QuillonError.h"
+#include "QuillonCore/Values/QuillonPropertyListValue.h"
 
 namespace quillon {
 

@@ -1,11 +1,11 @@
 #include "QuillonCore/Values/QuillonPropertyListDocument.h"
 
+#include <utility>
+
 #include "QuillonCore/Values/PropertyListCodec/BinaryPropertyListReader.h"
 #include "QuillonCore/Values/PropertyListCodec/OldStylePropertyListReader.h"
 #include "QuillonCore/Values/PropertyListCodec/PropertyListText.h"
 #include "QuillonCore/Values/PropertyListCodec/XMLPropertyListReader.h"
-
-#include <utility>
 
 namespace quillon {
 namespace {

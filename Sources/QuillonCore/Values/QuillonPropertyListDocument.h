@@ -1,9 +1,5 @@
 #pragma once
 
-#include "QuillonCore/Values/PropertyListCodec/PropertyListTree.h"
-#include "QuillonCore/Values/QuillonPropertyListCodec.h"
-#include "QuillonCore/Values/QuillonPropertyListValue.h"
-
 #include <cstddef>
 #include <cstdint>
 #include <memory>
@@ -11,6 +7,10 @@
 #include <span>
 #include <string>
 #include <string_view>
+
+#include "QuillonCore/Values/PropertyListCodec/PropertyListTree.h"
+#include "QuillonCore/Values/QuillonPropertyListCodec.h"
+#include "QuillonCore/Values/QuillonPropertyListValue.h"
 
 namespace quillon {
 

@@ -8,8 +8,12 @@
 namespace quillon {
 namespace {
 
-constexpr bool isASCIILetter(char c) noexcept { return (c >= 'a' && c <= 'z') || (c >= 'A' && c <= 'Z'); }
-constexpr bool isASCIIDigit(char c) noexcept { return c >= '0' && c <= '9'; }
+constexpr bool isASCIILetter(char c) noexcept {
+  return (c >= 'a' && c <= 'z') || (c >= 'A' && c <= 'Z');
+}
+constexpr bool isASCIIDigit(char c) noexcept {
+  return c >= '0' && c <= '9';
+}
 
 constexpr int hexValue(char c) noexcept {
   if (isASCIIDigit(c)) return c - '0';

@@ -23,7 +23,9 @@ std::size_t offsetAfterCharacters(std::string_view text, std::size_t count) {
 
 }  // namespace
 
-std::string_view orEmptyMark(std::string_view value) noexcept { return value.empty() ? "<empty>" : value; }
+std::string_view orEmptyMark(std::string_view value) noexcept {
+  return value.empty() ? "<empty>" : value;
+}
 
 std::string printableOutput(std::string_view output) {
   std::string text = withNewlinesEscaped(trimmed(output));

@@ -46,8 +46,8 @@ VeskAppBundleCodeSignatureValidator::VeskAppBundleCodeSignatureValidator(
       codeSigningToolPath_(std::move(codeSigningToolPath)),
       systemVersion_(systemVersion) {}
 
-void VeskAppBundleCodeSignatureValidator::validateAppBundle(
-    const QuillonURL& bundle, const VeskAppBundleUpdateHostIdentity& hostIdentity) const {
+void VeskAppBundleCodeSignatureValidator::validateAppBundle(const QuillonURL& bundle,
+                                                            const VeskAppBundleUpdateHostIdentity& hostIdentity) const {
   const InfoPlist info = loadInfoPlist(bundle);
   checkBundleIdentifier(info, bundle, hostIdentity);
   checkVersion(info, hostIdentity);
@@ -99,8 +99,7 @@ void VeskAppBundleCodeSignatureValidator::checkVersion(const InfoPlist& info,
     throw VeskUpdateInstallerError(Code::nonNewerBundleVersion);
   }
   if (hostIdentity.allowsSameBuildReplacement) return;
-  if (VeskVersionComparator::compareVersion(version, hostIdentity.applicationVersion) ==
-      ComparisonResult::descending) {
+  if (VeskVersionComparator::compareVersion(version, hostIdentity.applicationVersion) == ComparisonResult::descending) {
     return;
   }
   log(Message("candidate version is not newer")
@@ -132,10 +131,7 @@ void VeskAppBundleCodeSignatureValidator::checkExecutable(const InfoPlist& info,
   }
   const QuillonURL executable = bundle.appendingPathComponent("Contents/MacOS").appendingPathComponent(name);
   if (fileManager_->fileExists(executable) && !fileManager_->directoryExists(executable)) return;
-  log(Message("missing executable")
-          .with("executableName", name)
-          .with("expectedPath", executable.path())
-          .text());
+  log(Message("missing executable").with("executableName", name).with("expectedPath", executable.path()).text());
   throw VeskUpdateInstallerError(Code::missingExecutable);
 }
 

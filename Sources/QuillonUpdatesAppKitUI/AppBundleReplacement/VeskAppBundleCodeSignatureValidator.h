@@ -22,11 +22,11 @@ class VeskAppBundleCodeSignatureValidator final : public VeskAppBundleUpdateVali
   /// An Info.plist larger than this is no property list that an application ships (bytes).
   static constexpr std::size_t kLargestInfoPlist = std::size_t{8} << 20;
 
-  explicit VeskAppBundleCodeSignatureValidator(
-      std::shared_ptr<const QuillonFileManaging> fileManager, QuillonDiagnosticLog diagnosticLog = writeToSystemLog,
-      std::shared_ptr<QuillonProcessRunning> processRunner = nullptr,
-      std::string codeSigningToolPath = systemCodeSigningToolPath(),
-      QuillonSystemVersion systemVersion = QuillonSystemVersion::running());
+  explicit VeskAppBundleCodeSignatureValidator(std::shared_ptr<const QuillonFileManaging> fileManager,
+                                               QuillonDiagnosticLog diagnosticLog = writeToSystemLog,
+                                               std::shared_ptr<QuillonProcessRunning> processRunner = nullptr,
+                                               std::string codeSigningToolPath = systemCodeSigningToolPath(),
+                                               QuillonSystemVersion systemVersion = QuillonSystemVersion::running());
 
   void validateAppBundle(const QuillonURL& bundle, const VeskAppBundleUpdateHostIdentity& hostIdentity) const override;
 

@@ -31,8 +31,8 @@ class VeskAppBundleReplacementBackup {
   /// The swap has succeeded: removes the backup, ignoring errors.
   void remove() noexcept;
 
-  /// Brings back the latest backup of `installed` where an interrupted replacement left nothing at that path, and says so
-  /// in `log`. Never fails: a bundle that is still missing afterwards is an error of the next step.
+  /// Brings back the latest backup of `installed` where an interrupted replacement left nothing at that path, and says
+  /// so in `log`. Never fails: a bundle that is still missing afterwards is an error of the next step.
   static void recoverInterruptedReplacement(const QuillonFileManaging& fileManager, const QuillonURL& installed,
                                             const QuillonDiagnosticLog& log) noexcept;
 

@@ -92,7 +92,9 @@ VeskAppBundleReplacementCandidate& VeskAppBundleReplacementCandidate::operator=(
   return *this;
 }
 
-VeskAppBundleReplacementCandidate::~VeskAppBundleReplacementCandidate() { removeWorkFolder(); }
+VeskAppBundleReplacementCandidate::~VeskAppBundleReplacementCandidate() {
+  removeWorkFolder();
+}
 
 void VeskAppBundleReplacementCandidate::removeWorkFolder() noexcept {
   if (!pin_) return;

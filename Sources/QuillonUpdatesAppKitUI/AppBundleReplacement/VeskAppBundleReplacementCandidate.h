@@ -8,16 +8,16 @@
 
 namespace quillon {
 
-/// The bundle that is about to be moved to the installed path: the staged one itself, or a copy of it in a folder beside
-/// the destination that only this user can enter.
+/// The bundle that is about to be moved to the installed path: the staged one itself, or a copy of it in a folder
+/// beside the destination that only this user can enter.
 ///
 /// A privileged replacement always works on a copy of its own: whoever staged the bundle may still hold its files open
 /// for writing, which no change of owner takes away. So does one from another volume, which cannot be renamed from.
 class VeskAppBundleReplacementCandidate {
  public:
   /// The staged bundle itself.
-  [[nodiscard]] static VeskAppBundleReplacementCandidate inPlace(
-      std::shared_ptr<const QuillonFileManaging> fileManager, QuillonURL staged);
+  [[nodiscard]] static VeskAppBundleReplacementCandidate inPlace(std::shared_ptr<const QuillonFileManaging> fileManager,
+                                                                 QuillonURL staged);
   /// A copy beside `installed`. Throws what the file system throws, and leaves nothing behind then.
   [[nodiscard]] static VeskAppBundleReplacementCandidate copiedBeside(
       std::shared_ptr<const QuillonFileManaging> fileManager, QuillonURL staged, const QuillonURL& installed);

@@ -22,18 +22,18 @@ namespace quillon {
 /// Swaps an installed application bundle for a staged one, and starts it.
 ///
 /// The old bundle is kept as a backup until the new one runs; every failure after it was moved aside brings it back. On
-/// disk, in order: both bundles in their places; the old one under its backup name and nothing at the installed path; the
-/// staged one at the installed path; no backup.
+/// disk, in order: both bundles in their places; the old one under its backup name and nothing at the installed path;
+/// the staged one at the installed path; no backup.
 class VeskAppBundleReplacementExecutor {
  public:
   /// Without `permissionChecker`, `ownershipMatcher` or `validator`, the system's own on the same file manager.
-  VeskAppBundleReplacementExecutor(
-      std::shared_ptr<const QuillonFileManaging> fileManager,
-      std::shared_ptr<VeskAppBundleReplacementRelaunching> relauncher,
-      std::shared_ptr<const VeskAppBundleReplacementPermissionChecking> permissionChecker,
-      std::shared_ptr<const VeskAppBundleReplacementPrivilegeChecking> privilegeChecker,
-      std::shared_ptr<const VeskAppBundleReplacementOwnershipMatching> ownershipMatcher,
-      QuillonDiagnosticLog diagnosticLog, std::shared_ptr<const VeskAppBundleUpdateValidating> validator = nullptr);
+  VeskAppBundleReplacementExecutor(std::shared_ptr<const QuillonFileManaging> fileManager,
+                                   std::shared_ptr<VeskAppBundleReplacementRelaunching> relauncher,
+                                   std::shared_ptr<const VeskAppBundleReplacementPermissionChecking> permissionChecker,
+                                   std::shared_ptr<const VeskAppBundleReplacementPrivilegeChecking> privilegeChecker,
+                                   std::shared_ptr<const VeskAppBundleReplacementOwnershipMatching> ownershipMatcher,
+                                   QuillonDiagnosticLog diagnosticLog,
+                                   std::shared_ptr<const VeskAppBundleUpdateValidating> validator = nullptr);
 
   /// Performs the replacement. On a failure, starts whatever is installed at the end and throws the failure:
   /// a VeskUpdateInstallerError, or a QuillonSystemError of reading owners.

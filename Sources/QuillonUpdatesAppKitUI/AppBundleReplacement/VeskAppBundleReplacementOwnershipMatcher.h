@@ -17,8 +17,8 @@ class VeskAppBundleReplacementOwnershipMatcher final : public VeskAppBundleRepla
       const QuillonURL& installedApplicationURL) const noexcept override;
 
   /// A root that has the right owner and group already is left alone with all that is below it. Where the root's group
-  /// cannot be changed, a root of the right owner is good enough; else the root keeps its group, and the items below get
-  /// the reference's all the same.
+  /// cannot be changed, a root of the right owner is good enough; else the root keeps its group, and the items below
+  /// get the reference's all the same.
   void matchOwnerAndGroupOfItem(const QuillonURL& root, const QuillonURL& reference) const override;
 
  private:

@@ -16,8 +16,8 @@ class VeskAppBundleReplacementOwnershipMatching {
   [[nodiscard]] virtual bool processCanMatchInstalledOwnership(
       const QuillonURL& installedApplicationURL) const noexcept = 0;
 
-  /// Gives `root`, and everything below it, the owner and group of `reference`. Changes symbolic links themselves, never
-  /// their targets. A failure can leave the tree half changed.
+  /// Gives `root`, and everything below it, the owner and group of `reference`. Changes symbolic links themselves,
+  /// never their targets. A failure can leave the tree half changed.
   ///
   /// Throws VeskUpdateInstallerError::replacementFailed, or the QuillonSystemError of reading attributes.
   virtual void matchOwnerAndGroupOfItem(const QuillonURL& root, const QuillonURL& reference) const = 0;

@@ -16,8 +16,8 @@ struct VeskAppBundleUpdateFailureReport {
   /// The report as a binary property list: "errorDescription" (string), "failedAt" (date), and "attemptIdentifier"
   /// (string) when there is one.
   [[nodiscard]] std::string encoded() const;
-  /// A report from a property list of any format. Throws QuillonError for anything else, and for a list without the first
-  /// two keys.
+  /// A report from a property list of any format. Throws QuillonError for anything else, and for a list without the
+  /// first two keys.
   [[nodiscard]] static VeskAppBundleUpdateFailureReport decoded(std::string_view bytes);
 
   friend bool operator==(const VeskAppBundleUpdateFailureReport&, const VeskAppBundleUpdateFailureReport&) = default;

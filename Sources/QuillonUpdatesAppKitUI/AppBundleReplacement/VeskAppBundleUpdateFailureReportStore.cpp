@@ -143,7 +143,8 @@ VeskAppBundleUpdateFailureReport VeskAppBundleUpdateFailureReportStore::readRepo
 void VeskAppBundleUpdateFailureReportStore::removeIgnoringErrors(const QuillonURL& file) const {
   try {
     fileManager_->removeItem(file);
-  } catch (const QuillonSystemError&) {  // NOLINT(bugprone-empty-catch): a report that stays is read once more, no worse
+  } catch (
+      const QuillonSystemError&) {  // NOLINT(bugprone-empty-catch): a report that stays is read once more, no worse
   }
 }
 

@@ -12,7 +12,8 @@ class VeskAppBundleUpdateValidating {
 
   /// Returns when `bundle` may replace the application described by `hostIdentity`; throws the VeskUpdateInstallerError
   /// of the first rule that it breaks. Blocks while the code-signing tool runs; changes nothing on disk.
-  virtual void validateAppBundle(const QuillonURL& bundle, const VeskAppBundleUpdateHostIdentity& hostIdentity) const = 0;
+  virtual void validateAppBundle(const QuillonURL& bundle,
+                                 const VeskAppBundleUpdateHostIdentity& hostIdentity) const = 0;
 };
 
 }  // namespace quillon

@@ -1,11 +1,11 @@
-#include "QuillonCore/Runtime/Posix/QuillonPosixFileManager.h"
-#include "QuillonCore/Runtime/QuillonBundleInformation.h"
-#include "Support/TemporaryDirectory.h"
+#include <gtest/gtest.h>
 
 #include <optional>
 #include <string>
 
-#include <gtest/gtest.h>
+#include "QuillonCore/Runtime/Posix/QuillonPosixFileManager.h"
+#include "QuillonCore/Runtime/QuillonBundleInformation.h"
+#include "Support/TemporaryDirectory.h"
 
 namespace quillon {
 namespace {

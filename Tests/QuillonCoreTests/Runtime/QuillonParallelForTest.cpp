@@ -1,4 +1,4 @@
-#include "QuillonCore/Runtime/QuillonParallelFor.h"
+#include <gtest/gtest.h>
 
 #include <algorithm>
 #include <atomic>
@@ -6,7 +6,7 @@
 #include <string>
 #include <vector>
 
-#include <gtest/gtest.h>
+#include "QuillonCore/Runtime/QuillonParallelFor.h"
 
 namespace quillon {
 namespace {

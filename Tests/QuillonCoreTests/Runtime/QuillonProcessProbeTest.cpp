@@ -1,11 +1,10 @@
-#include "QuillonCore/Runtime/QuillonProcessProbe.h"
-
-#include <csignal>
-
+#include <gtest/gtest.h>
 #include <sys/wait.h>
 #include <unistd.h>
 
-#include <gtest/gtest.h>
+#include <csignal>
+
+#include "QuillonCore/Runtime/QuillonProcessProbe.h"
 
 namespace quillon {
 namespace {

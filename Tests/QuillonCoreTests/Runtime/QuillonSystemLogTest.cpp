@@ -1,6 +1,6 @@
-#include "QuillonCore/Runtime/QuillonSystemLog.h"
-
 #include <gtest/gtest.h>
+
+#include "QuillonCore/Runtime/QuillonSystemLog.h"
 
 namespace quillon {
 namespace {

@@ -1,8 +1,8 @@
-#include "QuillonCore/Text/DecimalNumber.h"
+#include <gtest/gtest.h>
 
 #include <cstdint>
 
-#include <gtest/gtest.h>
+#include "QuillonCore/Text/DecimalNumber.h"
 
 namespace quillon {
 namespace {

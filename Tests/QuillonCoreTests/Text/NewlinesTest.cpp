@@ -1,7 +1,7 @@
-#include "QuillonCore/Text/Newlines.h"
-
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
+
+#include "QuillonCore/Text/Newlines.h"
 
 namespace quillon {
 namespace {
@@ -10,7 +10,8 @@ using ::testing::ElementsAre;
 using ::testing::IsEmpty;
 
 TEST(NewlinesTest, EveryNewlineCharacterEndsALineAndCarriageReturnLineFeedIsOne) {
-  EXPECT_THAT(lines("a\nb\rc\r\nd\ve\ff\u0085g\u2028h\u2029i"), ElementsAre("a", "b", "c", "d", "e", "f", "g", "h", "i"));
+  EXPECT_THAT(lines("a\nb\rc\r\nd\ve\ff\u0085g\u2028h\u2029i"),
+              ElementsAre("a", "b", "c", "d", "e", "f", "g", "h", "i"));
   EXPECT_THAT(lines("a\n\nb\n"), ElementsAre("a", "", "b"));
   EXPECT_THAT(lines(""), IsEmpty());
 }

@@ -1,6 +1,6 @@
-#include "QuillonCore/Text/QuillonCanonicalOrder.h"
-
 #include <gtest/gtest.h>
+
+#include "QuillonCore/Text/QuillonCanonicalOrder.h"
 
 namespace quillon {
 namespace {

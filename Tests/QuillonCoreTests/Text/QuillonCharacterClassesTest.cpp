@@ -1,8 +1,8 @@
-#include "QuillonCore/Text/QuillonCharacterClasses.h"
+#include <gtest/gtest.h>
 
 #include <string_view>
 
-#include <gtest/gtest.h>
+#include "QuillonCore/Text/QuillonCharacterClasses.h"
 
 namespace quillon {
 namespace {

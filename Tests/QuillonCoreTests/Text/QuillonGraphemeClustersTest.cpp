@@ -1,6 +1,6 @@
-#include "QuillonCore/Text/QuillonGraphemeClusters.h"
-
 #include <gtest/gtest.h>
+
+#include "QuillonCore/Text/QuillonGraphemeClusters.h"
 
 namespace quillon {
 namespace {

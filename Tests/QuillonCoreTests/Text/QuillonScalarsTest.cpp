@@ -1,6 +1,6 @@
-#include "QuillonCore/Text/QuillonScalars.h"
-
 #include <gtest/gtest.h>
+
+#include "QuillonCore/Text/QuillonScalars.h"
 
 namespace quillon {
 namespace {

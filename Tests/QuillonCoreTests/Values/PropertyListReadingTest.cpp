@@ -1,6 +1,6 @@
-#include "QuillonCore/Values/PropertyListReading.h"
-
 #include <gtest/gtest.h>
+
+#include "QuillonCore/Values/PropertyListReading.h"
 
 namespace quillon {
 namespace {

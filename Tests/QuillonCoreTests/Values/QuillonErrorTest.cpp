@@ -1,11 +1,10 @@
-#include "QuillonCore/Values/QuillonError.h"
+#include <gtest/gtest.h>
 
 #include <cerrno>
 #include <type_traits>
 
-#include <gtest/gtest.h>
-
 #include "QuillonCore/Values/POSIXErrorName.h"
+#include "QuillonCore/Values/QuillonError.h"
 
 namespace quillon {
 namespace {

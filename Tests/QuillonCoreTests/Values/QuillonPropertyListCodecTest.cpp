@@ -1,7 +1,7 @@
 // Held against libplist and Python's plistlib, which read what is written here and write what is read.
 
-#include "QuillonCore/Values/QuillonPropertyListCodec.h"
-#include "Support/TemporaryDirectory.h"
+#include <gtest/gtest.h>
+#include <plist/plist.h>
 
 #include <array>
 #include <cmath>
@@ -12,8 +12,8 @@
 #include <string>
 #include <vector>
 
-#include <gtest/gtest.h>
-#include <plist/plist.h>
+#include "QuillonCore/Values/QuillonPropertyListCodec.h"
+#include "Support/TemporaryDirectory.h"
 
 namespace quillon {
 namespace {

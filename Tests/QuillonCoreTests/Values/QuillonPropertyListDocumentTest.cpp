@@ -1,5 +1,4 @@
-#include "QuillonCore/Values/QuillonPropertyListCodec.h"
-#include "QuillonCore/Values/QuillonPropertyListDocument.h"
+#include <gtest/gtest.h>
 
 #include <cstdint>
 #include <iterator>
@@ -7,7 +6,8 @@
 #include <utility>
 #include <vector>
 
-#include <gtest/gtest.h>
+#include "QuillonCore/Values/QuillonPropertyListCodec.h"
+#include "QuillonCore/Values/QuillonPropertyListDocument.h"
 
 namespace quillon {
 namespace {

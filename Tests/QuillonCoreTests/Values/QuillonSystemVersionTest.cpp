@@ -1,10 +1,9 @@
-#include "QuillonCore/Values/QuillonSystemVersion.h"
-
+#include <gtest/gtest.h>
 #include <sys/utsname.h>
 
 #include <string>
 
-#include <gtest/gtest.h>
+#include "QuillonCore/Values/QuillonSystemVersion.h"
 
 namespace quillon {
 namespace {

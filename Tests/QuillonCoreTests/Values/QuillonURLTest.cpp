@@ -1,10 +1,9 @@
-#include "QuillonCore/Values/QuillonURL.h"
+#include <gtest/gtest.h>
 
 #include <filesystem>
 
-#include <gtest/gtest.h>
-
 #include "QuillonCore/Values/QuillonError.h"
+#include "QuillonCore/Values/QuillonURL.h"
 
 namespace quillon {
 namespace {

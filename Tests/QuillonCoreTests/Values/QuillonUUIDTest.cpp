@@ -1,9 +1,9 @@
-#include "QuillonCore/Values/QuillonUUID.h"
+#include <gtest/gtest.h>
 
 #include <regex>
 #include <set>
 
-#include <gtest/gtest.h>
+#include "QuillonCore/Values/QuillonUUID.h"
 
 namespace quillon {
 namespace {

@@ -1,6 +1,6 @@
-#include "QuillonUpdatesAppKitUI/AppBundleReplacement/VeskAppBundleCodeSignatureOutput.h"
-
 #include <gtest/gtest.h>
+
+#include "QuillonUpdatesAppKitUI/AppBundleReplacement/VeskAppBundleCodeSignatureOutput.h"
 
 namespace quillon {
 namespace {

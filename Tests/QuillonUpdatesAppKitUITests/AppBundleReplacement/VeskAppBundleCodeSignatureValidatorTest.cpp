@@ -1,14 +1,12 @@
-#include "QuillonUpdatesAppKitUI/AppBundleReplacement/VeskAppBundleCodeSignatureValidator.h"
-
+#include <gmock/gmock.h>
+#include <gtest/gtest.h>
 #include <sys/stat.h>
 
 #include <filesystem>
 #include <optional>
 
-#include <gmock/gmock.h>
-#include <gtest/gtest.h>
-
 #include "QuillonCore/Runtime/Posix/QuillonPosixFileManager.h"
+#include "QuillonUpdatesAppKitUI/AppBundleReplacement/VeskAppBundleCodeSignatureValidator.h"
 #include "QuillonUpdatesAppKitUI/AppBundleReplacement/VeskUpdateInstallerError.h"
 #include "Support/ApplicationBundleBuilder.h"
 #include "Support/FakeProcessRunner.h"
@@ -19,10 +17,10 @@ namespace {
 
 namespace fs = std::filesystem;
 using testing::ApplicationBundleDescription;
-using testing::makeApplicationBundle;
-using testing::writeFile;
 using ::testing::ElementsAre;
 using ::testing::IsEmpty;
+using testing::makeApplicationBundle;
+using testing::writeFile;
 using Code = VeskUpdateInstallerError::Code;
 
 class VeskAppBundleCodeSignatureValidatorTest : public ::testing::Test {
@@ -196,15 +194,15 @@ TEST_F(VeskAppBundleCodeSignatureValidatorTest, AnExecutableThatIsMissingOrAFold
   fs::create_directory(executable);
   EXPECT_EQ(validate(), Code::missingExecutable);
 
-  const std::string expected =
-      line("missing executable executableName=Example expectedPath=" + executable.string());
+  const std::string expected = line("missing executable executableName=Example expectedPath=" + executable.string());
   EXPECT_THAT(log, ElementsAre(expected, expected));
 }
 
 TEST_F(VeskAppBundleCodeSignatureValidatorTest, AFailedVerificationIsRejectedWithTheToolsWords) {
   make({.build = "101"});
   runner->answer = [](const auto&) {
-    return QuillonProcessResult{.status = 1, .output = "X.app: a sealed resource is missing or invalid\nfile added: y\n"};
+    return QuillonProcessResult{.status = 1,
+                                .output = "X.app: a sealed resource is missing or invalid\nfile added: y\n"};
   };
 
   EXPECT_EQ(validate(), Code::signatureValidationFailed);
@@ -257,8 +255,8 @@ TEST_F(VeskAppBundleCodeSignatureValidatorTeamTest, AFailedDescriptionIsRejected
 
   EXPECT_EQ(validate(), Code::signatureValidationFailed);
 
-  EXPECT_THAT(log, ElementsAre(line("code signature metadata read failed status=2 output=usage stagedApp=" +
-                                    bundle.string())));
+  EXPECT_THAT(
+      log, ElementsAre(line("code signature metadata read failed status=2 output=usage stagedApp=" + bundle.string())));
 }
 
 TEST_F(VeskAppBundleCodeSignatureValidatorTeamTest, ADescriptionWithoutATeamLineIsRejected) {

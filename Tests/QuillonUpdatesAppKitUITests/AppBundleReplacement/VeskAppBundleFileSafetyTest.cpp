@@ -1,11 +1,10 @@
-#include "QuillonUpdatesAppKitUI/AppBundleReplacement/VeskAppBundleFileSafety.h"
+#include <gtest/gtest.h>
 
 #include <filesystem>
 #include <optional>
 
-#include <gtest/gtest.h>
-
 #include "QuillonCore/Runtime/Posix/QuillonPosixFileManager.h"
+#include "QuillonUpdatesAppKitUI/AppBundleReplacement/VeskAppBundleFileSafety.h"
 #include "QuillonUpdatesAppKitUI/AppBundleReplacement/VeskUpdateInstallerError.h"
 #include "Support/TemporaryDirectory.h"
 

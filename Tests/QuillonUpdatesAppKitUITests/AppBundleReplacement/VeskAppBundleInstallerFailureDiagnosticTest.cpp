@@ -1,6 +1,6 @@
-#include "QuillonUpdatesAppKitUI/AppBundleReplacement/VeskAppBundleInstallerFailureDiagnostic.h"
-
 #include <gtest/gtest.h>
+
+#include "QuillonUpdatesAppKitUI/AppBundleReplacement/VeskAppBundleInstallerFailureDiagnostic.h"
 
 namespace quillon {
 namespace {
@@ -15,12 +15,11 @@ TEST(VeskAppBundleInstallerFailureDiagnosticTest, AnEmptyDescriptionIsNoPartOfTh
 }
 
 TEST(VeskAppBundleInstallerFailureDiagnosticTest, AnEmptyDomainIsAPartAllTheSame) {
-  EXPECT_EQ((VeskAppBundleInstallerFailureDiagnostic{.phase = Phase::authorization,
-                                                     .errorDomain = "",
-                                                     .errorCode = std::nullopt,
-                                                     .errorDescription = "why"})
-                .description(),
-            "phase=authorization domain= description=why");
+  EXPECT_EQ(
+      (VeskAppBundleInstallerFailureDiagnostic{
+           .phase = Phase::authorization, .errorDomain = "", .errorCode = std::nullopt, .errorDescription = "why"})
+          .description(),
+      "phase=authorization domain= description=why");
   EXPECT_EQ((VeskAppBundleInstallerFailureDiagnostic{.phase = Phase::authorization,
                                                      .errorDomain = std::nullopt,
                                                      .errorCode = std::nullopt,

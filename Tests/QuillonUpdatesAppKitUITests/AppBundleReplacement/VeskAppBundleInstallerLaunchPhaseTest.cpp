@@ -1,6 +1,6 @@
-#include "QuillonUpdatesAppKitUI/AppBundleReplacement/VeskAppBundleInstallerLaunchPhase.h"
-
 #include <gtest/gtest.h>
+
+#include "QuillonUpdatesAppKitUI/AppBundleReplacement/VeskAppBundleInstallerLaunchPhase.h"
 
 namespace quillon {
 namespace {
@@ -8,13 +8,11 @@ namespace {
 using Phase = VeskAppBundleInstallerLaunchPhase;
 
 TEST(VeskAppBundleInstallerLaunchPhaseTest, EveryPhaseReadsBackFromItsName) {
-  for (const auto& [phase, text] : {std::pair{Phase::messageResolution, "messageResolution"},
-                                    std::pair{Phase::preAuthorization, "preAuthorization"},
-                                    std::pair{Phase::authorization, "authorization"},
-                                    std::pair{Phase::postAuthorization, "postAuthorization"},
-                                    std::pair{Phase::jobSubmission, "jobSubmission"},
-                                    std::pair{Phase::xpcConnection, "xpcConnection"},
-                                    std::pair{Phase::xpcReply, "xpcReply"}}) {
+  for (const auto& [phase, text] :
+       {std::pair{Phase::messageResolution, "messageResolution"},
+        std::pair{Phase::preAuthorization, "preAuthorization"}, std::pair{Phase::authorization, "authorization"},
+        std::pair{Phase::postAuthorization, "postAuthorization"}, std::pair{Phase::jobSubmission, "jobSubmission"},
+        std::pair{Phase::xpcConnection, "xpcConnection"}, std::pair{Phase::xpcReply, "xpcReply"}}) {
     EXPECT_EQ(rawValue(phase), text);
     EXPECT_EQ(launchPhaseFromRawValue(text), phase);
   }

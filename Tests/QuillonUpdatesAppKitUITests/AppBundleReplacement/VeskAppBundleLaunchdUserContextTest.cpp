@@ -1,9 +1,8 @@
-#include "QuillonUpdatesAppKitUI/AppBundleReplacement/VeskAppBundleLaunchdUserContext.h"
-
+#include <gtest/gtest.h>
 #include <pwd.h>
 #include <unistd.h>
 
-#include <gtest/gtest.h>
+#include "QuillonUpdatesAppKitUI/AppBundleReplacement/VeskAppBundleLaunchdUserContext.h"
 
 namespace quillon {
 namespace {

@@ -1,11 +1,10 @@
-#include "QuillonUpdatesAppKitUI/AppBundleReplacement/VeskAppBundleReplacementBackup.h"
+#include <gtest/gtest.h>
 
 #include <filesystem>
 
-#include <gtest/gtest.h>
-
 #include "QuillonCore/Runtime/Posix/QuillonPosixFileManager.h"
 #include "QuillonCore/Values/QuillonError.h"
+#include "QuillonUpdatesAppKitUI/AppBundleReplacement/VeskAppBundleReplacementBackup.h"
 #include "Support/ApplicationBundleBuilder.h"
 #include "Support/TemporaryDirectory.h"
 
@@ -61,8 +60,8 @@ TEST_F(VeskAppBundleReplacementBackupTest, NothingIsBroughtBackOverAnInstalledBu
   fs::create_directory(folder / "Example.app.vesk-update-backup-11111111-1111-4111-8111-111111111111");
   std::string log;
 
-  VeskAppBundleReplacementBackup::recoverInterruptedReplacement(
-      *files, QuillonURL::fileURL(installed.string()), [&log](std::string_view line) { log += line; });
+  VeskAppBundleReplacementBackup::recoverInterruptedReplacement(*files, QuillonURL::fileURL(installed.string()),
+                                                                [&log](std::string_view line) { log += line; });
 
   EXPECT_EQ(versionOfApplicationBundle(installed), "1.0");
   EXPECT_EQ(log, "");

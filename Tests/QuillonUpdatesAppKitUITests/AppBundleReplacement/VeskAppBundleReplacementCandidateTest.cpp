@@ -1,12 +1,11 @@
-#include "QuillonUpdatesAppKitUI/AppBundleReplacement/VeskAppBundleReplacementCandidate.h"
+#include <gtest/gtest.h>
 
 #include <cerrno>
 #include <filesystem>
 
-#include <gtest/gtest.h>
-
 #include "QuillonCore/Runtime/Posix/QuillonPosixFileManager.h"
 #include "QuillonCore/Values/QuillonError.h"
+#include "QuillonUpdatesAppKitUI/AppBundleReplacement/VeskAppBundleReplacementCandidate.h"
 #include "Support/ApplicationBundleBuilder.h"
 #include "Support/FaultInjectingFileManager.h"
 #include "Support/TemporaryDirectory.h"

@@ -1,6 +1,7 @@
-#include "QuillonUpdatesAppKitUI/AppBundleReplacement/VeskAppBundleReplacementExecutor.h"
-
 #include <fcntl.h>
+#include <gmock/gmock.h>
+#include <gtest/gtest.h>
+#include <linux/fs.h>
 #include <sys/ioctl.h>
 #include <sys/mount.h>
 #include <sys/stat.h>
@@ -15,11 +16,7 @@
 #include <regex>
 #include <set>
 
-#include <linux/fs.h>
-
-#include <gmock/gmock.h>
-#include <gtest/gtest.h>
-
+#include "QuillonUpdatesAppKitUI/AppBundleReplacement/VeskAppBundleReplacementExecutor.h"
 #include "Support/ApplicationBundleBuilder.h"
 #include "Support/ReplacementWorld.h"
 #include "Support/ScopedMount.h"
@@ -29,16 +26,16 @@ namespace {
 
 namespace fs = std::filesystem;
 using testing::ApplicationBundleDescription;
-using testing::makeApplicationBundle;
-using testing::ReplacementWorld;
-using testing::ScopedMount;
-using testing::writeFile;
 using ::testing::Contains;
 using ::testing::ElementsAre;
 using ::testing::HasSubstr;
 using ::testing::IsEmpty;
+using testing::makeApplicationBundle;
+using testing::ReplacementWorld;
+using testing::ScopedMount;
 using ::testing::SizeIs;
 using ::testing::StartsWith;
+using testing::writeFile;
 
 class FixedPermission final : public VeskAppBundleReplacementPermissionChecking {
  public:
@@ -144,30 +141,29 @@ TEST_P(VeskAppBundleReplacementExecutorUnfitTest, EndsWithReplacementFailedAndTo
 
 INSTANTIATE_TEST_SUITE_P(
     Bundles, VeskAppBundleReplacementExecutorUnfitTest,
-    ::testing::Values(
-        UnfitBundle{"StagedMissing", [](ReplacementWorld& world) { fs::remove_all(world.staged); }},
-        UnfitBundle{"StagedIsALink",
-                    [](ReplacementWorld& world) {
-                      fs::rename(world.staged, world.folder / "Real.app");
-                      fs::create_directory_symlink(world.folder / "Real.app", world.staged);
-                    }},
-        UnfitBundle{"StagedIsAFile",
-                    [](ReplacementWorld& world) {
-                      fs::remove_all(world.staged);
-                      writeFile(world.staged, "x");
-                    }},
-        UnfitBundle{"StagedHasAnotherExtension",
-                    [](ReplacementWorld& world) {
-                      const fs::path other = world.folder / "Staging/Example.bundle";
-                      fs::rename(world.staged, other);
-                      world.staged = other;
-                    }},
-        UnfitBundle{"InstalledMissing", [](ReplacementWorld& world) { fs::remove_all(world.installed); }},
-        UnfitBundle{"InstalledIsAFile",
-                    [](ReplacementWorld& world) {
-                      fs::remove_all(world.installed);
-                      writeFile(world.installed, "x");
-                    }}),
+    ::testing::Values(UnfitBundle{"StagedMissing", [](ReplacementWorld& world) { fs::remove_all(world.staged); }},
+                      UnfitBundle{"StagedIsALink",
+                                  [](ReplacementWorld& world) {
+                                    fs::rename(world.staged, world.folder / "Real.app");
+                                    fs::create_directory_symlink(world.folder / "Real.app", world.staged);
+                                  }},
+                      UnfitBundle{"StagedIsAFile",
+                                  [](ReplacementWorld& world) {
+                                    fs::remove_all(world.staged);
+                                    writeFile(world.staged, "x");
+                                  }},
+                      UnfitBundle{"StagedHasAnotherExtension",
+                                  [](ReplacementWorld& world) {
+                                    const fs::path other = world.folder / "Staging/Example.bundle";
+                                    fs::rename(world.staged, other);
+                                    world.staged = other;
+                                  }},
+                      UnfitBundle{"InstalledMissing", [](ReplacementWorld& world) { fs::remove_all(world.installed); }},
+                      UnfitBundle{"InstalledIsAFile",
+                                  [](ReplacementWorld& world) {
+                                    fs::remove_all(world.installed);
+                                    writeFile(world.installed, "x");
+                                  }}),
     [](const auto& unfit) { return unfit.param.name; });
 
 TEST(VeskAppBundleReplacementExecutorTest, ANonWritableDestinationNeedsAPrivilegedProcess) {
@@ -226,8 +222,8 @@ TEST(VeskAppBundleReplacementExecutorTest, QuarantineOfACopyIsReportedWithTheSta
 
   EXPECT_EQ(world.replace(), std::nullopt);
 
-  EXPECT_THAT(world.log, ElementsAre("Failed to release quarantine at " + world.staged.string() + "; firstFailedItem=" +
-                                     world.staged.string() + " error=EIO (Input/output error)"));
+  EXPECT_THAT(world.log, ElementsAre("Failed to release quarantine at " + world.staged.string() +
+                                     "; firstFailedItem=" + world.staged.string() + " error=EIO (Input/output error)"));
 }
 
 TEST(VeskAppBundleReplacementExecutorTest, NamesComposedAndDecomposedAreKeptAsTheyAre) {

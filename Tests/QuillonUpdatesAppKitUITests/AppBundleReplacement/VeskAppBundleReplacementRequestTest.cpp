@@ -1,7 +1,7 @@
-#include "QuillonUpdatesAppKitUI/AppBundleReplacement/VeskAppBundleReplacementRequest.h"
-
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
+
+#include "QuillonUpdatesAppKitUI/AppBundleReplacement/VeskAppBundleReplacementRequest.h"
 
 namespace quillon {
 namespace {
@@ -29,13 +29,13 @@ VeskAppBundleReplacementRequest fullRequest() {
 }
 
 TEST(VeskAppBundleReplacementRequestTest, ArgumentsStandInTheirFixedOrder) {
-  EXPECT_THAT(fullRequest().helperArguments(42),
-              ElementsAre("--staged-app", "/s/A B.app", "--installed-app", "/i/A B.app", "--host-pid", "42",
-                          "--bundle-id", "org.example.App", "--app-version", "1.0", "--app-build", "-5",
-                          "--allows-same-build-replacement", "1", "--expected-team-id", "TEAM", "--authorize-if-needed",
-                          "--launch-user-id", "501", "--launch-group-id", "20", "--launch-user-name", "ann",
-                          "--launch-user-home", "/Users/ann", "--failure-report-url", "/r/report.plist",
-                          "--failure-report-attempt-id", "attempt"));
+  EXPECT_THAT(
+      fullRequest().helperArguments(42),
+      ElementsAre("--staged-app", "/s/A B.app", "--installed-app", "/i/A B.app", "--host-pid", "42", "--bundle-id",
+                  "org.example.App", "--app-version", "1.0", "--app-build", "-5", "--allows-same-build-replacement",
+                  "1", "--expected-team-id", "TEAM", "--authorize-if-needed", "--launch-user-id", "501",
+                  "--launch-group-id", "20", "--launch-user-name", "ann", "--launch-user-home", "/Users/ann",
+                  "--failure-report-url", "/r/report.plist", "--failure-report-attempt-id", "attempt"));
 }
 
 TEST(VeskAppBundleReplacementRequestTest, WithoutHostIdentityNoneOfItsOptionsIsWritten) {

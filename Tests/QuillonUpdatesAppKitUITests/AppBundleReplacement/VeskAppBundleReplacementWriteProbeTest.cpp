@@ -1,12 +1,11 @@
-#include "QuillonUpdatesAppKitUI/AppBundleReplacement/VeskAppBundleReplacementWriteProbe.h"
+#include <gtest/gtest.h>
 
 #include <cerrno>
 #include <filesystem>
 #include <memory>
 
-#include <gtest/gtest.h>
-
 #include "QuillonCore/Runtime/Posix/QuillonPosixFileManager.h"
+#include "QuillonUpdatesAppKitUI/AppBundleReplacement/VeskAppBundleReplacementWriteProbe.h"
 #include "Support/FaultInjectingFileManager.h"
 #include "Support/TemporaryDirectory.h"
 

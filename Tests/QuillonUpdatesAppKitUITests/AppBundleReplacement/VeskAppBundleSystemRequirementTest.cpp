@@ -1,6 +1,6 @@
-#include "QuillonUpdatesAppKitUI/AppBundleReplacement/VeskAppBundleSystemRequirement.h"
-
 #include <gtest/gtest.h>
+
+#include "QuillonUpdatesAppKitUI/AppBundleReplacement/VeskAppBundleSystemRequirement.h"
 
 namespace quillon {
 namespace {
@@ -18,19 +18,15 @@ TEST_P(VeskAppBundleSystemRequirementTest, IsOrderedAgainstFourteenPointZeroPoin
       << GetParam().required;
 }
 
-INSTANTIATE_TEST_SUITE_P(Requirements, VeskAppBundleSystemRequirementTest,
-                         ::testing::Values(Requirement{"14", ComparisonResult::same},
-                                           Requirement{"14.0", ComparisonResult::same},
-                                           Requirement{"14.0.0.0", ComparisonResult::same},
-                                           Requirement{"..14..0", ComparisonResult::same},
-                                           Requirement{"14.0.1", ComparisonResult::descending},
-                                           Requirement{"14.0.0.1", ComparisonResult::descending},
-                                           Requirement{"14.0.0.0.2", ComparisonResult::descending},
-                                           Requirement{"15", ComparisonResult::descending},
-                                           Requirement{"13.9.9", ComparisonResult::ascending},
-                                           Requirement{"14.0.0.-1", ComparisonResult::ascending},
-                                           Requirement{"macOS", ComparisonResult::ascending},
-                                           Requirement{"14.x", ComparisonResult::same}));
+INSTANTIATE_TEST_SUITE_P(
+    Requirements, VeskAppBundleSystemRequirementTest,
+    ::testing::Values(
+        Requirement{"14", ComparisonResult::same}, Requirement{"14.0", ComparisonResult::same},
+        Requirement{"14.0.0.0", ComparisonResult::same}, Requirement{"..14..0", ComparisonResult::same},
+        Requirement{"14.0.1", ComparisonResult::descending}, Requirement{"14.0.0.1", ComparisonResult::descending},
+        Requirement{"14.0.0.0.2", ComparisonResult::descending}, Requirement{"15", ComparisonResult::descending},
+        Requirement{"13.9.9", ComparisonResult::ascending}, Requirement{"14.0.0.-1", ComparisonResult::ascending},
+        Requirement{"macOS", ComparisonResult::ascending}, Requirement{"14.x", ComparisonResult::same}));
 
 }  // namespace
 }  // namespace quillon

@@ -1,14 +1,13 @@
-#include "QuillonUpdatesAppKitUI/AppBundleReplacement/VeskAppBundleUpdateFailureReportStore.h"
+#include <gmock/gmock.h>
+#include <gtest/gtest.h>
 
 #include <cerrno>
 #include <cstdlib>
 #include <filesystem>
 
-#include <gmock/gmock.h>
-#include <gtest/gtest.h>
-
 #include "QuillonCore/Runtime/Posix/QuillonPosixFileManager.h"
 #include "QuillonCore/Values/QuillonError.h"
+#include "QuillonUpdatesAppKitUI/AppBundleReplacement/VeskAppBundleUpdateFailureReportStore.h"
 #include "Support/TemporaryDirectory.h"
 
 namespace quillon {
@@ -27,9 +26,7 @@ class RelocatedFileManager final : public QuillonPosixFileManager {
 
 class VeskAppBundleUpdateFailureReportStoreTest : public ::testing::Test {
  protected:
-  VeskAppBundleUpdateFailureReportStoreTest() {
-    files->folders = {QuillonURL::fileURL((folder / "Support").string())};
-  }
+  VeskAppBundleUpdateFailureReportStoreTest() { files->folders = {QuillonURL::fileURL((folder / "Support").string())}; }
   [[nodiscard]] Store store() const {
     return Store(files, [] { return Store::TimePoint(std::chrono::seconds(77)); });
   }
@@ -99,9 +96,9 @@ TEST_F(VeskAppBundleUpdateFailureReportStoreTest, WithoutALocationNothingIsWritt
 TEST_F(VeskAppBundleUpdateFailureReportStoreTest, AWriteErrorIsRaised) {
   testing::writeFile(folder / "file", "");
 
-  EXPECT_THROW(store().writeFailureReport("x", QuillonURL::fileURL((folder / "file/r.plist").string()), time,
-                                          std::nullopt),
-               QuillonSystemError);
+  EXPECT_THROW(
+      store().writeFailureReport("x", QuillonURL::fileURL((folder / "file/r.plist").string()), time, std::nullopt),
+      QuillonSystemError);
 }
 
 TEST_F(VeskAppBundleUpdateFailureReportStoreTest, AReportIsConsumedOnce) {

@@ -1,8 +1,7 @@
-#include "QuillonUpdatesAppKitUI/AppBundleReplacement/VeskAppBundleUpdateRequest.h"
-
 #include <gtest/gtest.h>
 
 #include "QuillonUpdatesAppKitUI/AppBundleReplacement/VeskAppBundleUpdateHelperIdentity.h"
+#include "QuillonUpdatesAppKitUI/AppBundleReplacement/VeskAppBundleUpdateRequest.h"
 
 namespace quillon {
 namespace {
@@ -18,8 +17,7 @@ VeskAppBundleUpdateRequest make(const QuillonPropertyListValue::Dictionary& entr
 }
 
 TEST(VeskAppBundleUpdateRequestTest, TheArchiveIsTheOneThatTheEntryNames) {
-  const auto request =
-      make({{"app-installer", QuillonPropertyListValue("https://example.org/a/Example%202.zip?x=1")}});
+  const auto request = make({{"app-installer", QuillonPropertyListValue("https://example.org/a/Example%202.zip?x=1")}});
 
   ASSERT_TRUE(request.archiveURL.has_value());
   EXPECT_EQ(request.archiveURL->absoluteString(), "https://example.org/a/Example%202.zip?x=1");

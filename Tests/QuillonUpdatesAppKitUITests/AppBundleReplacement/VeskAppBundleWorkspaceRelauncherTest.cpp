@@ -1,7 +1,7 @@
-#include "QuillonUpdatesAppKitUI/AppBundleReplacement/VeskAppBundleWorkspaceRelauncher.h"
-
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
+
+#include "QuillonUpdatesAppKitUI/AppBundleReplacement/VeskAppBundleWorkspaceRelauncher.h"
 
 namespace quillon {
 namespace {

@@ -1,18 +1,18 @@
-#include "QuillonCore/Runtime/Posix/FileDescriptor.h"
-#include "QuillonCore/Runtime/Posix/QuillonPosixProcessRunner.h"
-#include "Support/ReportFifo.h"
-#include "Support/TemporaryDirectory.h"
+#include <fcntl.h>
+#include <gmock/gmock.h>
+#include <gtest/gtest.h>
+#include <pwd.h>
+#include <unistd.h>
 
 #include <filesystem>
 #include <sstream>
 #include <string>
 #include <vector>
 
-#include <fcntl.h>
-#include <gmock/gmock.h>
-#include <gtest/gtest.h>
-#include <pwd.h>
-#include <unistd.h>
+#include "QuillonCore/Runtime/Posix/FileDescriptor.h"
+#include "QuillonCore/Runtime/Posix/QuillonPosixProcessRunner.h"
+#include "Support/ReportFifo.h"
+#include "Support/TemporaryDirectory.h"
 
 namespace quillon {
 namespace {

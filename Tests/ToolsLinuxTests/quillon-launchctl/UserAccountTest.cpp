@@ -1,6 +1,6 @@
-#include "UserAccount.h"
-
 #include <gtest/gtest.h>
+
+#include "UserAccount.h"
 
 namespace quillon {
 namespace {

@@ -1,11 +1,11 @@
-#include "Support/TemporaryDirectory.h"
-#include "UserSession.h"
-
-#include <string>
-
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 #include <unistd.h>
+
+#include <string>
+
+#include "Support/TemporaryDirectory.h"
+#include "UserSession.h"
 
 namespace quillon {
 namespace {

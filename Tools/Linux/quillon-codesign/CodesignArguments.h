@@ -1,9 +1,9 @@
 #pragma once
 
-#include "QuillonCore/Values/QuillonError.h"
-
 #include <string>
 #include <vector>
+
+#include "QuillonCore/Values/QuillonError.h"
 
 namespace quillon {
 

@@ -1,16 +1,16 @@
 // quillon-codesign: verifies, displays and makes code signatures of bundles.
 
-#include "CodeSignature/CodeSignatureError.h"
-#include "CodeSignature/CodeSignatureVerdict.h"
-#include "CodeSignature/CodeSigner.h"
-#include "CodeSignature/SignatureDescription.h"
-#include "CodesignArguments.h"
-
 #include <cerrno>
 #include <cstdio>
 #include <exception>
 #include <string>
 #include <vector>
+
+#include "CodeSignature/CodeSignatureError.h"
+#include "CodeSignature/CodeSignatureVerdict.h"
+#include "CodeSignature/CodeSigner.h"
+#include "CodeSignature/SignatureDescription.h"
+#include "CodesignArguments.h"
 
 namespace quillon {
 namespace {

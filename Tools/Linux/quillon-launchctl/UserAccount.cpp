@@ -1,17 +1,17 @@
 #include "UserAccount.h"
 
-#include "QuillonCore/Values/QuillonError.h"
-
-#include <array>
-#include <cerrno>
-#include <vector>
-
 #include <grp.h>
 #include <linux/capability.h>
 #include <pwd.h>
 #include <sys/prctl.h>
 #include <sys/syscall.h>
 #include <unistd.h>
+
+#include <array>
+#include <cerrno>
+#include <vector>
+
+#include "QuillonCore/Values/QuillonError.h"
 
 namespace quillon {
 namespace {

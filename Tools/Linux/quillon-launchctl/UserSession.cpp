@@ -1,6 +1,8 @@
 #include "UserSession.h"
 
-#include "QuillonCore/Runtime/Posix/FileDescriptor.h"
+#include <fcntl.h>
+#include <sys/stat.h>
+#include <unistd.h>
 
 #include <algorithm>
 #include <array>
@@ -8,9 +10,7 @@
 #include <string_view>
 #include <system_error>
 
-#include <fcntl.h>
-#include <sys/stat.h>
-#include <unistd.h>
+#include "QuillonCore/Runtime/Posix/FileDescriptor.h"
 
 namespace quillon {
 namespace {

@@ -1,10 +1,10 @@
 #pragma once
 
-#include "UserAccount.h"
-
 #include <filesystem>
 #include <string>
 #include <vector>
+
+#include "UserAccount.h"
 
 namespace quillon {
 

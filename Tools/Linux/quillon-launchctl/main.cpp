@@ -1,11 +1,6 @@
 // quillon-launchctl: runs a command as a user, in that user's session.
 
-#include "QuillonCore/Runtime/Posix/CommandProcess.h"
-#include "QuillonCore/Runtime/Posix/QuillonProcessEnvironment.h"
-#include "QuillonCore/Text/DecimalNumber.h"
-#include "QuillonCore/Values/QuillonError.h"
-#include "UserAccount.h"
-#include "UserSession.h"
+#include <unistd.h>
 
 #include <array>
 #include <cerrno>
@@ -19,7 +14,12 @@
 #include <string_view>
 #include <vector>
 
-#include <unistd.h>
+#include "QuillonCore/Runtime/Posix/CommandProcess.h"
+#include "QuillonCore/Runtime/Posix/QuillonProcessEnvironment.h"
+#include "QuillonCore/Text/DecimalNumber.h"
+#include "QuillonCore/Values/QuillonError.h"
+#include "UserAccount.h"
+#include "UserSession.h"
 
 namespace {
 

@@ -1,13 +1,13 @@
 // quillon-open: opens application bundles and files from a command line or a job.
 
-#include "QuillonCore/Runtime/Linux/QuillonLinuxWorkspace.h"
-#include "QuillonCore/Values/QuillonError.h"
-
 #include <cstdlib>
 #include <exception>
 #include <iostream>
 #include <span>
 #include <string_view>
+
+#include "QuillonCore/Runtime/Linux/QuillonLinuxWorkspace.h"
+#include "QuillonCore/Values/QuillonError.h"
 
 namespace {
 

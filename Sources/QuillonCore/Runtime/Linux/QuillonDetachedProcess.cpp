@@ -1,14 +1,14 @@
 #include "QuillonCore/Runtime/Linux/QuillonDetachedProcess.h"
 
-#include "QuillonCore/Runtime/Posix/QuillonChildProcessPlatform.h"
-#include "QuillonCore/Values/QuillonError.h"
+#include <fcntl.h>
+#include <sys/wait.h>
+#include <unistd.h>
 
 #include <cerrno>
 #include <csignal>
 
-#include <fcntl.h>
-#include <sys/wait.h>
-#include <unistd.h>
+#include "QuillonCore/Runtime/Posix/QuillonChildProcessPlatform.h"
+#include "QuillonCore/Values/QuillonError.h"
 
 namespace quillon {
 namespace {

@@ -1,9 +1,9 @@
 #pragma once
 
-#include "QuillonCore/Runtime/Posix/QuillonProcessEnvironment.h"
-
 #include <string>
 #include <vector>
+
+#include "QuillonCore/Runtime/Posix/QuillonProcessEnvironment.h"
 
 namespace quillon {
 

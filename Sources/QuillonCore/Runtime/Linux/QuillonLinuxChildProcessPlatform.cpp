@@ -1,10 +1,10 @@
-#include "QuillonCore/Runtime/Posix/QuillonChildProcessPlatform.h"
-
-#include <array>
-
 #include <fcntl.h>
 #include <sys/syscall.h>
 #include <unistd.h>
+
+#include <array>
+
+#include "QuillonCore/Runtime/Posix/QuillonChildProcessPlatform.h"
 
 namespace quillon {
 

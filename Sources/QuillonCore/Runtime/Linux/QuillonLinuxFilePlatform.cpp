@@ -148,7 +148,9 @@ int copyFileContents(int from, int to, std::uint64_t size) noexcept {
   return 0;
 }
 
-int synchronizeVolume(int folder) noexcept { return syncfs(folder) == 0 ? 0 : errno; }
+int synchronizeVolume(int folder) noexcept {
+  return syncfs(folder) == 0 ? 0 : errno;
+}
 
 std::vector<QuillonURL> systemApplicationSupportDirectories() {
   // A privileged process believes no variable that its caller may have set.

@@ -1,12 +1,12 @@
 #include "QuillonCore/Runtime/Linux/QuillonLinuxWorkspace.h"
 
+#include <exception>
+#include <utility>
+
 #include "QuillonCore/Runtime/Linux/QuillonDetachedProcess.h"
 #include "QuillonCore/Runtime/Posix/QuillonPosixFileManager.h"
 #include "QuillonCore/Runtime/QuillonBundleInformation.h"
 #include "QuillonCore/Values/QuillonError.h"
-
-#include <exception>
-#include <utility>
 
 namespace quillon {
 namespace {

@@ -1,11 +1,11 @@
 #pragma once
 
+#include <memory>
+#include <string>
+
 #include "QuillonCore/Contracts/QuillonFileManaging.h"
 #include "QuillonCore/Contracts/QuillonWorkspaceOpening.h"
 #include "QuillonCore/Runtime/QuillonSystemLog.h"
-
-#include <memory>
-#include <string>
 
 namespace quillon {
 

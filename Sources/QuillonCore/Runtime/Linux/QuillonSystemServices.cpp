@@ -6,13 +6,16 @@
 
 namespace quillon {
 
-std::shared_ptr<QuillonFileManaging> makeSystemFileManager() { return std::make_shared<QuillonPosixFileManager>(); }
+std::shared_ptr<QuillonFileManaging> makeSystemFileManager() {
+  return std::make_shared<QuillonPosixFileManager>();
+}
 
 std::shared_ptr<QuillonProcessRunning> makeSystemProcessRunner() {
   return std::make_shared<QuillonPosixProcessRunner>();
 }
 
-
-std::shared_ptr<QuillonWorkspaceOpening> makeSystemWorkspace() { return std::make_shared<QuillonLinuxWorkspace>(); }
+std::shared_ptr<QuillonWorkspaceOpening> makeSystemWorkspace() {
+  return std::make_shared<QuillonLinuxWorkspace>();
+}
 
 }  // namespace quillon

@@ -1,9 +1,9 @@
 #include "QuillonCore/Runtime/Linux/QuillonToolLocation.h"
 
-#include <system_error>
-
 #include <sys/stat.h>
 #include <unistd.h>
+
+#include <system_error>
 
 namespace quillon {
 namespace {

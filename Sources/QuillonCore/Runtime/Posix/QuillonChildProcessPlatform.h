@@ -1,9 +1,9 @@
 #pragma once
 
-#include "QuillonCore/Runtime/Posix/FileDescriptor.h"
-
 #include <spawn.h>
 #include <sys/types.h>
+
+#include "QuillonCore/Runtime/Posix/FileDescriptor.h"
 
 // What the systems do differently around a child process; each is defined once in each platform's folder.
 

@@ -26,7 +26,9 @@ namespace {
 constexpr mode_t kFolderMode = S_IRWXU | S_IRGRP | S_IXGRP | S_IROTH | S_IXOTH;
 constexpr mode_t kFileMode = S_IRUSR | S_IWUSR | S_IRGRP | S_IROTH;
 
-bool isPrivileged() noexcept { return geteuid() == 0; }
+bool isPrivileged() noexcept {
+  return geteuid() == 0;
+}
 
 QuillonFileType typeOf(mode_t mode) noexcept {
   if (S_ISREG(mode)) return QuillonFileType::regular;
@@ -195,8 +197,7 @@ void removeTree(const QuillonPosixPlace& place, const QuillonURL& item) {
 void handToOwnerOfFolder(int folder, const char* name, const QuillonURL& directory) {
   if (!isPrivileged()) return;
   struct stat around {};
-  if (fstat(folder, &around) != 0 ||
-      fchownat(folder, name, around.st_uid, around.st_gid, AT_SYMLINK_NOFOLLOW) != 0) {
+  if (fstat(folder, &around) != 0 || fchownat(folder, name, around.st_uid, around.st_gid, AT_SYMLINK_NOFOLLOW) != 0) {
     fail("give away", directory);
   }
 }
@@ -255,7 +256,9 @@ std::unique_ptr<QuillonPinnedDirectory> QuillonPosixFileManager::pinDirectory(co
   return std::make_unique<PinnedDirectory>(std::move(opened));
 }
 
-std::uint32_t QuillonPosixFileManager::effectiveUserIdentifier() const noexcept { return geteuid(); }
+std::uint32_t QuillonPosixFileManager::effectiveUserIdentifier() const noexcept {
+  return geteuid();
+}
 
 QuillonURL QuillonPosixFileManager::temporaryDirectory() const {
   const char* const variable = isPrivileged() ? nullptr : std::getenv("TMPDIR");  // NOLINT(concurrency-mt-unsafe)
@@ -361,7 +364,9 @@ void QuillonPosixFileManager::copyItem(const QuillonURL& item, const QuillonURL&
   }
 }
 
-void QuillonPosixFileManager::removeItem(const QuillonURL& item) const { removeTree(openPlace(item, "remove"), item); }
+void QuillonPosixFileManager::removeItem(const QuillonURL& item) const {
+  removeTree(openPlace(item, "remove"), item);
+}
 
 void QuillonPosixFileManager::removeEmptyDirectory(const QuillonURL& directory) const {
   const QuillonPosixPlace place = openPlace(directory, "remove");

@@ -41,8 +41,8 @@ struct QuillonOpenDirectoryPath {
 /// nobody rights. 0, or the errno value.
 [[nodiscard]] int copyExtendedAttributes(int from, int to) noexcept;
 
-/// Copies at most the first `size` bytes of one open file to another, sharing blocks where the file system can. 0, or the
-/// errno value.
+/// Copies at most the first `size` bytes of one open file to another, sharing blocks where the file system can. 0, or
+/// the errno value.
 [[nodiscard]] int copyFileContents(int from, int to, std::uint64_t size) noexcept;
 
 /// Brings everything written to the volume of an open folder to disk. 0, or the errno value.

@@ -1,8 +1,10 @@
 #include "QuillonCore/Runtime/Posix/QuillonPosixProcessRunner.h"
 
-#include "QuillonCore/Runtime/Posix/FileDescriptor.h"
-#include "QuillonCore/Runtime/Posix/QuillonChildProcessPlatform.h"
-#include "QuillonCore/Text/QuillonScalars.h"
+#include <fcntl.h>
+#include <poll.h>
+#include <spawn.h>
+#include <sys/ioctl.h>
+#include <sys/wait.h>
 
 #include <algorithm>
 #include <array>
@@ -12,11 +14,9 @@
 #include <optional>
 #include <string_view>
 
-#include <fcntl.h>
-#include <poll.h>
-#include <spawn.h>
-#include <sys/ioctl.h>
-#include <sys/wait.h>
+#include "QuillonCore/Runtime/Posix/FileDescriptor.h"
+#include "QuillonCore/Runtime/Posix/QuillonChildProcessPlatform.h"
+#include "QuillonCore/Text/QuillonScalars.h"
 
 namespace quillon {
 namespace {

@@ -22,7 +22,9 @@ namespace quillon {
 namespace {
 
 /// A copy never gains set-id rights. One that root makes lets nobody but its owner write, whatever the stager allowed.
-mode_t copiedPermissions(mode_t mode) { return mode & (geteuid() == 0 ? 0755U : 01777U); }
+mode_t copiedPermissions(mode_t mode) {
+  return mode & (geteuid() == 0 ? 0755U : 01777U);
+}
 
 /// Files from this size on are compared with the free space first, rather than filling the volume (bytes).
 constexpr off_t kLargeFile = off_t{64} << 20;
@@ -113,8 +115,8 @@ class TreeCopier final : public QuillonPosixTreeVisitor {
     const ssize_t length = readlinkat(item.folder, item.name, text.data(), text.size() - 1);
     if (length < 0) fail("read the link", item.folder, item.name);
     if (symlinkat(text.data(), target(), targetName(item)) != 0) fail("create", target(), targetName(item));
-    if (geteuid() == 0 && fchownat(target(), targetName(item), item.status->st_uid, item.status->st_gid,
-                                   AT_SYMLINK_NOFOLLOW) != 0) {
+    if (geteuid() == 0 &&
+        fchownat(target(), targetName(item), item.status->st_uid, item.status->st_gid, AT_SYMLINK_NOFOLLOW) != 0) {
       fail("change the owner of", target(), targetName(item));
     }
     const auto times = timesOf(*item.status);
@@ -123,7 +125,8 @@ class TreeCopier final : public QuillonPosixTreeVisitor {
     }
   }
 
-  /// Owner before mode, as a change of owner takes bits away; attributes before a mode that forbids writing; times last.
+  /// Owner before mode, as a change of owner takes bits away; attributes before a mode that forbids writing; times
+  /// last.
   void finish(int from, int to, const QuillonPosixTreeItem& item) const {
     const struct stat& status = *item.status;
     const auto times = timesOf(status);

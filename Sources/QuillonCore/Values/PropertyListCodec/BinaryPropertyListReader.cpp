@@ -1,10 +1,5 @@
 #include "QuillonCore/Values/PropertyListCodec/BinaryPropertyListReader.h"
 
-#include "QuillonCore/Values/PropertyListCodec/PropertyListKeyOrder.h"
-#include "QuillonCore/Values/PropertyListCodec/PropertyListText.h"
-#include "QuillonCore/Values/QuillonPropertyListCodec.h"
-#include "QuillonCore/Values/QuillonPropertyListValue.h"
-
 #include <algorithm>
 #include <bit>
 #include <chrono>
@@ -15,6 +10,11 @@
 #include <string>
 #include <utility>
 #include <vector>
+
+#include "QuillonCore/Values/PropertyListCodec/PropertyListKeyOrder.h"
+#include "QuillonCore/Values/PropertyListCodec/PropertyListText.h"
+#include "QuillonCore/Values/QuillonPropertyListCodec.h"
+#include "QuillonCore/Values/QuillonPropertyListValue.h"
 
 namespace quillon {
 namespace {

@@ -1,7 +1,3 @@
-#include "QuillonCore/Values/PropertyListCodec/PropertyListText.h"
-#include "QuillonCore/Values/PropertyListCodec/PropertyListTree.h"
-#include "QuillonCore/Values/QuillonPropertyListCodec.h"
-
 #include <bit>
 #include <chrono>
 #include <cstddef>
@@ -11,6 +7,10 @@
 #include <string_view>
 #include <unordered_map>
 #include <vector>
+
+#include "QuillonCore/Values/PropertyListCodec/PropertyListText.h"
+#include "QuillonCore/Values/PropertyListCodec/PropertyListTree.h"
+#include "QuillonCore/Values/QuillonPropertyListCodec.h"
 
 namespace quillon {
 namespace {

@@ -1,11 +1,11 @@
 #include "QuillonCore/Values/PropertyListCodec/OldStylePropertyListReader.h"
 
+#include <algorithm>
+#include <string>
+
 #include "QuillonCore/Values/PropertyListCodec/PropertyListScalars.h"
 #include "QuillonCore/Values/PropertyListCodec/PropertyListText.h"
 #include "QuillonCore/Values/PropertyListCodec/PropertyListTreeBuilder.h"
-
-#include <algorithm>
-#include <string>
 
 namespace quillon {
 namespace {

@@ -1,12 +1,12 @@
 #include "QuillonCore/Values/PropertyListCodec/PropertyListScalars.h"
 
-#include "QuillonCore/Values/QuillonPropertyListCodec.h"
-
 #include <array>
 #include <charconv>
 #include <chrono>
 #include <cmath>
 #include <limits>
+
+#include "QuillonCore/Values/QuillonPropertyListCodec.h"
 
 namespace quillon {
 namespace {

@@ -1,12 +1,12 @@
 #pragma once
 
-#include "QuillonCore/Values/QuillonPropertyListValue.h"
-
 #include <cstdint>
 #include <optional>
 #include <string>
 #include <string_view>
 #include <vector>
+
+#include "QuillonCore/Values/QuillonPropertyListValue.h"
 
 namespace quillon {
 

@@ -1,11 +1,11 @@
 #include "QuillonCore/Values/PropertyListCodec/PropertyListText.h"
 
-#include "QuillonCore/Values/QuillonPropertyListCodec.h"
+#include <utf8proc.h>
 
 #include <algorithm>
 #include <cstring>
 
-#include <utf8proc.h>
+#include "QuillonCore/Values/QuillonPropertyListCodec.h"
 
 namespace quillon {
 namespace {

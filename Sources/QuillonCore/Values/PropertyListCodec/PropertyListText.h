@@ -1,12 +1,12 @@
 #pragma once
 
-#include "QuillonCore/Values/PropertyListCodec/PropertyListArena.h"
-
 #include <cstddef>
 #include <cstdint>
 #include <optional>
 #include <string>
 #include <string_view>
+
+#include "QuillonCore/Values/PropertyListCodec/PropertyListArena.h"
 
 namespace quillon {
 

@@ -1,7 +1,5 @@
 #pragma once
 
-#include "QuillonCore/Values/PropertyListCodec/PropertyListArena.h"
-
 #include <algorithm>
 #include <bit>
 #include <cstddef>
@@ -10,6 +8,8 @@
 #include <memory>
 #include <string>
 #include <string_view>
+
+#include "QuillonCore/Values/PropertyListCodec/PropertyListArena.h"
 
 namespace quillon {
 

@@ -1,8 +1,8 @@
 #include "QuillonCore/Values/PropertyListCodec/PropertyListTreeBuilder.h"
 
-#include "QuillonCore/Values/PropertyListCodec/PropertyListKeyOrder.h"
-
 #include <numeric>
+
+#include "QuillonCore/Values/PropertyListCodec/PropertyListKeyOrder.h"
 
 namespace quillon {
 

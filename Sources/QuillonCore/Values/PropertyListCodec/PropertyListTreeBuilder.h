@@ -1,11 +1,11 @@
 #pragma once
 
-#include "QuillonCore/Values/PropertyListCodec/PropertyListTree.h"
-
 #include <cstddef>
 #include <cstdint>
 #include <span>
 #include <vector>
+
+#include "QuillonCore/Values/PropertyListCodec/PropertyListTree.h"
 
 namespace quillon {
 

@@ -1,14 +1,14 @@
 #include "QuillonCore/Values/PropertyListCodec/XMLPropertyListReader.h"
 
-#include "QuillonCore/Values/PropertyListCodec/PropertyListScalars.h"
-#include "QuillonCore/Values/PropertyListCodec/PropertyListText.h"
-#include "QuillonCore/Values/PropertyListCodec/PropertyListTreeBuilder.h"
-
 #include <array>
 #include <bit>
 #include <charconv>
 #include <cstring>
 #include <string>
+
+#include "QuillonCore/Values/PropertyListCodec/PropertyListScalars.h"
+#include "QuillonCore/Values/PropertyListCodec/PropertyListText.h"
+#include "QuillonCore/Values/PropertyListCodec/PropertyListTreeBuilder.h"
 
 namespace quillon {
 namespace {

@@ -1,8 +1,8 @@
 #pragma once
 
-#include "QuillonCore/Values/PropertyListCodec/PropertyListTree.h"
-
 #include <string_view>
+
+#include "QuillonCore/Values/PropertyListCodec/PropertyListTree.h"
 
 namespace quillon {
 

@@ -1,11 +1,11 @@
+#include <cstddef>
+#include <string>
+#include <string_view>
+
 #include "QuillonCore/Values/PropertyListCodec/PropertyListScalars.h"
 #include "QuillonCore/Values/PropertyListCodec/PropertyListText.h"
 #include "QuillonCore/Values/PropertyListCodec/PropertyListTree.h"
 #include "QuillonCore/Values/QuillonPropertyListCodec.h"
-
-#include <cstddef>
-#include <string>
-#include <string_view>
 
 namespace quillon {
 namespace {

@@ -4,6 +4,8 @@
 
 namespace quillon {
 
-std::string systemCodeSigningToolPath() { return toolPath("quillon-codesign"); }
+std::string systemCodeSigningToolPath() {
+  return toolPath("quillon-codesign");
+}
 
 }  // namespace quillon

@@ -1,10 +1,10 @@
 #pragma once
 
-#include "QuillonUpdatesAppKitUI/HelperLaunchers/Launchd/VeskAppBundleLaunchdAuthorization.h"
-
 #include <functional>
 #include <memory>
 #include <string_view>
+
+#include "QuillonUpdatesAppKitUI/HelperLaunchers/Launchd/VeskAppBundleLaunchdAuthorization.h"
 
 namespace quillon {
 

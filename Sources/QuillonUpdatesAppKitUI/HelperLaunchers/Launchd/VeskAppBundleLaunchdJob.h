@@ -1,10 +1,10 @@
 #pragma once
 
-#include "QuillonCore/Values/QuillonPropertyListValue.h"
-
 #include <cstdint>
 #include <string>
 #include <vector>
+
+#include "QuillonCore/Values/QuillonPropertyListValue.h"
 
 namespace quillon {
 

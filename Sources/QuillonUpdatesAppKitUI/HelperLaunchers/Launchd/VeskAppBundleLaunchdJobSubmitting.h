@@ -1,9 +1,9 @@
 #pragma once
 
+#include <functional>
+
 #include "QuillonUpdatesAppKitUI/HelperLaunchers/Launchd/VeskAppBundleLaunchdAuthorization.h"
 #include "QuillonUpdatesAppKitUI/HelperLaunchers/Launchd/VeskAppBundleLaunchdJob.h"
-
-#include <functional>
 
 namespace quillon {
 

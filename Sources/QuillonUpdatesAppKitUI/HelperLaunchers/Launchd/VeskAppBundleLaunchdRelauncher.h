@@ -1,5 +1,10 @@
 #pragma once
 
+#include <memory>
+#include <optional>
+#include <string>
+#include <string_view>
+
 #include "QuillonCore/Contracts/QuillonFileManaging.h"
 #include "QuillonCore/Runtime/QuillonSystemLog.h"
 #include "QuillonCore/Runtime/QuillonSystemServices.h"
@@ -8,11 +13,6 @@
 #include "QuillonUpdatesAppKitUI/AppBundleReplacement/VeskAppBundleReplacementRelaunching.h"
 #include "QuillonUpdatesAppKitUI/HelperLaunchers/Launchd/VeskAppBundleLaunchdAuthorizationProviding.h"
 #include "QuillonUpdatesAppKitUI/HelperLaunchers/Launchd/VeskAppBundleLaunchdJobSubmitting.h"
-
-#include <memory>
-#include <optional>
-#include <string>
-#include <string_view>
 
 namespace quillon {
 

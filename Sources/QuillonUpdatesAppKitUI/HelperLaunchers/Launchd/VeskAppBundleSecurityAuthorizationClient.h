@@ -1,9 +1,9 @@
 #pragma once
 
-#include "QuillonUpdatesAppKitUI/HelperLaunchers/Launchd/VeskAppBundleLaunchdAuthorization.h"
-
 #include <cstdint>
 #include <string_view>
+
+#include "QuillonUpdatesAppKitUI/HelperLaunchers/Launchd/VeskAppBundleLaunchdAuthorization.h"
 
 namespace quillon {
 

@@ -1,9 +1,9 @@
 #pragma once
 
+#include <memory>
+
 #include "QuillonUpdatesAppKitUI/HelperLaunchers/Launchd/VeskAppBundleLaunchdAuthorizationProviding.h"
 #include "QuillonUpdatesAppKitUI/HelperLaunchers/Launchd/VeskAppBundleSecurityAuthorizationClient.h"
-
-#include <memory>
 
 namespace quillon {
 

@@ -1,8 +1,6 @@
-#include "QuillonCore/Runtime/Linux/QuillonDetachedProcess.h"
-#include "QuillonCore/Runtime/Posix/FileDescriptor.h"
-#include "QuillonCore/Values/QuillonError.h"
-#include "Support/ReportFifo.h"
-#include "Support/TemporaryDirectory.h"
+#include <fcntl.h>
+#include <gtest/gtest.h>
+#include <unistd.h>
 
 #include <cerrno>
 #include <csignal>
@@ -10,9 +8,11 @@
 #include <sstream>
 #include <string>
 
-#include <fcntl.h>
-#include <gtest/gtest.h>
-#include <unistd.h>
+#include "QuillonCore/Runtime/Linux/QuillonDetachedProcess.h"
+#include "QuillonCore/Runtime/Posix/FileDescriptor.h"
+#include "QuillonCore/Values/QuillonError.h"
+#include "Support/ReportFifo.h"
+#include "Support/TemporaryDirectory.h"
 
 namespace quillon {
 namespace {

@@ -1,14 +1,14 @@
-#include "QuillonCore/Runtime/Linux/QuillonLinuxWorkspace.h"
-#include "QuillonCore/Runtime/Posix/QuillonPosixFileManager.h"
-#include "Support/ReportFifo.h"
-#include "Support/TemporaryDirectory.h"
+#include <gmock/gmock.h>
+#include <gtest/gtest.h>
 
 #include <memory>
 #include <string>
 #include <vector>
 
-#include <gmock/gmock.h>
-#include <gtest/gtest.h>
+#include "QuillonCore/Runtime/Linux/QuillonLinuxWorkspace.h"
+#include "QuillonCore/Runtime/Posix/QuillonPosixFileManager.h"
+#include "Support/ReportFifo.h"
+#include "Support/TemporaryDirectory.h"
 
 namespace quillon {
 namespace {

@@ -1,9 +1,9 @@
-#include "QuillonCore/Runtime/Linux/QuillonToolLocation.h"
-#include "Support/TemporaryDirectory.h"
-
 #include <gtest/gtest.h>
 #include <sys/stat.h>
 #include <unistd.h>
+
+#include "QuillonCore/Runtime/Linux/QuillonToolLocation.h"
+#include "Support/TemporaryDirectory.h"
 
 namespace quillon {
 namespace {

@@ -1,12 +1,11 @@
-#include "QuillonCore/Runtime/Posix/CommandProcess.h"
-
 #include <fcntl.h>
+#include <gtest/gtest.h>
 #include <sys/wait.h>
 #include <unistd.h>
 
 #include <csignal>
 
-#include <gtest/gtest.h>
+#include "QuillonCore/Runtime/Posix/CommandProcess.h"
 
 namespace quillon {
 namespace {

@@ -1,5 +1,4 @@
-#include "QuillonCore/Runtime/Posix/QuillonPosixPath.h"
-
+#include <gtest/gtest.h>
 #include <sys/prctl.h>
 #include <sys/stat.h>
 #include <sys/wait.h>
@@ -11,8 +10,7 @@
 #include <filesystem>
 #include <optional>
 
-#include <gtest/gtest.h>
-
+#include "QuillonCore/Runtime/Posix/QuillonPosixPath.h"
 #include "QuillonCore/Runtime/Posix/QuillonPosixPlatform.h"
 #include "QuillonCore/Values/QuillonError.h"
 #include "Support/TemporaryDirectory.h"

@@ -1,6 +1,8 @@
-#include "QuillonCore/Runtime/Posix/FileDescriptor.h"
-#include "QuillonCore/Runtime/Posix/QuillonPosixProcessRunner.h"
-#include "Support/TemporaryDirectory.h"
+#include <fcntl.h>
+#include <gmock/gmock.h>
+#include <gtest/gtest.h>
+#include <sys/stat.h>
+#include <unistd.h>
 
 #include <cerrno>
 #include <csignal>
@@ -8,11 +10,9 @@
 #include <string>
 #include <vector>
 
-#include <fcntl.h>
-#include <gmock/gmock.h>
-#include <gtest/gtest.h>
-#include <sys/stat.h>
-#include <unistd.h>
+#include "QuillonCore/Runtime/Posix/FileDescriptor.h"
+#include "QuillonCore/Runtime/Posix/QuillonPosixProcessRunner.h"
+#include "Support/TemporaryDirectory.h"
 
 namespace quillon {
 namespace {

@@ -1,6 +1,6 @@
-#include "QuillonCore/Runtime/Posix/QuillonPosixTreeWalk.h"
-
 #include <fcntl.h>
+#include <gmock/gmock.h>
+#include <gtest/gtest.h>
 
 #include <cerrno>
 #include <filesystem>
@@ -8,10 +8,8 @@
 #include <string>
 #include <vector>
 
-#include <gmock/gmock.h>
-#include <gtest/gtest.h>
-
 #include "QuillonCore/Runtime/Posix/FileDescriptor.h"
+#include "QuillonCore/Runtime/Posix/QuillonPosixTreeWalk.h"
 #include "QuillonCore/Values/QuillonError.h"
 #include "Support/TemporaryDirectory.h"
 
@@ -19,8 +17,8 @@ namespace quillon {
 namespace {
 
 namespace fs = std::filesystem;
-using testing::writeFile;
 using ::testing::ElementsAre;
+using testing::writeFile;
 
 class RecordingVisitor final : public QuillonPosixTreeVisitor {
  public:

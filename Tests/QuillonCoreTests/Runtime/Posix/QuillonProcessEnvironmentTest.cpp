@@ -1,10 +1,10 @@
-#include "QuillonCore/Runtime/Posix/QuillonProcessEnvironment.h"
-
-#include <cstdlib>
-
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 #include <unistd.h>
+
+#include <cstdlib>
+
+#include "QuillonCore/Runtime/Posix/QuillonProcessEnvironment.h"
 
 namespace quillon {
 namespace {

@@ -1,6 +1,6 @@
-#include "QuillonCore/Runtime/Posix/TerminationSignalShield.h"
-
 #include <gtest/gtest.h>
+
+#include "QuillonCore/Runtime/Posix/TerminationSignalShield.h"
 
 namespace quillon {
 namespace {

@@ -1,5 +1,5 @@
-#include "QuillonCore/Values/PropertyListCodec/BinaryPropertyListReader.h"
-#include "QuillonCore/Values/QuillonPropertyListCodec.h"
+#include <gmock/gmock.h>
+#include <gtest/gtest.h>
 
 #include <cmath>
 #include <cstdint>
@@ -7,8 +7,8 @@
 #include <utility>
 #include <vector>
 
-#include <gmock/gmock.h>
-#include <gtest/gtest.h>
+#include "QuillonCore/Values/PropertyListCodec/BinaryPropertyListReader.h"
+#include "QuillonCore/Values/QuillonPropertyListCodec.h"
 
 namespace quillon {
 namespace {

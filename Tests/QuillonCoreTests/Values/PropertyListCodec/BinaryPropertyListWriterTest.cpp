@@ -1,8 +1,8 @@
-#include "QuillonCore/Values/QuillonPropertyListCodec.h"
+#include <gtest/gtest.h>
 
 #include <string>
 
-#include <gtest/gtest.h>
+#include "QuillonCore/Values/QuillonPropertyListCodec.h"
 
 namespace quillon {
 namespace {

@@ -1,10 +1,10 @@
-#include "QuillonCore/Values/PropertyListCodec/OldStylePropertyListReader.h"
-#include "QuillonCore/Values/QuillonPropertyListCodec.h"
+#include <gmock/gmock.h>
+#include <gtest/gtest.h>
 
 #include <string>
 
-#include <gmock/gmock.h>
-#include <gtest/gtest.h>
+#include "QuillonCore/Values/PropertyListCodec/OldStylePropertyListReader.h"
+#include "QuillonCore/Values/QuillonPropertyListCodec.h"
 
 namespace quillon {
 namespace {

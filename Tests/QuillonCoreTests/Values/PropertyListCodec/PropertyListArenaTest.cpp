@@ -1,11 +1,11 @@
-#include "QuillonCore/Values/PropertyListCodec/PropertyListArena.h"
+#include <gtest/gtest.h>
 
 #include <cstdint>
 #include <string>
 #include <string_view>
 #include <vector>
 
-#include <gtest/gtest.h>
+#include "QuillonCore/Values/PropertyListCodec/PropertyListArena.h"
 
 namespace quillon {
 namespace {

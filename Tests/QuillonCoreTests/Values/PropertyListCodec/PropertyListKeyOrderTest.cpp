@@ -1,10 +1,10 @@
-#include "QuillonCore/Values/PropertyListCodec/PropertyListKeyOrder.h"
+#include <gtest/gtest.h>
 
 #include <array>
 #include <string_view>
 #include <vector>
 
-#include <gtest/gtest.h>
+#include "QuillonCore/Values/PropertyListCodec/PropertyListKeyOrder.h"
 
 namespace quillon {
 namespace {

@@ -1,10 +1,10 @@
-#include "QuillonCore/Values/PropertyListCodec/PropertyListScalars.h"
+#include <gtest/gtest.h>
 
 #include <clocale>
 #include <cstdint>
 #include <string>
 
-#include <gtest/gtest.h>
+#include "QuillonCore/Values/PropertyListCodec/PropertyListScalars.h"
 
 namespace quillon {
 namespace {

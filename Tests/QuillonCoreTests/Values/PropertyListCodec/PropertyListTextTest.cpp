@@ -1,9 +1,9 @@
-#include "QuillonCore/Values/PropertyListCodec/PropertyListText.h"
-#include "QuillonCore/Values/QuillonPropertyListCodec.h"
+#include <gtest/gtest.h>
 
 #include <string>
 
-#include <gtest/gtest.h>
+#include "QuillonCore/Values/PropertyListCodec/PropertyListText.h"
+#include "QuillonCore/Values/QuillonPropertyListCodec.h"
 
 namespace quillon {
 namespace {

@@ -1,10 +1,10 @@
-#include "QuillonCore/Values/PropertyListCodec/PropertyListTreeBuilder.h"
+#include <gtest/gtest.h>
 
 #include <string>
 #include <string_view>
 #include <vector>
 
-#include <gtest/gtest.h>
+#include "QuillonCore/Values/PropertyListCodec/PropertyListTreeBuilder.h"
 
 namespace quillon {
 namespace {

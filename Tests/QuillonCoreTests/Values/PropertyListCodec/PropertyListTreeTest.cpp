@@ -1,10 +1,10 @@
-#include "QuillonCore/Values/PropertyListCodec/PropertyListTree.h"
+#include <gtest/gtest.h>
 
 #include <array>
 #include <memory>
 #include <string_view>
 
-#include <gtest/gtest.h>
+#include "QuillonCore/Values/PropertyListCodec/PropertyListTree.h"
 
 namespace quillon {
 namespace {

@@ -1,11 +1,11 @@
-#include "QuillonCore/Values/PropertyListCodec/XMLPropertyListReader.h"
-#include "QuillonCore/Values/QuillonPropertyListCodec.h"
+#include <gmock/gmock.h>
+#include <gtest/gtest.h>
 
 #include <cmath>
 #include <string>
 
-#include <gmock/gmock.h>
-#include <gtest/gtest.h>
+#include "QuillonCore/Values/PropertyListCodec/XMLPropertyListReader.h"
+#include "QuillonCore/Values/QuillonPropertyListCodec.h"
 
 namespace quillon {
 namespace {

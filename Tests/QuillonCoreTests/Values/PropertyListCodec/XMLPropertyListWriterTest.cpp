@@ -1,9 +1,9 @@
-#include "QuillonCore/Values/QuillonPropertyListCodec.h"
+#include <gmock/gmock.h>
+#include <gtest/gtest.h>
 
 #include <string>
 
-#include <gmock/gmock.h>
-#include <gtest/gtest.h>
+#include "QuillonCore/Values/QuillonPropertyListCodec.h"
 
 namespace quillon {
 namespace {

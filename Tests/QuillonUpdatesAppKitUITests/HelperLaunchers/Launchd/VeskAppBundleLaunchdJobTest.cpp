@@ -1,6 +1,6 @@
-#include "QuillonUpdatesAppKitUI/HelperLaunchers/Launchd/VeskAppBundleLaunchdJob.h"
-
 #include <gtest/gtest.h>
+
+#include "QuillonUpdatesAppKitUI/HelperLaunchers/Launchd/VeskAppBundleLaunchdJob.h"
 
 namespace quillon {
 namespace {

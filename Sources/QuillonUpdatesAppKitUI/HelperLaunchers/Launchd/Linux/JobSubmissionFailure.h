@@ -1,10 +1,10 @@
 #pragma once
 
+#include <functional>
+
 #include "QuillonCore/Values/QuillonError.h"
 #include "QuillonUpdatesAppKitUI/AppBundleReplacement/VeskUpdateInstallerError.h"
 #include "QuillonUpdatesAppKitUI/HelperLaunchers/Launchd/VeskAppBundleLaunchdJob.h"
-
-#include <functional>
 
 namespace quillon {
 

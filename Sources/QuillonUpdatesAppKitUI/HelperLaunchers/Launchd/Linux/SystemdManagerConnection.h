@@ -1,6 +1,6 @@
 #pragma once
 
-#include "QuillonCore/Values/QuillonError.h"
+#include <systemd/sd-bus.h>
 
 #include <chrono>
 #include <map>
@@ -8,7 +8,7 @@
 #include <string>
 #include <vector>
 
-#include <systemd/sd-bus.h>
+#include "QuillonCore/Values/QuillonError.h"
 
 namespace quillon {
 

@@ -1,13 +1,13 @@
 #include "QuillonUpdatesAppKitUI/HelperLaunchers/Launchd/Linux/VeskAppBundleSystemJobSubmitter.h"
 
-#include "QuillonUpdatesAppKitUI/HelperLaunchers/Launchd/Linux/VeskAppBundleDetachedJobSubmitter.h"
-#include "QuillonUpdatesAppKitUI/HelperLaunchers/Launchd/Linux/VeskAppBundleSystemdJobSubmitter.h"
+#include <systemd/sd-daemon.h>
+#include <unistd.h>
 
 #include <string>
 #include <utility>
 
-#include <systemd/sd-daemon.h>
-#include <unistd.h>
+#include "QuillonUpdatesAppKitUI/HelperLaunchers/Launchd/Linux/VeskAppBundleDetachedJobSubmitter.h"
+#include "QuillonUpdatesAppKitUI/HelperLaunchers/Launchd/Linux/VeskAppBundleSystemdJobSubmitter.h"
 
 namespace quillon {
 namespace {
@@ -22,8 +22,7 @@ bool systemdManages(VeskAppBundleLaunchdJobDomain domain) {
 
 VeskAppBundleSystemJobSubmitter::VeskAppBundleSystemJobSubmitter()
     : VeskAppBundleSystemJobSubmitter(std::make_shared<VeskAppBundleSystemdJobSubmitter>(),
-                                      std::make_shared<VeskAppBundleDetachedJobSubmitter>(),
-                                      systemdManages) {}
+                                      std::make_shared<VeskAppBundleDetachedJobSubmitter>(), systemdManages) {}
 
 VeskAppBundleSystemJobSubmitter::VeskAppBundleSystemJobSubmitter(
     std::shared_ptr<VeskAppBundleLaunchdJobSubmitting> systemdSubmitter,

@@ -1,9 +1,9 @@
 #pragma once
 
-#include "QuillonUpdatesAppKitUI/HelperLaunchers/Launchd/VeskAppBundleLaunchdJobSubmitting.h"
-
 #include <functional>
 #include <memory>
+
+#include "QuillonUpdatesAppKitUI/HelperLaunchers/Launchd/VeskAppBundleLaunchdJobSubmitting.h"
 
 namespace quillon {
 

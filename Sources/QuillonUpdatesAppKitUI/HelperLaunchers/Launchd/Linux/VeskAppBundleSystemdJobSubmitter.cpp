@@ -1,14 +1,14 @@
 #include "QuillonUpdatesAppKitUI/HelperLaunchers/Launchd/Linux/VeskAppBundleSystemdJobSubmitter.h"
 
-#include "QuillonUpdatesAppKitUI/AppBundleReplacement/VeskUpdateInstallerError.h"
-#include "QuillonUpdatesAppKitUI/HelperLaunchers/Launchd/Linux/JobSubmissionFailure.h"
-#include "QuillonUpdatesAppKitUI/HelperLaunchers/Launchd/Linux/SystemdManagerConnection.h"
-#include "QuillonUpdatesAppKitUI/HelperLaunchers/Launchd/Linux/SystemdUnitName.h"
+#include <unistd.h>
 
 #include <cerrno>
 #include <string_view>
 
-#include <unistd.h>
+#include "QuillonUpdatesAppKitUI/AppBundleReplacement/VeskUpdateInstallerError.h"
+#include "QuillonUpdatesAppKitUI/HelperLaunchers/Launchd/Linux/JobSubmissionFailure.h"
+#include "QuillonUpdatesAppKitUI/HelperLaunchers/Launchd/Linux/SystemdManagerConnection.h"
+#include "QuillonUpdatesAppKitUI/HelperLaunchers/Launchd/Linux/SystemdUnitName.h"
 
 namespace quillon {
 namespace {

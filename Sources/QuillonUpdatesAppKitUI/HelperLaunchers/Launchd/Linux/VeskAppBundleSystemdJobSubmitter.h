@@ -1,9 +1,9 @@
 #pragma once
 
-#include "QuillonUpdatesAppKitUI/HelperLaunchers/Launchd/VeskAppBundleLaunchdJobSubmitting.h"
-
 #include <chrono>
 #include <string>
+
+#include "QuillonUpdatesAppKitUI/HelperLaunchers/Launchd/VeskAppBundleLaunchdJobSubmitting.h"
 
 namespace quillon {
 

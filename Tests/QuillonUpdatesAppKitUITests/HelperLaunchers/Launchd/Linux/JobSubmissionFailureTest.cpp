@@ -1,8 +1,8 @@
-#include "QuillonUpdatesAppKitUI/HelperLaunchers/Launchd/Linux/JobSubmissionFailure.h"
+#include <gtest/gtest.h>
 
 #include <cerrno>
 
-#include <gtest/gtest.h>
+#include "QuillonUpdatesAppKitUI/HelperLaunchers/Launchd/Linux/JobSubmissionFailure.h"
 
 namespace quillon {
 namespace {

@@ -1,6 +1,6 @@
-#include "QuillonUpdatesAppKitUI/HelperLaunchers/Launchd/Linux/SystemdUnitName.h"
-
 #include <gtest/gtest.h>
+
+#include "QuillonUpdatesAppKitUI/HelperLaunchers/Launchd/Linux/SystemdUnitName.h"
 
 namespace quillon {
 namespace {

@@ -1,13 +1,13 @@
-#include "QuillonUpdatesAppKitUI/AppBundleReplacement/VeskUpdateInstallerError.h"
-#include "QuillonUpdatesAppKitUI/HelperLaunchers/Launchd/Linux/VeskAppBundleDetachedJobSubmitter.h"
-#include "Support/ReportFifo.h"
-#include "Support/TemporaryDirectory.h"
+#include <gtest/gtest.h>
 
 #include <cerrno>
 #include <optional>
 #include <string>
 
-#include <gtest/gtest.h>
+#include "QuillonUpdatesAppKitUI/AppBundleReplacement/VeskUpdateInstallerError.h"
+#include "QuillonUpdatesAppKitUI/HelperLaunchers/Launchd/Linux/VeskAppBundleDetachedJobSubmitter.h"
+#include "Support/ReportFifo.h"
+#include "Support/TemporaryDirectory.h"
 
 namespace quillon {
 namespace {

@@ -1,7 +1,7 @@
-#include "QuillonUpdatesAppKitUI/HelperLaunchers/Launchd/Linux/VeskAppBundleProcessRightsAuthorizationClient.h"
-
 #include <gtest/gtest.h>
 #include <unistd.h>
+
+#include "QuillonUpdatesAppKitUI/HelperLaunchers/Launchd/Linux/VeskAppBundleProcessRightsAuthorizationClient.h"
 
 namespace quillon {
 namespace {

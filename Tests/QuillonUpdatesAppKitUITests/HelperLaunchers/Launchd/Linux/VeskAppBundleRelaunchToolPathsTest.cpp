@@ -1,7 +1,7 @@
+#include <gtest/gtest.h>
+
 #include "QuillonCore/Runtime/Linux/QuillonToolLocation.h"
 #include "QuillonUpdatesAppKitUI/HelperLaunchers/Launchd/VeskAppBundleLaunchdRelauncher.h"
-
-#include <gtest/gtest.h>
 
 namespace quillon {
 namespace {
