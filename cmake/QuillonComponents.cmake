@@ -86,7 +86,7 @@ function(quillon_add_test name)
     add_dependencies(${name} ${arg_DEPENDS})
   endif()
   include(GoogleTest)
-  gtest_discover_tests(${name} DISCOVERY_MODE PRE_TEST PROPERTIES LABELS "${arg_LABEL}")
+  gtest_discover_tests(${name} DISCOVERY_MODE PRE_TEST NO_PRETTY_VALUES PROPERTIES LABELS "${arg_LABEL}")
 endfunction()
 
 # A libFuzzer target, and in every other build the same entry point replaying its corpus as a test:

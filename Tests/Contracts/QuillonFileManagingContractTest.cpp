@@ -374,10 +374,14 @@ TEST_P(QuillonFileManagingContract, QuarantineMarksAreTakenOffEveryItem) {
 }
 
 TEST_P(QuillonFileManagingContract, AReadOnlyFileWithoutAMarkHasNoneToKeep) {
-  if (geteuid() == 0) ASSERT_EQ(chown(folder.path().c_str(), 65534, 65534), 0);
+  if (geteuid() == 0) {
+    ASSERT_EQ(chown(folder.path().c_str(), 65534, 65534), 0);
+  }
   writeFile(folder / "tree/file", "x");
   for (const char* item : {"tree", "tree/file"}) {
-    if (geteuid() == 0) ASSERT_EQ(chown((folder / item).c_str(), 65534, 65534), 0);
+    if (geteuid() == 0) {
+      ASSERT_EQ(chown((folder / item).c_str(), 65534, 65534), 0);
+    }
   }
   ASSERT_EQ(chmod((folder / "tree/file").c_str(), 0444), 0);
 
