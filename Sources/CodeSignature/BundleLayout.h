@@ -2,7 +2,7 @@
 
 #include <string>
 
-#include "CodeSignature/FileDescriptor.h"
+#include "CodeSignature/FileOpening.h"
 #include "QuillonCore/Values/QuillonPropertyListValue.h"
 
 namespace quillon {

@@ -3,7 +3,7 @@
 #include <string>
 #include <vector>
 
-#include "CodeSignature/FileDescriptor.h"
+#include "CodeSignature/FileOpening.h"
 #include "CodeSignature/ResourceRules.h"
 
 namespace quillon {

@@ -7,7 +7,7 @@
 #include <vector>
 
 #include "CodeSignature/CodeHash.h"
-#include "CodeSignature/FileDescriptor.h"
+#include "CodeSignature/FileOpening.h"
 
 namespace quillon {
 

@@ -4,7 +4,7 @@
 #include <string>
 #include <vector>
 
-#include "CodeSignature/FileDescriptor.h"
+#include "CodeSignature/FileOpening.h"
 
 namespace quillon {
 

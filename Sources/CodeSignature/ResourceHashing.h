@@ -6,8 +6,8 @@
 #include <string>
 #include <vector>
 
-#include "CodeSignature/FileDescriptor.h"
 #include "CodeSignature/FileHashing.h"
+#include "CodeSignature/FileOpening.h"
 
 namespace quillon {
 

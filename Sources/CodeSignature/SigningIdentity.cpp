@@ -6,7 +6,7 @@
 
 #include "CodeSignature/CertificateChain.h"
 #include "CodeSignature/CodeSignatureError.h"
-#include "CodeSignature/FileDescriptor.h"
+#include "CodeSignature/FileOpening.h"
 #include "CodeSignature/SigningIdentityContent.h"
 #include "QuillonCore/Values/QuillonError.h"
 

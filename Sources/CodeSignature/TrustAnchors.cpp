@@ -9,7 +9,7 @@
 #include <cerrno>
 
 #include "CodeSignature/CodeHash.h"
-#include "CodeSignature/FileDescriptor.h"
+#include "CodeSignature/FileOpening.h"
 #include "CodeSignature/FolderReader.h"
 #include "CodeSignature/OpenSSLHandles.h"
 #include "QuillonCore/Values/QuillonError.h"

@@ -1,4 +1,4 @@
-#include "CodeSignature/FileDescriptor.h"
+#include "CodeSignature/FileOpening.h"
 
 #include <linux/openat2.h>
 #include <sys/stat.h>
@@ -36,10 +36,6 @@ FileDescriptor openFolderByComponents(int folder, std::string_view path) {
 }
 
 }  // namespace
-
-FileDescriptor::~FileDescriptor() {
-  if (descriptor_ >= 0) close(descriptor_);
-}
 
 FileDescriptor openFolder(int folder, const std::string& path) {
   return openOrThrow(folder, path, kFolderFlags);

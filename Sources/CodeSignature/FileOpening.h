@@ -4,30 +4,10 @@
 
 #include <cstddef>
 #include <string>
-#include <utility>
+
+#include "QuillonCore/Runtime/Posix/FileDescriptor.h"
 
 namespace quillon {
-
-/// Owns an open file.
-class FileDescriptor {
- public:
-  FileDescriptor() = default;
-  explicit FileDescriptor(int descriptor) noexcept : descriptor_(descriptor) {}
-  ~FileDescriptor();
-  FileDescriptor(FileDescriptor&& other) noexcept : descriptor_(std::exchange(other.descriptor_, -1)) {}
-  FileDescriptor& operator=(FileDescriptor&& other) noexcept {
-    std::swap(descriptor_, other.descriptor_);
-    return *this;
-  }
-  FileDescriptor(const FileDescriptor&) = delete;
-  FileDescriptor& operator=(const FileDescriptor&) = delete;
-
-  [[nodiscard]] int get() const noexcept { return descriptor_; }
-  [[nodiscard]] int release() noexcept { return std::exchange(descriptor_, -1); }
-
- private:
-  int descriptor_ = -1;
-};
 
 /// Opens the folder `path` below `folder` for reading; its last component must not be a link. With AT_FDCWD, `path` may
 /// be absolute. Throws QuillonSystemError.

@@ -5,16 +5,16 @@
 #include <filesystem>
 #include <functional>
 
-#include "CodeSignature/FileDescriptor.h"
+#include "CodeSignature/FileOpening.h"
 #include "QuillonCore/Values/QuillonError.h"
 #include "Support/TemporaryDirectory.h"
 
 namespace quillon {
 namespace {
 
-class FileDescriptorTest : public ::testing::Test {
+class FileOpeningTest : public ::testing::Test {
  protected:
-  FileDescriptorTest() {
+  FileOpeningTest() {
     testing::writeFile(folder_ / "a/b/file", "content");
     std::filesystem::create_symlink("b", folder_ / "a/link");
     std::filesystem::create_symlink("file", folder_ / "a/b/fileLink");
@@ -34,7 +34,7 @@ class FileDescriptorTest : public ::testing::Test {
   FileDescriptor descriptor_;
 };
 
-TEST_F(FileDescriptorTest, FoldersAreOpenedBeneathWithoutFollowingLinks) {
+TEST_F(FileOpeningTest, FoldersAreOpenedBeneathWithoutFollowingLinks) {
   const FileDescriptor inner = openFolderBeneath(descriptor_.get(), "a/b");
   EXPECT_EQ(readWholeFile(openRegularFile(inner.get(), "file"), 100), "content");
   EXPECT_EQ(errorOf([this] { (void)openFolderBeneath(descriptor_.get(), "a/link"); }), ENOTDIR);
@@ -45,7 +45,7 @@ TEST_F(FileDescriptorTest, FoldersAreOpenedBeneathWithoutFollowingLinks) {
   EXPECT_EQ(errorOf([this] { (void)openFolderBeneath(descriptor_.get(), "/"); }), EXDEV);
 }
 
-TEST_F(FileDescriptorTest, OnlyRegularFilesAreOpenedAndNothingIsWaitedFor) {
+TEST_F(FileOpeningTest, OnlyRegularFilesAreOpenedAndNothingIsWaitedFor) {
   ASSERT_EQ(mkfifo((folder_ / "pipe").c_str(), 0600), 0);
   const FileDescriptor inner = openFolderBeneath(descriptor_.get(), "a/b");
 
@@ -54,7 +54,7 @@ TEST_F(FileDescriptorTest, OnlyRegularFilesAreOpenedAndNothingIsWaitedFor) {
   EXPECT_EQ(errorOf([this] { (void)openRegularFile(descriptor_.get(), "pipe"); }), ENXIO);
 }
 
-TEST_F(FileDescriptorTest, MoreBytesThanTheLimitAreRefused) {
+TEST_F(FileOpeningTest, MoreBytesThanTheLimitAreRefused) {
   const FileDescriptor inner = openFolderBeneath(descriptor_.get(), "a/b");
 
   EXPECT_EQ(readWholeFile(openRegularFile(inner.get(), "file"), 7), "content");
