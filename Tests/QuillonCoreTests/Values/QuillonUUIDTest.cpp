@@ -1,6 +1,6 @@
+#include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
-#include <regex>
 #include <set>
 
 #include "QuillonCore/Values/QuillonUUID.h"
@@ -10,11 +10,11 @@ namespace {
 
 TEST(QuillonUUIDTest, IsARandomUUIDInUpperCase) {
   std::set<std::string> seen;
-  const std::regex form("[0-9A-F]{8}-[0-9A-F]{4}-4[0-9A-F]{3}-[89AB][0-9A-F]{3}-[0-9A-F]{12}");
+  const char* const form = "[0-9A-F]{8}-[0-9A-F]{4}-4[0-9A-F]{3}-[89AB][0-9A-F]{3}-[0-9A-F]{12}";
 
   for (int i = 0; i < 100; ++i) {
     const std::string uuid = makeUUIDString();
-    EXPECT_TRUE(std::regex_match(uuid, form)) << uuid;
+    EXPECT_THAT(uuid, ::testing::MatchesRegex(form));
     seen.insert(uuid);
   }
 

@@ -13,8 +13,6 @@
 #include <csignal>
 #include <filesystem>
 #include <fstream>
-#include <regex>
-#include <set>
 
 #include "QuillonUpdatesAppKitUI/AppBundleReplacement/VeskAppBundleReplacementExecutor.h"
 #include "Support/ApplicationBundleBuilder.h"
@@ -61,9 +59,9 @@ TEST(VeskAppBundleReplacementExecutorTest, SwapsTheBundlesRelaunchesAndLeavesNot
   ASSERT_THAT(world.relauncher->relaunched, SizeIs(1));
   EXPECT_EQ(world.relauncher->relaunched[0].second, "2.0");
   EXPECT_EQ(result.installedApplicationURL.path(), world.installed.string());
-  EXPECT_TRUE(std::regex_match(result.backupApplicationURL.path(),
-                               std::regex(".*/Applications/Example\\.app\\.vesk-update-backup-"
-                                          "[0-9A-F]{8}(-[0-9A-F]{4}){3}-[0-9A-F]{12}")));
+  EXPECT_THAT(result.backupApplicationURL.path(),
+              ::testing::MatchesRegex(".*/Applications/Example\\.app\\.vesk-update-backup-"
+                                      "[0-9A-F]{8}(-[0-9A-F]{4}){3}-[0-9A-F]{12}"));
 }
 
 TEST(VeskAppBundleReplacementExecutorTest, TwoReplacementsNeverShareABackupName) {
