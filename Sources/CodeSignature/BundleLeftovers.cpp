@@ -37,17 +37,21 @@ bool isDesktopFile(int folder, const FolderEntry& entry) {
 
 }  // namespace
 
+void checkBundleRoot(const BundleLayout& layout) {
+  for (const FolderEntry& entry : readFolder(layout.bundle)) {
+    const bool isExpected = (entry.kind == FolderEntryKind::folder && entry.name == "Contents") ||
+                            isDesktopFile(layout.bundle.get(), entry);
+    if (!isExpected) fail(layout.path + "/" + entry.name);
+  }
+}
+
 void checkLeftovers(const BundleLayout& layout, const LoadedSignature& signature) {
   const FileDescriptor folder = openFolder(layout.support.get(), "_CodeSignature");
   for (const FolderEntry& entry : readFolder(folder)) {
     const bool isExpected = entry.kind == FolderEntryKind::file && isPartOfSignature(entry.name, signature);
     if (!isExpected) fail(layout.supportPath() + "/_CodeSignature/" + entry.name);
   }
-  for (const FolderEntry& entry : readFolder(layout.bundle)) {
-    const bool isExpected = (entry.kind == FolderEntryKind::folder && entry.name == "Contents") ||
-                            isDesktopFile(layout.bundle.get(), entry);
-    if (!isExpected) fail(layout.path + "/" + entry.name);
-  }
+  checkBundleRoot(layout);
 }
 
 }  // namespace quillon

@@ -8,6 +8,7 @@
 #include <utility>
 #include <vector>
 
+#include "CodeSignature/BundleLeftovers.h"
 #include "CodeSignature/BundleLink.h"
 #include "CodeSignature/BundleLocation.h"
 #include "CodeSignature/CMSSignature.h"
@@ -60,6 +61,7 @@ class BundleSigning {
         rules_(ResourceRules::standard(2)),
         hashTypes_(hashTypesFor(layout, options)) {
     if (layout.isInformationMalformed) throw CodeSignatureError(CodeSignatureErrorCode::badPropertyList);
+    checkBundleRoot(layout);
     scopes_.push_back({.support = support_, .rules = &rules_, .mainExecutable = &layout.mainExecutable});
     removeUnfinishedSignatureFolders(layout);
     scanned_ = scanResources(layout.support, rules_, layout.mainExecutable, layout.supportPath());

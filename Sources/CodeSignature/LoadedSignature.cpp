@@ -42,6 +42,7 @@ void checkNamedHashes(const LoadedSignature& signature) {
     std::vector<CodeDirectory> sorted = directories;
     std::ranges::sort(sorted, {}, &CodeDirectory::hashType);
     std::vector<std::string> hashes;
+    hashes.reserve(sorted.size());
     for (const CodeDirectory& directory : sorted) hashes.push_back(directory.identifyingHash());
     if (hashes != *cms.listedHashes) fail();
   }
