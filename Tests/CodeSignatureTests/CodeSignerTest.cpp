@@ -116,6 +116,7 @@ const Obstacle kObstacles[] = {
     {"NameInInvalidUTF8", [](const auto& b) { testing::writeFile(b / "Resources/\xFF", ""); }, std::nullopt},
     {"MachOExecutable", [](const auto& b) { testing::writeFile(b / "MacOS/Example", "\xCA\xFE\xBA\xBE"); },
      signatureUnsupported},
+    {"FileBesideContents", [](const auto& b) { testing::writeFile(b.path() / "stray", ""); }, unsealedRootContents},
     {"BrokenInformation", [](const auto& b) { testing::writeFile(b / "Info.plist", "<"); }, badPropertyList},
     {"NestedFramework", [](const auto& b) { fs::create_directories(b / "Frameworks/F.framework/Versions/A"); },
      signatureUnsupported},
