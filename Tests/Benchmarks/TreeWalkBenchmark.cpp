@@ -83,10 +83,9 @@ int main(int argumentCount, char** arguments) {
   makeTree(root);
   const QuillonPosixFileManager files;
   const QuillonURL url = QuillonURL::fileURL(root.string());
-  const auto nothing = [] {};
 
   unsigned int owner = 1000;
-  const double ourOwners = medianOfFive(nothing, [&] { files.changeOwnerOfDescendants(url, ++owner, owner); });
+  const double ourOwners = medianOfFive([&] { ++owner; }, [&] { files.changeOwnerOfDescendants(url, owner, owner); });
   const double theirOwners = medianOfFive(
       [&] { ++owner; },
       [&] { run("chown -R " + std::to_string(owner) + ":" + std::to_string(owner) + " " + root.string()); });
