@@ -1,13 +1,12 @@
 // A bundle of 100,000 files takes the whole road; one changed file among them is found.
 
 #include <fcntl.h>
+#include <gmock/gmock.h>
+#include <gtest/gtest.h>
 #include <unistd.h>
 
 #include <filesystem>
 #include <string>
-
-#include <gmock/gmock.h>
-#include <gtest/gtest.h>
 
 #include "CodeSignature/CodeSigner.h"
 #include "QuillonCore/Runtime/Posix/QuillonPosixProcessRunner.h"
@@ -25,7 +24,9 @@ using testing::versionOfApplicationBundle;
 constexpr int kFolders = 100;
 constexpr int kFilesPerFolder = 1000;
 
-std::string command(const std::string& name) { return std::string(QUILLON_BINARY_FOLDER) + "/" + name; }
+std::string command(const std::string& name) {
+  return std::string(QUILLON_BINARY_FOLDER) + "/" + name;
+}
 
 void addManyFiles(const fs::path& resources) {
   for (int i = 0; i < kFolders; ++i) {

@@ -106,7 +106,7 @@ int removeQuarantineMark(int folder, const char* name, bool isFileOrDirectory) n
   // Permission is looked at before the mark is: an item without one has nothing to take off.
   const bool mayHaveNone = error == EACCES || error == EPERM;
   if (mayHaveNone && lgetxattr(path.data(), kQuarantineAttribute, nullptr, 0) < 0 && errno == ENODATA) return 0;
-  return error == ENODATA || error == ENOTSUP ? 0 : error;
+  return error == ENODATA || error == ENOTSUP || error == ENOENT ? 0 : error;
 }
 
 int copyExtendedAttributes(int from, int to) noexcept {

@@ -11,7 +11,7 @@
 #include <cstdlib>
 #include <utility>
 
-#include "QuillonCore/Runtime/Posix/DirectoryNames.h"
+#include "QuillonCore/Runtime/Posix/DirectoryEntries.h"
 #include "QuillonCore/Runtime/Posix/FileDescriptor.h"
 #include "QuillonCore/Runtime/Posix/QuillonPosixPath.h"
 #include "QuillonCore/Runtime/Posix/QuillonPosixPlatform.h"
@@ -149,14 +149,14 @@ class RemovingVisitor final : public QuillonPosixTreeVisitor {
 class OwnerVisitor final : public QuillonPosixTreeVisitor {
  public:
   OwnerVisitor(uid_t user, gid_t group) : user_(user), group_(group) {}
+  [[nodiscard]] bool needsStatus() const override { return false; }
   void enterDirectory(const QuillonPosixTreeItem& item) override { isRoot_ ? void(isRoot_ = false) : change(item); }
   void visitItem(const QuillonPosixTreeItem& item) override { change(item); }
   void leaveDirectory(const QuillonPosixTreeItem&) override {}
 
  private:
   void change(const QuillonPosixTreeItem& item) const {
-    if (item.status->st_uid == user_ && item.status->st_gid == group_) return;
-    if (fchownat(item.folder, item.name, user_, group_, AT_SYMLINK_NOFOLLOW) == 0) return;
+    if (fchownat(item.folder, item.name, user_, group_, AT_SYMLINK_NOFOLLOW) == 0 || errno == ENOENT) return;
     throw QuillonSystemError::posix(errno, "change the owner of", pathForMessages(item.folder, item.name));
   }
 
@@ -167,6 +167,7 @@ class OwnerVisitor final : public QuillonPosixTreeVisitor {
 
 class QuarantineVisitor final : public QuillonPosixTreeVisitor {
  public:
+  [[nodiscard]] bool needsStatus() const override { return false; }
   void enterDirectory(const QuillonPosixTreeItem& item) override { release(item); }
   void visitItem(const QuillonPosixTreeItem& item) override { release(item); }
   void leaveDirectory(const QuillonPosixTreeItem&) override {}
@@ -236,7 +237,10 @@ std::string QuillonPosixFileManager::contentsOfFile(const QuillonURL& file, std:
 
 std::vector<std::string> QuillonPosixFileManager::contentsOfDirectory(const QuillonURL& directory) const {
   const FileDescriptor folder = openDirectory(directory.path(), "list");
-  std::vector<std::string> names = directoryNames(folder.get(), directory.path());
+  std::vector<std::string> names;
+  for (DirectoryEntry& entry : directoryEntries(folder.get(), directory.path())) {
+    names.push_back(std::move(entry.name));
+  }
   std::ranges::sort(names);
   return names;
 }

@@ -8,7 +8,7 @@
 #include <utility>
 #include <vector>
 
-#include "QuillonCore/Runtime/Posix/DirectoryNames.h"
+#include "QuillonCore/Runtime/Posix/DirectoryEntries.h"
 #include "QuillonCore/Runtime/Posix/FileDescriptor.h"
 #include "QuillonCore/Runtime/Posix/QuillonPosixPlatform.h"
 #include "QuillonCore/Values/QuillonError.h"
@@ -24,7 +24,7 @@ bool sameItem(const struct stat& a, const struct stat& b) {
 struct Level {
   std::string name;
   struct stat status {};
-  std::vector<std::string> names;
+  std::vector<DirectoryEntry> entries;
   std::size_t next = 0;
 };
 
@@ -38,7 +38,7 @@ class Walk {
     if (fstatat(base_, name, &status, AT_SYMLINK_NOFOLLOW) != 0) throw QuillonSystemError::posix(errno, "visit", path_);
     meet(base_, name, status);
     while (!levels_.empty()) {
-      if (levels_.back().next == levels_.back().names.size()) {
+      if (levels_.back().next == levels_.back().entries.size()) {
         ascend();
       } else {
         visitNext();
@@ -58,8 +58,12 @@ class Walk {
 
   void visitNext() {
     Level& level = levels_.back();
-    const std::string name = level.names[level.next++];
+    const auto [name, type] = std::move(level.entries[level.next++]);
     struct stat status {};
+    if (type != 0 && type != S_IFDIR && !visitor_.needsStatus()) {
+      status.st_mode = type;
+      return visitor_.visitItem({current_.get(), name.c_str(), &status});
+    }
     if (fstatat(current_.get(), name.c_str(), &status, AT_SYMLINK_NOFOLLOW) != 0) {
       if (errno == ENOENT) return;
       throw QuillonSystemError::posix(errno, "visit", pathForMessages(current_.get(), name));
@@ -78,7 +82,7 @@ class Walk {
     if (fstat(opened.get(), &found) != 0 || !sameItem(found, status)) {
       throw QuillonSystemError::posix(ESTALE, "visit", pathForMessages(folder, name));
     }
-    Level level{name, status, directoryNames(opened.get(), name), 0};
+    Level level{name, status, directoryEntries(opened.get(), name), 0};
     levels_.push_back(std::move(level));
     current_ = std::move(opened);
   }

@@ -19,6 +19,9 @@ struct QuillonPosixTreeItem {
 class QuillonPosixTreeVisitor {
  public:
   virtual ~QuillonPosixTreeVisitor() = default;
+  /// Whether it looks at more of an item that is no folder than the type bits of `st_mode`. When not, the file system
+  /// is not asked for what the folder's listing says already.
+  [[nodiscard]] virtual bool needsStatus() const { return true; }
   /// A folder, before it is opened and its items are visited.
   virtual void enterDirectory(const QuillonPosixTreeItem& item) = 0;
   /// A folder that cannot be opened, `code` being the errno value. True to pass over it; the walk ends with the error

@@ -1,4 +1,4 @@
-#include "QuillonCore/Runtime/Posix/DirectoryNames.h"
+#include "QuillonCore/Runtime/Posix/DirectoryEntries.h"
 
 #include <dirent.h>
 #include <fcntl.h>
@@ -13,7 +13,7 @@
 
 namespace quillon {
 
-std::vector<std::string> directoryNames(int folder, const std::string& path) {
+std::vector<DirectoryEntry> directoryEntries(int folder, const std::string& path) {
   struct Close {
     void operator()(DIR* stream) const noexcept { closedir(stream); }
   };
@@ -23,16 +23,18 @@ std::vector<std::string> directoryNames(int folder, const std::string& path) {
   const std::unique_ptr<DIR, Close> stream(fdopendir(own.get()));
   if (!stream) throw QuillonSystemError::posix(errno, "list", path);
   (void)own.release();
-  std::vector<std::string> names;
+  std::vector<DirectoryEntry> entries;
   for (;;) {
     errno = 0;
     const dirent* entry = readdir(stream.get());  // NOLINT(concurrency-mt-unsafe): the stream is this call's own
     if (entry == nullptr) break;
     const std::string_view name(entry->d_name);
-    if (name != "." && name != "..") names.emplace_back(name);
+    if (name != "." && name != "..") {
+      entries.push_back({.name = std::string(name), .type = static_cast<mode_t>(DTTOIF(entry->d_type))});
+    }
   }
   if (errno != 0) throw QuillonSystemError::posix(errno, "list", path);
-  return names;
+  return entries;
 }
 
 }  // namespace quillon
