@@ -13,18 +13,23 @@ bool isExecutableFile(const std::filesystem::path& file) noexcept {
   return stat(file.c_str(), &status) == 0 && S_ISREG(status.st_mode) && access(file.c_str(), X_OK) == 0;
 }
 
+/// Whether somebody else than root may write it. Root's own group, which a loose umask lets write, is root.
+bool othersMayWrite(const struct stat& status) noexcept {
+  return (status.st_mode & S_IWOTH) != 0 || ((status.st_mode & S_IWGRP) != 0 && status.st_gid != 0);
+}
+
 /// Whether only root can change what `path` names.
 bool onlyRootCanChange(const std::filesystem::path& path) noexcept {
   struct stat status {};
   if (lstat(path.c_str(), &status) != 0 || status.st_uid != 0) return false;
   // In a sticky folder such as /tmp others can make entries but not replace root's.
   const bool isSticky = S_ISDIR(status.st_mode) && (status.st_mode & S_ISVTX) != 0;
-  return isSticky || (status.st_mode & (S_IWGRP | S_IWOTH)) == 0;
+  return isSticky || !othersMayWrite(status);
 }
 
 bool isTrusted(const std::filesystem::path& file) {
   struct stat folder {};
-  if (stat(file.parent_path().c_str(), &folder) != 0 || (folder.st_mode & (S_IWGRP | S_IWOTH)) != 0) return false;
+  if (stat(file.parent_path().c_str(), &folder) != 0 || othersMayWrite(folder)) return false;
   std::error_code error;
   std::filesystem::path path = std::filesystem::canonical(file, error);
   if (error) return false;

@@ -62,9 +62,18 @@ TEST_F(PrivilegedToolLocationTest, PrivilegedProcessTakesATrustedToolBesideIt) {
 }
 
 TEST_F(PrivilegedToolLocationTest, PrivilegedProcessTakesNoToolThatOthersCanWrite) {
+  setMode(tool(), 0757);
+  EXPECT_EQ(location_.path("tool"), installed());
+
+  setMode(tool(), 0775);
+  ASSERT_EQ(chown(tool().c_str(), 0, 100), 0);
+  EXPECT_EQ(location_.path("tool"), installed());
+}
+
+TEST_F(PrivilegedToolLocationTest, RootsOwnGroupMayWriteTheTool) {
   setMode(tool(), 0775);
 
-  EXPECT_EQ(location_.path("tool"), installed());
+  EXPECT_EQ(location_.path("tool"), tool());
 }
 
 TEST_F(PrivilegedToolLocationTest, PrivilegedProcessTakesNoToolOfAnotherOwner) {
