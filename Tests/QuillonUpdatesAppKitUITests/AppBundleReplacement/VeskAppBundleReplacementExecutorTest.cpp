@@ -243,27 +243,25 @@ enum class Road { rename, privilegedCopy, otherVolume };
 
 class VeskAppBundleReplacementExecutorRoadTest : public ::testing::TestWithParam<Road> {
  protected:
-  /// Null when this machine cannot provide the road.
-  [[nodiscard]] static std::unique_ptr<ReplacementWorld> makeWorld(std::unique_ptr<ScopedMount>& mount) {
-    auto world = std::make_unique<ReplacementWorld>();
-    if (GetParam() == Road::privilegedCopy) world->privilege->answer = true;
-    if (GetParam() == Road::otherVolume) {
-      const fs::path volume = world->folder / "Volume";
-      fs::create_directory(volume);
-      mount = std::make_unique<ScopedMount>(volume, "size=8m");
-      if (!*mount) return nullptr;
-      fs::remove_all(world->staged);
-      world->staged = volume / "Example.app";
-      makeApplicationBundle(world->staged, {.version = "2.0", .build = "2"});
-    }
-    return world;
+  /// False when this machine cannot provide the road.
+  [[nodiscard]] static bool arrangeRoad(ReplacementWorld& world, std::unique_ptr<ScopedMount>& mount) {
+    if (GetParam() == Road::privilegedCopy) world.privilege->answer = true;
+    if (GetParam() != Road::otherVolume) return true;
+    const fs::path volume = world.folder / "Volume";
+    fs::create_directory(volume);
+    mount = std::make_unique<ScopedMount>(volume, "size=8m");
+    if (!*mount) return false;
+    fs::remove_all(world.staged);
+    world.staged = volume / "Example.app";
+    makeApplicationBundle(world.staged, {.version = "2.0", .build = "2"});
+    return true;
   }
 };
 
 TEST_P(VeskAppBundleReplacementExecutorRoadTest, SwapsTheBundlesAndLeavesNothingElse) {
-  std::unique_ptr<ScopedMount> mount;
-  const auto world = makeWorld(mount);
-  if (!world) GTEST_SKIP() << "only root may mount a volume";
+  const auto world = std::make_unique<ReplacementWorld>();
+  std::unique_ptr<ScopedMount> mount;  // unmounted before its folder is removed
+  if (!arrangeRoad(*world, mount)) GTEST_SKIP() << "only root may mount a volume";
 
   EXPECT_EQ(world->replace(), std::nullopt) << ::testing::PrintToString(world->log);
 
@@ -275,9 +273,9 @@ TEST_P(VeskAppBundleReplacementExecutorRoadTest, SwapsTheBundlesAndLeavesNothing
 TEST_P(VeskAppBundleReplacementExecutorRoadTest, AnySingleFileFailureLeavesACompleteInstalledApplication) {
   for (int change = 1; change < 100; ++change) {
     SCOPED_TRACE(change);
-    std::unique_ptr<ScopedMount> mount;
-    const auto world = makeWorld(mount);
-    if (!world) GTEST_SKIP() << "only root may mount a volume";
+    const auto world = std::make_unique<ReplacementWorld>();
+    std::unique_ptr<ScopedMount> mount;  // unmounted before its folder is removed
+    if (!arrangeRoad(*world, mount)) GTEST_SKIP() << "only root may mount a volume";
     world->files->failChange(change, EIO);
 
     const auto error = world->replace();
@@ -291,9 +289,9 @@ TEST_P(VeskAppBundleReplacementExecutorRoadTest, AnySingleFileFailureLeavesAComp
 }
 
 TEST_P(VeskAppBundleReplacementExecutorRoadTest, AFailedSwapLeavesNoHalfCopy) {
-  std::unique_ptr<ScopedMount> mount;
-  const auto world = makeWorld(mount);
-  if (!world) GTEST_SKIP() << "only root may mount a volume";
+  const auto world = std::make_unique<ReplacementWorld>();
+  std::unique_ptr<ScopedMount> mount;  // unmounted before its folder is removed
+  if (!arrangeRoad(*world, mount)) GTEST_SKIP() << "only root may mount a volume";
   world->relauncher->answer = false;
 
   EXPECT_EQ(world->replace(), VeskUpdateInstallerError::relaunchFailed());
@@ -305,9 +303,9 @@ TEST_P(VeskAppBundleReplacementExecutorRoadTest, AFailedSwapLeavesNoHalfCopy) {
 TEST_P(VeskAppBundleReplacementExecutorRoadTest, AKillAfterAnyChangeLeavesABundleOrItsBackupAndTheNextRunRecovers) {
   for (int change = 1; change < 100; ++change) {
     SCOPED_TRACE(change);
-    std::unique_ptr<ScopedMount> mount;
-    const auto world = makeWorld(mount);
-    if (!world) GTEST_SKIP() << "only root may mount a volume";
+    const auto world = std::make_unique<ReplacementWorld>();
+    std::unique_ptr<ScopedMount> mount;  // unmounted before its folder is removed
+    if (!arrangeRoad(*world, mount)) GTEST_SKIP() << "only root may mount a volume";
     world->files->afterChange(change, [] { raise(SIGKILL); });
 
     const pid_t child = fork();
