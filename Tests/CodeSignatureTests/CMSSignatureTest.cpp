@@ -12,7 +12,7 @@ CodeDirectory directoryOf(CodeHashType type) {
   directory.hashType = type;
   directory.identifier = "com.example";
   directory.codeLimit = 1;
-  directory.pageHashes.push_back(std::string(codeHashSize(type), 'x'));
+  directory.pageHashes = std::string(codeHashSize(type), 'x');
   return parseCodeDirectory(buildCodeDirectory(directory));
 }
 
