@@ -6,7 +6,7 @@
 
 #include "CodeSignature/CodeSignatureError.h"
 #include "CodeSignature/FolderReader.h"
-#include "CodeSignature/GenericBundleCode.h"
+#include "CodeSignature/MachOFile.h"
 #include "QuillonCore/Values/QuillonPropertyListCodec.h"
 #include "QuillonCore/Values/QuillonURL.h"
 

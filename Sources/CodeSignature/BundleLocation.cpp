@@ -6,7 +6,7 @@
 #include <system_error>
 
 #include "CodeSignature/CodeSignatureError.h"
-#include "CodeSignature/GenericBundleCode.h"
+#include "CodeSignature/MachOFile.h"
 
 namespace quillon {
 namespace {

@@ -1,15 +1,13 @@
 #include "CodeSignature/GenericBundleCode.h"
 
 #include <sys/stat.h>
-#include <unistd.h>
 
 #include <algorithm>
-#include <array>
 #include <cerrno>
 
-#include "CodeSignature/BlobReader.h"
 #include "CodeSignature/CodeSignatureError.h"
 #include "CodeSignature/FileHashing.h"
+#include "CodeSignature/MachOFile.h"
 
 namespace quillon {
 namespace {
@@ -70,15 +68,6 @@ void GenericBundleCode::hashCode(std::uint64_t offset, std::uint64_t length, Cod
 
 std::string GenericBundleCode::formatName() const {
   return "generic";
-}
-
-bool isMachOFile(const FileDescriptor& file) {
-  std::array<char, 4> bytes;
-  if (pread(file.get(), bytes.data(), bytes.size(), 0) != ssize_t{bytes.size()}) return false;
-  static constexpr auto kMagics = std::to_array<std::uint32_t>(
-      {0xFEEDFACE, 0xFEEDFACF, 0xCEFAEDFE, 0xCFFAEDFE, 0xCAFEBABE, 0xCAFEBABF, 0xBEBAFECA, 0xBFBAFECA});
-  const auto magic = BlobReader({bytes.data(), bytes.size()}).u32(0);
-  return std::ranges::find(kMagics, *magic) != kMagics.end();
 }
 
 }  // namespace quillon

@@ -21,7 +21,4 @@ class GenericBundleCode final : public CodeRepresentation {
   const BundleLayout& layout_;
 };
 
-/// Whether the file begins like a Mach-O object file, thin or with several architectures.
-[[nodiscard]] bool isMachOFile(const FileDescriptor& file);
-
 }  // namespace quillon

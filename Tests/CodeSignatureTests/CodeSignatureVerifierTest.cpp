@@ -21,6 +21,7 @@ namespace quillon {
 namespace {
 
 namespace fs = std::filesystem;
+using namespace std::string_view_literals;
 using ::testing::ElementsAre;
 using ::testing::IsEmpty;
 using testing::readFile;
@@ -202,7 +203,7 @@ const Tampering kTamperings[] = {
      regularFileRequired,
      {}},
     {"MachOExecutable",
-     [](const auto& b) { writeFile(b / "MacOS/Example", "\xCF\xFA\xED\xFE code"); },
+     [](const auto& b) { writeFile(b / "MacOS/Example", "\xCF\xFA\xED\xFE\a\1\1\1\3\1\1\1\2\0\0\0"sv); },
      signatureUnsupported,
      {}},
     {"ChangedInformation", [](const auto& b) { append(b / "Info.plist", "\n"); }, infoPropertyListFailed, {}},

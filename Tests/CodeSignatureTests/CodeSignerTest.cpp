@@ -16,6 +16,7 @@ namespace quillon {
 namespace {
 
 namespace fs = std::filesystem;
+using namespace std::string_view_literals;
 using testing::readFile;
 using testing::SignedBundleBuilder;
 using testing::TemporaryDirectory;
@@ -114,7 +115,8 @@ const Obstacle kObstacles[] = {
     {"LinkToNothing", [](const auto& b) { fs::create_symlink("x", b / "Resources/l"); }, invalidLinkDestination},
     {"FIFO", [](const auto& b) { mkfifo((b / "Resources/p").c_str(), 0600); }, unsupportedResource},
     {"NameInInvalidUTF8", [](const auto& b) { testing::writeFile(b / "Resources/\xFF", ""); }, std::nullopt},
-    {"MachOExecutable", [](const auto& b) { testing::writeFile(b / "MacOS/Example", "\xCA\xFE\xBA\xBE"); },
+    {"MachOExecutable",
+     [](const auto& b) { testing::writeFile(b / "MacOS/Example", "\xFE\xED\xFA\xCE\1\1\1\1\1\1\1\1\0\0\0\2"sv); },
      signatureUnsupported},
     {"FileBesideContents", [](const auto& b) { testing::writeFile(b.path() / "stray", ""); }, unsealedRootContents},
     {"BrokenInformation", [](const auto& b) { testing::writeFile(b / "Info.plist", "<"); }, badPropertyList},
