@@ -123,8 +123,9 @@ void checkSignatureFolder(const BundleLayout& layout, const LoadedSignature& sig
   for (const FolderEntry& entry : readFolder(folder)) {
     bool isExpected = entry.kind == FolderEntryKind::file;
     if (isEmbedded) {
-      isExpected = isExpected && (entry.name == codeSlotFileName(CodeSlot::resources) ||
-                                  (entry.name == codeSlotFileName(CodeSlot::signature) && isEmptyFile(folder, entry.name)));
+      isExpected =
+          isExpected && (entry.name == codeSlotFileName(CodeSlot::resources) ||
+                         (entry.name == codeSlotFileName(CodeSlot::signature) && isEmptyFile(folder, entry.name)));
     } else {
       isExpected = isExpected && isPartOfSignature(entry.name, signature);
     }

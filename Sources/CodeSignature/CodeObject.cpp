@@ -94,9 +94,8 @@ void CodeObject::addArchitectures() {
   if (!isInformationMain && isMachOFile(mainFile())) objectFile_ = readMachOFile(mainFile());
   // Old kernel extensions keep the signature of an object file in files beside it.
   const bool hasEmbeddedSignature =
-      objectFile_ && std::ranges::any_of(objectFile_->slices, [](const MachOSlice& slice) {
-        return slice.image.signature.has_value();
-      });
+      objectFile_ && std::ranges::any_of(objectFile_->slices,
+                                         [](const MachOSlice& slice) { return slice.image.signature.has_value(); });
   if (bundle_ && (!objectFile_ || (!hasEmbeddedSignature && hasSignatureFiles(*bundle_)))) {
     architectures_.push_back(std::make_unique<GenericBundleCode>(*bundle_));
   } else if (!objectFile_) {

@@ -16,12 +16,15 @@ class PageHashing {
  public:
   PageHashing(const CodeReader& read, std::uint64_t codeLimit, std::uint8_t pageSizeLog2,
               const std::vector<CodeHashType>& types)
-      : read_(read), codeLimit_(codeLimit), pageSize_(pageSizeLog2 == 0 ? codeLimit : std::uint64_t{1} << pageSizeLog2) {
+      : read_(read),
+        codeLimit_(codeLimit),
+        pageSize_(pageSizeLog2 == 0 ? codeLimit : std::uint64_t{1} << pageSizeLog2) {
     const std::uint64_t pages = codeLimit == 0 ? 0 : (codeLimit - 1) / pageSize_ + 1;
     pagesPerItem_ = std::max<std::uint64_t>(1, kBlockSize / std::max<std::uint64_t>(1, pageSize_));
     items_ = pages / pagesPerItem_ + (pages % pagesPerItem_ == 0 ? 0 : 1);
     for (const CodeHashType type : types) {
-      types_.push_back({.type = type, .size = codeHashSize(type), .hashes = std::string(pages * codeHashSize(type), 0)});
+      types_.push_back(
+          {.type = type, .size = codeHashSize(type), .hashes = std::string(pages * codeHashSize(type), 0)});
     }
   }
 

@@ -11,8 +11,8 @@
 
 namespace quillon {
 
-/// Reads code from `offset` on into `block`, and says how many bytes there were; 0 at the end. Called on several threads
-/// at once. May throw.
+/// Reads code from `offset` on into `block`, and says how many bytes there were; 0 at the end. Called on several
+/// threads at once. May throw.
 using CodeReader = std::function<std::size_t(std::uint64_t offset, std::span<char> block)>;
 
 /// Hashes the first `codeLimit` bytes of some code page by page, on all processors, reading each byte once. A page has

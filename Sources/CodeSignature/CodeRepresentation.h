@@ -22,8 +22,8 @@ class CodeRepresentation {
   /// Length in bytes of the code that pages cover. Throws QuillonSystemError.
   [[nodiscard]] virtual std::uint64_t codeLength() const = 0;
 
-  /// Reads code from `offset` on into `block`, and says how many bytes there were; 0 at the end. May be called on several
-  /// threads at once. Throws QuillonSystemError.
+  /// Reads code from `offset` on into `block`, and says how many bytes there were; 0 at the end. May be called on
+  /// several threads at once. Throws QuillonSystemError.
   [[nodiscard]] virtual std::size_t readCode(std::uint64_t offset, std::span<char> block) const = 0;
 
   /// Name of the processor architecture that this code is for, "arm64"; empty for code that is for none.

@@ -53,6 +53,14 @@ std::string_view codeSignatureMessage(CodeSignatureErrorCode code) noexcept {
       return "resource envelope is obsolete (custom omit rules)";
     case folderSettingsLinkRefused:
       return ".DS_Store files cannot be a symlink";
+    case ambiguousBundleFormat:
+      return "bundle format is ambiguous (could be app or framework)";
+    case mainExecutableInvalid:
+      return "main executable failed strict validation";
+    case badFrameworkVersion:
+      return "embedded framework contains modified or invalid version";
+    case unsealedFrameworkRootContents:
+      return "unsealed contents present in the root directory of an embedded framework";
     case weakResourceEnvelope:
       return "resource envelope is obsolete (version 1 signature)";
     case invalidLinkDestination:

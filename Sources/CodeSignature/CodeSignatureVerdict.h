@@ -44,8 +44,8 @@ struct CodeSignatureVerdict {
 
 /// Verifies the signature of the code at `item`, a bundle, the main executable of one, or a single file: every
 /// architecture of the code, Info.plist, resources, nested code, certificates. Follows no link inside a bundle, opens
-/// nothing but regular files and folders, and changes nothing. Hashes on all processors; memory grows with the number of
-/// files and pages, not with what they hold.
+/// nothing but regular files and folders, and changes nothing. Hashes on all processors; memory grows with the number
+/// of files and pages, not with what they hold.
 [[nodiscard]] CodeSignatureVerdict verifyCode(const QuillonURL& item, const VerificationOptions& options = {});
 
 }  // namespace quillon

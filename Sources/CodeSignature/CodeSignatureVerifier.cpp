@@ -91,7 +91,8 @@ class CodeSignatureVerifier::ResourceCheck {
   };
 
   void checkRules() const {
-    if (!seal_.rules.isStrict(seal_.version, bundle_.hasResourcesFolder())) fail(CodeSignatureErrorCode::weakResourceRules);
+    if (!seal_.rules.isStrict(seal_.version, bundle_.hasResourcesFolder()))
+      fail(CodeSignatureErrorCode::weakResourceRules);
     if (seal_.version == 1) fail(CodeSignatureErrorCode::weakResourceEnvelope);
   }
 
@@ -125,10 +126,9 @@ class CodeSignatureVerifier::ResourceCheck {
       addProblem("file modified", resource.path);
       return;
     }
-    const bool isAllowed =
-        !verifier_.isStrict_ ||
-        isSealedDestination(verifier_.outermost_.bundle()->bundle, joinedPath(code_.support(), resource.path),
-                            resource.linkText, scopes_);
+    const bool isAllowed = !verifier_.isStrict_ ||
+                           isSealedDestination(verifier_.outermost_.bundle()->bundle,
+                                               joinedPath(code_.support(), resource.path), resource.linkText, scopes_);
     if (!isAllowed) addProblem("file modified", resource.path, CodeSignatureErrorCode::invalidLinkDestination);
   }
 
@@ -288,8 +288,8 @@ void CodeSignatureVerifier::verifyOtherVersions(const Code& framework, const Req
   for (const std::string& name : otherVersions(framework.bundle())) {
     const std::string relative = "Versions/" + name;
     try {
-      const CodeObject object = CodeObject::openNested(framework.bundle().bundle, relative,
-                                                       framework.object.path() + "/" + relative);
+      const CodeObject object =
+          CodeObject::openNested(framework.bundle().bundle, relative, framework.object.path() + "/" + relative);
       const Code version{.object = object, .path = joinedPath(framework.path, relative), .outer = framework.outer};
       if (meetsRequirement(verifyCode(version, true), requirement)) continue;
     } catch (const CodeSignatureError&) {

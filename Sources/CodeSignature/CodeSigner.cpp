@@ -129,8 +129,7 @@ class BundleSigning {
   [[nodiscard]] std::vector<LoadedSignature> signOrKeepNested(const std::string& path, const CodeObject& nested);
 
   std::string sealResources() {
-    ResourceSeal seal{
-        .version = 2, .rules = ResourceRules::standard(2, layout_.hasResourcesFolder()), .resources = {}};
+    ResourceSeal seal{.version = 2, .rules = ResourceRules::standard(2, layout_.hasResourcesFolder()), .resources = {}};
     std::vector<std::string> paths;
     for (const ScannedResource& resource : scanned_) {
       SealedResource sealed{.isOptional = resource.isOptional};

@@ -11,7 +11,6 @@
 
 namespace quillon {
 
-
 using CodeHashes = std::map<CodeHashType, std::string>;
 
 /// Hashes whole files with several algorithms in one pass. Owns a buffer, whatever the files' sizes: one per thread.

@@ -27,8 +27,8 @@ namespace quillon {
 /// Length of an open file in bytes. Throws QuillonSystemError.
 [[nodiscard]] std::uint64_t fileLength(const FileDescriptor& file);
 
-/// Reads from `offset` on into `block`, and says how many bytes there were; 0 at the end. Leaves the file's own position
-/// alone. Throws QuillonSystemError.
+/// Reads from `offset` on into `block`, and says how many bytes there were; 0 at the end. Leaves the file's own
+/// position alone. Throws QuillonSystemError.
 [[nodiscard]] std::size_t readFileAt(const FileDescriptor& file, std::uint64_t offset, std::span<char> block);
 
 /// All bytes of an open file. Throws QuillonSystemError, EFBIG when there are more than `limit`.

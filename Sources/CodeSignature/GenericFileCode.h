@@ -6,8 +6,8 @@
 namespace quillon {
 
 /// A single file that is no object file: all of it is code, and the signature parts are extended attributes.
-/// Attributes that the platform calls `com.apple.cs.NAME` are `user.com.apple.cs.NAME` here, where only names that begin
-/// with "user." are free for everyone (xattr(7)).
+/// Attributes that the platform calls `com.apple.cs.NAME` are `user.com.apple.cs.NAME` here, where only names that
+/// begin with "user." are free for everyone (xattr(7)).
 class GenericFileCode final : public CodeRepresentation {
  public:
   /// `file` is borrowed.

@@ -110,7 +110,6 @@ std::vector<std::string> LoadedSignature::identifyingHashes() const {
   return hashes;
 }
 
-
 LoadedSignature loadCodeDirectories(const CodeRepresentation& code) {
   LoadedSignature signature;
   std::optional<std::string> blob = code.signaturePart(CodeSlot::codeDirectory);

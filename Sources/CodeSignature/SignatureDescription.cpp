@@ -1,7 +1,5 @@
 #include "CodeSignature/SignatureDescription.h"
 
-#include <sys/stat.h>
-
 #include <algorithm>
 #include <array>
 #include <ctime>
@@ -24,14 +22,14 @@ struct DisplayedSignature {
   LoadedSignature content;
   bool isMessageIntact = false;
   /// Entries of Info.plist, if it is the one that was signed.
-  std::optional<std::size_t> informationCount;
+  std::optional<std::size_t> informationCount = std::nullopt;
 };
 
 std::optional<std::size_t> sealedInformationCount(const CodeRepresentation& code, const CodeDirectory& directory) {
   const auto sealed = directory.specialHashes.find(CodeSlot::infoPropertyList);
   const auto bytes = code.signaturePart(CodeSlot::infoPropertyList);
-  const bool isIntact = sealed != directory.specialHashes.end() && bytes &&
-                        codeHash(directory.hashType, *bytes) == sealed->second;
+  const bool isIntact =
+      sealed != directory.specialHashes.end() && bytes && codeHash(directory.hashType, *bytes) == sealed->second;
   if (!isIntact) return std::nullopt;
   try {
     const QuillonPropertyListValue list = readPropertyList(*bytes);
@@ -132,8 +130,8 @@ class Description {
 
   void addCodeDirectory() {
     out_ << "CodeDirectory v=" << std::hex << best_.version << std::dec << " size=" << best_.blob.size()
-         << " flags=" << flagsText(best_.flags) << " hashes=" << best_.pageCount() << "+"
-         << best_.specialSlotCount << " location=embedded\n";
+         << " flags=" << flagsText(best_.flags) << " hashes=" << best_.pageCount() << "+" << best_.specialSlotCount
+         << " location=embedded\n";
     if (best_.platform != 0) line("Platform identifier", std::to_string(best_.platform));
     if (const auto version = code_.version()) {
       line("VersionPlatform", std::to_string(version->platform));
@@ -186,12 +184,13 @@ class Description {
 
   void addNotarization() {
     // The ticket itself says what only the platform's maker can check.
-    const BundleLayout* bundle = object_.bundle();
-    struct stat status {};
-    const bool isStapled = bundle != nullptr &&
-                           fstatat(bundle->support.get(), "CodeResources", &status, AT_SYMLINK_NOFOLLOW) == 0 &&
-                           S_ISREG(status.st_mode);
-    if (isStapled) line("Notarization Ticket", "stapled");
+    if (object_.bundle() == nullptr) return;
+    try {
+      (void)openRegularFile(object_.bundle()->support.get(), "CodeResources");
+      line("Notarization Ticket", "stapled");
+    } catch (const QuillonSystemError&) {
+      // No ticket.
+    }
   }
 
   void addSealed() {
