@@ -215,7 +215,10 @@ std::vector<LoadedSignature> CodeSignatureVerifier::verifyCode(const Code& code,
     try {
       signatures.push_back(verifyArchitecture(code, *architecture, isFull));
     } catch (const CodeSignatureError& error) {
-      throw error.inArchitecture(architecture->architecture());
+      // Of code without any signature there is nothing to tell but which part has none.
+      const bool isWhole =
+          error.code() == CodeSignatureErrorCode::unsignedCode && code.object.architectures().size() == 1;
+      throw isWhole ? error : error.inArchitecture(architecture->architecture());
     }
   }
   // A program with two makers would be one maker's on one machine and the other's on another.
