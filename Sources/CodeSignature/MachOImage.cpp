@@ -131,14 +131,13 @@ class CommandReading {
         readSymbolTable(command);
         break;
       case kUUID:
-        if (!image_.uuid) image_.uuid = std::string(command.bytes(8, 16));
+        readUUID(command);
         break;
       case kCodeSignature:
         readSignature(command, offset, length);
         break;
       case kBuildVersion:
-        if (!hasBuildVersion_) image_.version = MachOVersion{command.u32(8), command.u32(12), command.u32(16)};
-        hasBuildVersion_ = true;
+        readBuildVersion(command);
         break;
       default:
         readMinimumVersion(kind, command);
@@ -184,6 +183,11 @@ class CommandReading {
     if (!image_.stringTableEnd) image_.stringTableEnd = stringsOffset + stringsLength;
   }
 
+  void readUUID(const ImageReader& command) {
+    const std::string_view uuid = command.bytes(8, 16);
+    if (!image_.uuid) image_.uuid = std::string(uuid);
+  }
+
   void readSignature(const ImageReader& command, std::uint64_t offset, std::uint64_t length) {
     // Two readers could disagree on which of two counts.
     require(length == 16 && !image_.signature);
@@ -194,7 +198,13 @@ class CommandReading {
     image_.signature = signature;
   }
 
-  /// Only the first version command counts, and a build version before all others.
+  /// The first build version counts, and before all older commands.
+  void readBuildVersion(const ImageReader& command) {
+    const MachOVersion version{command.u32(8), command.u32(12), command.u32(16)};
+    if (!hasBuildVersion_) image_.version = version;
+    hasBuildVersion_ = true;
+  }
+
   void readMinimumVersion(std::uint32_t kind, const ImageReader& command) {
     struct Platform {
       std::uint32_t command;
