@@ -80,7 +80,11 @@ class BundleSigning {
     for (std::size_t i = 1; i < directories.size(); ++i) {
       files[std::string(kAlternateCodeDirectoryFiles[i - 1])] = directories[i].blob;
     }
-    files["CodeSignature"] = options_.identity ? makeCMSSignature(directories, *options_.identity) : std::string();
+    if (options_.identity) {
+      files["CodeSignature"] = makeCMSSignature(directories, *options_.identity, options_.signingTime);
+    } else {
+      files["CodeSignature"] = {};
+    }
     replaceSignatureFolder(layout_, files);
   }
 

@@ -74,6 +74,28 @@ std::optional<QuillonPropertyListValue> dictionaryFrom(const std::optional<std::
   return std::nullopt;
 }
 
+void loadTimestamp(const TrustAnchors& anchors, LoadedSignature& signature) {
+  const CMSSignature& cms = *signature.cms;
+  if (!cms.timestampToken) return;
+  signature.timestamp = verifySignatureTimestamp(*cms.timestampToken, cms.signatureValue, anchors);
+}
+
+void loadCertificateChain(const TrustAnchors& anchors, LoadedSignature& signature) {
+  const CMSSignature& cms = *signature.cms;
+  // Without a secure time nobody knows when the certificates had to be valid.
+  std::optional<std::chrono::sys_seconds> time;
+  if (signature.timestamp) time = signature.timestamp->time;
+  signature.chain = buildCertificateChain(cms.signer, cms.certificates, anchors, time);
+  if ((signature.best().flags & kCodeDirectoryExpiresFlag) != 0) {
+    const auto now = std::chrono::floor<std::chrono::seconds>(std::chrono::system_clock::now());
+    (void)buildCertificateChain(cms.signer, cms.certificates, anchors, now);
+  }
+  // Anyone can run an authority of his own that sets the clock back to when a vendor's certificate was valid.
+  if (signature.timestamp && signature.chain->isAnchoredByApple && !signature.timestamp->chain.isAnchoredByApple) {
+    fail(CodeSignatureErrorCode::notTrusted);
+  }
+}
+
 CodeSignatureErrorCode errorOfSlot(CodeSlot slot) {
   if (slot == CodeSlot::infoPropertyList) return CodeSignatureErrorCode::infoPropertyListFailed;
   if (slot == CodeSlot::resources) return CodeSignatureErrorCode::resourceDirectoryFailed;
@@ -136,12 +158,8 @@ void loadCMS(const CodeRepresentation& code, const TrustAnchors& anchors, Loaded
   if (signature.message.empty()) fail(CodeSignatureErrorCode::unsignedCode);
   signature.cms = verifyCMSSignature(signature.message, signature.directories.front().blob);
   checkNamedHashes(signature);
-  // Without a secure time nobody knows when the certificates had to be valid, unless the code itself wants to expire.
-  std::optional<std::chrono::sys_seconds> time;
-  if ((signature.best().flags & kCodeDirectoryExpiresFlag) != 0) {
-    time = std::chrono::floor<std::chrono::seconds>(std::chrono::system_clock::now());
-  }
-  signature.chain = buildCertificateChain(signature.cms->signer, signature.cms->certificates, anchors, time);
+  loadTimestamp(anchors, signature);
+  loadCertificateChain(anchors, signature);
   const std::string& team = signature.best().team;
   if (signature.chain->isAnchoredByApple && !team.empty() && signature.chain->leaf().subjectValue("OU") != team) {
     fail(CodeSignatureErrorCode::invalidTeamIdentifier);

@@ -11,6 +11,7 @@
 #include "CodeSignature/CodeRepresentation.h"
 #include "CodeSignature/RequirementEvaluation.h"
 #include "CodeSignature/RequirementSet.h"
+#include "CodeSignature/SignatureTimestamp.h"
 #include "CodeSignature/TrustAnchors.h"
 #include "QuillonCore/Values/QuillonPropertyListValue.h"
 
@@ -25,6 +26,8 @@ struct LoadedSignature {
   std::optional<CMSSignature> cms;
   /// Absent for ad-hoc signatures.
   std::optional<CertificateChain> chain;
+  /// When the message was certainly there; absent without time stamp.
+  std::optional<SignatureTimestamp> timestamp;
   std::optional<std::string> requirementsBlob;
   /// The very bytes of the resource seal that its slot hash was compared with; absent without resource slot.
   std::optional<std::string> sealBytes;
@@ -43,8 +46,9 @@ struct LoadedSignature {
 /// signatureInvalid for directories that contradict each other.
 [[nodiscard]] LoadedSignature loadCodeDirectories(const CodeRepresentation& code);
 
-/// Checks the cryptographic message over the first directory, its lists of hashes and its certificate chain, and fills
-/// them in. Throws CodeSignatureError.
+/// Checks the cryptographic message over the first directory, its lists of hashes, its certificate chain and its time
+/// stamp, and fills them in. With a time stamp, which counts only when a root of the same vendor vouches for it, the
+/// certificates must have been valid then. Throws CodeSignatureError.
 void loadCMS(const CodeRepresentation& code, const TrustAnchors& anchors, LoadedSignature& signature);
 
 /// Compares the special slots of every directory with the parts, and reads the requirements. Throws CodeSignatureError.

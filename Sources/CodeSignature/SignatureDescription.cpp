@@ -179,7 +179,11 @@ class Description {
     for (const CertificateFacts& certificate : signature_.content.chain->certificates) {
       line("Authority", printable(certificate.subjectValue("CN").value_or("(unavailable)")));
     }
-    if (const auto& time = signature_.content.cms->signingTime) line("Signed Time", timeText(*time));
+    if (const auto& timestamp = signature_.content.timestamp) {
+      line("Timestamp", timeText(timestamp->time));
+    } else if (const auto& time = signature_.content.cms->signingTime) {
+      line("Signed Time", timeText(*time));
+    }
   }
 
   void addNotarization() {
