@@ -47,10 +47,9 @@ TEST_F(FrameworkRootTest, ChangedFrameworkIsReportedWithItsPath) {
 
   framework_.withFile("Versions/A/Resources/added", "x");
 
-  EXPECT_EQ(verdict().text("P"),
-            "P: a sealed resource is missing or invalid\nfile added: " +
-                (framework_ / "Versions/A/Resources/added").string() +
-                "\nIn subcomponent: " + framework_.path().string() + "\n");
+  EXPECT_EQ(verdict().text("P"), "P: a sealed resource is missing or invalid\nfile added: " +
+                                     (framework_ / "Versions/A/Resources/added").string() +
+                                     "\nIn subcomponent: " + framework_.path().string() + "\n");
 }
 
 struct RootChange {

@@ -18,9 +18,13 @@ FrameworkBuilder& FrameworkBuilder::withVersion(std::string_view version, std::s
   withFile(folder + name, code);
   return withFile(folder + "Resources/Info.plist",
                   "<?xml version=\"1.0\" encoding=\"UTF-8\"?>\n<plist version=\"1.0\"><dict>\n"
-                  "<key>CFBundleExecutable</key><string>" + name + "</string>\n"
-                  "<key>CFBundleIdentifier</key><string>com.example.framework." + name + "</string>\n"
-                  "<key>CFBundlePackageType</key><string>FMWK</string>\n</dict></plist>\n");
+                  "<key>CFBundleExecutable</key><string>" +
+                      name +
+                      "</string>\n"
+                      "<key>CFBundleIdentifier</key><string>com.example.framework." +
+                      name +
+                      "</string>\n"
+                      "<key>CFBundlePackageType</key><string>FMWK</string>\n</dict></plist>\n");
 }
 
 FrameworkBuilder& FrameworkBuilder::withFile(std::string_view path, std::string_view content) {
