@@ -462,9 +462,9 @@ TEST_F(MachOSignerTest, FolderThatCannotBeWrittenLeavesTheFile) {
   EXPECT_EQ(itemCount(), 1);
 }
 
-MachOFile objectWith(std::vector<std::optional<MachOVersion>> versions) {
+MachOFile objectWith(const std::vector<std::optional<MachOVersion>>& versions) {
   MachOFile object;
-  for (auto& version : versions) {
+  for (const auto& version : versions) {
     object.slices.emplace_back();
     object.slices.back().image.version = version;
   }
