@@ -19,7 +19,7 @@ class PageHashing {
       : read_(read),
         codeLimit_(codeLimit),
         pageSize_(pageSizeLog2 == 0 ? codeLimit : std::uint64_t{1} << pageSizeLog2) {
-    const std::uint64_t pages = codeLimit == 0 ? 0 : (codeLimit - 1) / pageSize_ + 1;
+    const std::uint64_t pages = codePageCount(codeLimit, pageSizeLog2);
     pagesPerItem_ = std::max<std::uint64_t>(1, kBlockSize / std::max<std::uint64_t>(1, pageSize_));
     items_ = pages / pagesPerItem_ + (pages % pagesPerItem_ == 0 ? 0 : 1);
     for (const CodeHashType type : types) {

@@ -24,4 +24,10 @@ using CodeReader = std::function<std::size_t(std::uint64_t offset, std::span<cha
 [[nodiscard]] std::vector<std::string> hashCodePages(const CodeReader& read, std::uint64_t codeLimit,
                                                      std::uint8_t pageSizeLog2, const std::vector<CodeHashType>& types);
 
+/// Number of pages that `codeLimit` bytes of code have.
+[[nodiscard]] constexpr std::uint64_t codePageCount(std::uint64_t codeLimit, std::uint8_t pageSizeLog2) noexcept {
+  if (codeLimit == 0) return 0;
+  return pageSizeLog2 == 0 ? 1 : ((codeLimit - 1) >> pageSizeLog2) + 1;
+}
+
 }  // namespace quillon

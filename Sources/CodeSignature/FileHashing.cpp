@@ -1,5 +1,7 @@
 #include "CodeSignature/FileHashing.h"
 
+#include "CodeSignature/FileRange.h"
+
 namespace quillon {
 namespace {
 

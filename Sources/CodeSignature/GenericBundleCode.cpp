@@ -1,5 +1,6 @@
 #include "CodeSignature/GenericBundleCode.h"
 
+#include "CodeSignature/FileRange.h"
 #include "CodeSignature/SignatureFolder.h"
 
 namespace quillon {

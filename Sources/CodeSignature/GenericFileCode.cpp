@@ -5,6 +5,7 @@
 #include <cerrno>
 
 #include "CodeSignature/CodeSignatureError.h"
+#include "CodeSignature/FileRange.h"
 #include "QuillonCore/Values/QuillonError.h"
 
 namespace quillon {

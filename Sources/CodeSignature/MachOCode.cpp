@@ -3,6 +3,7 @@
 #include <algorithm>
 
 #include "CodeSignature/CodeSignatureError.h"
+#include "CodeSignature/FileRange.h"
 #include "CodeSignature/SignatureFolder.h"
 
 namespace quillon {
@@ -47,25 +48,14 @@ std::size_t MachOCode::readCode(std::uint64_t offset, std::span<char> block) con
                     block.first(std::min<std::uint64_t>(block.size(), slice_.length - offset)));
 }
 
-std::string MachOCode::read(std::uint64_t offset, std::uint64_t length) const {
-  std::string bytes(length, '\0');
-  std::uint64_t done = 0;
-  while (done < length) {
-    const std::size_t count = readCode(offset + done, std::span(bytes).subspan(done));
-    if (count == 0) break;
-    done += count;
-  }
-  bytes.resize(done);
-  return bytes;
-}
-
 const EmbeddedSignature& MachOCode::embedded() const {
   if (embedded_) return *embedded_;
   const MachOSignatureCommand& command = *slice_.image.signature;
   if (command.dataLength > kSignatureBase + slice_.length / kCodePerSignatureByte) {
     throw CodeSignatureError(CodeSignatureErrorCode::signatureInvalid);
   }
-  EmbeddedSignature signature = EmbeddedSignature::parse(read(command.dataOffset, command.dataLength));
+  EmbeddedSignature signature =
+      EmbeddedSignature::parse(readFileRangeUpTo(file_, slice_.offset + command.dataOffset, command.dataLength));
   for (const CodeSlot slot : signature.slots()) {
     // Something that no directory of today can seal may be read by a program of tomorrow.
     const bool canBeSealed = !isSpecialSlot(slot) || static_cast<std::uint32_t>(slot) <= kLastSpecialSlot;
@@ -78,7 +68,7 @@ std::optional<std::string> MachOCode::informationSection() const {
   const MachOSection* section = slice_.image.findSection("__TEXT", "__info_plist");
   if (section == nullptr) return std::nullopt;
   if (section->length > kInformationLimit) throw CodeSignatureError(CodeSignatureErrorCode::badObjectFormat);
-  return read(section->fileOffset, section->length);
+  return readFileRangeUpTo(file_, slice_.offset + section->fileOffset, section->length);
 }
 
 }  // namespace quillon

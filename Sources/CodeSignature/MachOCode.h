@@ -22,7 +22,6 @@ class MachOCode final : public CodeRepresentation {
   [[nodiscard]] bool hasInformationInCode() const override { return bundle_ == nullptr; }
 
  private:
-  [[nodiscard]] std::string read(std::uint64_t offset, std::uint64_t length) const;
   [[nodiscard]] const EmbeddedSignature& embedded() const;
   [[nodiscard]] std::optional<std::string> informationSection() const;
 

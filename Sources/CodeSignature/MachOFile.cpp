@@ -1,23 +1,18 @@
 #include "CodeSignature/MachOFile.h"
 
-#include <sys/stat.h>
-#include <unistd.h>
-
 #include <algorithm>
-#include <cerrno>
 #include <tuple>
 
 #include "CodeSignature/BlobReader.h"
 #include "CodeSignature/CodeSignatureError.h"
-#include "QuillonCore/Values/QuillonError.h"
+#include "CodeSignature/FileRange.h"
+#include "CodeSignature/UniversalHeader.h"
 
 namespace quillon {
 namespace {
 
 // The universal header (mach-o/fat.h) is big-endian whatever its slices are.
 constexpr std::uint32_t kUniversalMagic = 0xCAFEBABE;
-constexpr std::uint64_t kUniversalHeaderSize = 8;
-constexpr std::uint64_t kEntrySize = 20;
 constexpr std::uint32_t kSliceLimit = 100;
 constexpr std::uint32_t kAlignmentLimit = 31;
 constexpr std::uint64_t kImageStartSize = 32;
@@ -37,74 +32,40 @@ void require(bool condition, CodeSignatureErrorCode code = CodeSignatureErrorCod
   if (!condition) fail(code);
 }
 
-/// The bytes from `offset` on, as many as the file has there up to `length`.
-std::string readAt(const FileDescriptor& file, std::uint64_t offset, std::uint64_t length) {
-  std::string bytes(length, '\0');
-  std::uint64_t filled = 0;
-  while (filled < length) {
-    const auto position = static_cast<off_t>(offset + filled);
-    const ssize_t count = pread(file.get(), bytes.data() + filled, length - filled, position);
-    if (count < 0 && errno == EINTR) continue;
-    if (count < 0) throw QuillonSystemError::posix(errno, "read", "an object file");
-    if (count == 0) break;
-    filled += static_cast<std::uint64_t>(count);
-  }
-  bytes.resize(filled);
-  return bytes;
-}
-
-std::uint64_t lengthOf(const FileDescriptor& file) {
-  struct stat status {};
-  if (fstat(file.get(), &status) != 0) throw QuillonSystemError::posix(errno, "examine", "an object file");
-  return static_cast<std::uint64_t>(status.st_size);
-}
-
-/// What the universal header says of a slice.
-struct SliceEntry {
-  std::uint32_t cpuType = 0;
-  std::uint32_t cpuSubtype = 0;
-  std::uint64_t offset = 0;
-  std::uint64_t length = 0;
-  std::uint32_t alignment = 0;
-};
-
-std::optional<SliceEntry> entryAt(const BlobReader& header, std::uint64_t index) {
-  const std::uint64_t start = kUniversalHeaderSize + index * kEntrySize;
-  if (!header.bytes(start, kEntrySize)) return std::nullopt;
-  return SliceEntry{*header.u32(start), *header.u32(start + 4) & kCPUSubtypeMask, *header.u32(start + 8),
-                    *header.u32(start + 12), *header.u32(start + 16)};
+std::optional<UniversalHeaderEntry> entryAt(std::string_view header, std::uint64_t index) {
+  if (header.size() < universalHeaderLength(index + 1)) return std::nullopt;
+  UniversalHeaderEntry entry = readUniversalHeaderEntry(header, index);
+  entry.cpuSubtype &= kCPUSubtypeMask;
+  return entry;
 }
 
 /// The entries that the header counts. Tools that had to stay readable for systems without 64-bit ARM wrote such a
 /// slice as one entry more than they counted, and the platform still takes it.
-std::vector<SliceEntry> readEntries(std::string_view bytes) {
-  const BlobReader header(bytes);
-  const std::uint32_t count = header.u32(4).value_or(0);
+std::vector<UniversalHeaderEntry> readEntries(std::string_view bytes) {
+  const std::uint32_t count = BlobReader(bytes).u32(4).value_or(0);
   require(count >= 1 && count <= kSliceLimit);
-  std::vector<SliceEntry> entries;
+  std::vector<UniversalHeaderEntry> entries;
   for (std::uint32_t i = 0; i < count; ++i) {
-    const auto entry = entryAt(header, i);
+    const auto entry = entryAt(bytes, i);
     if (!entry) fail();
     entries.push_back(*entry);
   }
-  const auto uncounted = entryAt(header, count);
+  const auto uncounted = entryAt(bytes, count);
   if (uncounted && uncounted->cpuType == kCPUTypeARM64) entries.push_back(*uncounted);
   return entries;
 }
 
-std::uint64_t universalHeaderEnd(std::size_t sliceCount) {
-  return kUniversalHeaderSize + sliceCount * kEntrySize;
-}
-
-void checkEntries(std::vector<SliceEntry> entries, std::uint64_t fileLength) {
-  std::uint64_t end = universalHeaderEnd(entries.size());
-  std::ranges::sort(entries, {}, &SliceEntry::offset);
-  for (const SliceEntry& entry : entries) {
+void checkEntries(std::vector<UniversalHeaderEntry> entries, std::uint64_t fileLength) {
+  std::uint64_t end = universalHeaderLength(entries.size());
+  std::ranges::sort(entries, {}, &UniversalHeaderEntry::offset);
+  for (const UniversalHeaderEntry& entry : entries) {
     require(entry.offset >= end && entry.length > 0 && entry.alignment <= kAlignmentLimit);
     end = entry.offset + entry.length;
   }
   require(end <= fileLength);
-  const auto architecture = [](const SliceEntry& entry) { return std::tuple(entry.cpuType, entry.cpuSubtype); };
+  const auto architecture = [](const UniversalHeaderEntry& entry) {
+    return std::tuple(entry.cpuType, entry.cpuSubtype);
+  };
   std::ranges::sort(entries, {}, architecture);
   require(std::ranges::adjacent_find(entries, {}, architecture) == entries.end());
 }
@@ -114,11 +75,11 @@ class ImageReading {
   explicit ImageReading(const FileDescriptor& file) noexcept : file_(file) {}
 
   MachOImage read(std::uint64_t offset, std::uint64_t length) {
-    const std::string start = readAt(file_, offset, std::min(kImageStartSize, length));
+    const std::string start = readFileRangeUpTo(file_, offset, std::min(kImageStartSize, length));
     const std::uint64_t headerLength = machOHeaderLength(start, length);
     require(headerLength <= budget_);
     budget_ -= headerLength;
-    MachOImage image = parseMachOImage(readAt(file_, offset, headerLength), length);
+    MachOImage image = parseMachOImage(readFileRangeUpTo(file_, offset, headerLength), length);
     require(isSignableMachOFileType(image.fileType));
     return image;
   }
@@ -129,10 +90,11 @@ class ImageReading {
 };
 
 void readUniversalFile(const FileDescriptor& file, MachOFile& object) {
-  const std::vector<SliceEntry> entries = readEntries(readAt(file, 0, universalHeaderEnd(kSliceLimit + 1)));
+  const std::vector<UniversalHeaderEntry> entries =
+      readEntries(readFileRangeUpTo(file, 0, universalHeaderLength(kSliceLimit + 1)));
   checkEntries(entries, object.length);
   ImageReading reading(file);
-  for (const SliceEntry& entry : entries) {
+  for (const UniversalHeaderEntry& entry : entries) {
     MachOImage image = reading.read(entry.offset, entry.length);
     // The entry decides which slice runs, the image which one is verified.
     require(image.cpuType == entry.cpuType && image.cpuSubtype == entry.cpuSubtype);
@@ -167,7 +129,7 @@ void checkImageEnd(const MachOSlice& slice) {
 
 void requireZeros(const FileDescriptor& file, std::uint64_t offset, std::uint64_t end) {
   while (offset < end) {
-    const std::string block = readAt(file, offset, std::min(kBlockSize, end - offset));
+    const std::string block = readFileRangeUpTo(file, offset, std::min(kBlockSize, end - offset));
     requireStrict(!block.empty() && block.find_first_not_of('\0') == std::string::npos);
     offset += block.size();
   }
@@ -177,7 +139,7 @@ void checkGaps(const MachOFile& object, const FileDescriptor& file) {
   std::vector<const MachOSlice*> slices;
   for (const MachOSlice& slice : object.slices) slices.push_back(&slice);
   std::ranges::sort(slices, {}, &MachOSlice::offset);
-  std::uint64_t end = universalHeaderEnd(slices.size());
+  std::uint64_t end = universalHeaderLength(slices.size());
   for (const MachOSlice* slice : slices) {
     // The first gap belongs to the header and may have any size.
     const bool isFirst = slice == slices.front();
@@ -218,12 +180,12 @@ std::size_t MachOFile::nativeSlice() const noexcept {
 }
 
 bool isMachOFile(const FileDescriptor& file) {
-  std::string start = readAt(file, 0, universalHeaderEnd(1));
+  std::string start = readFileRangeUpTo(file, 0, universalHeaderLength(1));
   if (isUniversal(start)) {
     // A compiled Java class begins with the same four bytes; no image stands where its "first slice" would be.
-    const auto entry = entryAt(BlobReader(start), 0);
+    const auto entry = entryAt(start, 0);
     if (!entry || *BlobReader(start).u32(4) > kSliceLimit) return false;
-    start = readAt(file, entry->offset, kImageStartSize);
+    start = readFileRangeUpTo(file, entry->offset, kImageStartSize);
   }
   const auto type = machOFileType(start);
   return type && isSignableMachOFileType(*type);
@@ -231,8 +193,8 @@ bool isMachOFile(const FileDescriptor& file) {
 
 MachOFile readMachOFile(const FileDescriptor& file) {
   MachOFile object;
-  object.length = lengthOf(file);
-  object.isUniversal = isUniversal(readAt(file, 0, 4));
+  object.length = fileLength(file);
+  object.isUniversal = isUniversal(readFileRangeUpTo(file, 0, 4));
   if (object.isUniversal) {
     readUniversalFile(file, object);
   } else {

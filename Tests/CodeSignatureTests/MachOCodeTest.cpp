@@ -73,8 +73,11 @@ TEST_P(MachOCodeArchitectureTest, SignedImageVerifiesAndEveryPageCounts) {
   for (std::size_t page = 1; page * 4096 < limit; ++page) {
     std::string changed = image;
     changed[page * 4096 + 11] = static_cast<char>(changed[page * 4096 + 11] ^ 1);
-    EXPECT_EQ(verify(changed).text("P"), "P: invalid signature (code or signature have been modified)\n"
-                                         "In architecture: " + std::string(GetParam().name) + "\n") << page;
+    EXPECT_EQ(verify(changed).text("P"),
+              "P: invalid signature (code or signature have been modified)\n"
+              "In architecture: " +
+                  std::string(GetParam().name) + "\n")
+        << page;
   }
 }
 
@@ -90,9 +93,8 @@ TEST_F(MachOCodeTest, EveryArchitectureOfAUniversalFileIsVerified) {
   EXPECT_EQ(verify(testing::buildUniversalFile({intel, arm})).text("P"), "");
   EXPECT_EQ(verify(testing::buildUniversalFileHidingLast({intel, arm})).text("P"), "");
 
-  for (const auto& [images, name] :
-       {std::pair(std::vector{intel, MachOBuilder(testing::kARM64).build()}, "arm64"),
-        std::pair(std::vector{MachOBuilder(testing::kX86_64).build(), arm}, "x86_64")}) {
+  for (const auto& [images, name] : {std::pair(std::vector{intel, MachOBuilder(testing::kARM64).build()}, "arm64"),
+                                     std::pair(std::vector{MachOBuilder(testing::kX86_64).build(), arm}, "x86_64")}) {
     EXPECT_EQ(verify(testing::buildUniversalFile(images)).text("P"),
               "P: code object is not signed at all\nIn architecture: " + std::string(name) + "\n");
   }
@@ -133,27 +135,34 @@ const SignatureFlaw kFlaws[] = {
        d.codeLimit = 4096;
        d.pageHashes.resize(32);
      },
-     {}, signatureInvalid},
+     {},
+     signatureInvalid},
     {"LongerLimit", [](CodeDirectory& d) { d.codeLimit += 1; }, {}, signatureFailed},
     {"UnsealedEntitlements", {}, [](Parts& p) { p[CodeSlot::entitlements] = entitlementsBlob(); }, signatureFailed},
     {"SealedEntitlementsThatAreMissing",
-     [](CodeDirectory& d) { d.specialHashes[CodeSlot::entitlements] = std::string(32, 'e'); }, {}, signatureFailed},
+     [](CodeDirectory& d) { d.specialHashes[CodeSlot::entitlements] = std::string(32, 'e'); },
+     {},
+     signatureFailed},
     {"SlotOfNoKnownKind", {}, [](Parts& p) { p[static_cast<CodeSlot>(12)] = "x"; }, signatureFailed},
     {"ResourceSealWithoutBundle",
-     [](CodeDirectory& d) { d.specialHashes[CodeSlot::resources] = std::string(32, 'r'); }, {},
+     [](CodeDirectory& d) { d.specialHashes[CodeSlot::resources] = std::string(32, 'r'); },
+     {},
      resourceDirectoryFailed},
     {"MessageOfAnAdHocSignature", {}, [](Parts& p) { p[CodeSlot::signature] = "message"; }, signatureFailed},
     {"NoMessage", [](CodeDirectory& d) { d.flags = 0; }, {}, unsignedCode},
     {"EmptyMessage", [](CodeDirectory& d) { d.flags = 0; }, [](Parts& p) { p[CodeSlot::signature] = ""; },
      unsignedCode},
-    {"NoDirectory", {},
+    {"NoDirectory",
+     {},
      [](Parts& p) {
        p[alternate(0)] = p[CodeSlot::codeDirectory];
        p.erase(CodeSlot::codeDirectory);
      },
      unsignedCode},
     {"SameDirectoryTwice", {}, [](Parts& p) { p[alternate(0)] = p[CodeSlot::codeDirectory]; }, signatureInvalid},
-    {"AlternateDirectoryBehindAGap", {}, [](Parts& p) { p[alternate(1)] = p[CodeSlot::codeDirectory]; },
+    {"AlternateDirectoryBehindAGap",
+     {},
+     [](Parts& p) { p[alternate(1)] = p[CodeSlot::codeDirectory]; },
      signatureInvalid},
 };
 std::string flawName(const ::testing::TestParamInfo<SignatureFlaw>& info) {

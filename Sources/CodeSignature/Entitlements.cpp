@@ -1,0 +1,113 @@
+#include "CodeSignature/Entitlements.h"
+
+#include <cstdint>
+#include <vector>
+
+#include "CodeSignature/BlobBuilder.h"
+#include "QuillonCore/Values/QuillonPropertyListCodec.h"
+
+namespace quillon {
+namespace {
+
+constexpr std::uint32_t kPropertyListMagic = 0xFADE7171;
+constexpr std::uint32_t kDERMagic = 0xFADE7172;
+constexpr std::size_t kLengthLimit = 1 << 20;
+constexpr int kDepthLimit = 32;
+
+// Identifier octets of DER (X.690), and the two that entitlements have of their own.
+constexpr char kBoolean = 0x01;
+constexpr char kInteger = 0x02;
+constexpr char kUTF8String = 0x0C;
+constexpr char kSequence = 0x30;
+constexpr char kEntitlements = 0x70;                   // [APPLICATION 16], constructed
+constexpr char kDictionary = static_cast<char>(0xB0);  // [CONTEXT 16], constructed
+
+std::string element(char tag, std::string_view content) {
+  std::string bytes(1, tag);
+  const std::uint64_t length = content.size();
+  if (length < 0x80) {
+    bytes += static_cast<char>(length);
+  } else {
+    int lengthBytes = 1;
+    while ((length >> (8 * lengthBytes)) != 0) ++lengthBytes;
+    bytes += static_cast<char>(0x80 | lengthBytes);
+    while (lengthBytes-- > 0) bytes += static_cast<char>((length >> (8 * lengthBytes)) & 0xFF);
+  }
+  return bytes.append(content);
+}
+
+/// Two's complement in as few bytes as keep the sign.
+std::string integerContent(std::int64_t value) {
+  const auto isSignOnly = [value](int bits) { return value >> bits == 0 || value >> bits == -1; };
+  int length = 1;
+  while (length < 8 && !isSignOnly(8 * length - 1)) ++length;
+  std::string bytes;
+  while (length-- > 0) bytes += static_cast<char>((value >> (8 * length)) & 0xFF);
+  return bytes;
+}
+
+[[noreturn]] void refuse(std::string_view key, std::string_view reason) {
+  throw QuillonError("The entitlement \"" + std::string(key) + "\" " + std::string(reason));
+}
+
+/// `key` is that of the outermost dictionary, by which people look for the mistake.
+std::string encode(const QuillonPropertyListValue& value, std::string_view key, int depth);
+
+std::string encodeDictionary(const QuillonPropertyListValue::Dictionary& dictionary, std::string_view key, int depth) {
+  std::string entries;
+  for (const auto& [name, value] : dictionary) {
+    const std::string_view outermost = depth == 0 ? std::string_view(name) : key;
+    entries += element(kSequence, element(kUTF8String, name) + encode(value, outermost, depth + 1));
+  }
+  return element(kDictionary, entries);
+}
+
+std::string encode(const QuillonPropertyListValue& value, std::string_view key, int depth) {
+  if (depth > kDepthLimit) refuse(key, "is nested too deeply");
+  if (const auto* flag = value.getIf<bool>()) return element(kBoolean, std::string(1, *flag ? '\xFF' : '\0'));
+  if (const auto* number = value.getIf<std::int64_t>()) return element(kInteger, integerContent(*number));
+  if (const auto* text = value.getIf<std::string>()) return element(kUTF8String, *text);
+  if (const auto* dictionary = value.getIf<QuillonPropertyListValue::Dictionary>()) {
+    return encodeDictionary(*dictionary, key, depth);
+  }
+  if (const auto* array = value.getIf<QuillonPropertyListValue::Array>()) {
+    std::string elements;
+    for (const QuillonPropertyListValue& item : *array) elements += encode(item, key, depth + 1);
+    return element(kSequence, elements);
+  }
+  refuse(key, "is neither a Boolean, an integer, a string, an array nor a dictionary");
+}
+
+/// Only lists that begin with markup at once: systems that read the text do not expect a byte order mark or UTF-16.
+bool isXML(std::string_view bytes) {
+  return bytes.starts_with('<');
+}
+
+std::string blob(std::uint32_t magic, std::string_view content) {
+  BlobBuilder out;
+  out.u32(magic).u32(static_cast<std::uint32_t>(8 + content.size())).bytes(content);
+  return out.blob();
+}
+
+}  // namespace
+
+Entitlements Entitlements::read(std::string_view propertyList) {
+  if (propertyList.size() > kLengthLimit) throw QuillonError("The entitlements are longer than 1 MiB");
+  Entitlements entitlements(readPropertyList(propertyList));
+  const auto* dictionary = entitlements.values_.getIf<QuillonPropertyListValue::Dictionary>();
+  if (dictionary == nullptr) throw QuillonError("The entitlements are not a dictionary");
+  const std::string der = element(kInteger, integerContent(1)) + encodeDictionary(*dictionary, {}, 0);
+  const std::string text = isXML(propertyList) ? std::string(propertyList) : writeXMLPropertyList(entitlements.values_);
+  if (text.size() > kLengthLimit) throw QuillonError("The entitlements are longer than 1 MiB");
+  entitlements.propertyListBlob_ = blob(kPropertyListMagic, text);
+  entitlements.derBlob_ = blob(kDERMagic, element(kEntitlements, der));
+  return entitlements;
+}
+
+bool Entitlements::grants(std::string_view key) const noexcept {
+  const QuillonPropertyListValue* value = values_.find(key);
+  const bool* flag = value == nullptr ? nullptr : value->getIf<bool>();
+  return flag != nullptr && *flag;
+}
+
+}  // namespace quillon
