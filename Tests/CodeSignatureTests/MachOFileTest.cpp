@@ -139,6 +139,7 @@ TEST_F(MachOFileTest, NativeSliceIsThisMachinesOwn) {
 #endif
   const auto nativeSliceOf = [this](const std::vector<MachOArchitecture>& architectures) {
     std::vector<std::string> images;
+    images.reserve(architectures.size());
     for (const MachOArchitecture& architecture : architectures) images.push_back(signedImage(architecture));
     return read(buildUniversalFile(images)).nativeSlice();
   };
@@ -151,12 +152,12 @@ TEST_F(MachOFileTest, NativeSliceIsThisMachinesOwn) {
 
 TEST_F(MachOFileTest, CodeIsRecognizedByItsFileType) {
   std::string image = signedImage(kARM64);
-  for (const std::uint32_t type : {2, 5, 6, 7, 8, 11}) {
+  for (const std::uint32_t type : {2U, 5U, 6U, 7U, 8U, 11U}) {
     setMachOField(image, 12, type);
     EXPECT_TRUE(isMachO(image)) << type;
     EXPECT_TRUE(isMachO(buildUniversalFile({image}))) << type;
   }
-  for (const std::uint32_t type : {1, 4, 10}) {  // an object of the compiler, a core dump, debug symbols
+  for (const std::uint32_t type : {1U, 4U, 10U}) {  // an object of the compiler, a core dump, debug symbols
     setMachOField(image, 12, type);
     EXPECT_FALSE(isMachO(image)) << type;
     EXPECT_FALSE(isMachO(buildUniversalFile({image}))) << type;

@@ -116,7 +116,7 @@ TEST(MachOImageTest, ZeroFillSectionsHaveNoBytesInTheFile) {
   const std::size_t section = parse(bytes).findSegment("__DATA")->commandOffset + 72;
   setMachOField(bytes, section + 48, 0xFFFFFFF0);  // an offset that means nothing
 
-  for (const std::uint32_t type : {0x1, 0xC, 0x12}) {
+  for (const std::uint32_t type : {0x1U, 0xCU, 0x12U}) {
     setMachOField(bytes, section + 64, type);
     const MachOImage image = parse(bytes);
     EXPECT_EQ(image.findSection("__DATA", "__bss")->fileOffset, 0U);
@@ -172,8 +172,9 @@ TEST(MachOImageTest, CapabilityBitsAreNotPartOfTheSubtype) {
 }
 
 TEST(MachOImageTest, FileTypesOfCodeCanBeSigned) {
-  for (const std::uint32_t type : {2, 5, 6, 7, 8, 11}) EXPECT_TRUE(isSignableMachOFileType(type)) << type;
-  for (const std::uint32_t type : {0, 1, 3, 4, 9, 10, 12, 258}) EXPECT_FALSE(isSignableMachOFileType(type)) << type;
+  for (const std::uint32_t type : {2U, 5U, 6U, 7U, 8U, 11U}) EXPECT_TRUE(isSignableMachOFileType(type)) << type;
+  for (const std::uint32_t type : {0U, 1U, 3U, 4U, 9U, 10U, 12U, 258U})
+    EXPECT_FALSE(isSignableMachOFileType(type)) << type;
 }
 
 TEST(MachOImageTest, FileTypeIsReadFromTheFirstBytes) {
