@@ -7,6 +7,7 @@ namespace quillon {
 
 /// Tags (identifier octets) of the ASN.1 types that signatures are made of (X.690).
 enum class BERTag : std::uint8_t {
+  boolean = 0x01,
   integer = 0x02,
   bitString = 0x03,
   octetString = 0x04,
@@ -18,6 +19,7 @@ enum class BERTag : std::uint8_t {
   set = 0x31,
   context0 = 0xA0,
   context1 = 0xA1,
+  context4 = 0xA4,
 };
 
 /// One encoded value.

@@ -1,12 +1,13 @@
 #include "CodeSignature/BundleLayout.h"
 
+#include <array>
 #include <cerrno>
 #include <optional>
+#include <span>
 #include <string_view>
 
 #include "CodeSignature/CodeSignatureError.h"
 #include "CodeSignature/FolderReader.h"
-#include "CodeSignature/MachOFile.h"
 #include "QuillonCore/Values/QuillonPropertyListCodec.h"
 #include "QuillonCore/Values/QuillonURL.h"
 
@@ -15,18 +16,26 @@ namespace {
 
 constexpr std::size_t kInformationLimit = 16 << 20;
 constexpr std::string_view kInformationName = "Info.plist";
-constexpr std::string_view kExecutableFolder = "MacOS";
+constexpr std::string_view kInformationInResources = "Resources/Info.plist";
 
 [[noreturn]] void fail(CodeSignatureErrorCode code) {
   throw CodeSignatureError(code);
 }
 
-/// Opens a file that must be regular; absent when it does not exist.
-std::optional<FileDescriptor> openMainFile(int folder, const std::string& name) {
+/// Whether something is not there, or is something else than was looked for.
+bool isAbsence(const QuillonSystemError& error) {
+  return error.isPOSIX(ENOENT) || error.isPOSIX(ENOTDIR);
+}
+
+/// Opens a file that must be regular, following no link; absent when it does not exist.
+std::optional<FileDescriptor> openMainFile(const FileDescriptor& support, const std::string& path) {
+  const std::size_t slash = path.rfind('/');
   try {
-    return openRegularFile(folder, name);
+    const FileDescriptor folder =
+        openFolderBeneath(support.get(), slash == std::string::npos ? std::string() : path.substr(0, slash));
+    return openRegularFile(folder.get(), path.substr(slash + 1));
   } catch (const QuillonSystemError& error) {
-    if (error.isPOSIX(ENOENT) || error.isPOSIX(ENOTDIR)) return std::nullopt;
+    if (isAbsence(error)) return std::nullopt;
     if (error.isPOSIX(ELOOP) || error.isPOSIX(EISDIR) || error.isPOSIX(ENXIO)) {
       fail(CodeSignatureErrorCode::regularFileRequired);
     }
@@ -34,30 +43,59 @@ std::optional<FileDescriptor> openMainFile(int folder, const std::string& name) 
   }
 }
 
-FileDescriptor openSupport(const FileDescriptor& bundle) {
+std::optional<FileDescriptor> openFolderIfPresent(const FileDescriptor& folder, const std::string& name) {
   try {
-    return openFolder(bundle.get(), "Contents");
+    return openFolder(folder.get(), name);
   } catch (const QuillonSystemError& error) {
-    if (error.isPOSIX(EACCES)) throw;
-  }
-  // Frameworks keep their parts by version, flat bundles directly in their folder.
-  for (const FolderEntry& entry : readFolder(bundle)) {
-    const bool isOtherLayout = entry.name == "Versions" || entry.name == kInformationName || entry.name == "Resources";
-    if (isOtherLayout) fail(CodeSignatureErrorCode::signatureUnsupported);
-  }
-  fail(CodeSignatureErrorCode::badBundleFormat);
-}
-
-void readInformation(BundleLayout& layout) {
-  const auto file = openMainFile(layout.support.get(), std::string(kInformationName));
-  if (!file) return;
-  layout.hasInformation = true;
-  try {
-    layout.informationBytes = readWholeFile(*file, kInformationLimit);
-  } catch (const QuillonSystemError& error) {
-    if (error.isPOSIX(EFBIG)) fail(CodeSignatureErrorCode::badPropertyList);
+    if (isAbsence(error)) return std::nullopt;
     throw;
   }
+}
+
+bool isFileName(std::string_view name) {
+  return !name.empty() && name != "." && name != ".." && name.find('/') == std::string_view::npos &&
+         name.find('\0') == std::string_view::npos;
+}
+
+/// Name of the version that counts: what the link `Current` says, or a folder of that name.
+std::string currentVersion(const FileDescriptor& versions) {
+  try {
+    std::string name = readLink(versions.get(), "Current");
+    if (!isFileName(name)) fail(CodeSignatureErrorCode::badBundleFormat);
+    return name;
+  } catch (const QuillonSystemError& error) {
+    if (error.isPOSIX(EINVAL)) return "Current";  // no link
+    throw;
+  }
+}
+
+bool openFramework(BundleLayout& layout) {
+  const auto versions = openFolderIfPresent(layout.bundle, "Versions");
+  if (!versions) return false;
+  try {
+    const std::string version = currentVersion(*versions);
+    layout.support = openFolder(versions->get(), version);
+    layout.supportName = "Versions/" + version;
+  } catch (const QuillonSystemError& error) {
+    if (isAbsence(error)) return false;
+    throw;
+  }
+  layout.form = BundleForm::framework;
+  return true;
+}
+
+void openSupport(BundleLayout& layout) {
+  if (auto contents = openFolderIfPresent(layout.bundle, "Contents")) {
+    layout.support = std::move(*contents);
+    layout.supportName = "Contents";
+    return;
+  }
+  if (openFramework(layout)) return;
+  layout.form = BundleForm::flat;
+  layout.support = openFolder(layout.bundle.get(), ".");
+}
+
+void parseInformation(BundleLayout& layout) {
   try {
     QuillonPropertyListValue list = readPropertyList(layout.informationBytes);
     layout.isInformationMalformed = list.getIf<QuillonPropertyListValue::Dictionary>() == nullptr;
@@ -68,34 +106,57 @@ void readInformation(BundleLayout& layout) {
   }
 }
 
-bool isFileName(std::string_view name) {
-  return !name.empty() && name != "." && name != ".." && name.find('/') == std::string_view::npos &&
-         name.find('\0') == std::string_view::npos;
+std::span<const std::string_view> informationPaths(BundleForm form) {
+  static constexpr auto kPaths = std::to_array<std::string_view>({kInformationInResources, kInformationName});
+  switch (form) {
+    case BundleForm::contents:
+      return std::span(kPaths).last(1);
+    case BundleForm::framework:
+      return std::span(kPaths).first(1);
+    case BundleForm::flat:
+      break;
+  }
+  return kPaths;
+}
+
+void readInformation(BundleLayout& layout) {
+  for (const std::string_view path : informationPaths(layout.form)) {
+    layout.informationPath = path;
+    const auto file = openMainFile(layout.support, layout.informationPath);
+    if (!file) continue;
+    layout.hasInformation = true;
+    try {
+      layout.informationBytes = readWholeFile(*file, kInformationLimit);
+    } catch (const QuillonSystemError& error) {
+      if (error.isPOSIX(EFBIG)) fail(CodeSignatureErrorCode::badPropertyList);
+      throw;
+    }
+    parseInformation(layout);
+    return;
+  }
 }
 
 void findMainExecutable(BundleLayout& layout) {
   const std::string declared = layout.informationText("CFBundleExecutable");
   const std::string name = declared.empty() ? layout.baseName() : declared;
   if (!isFileName(name)) fail(CodeSignatureErrorCode::noMainExecutable);
-  std::optional<FileDescriptor> file;
-  try {
-    const FileDescriptor folder = openFolder(layout.support.get(), std::string(kExecutableFolder));
-    file = openMainFile(folder.get(), name);
-  } catch (const QuillonSystemError& error) {
-    if (error.isPOSIX(ELOOP)) fail(CodeSignatureErrorCode::regularFileRequired);
-    if (!error.isPOSIX(ENOENT) && !error.isPOSIX(ENOTDIR)) throw;
+  layout.mainExecutable = layout.form == BundleForm::contents ? "MacOS/" + name : name;
+  std::optional<FileDescriptor> file = openMainFile(layout.support, layout.mainExecutable);
+  if (!file && !layout.hasInformation && layout.form == BundleForm::flat) fail(CodeSignatureErrorCode::badBundleFormat);
+  if (!file && (!declared.empty() || !layout.hasInformation)) fail(CodeSignatureErrorCode::noMainExecutable);
+  if (!file) {
+    layout.mainExecutable = layout.informationPath;
+    file = openMainFile(layout.support, layout.mainExecutable);
   }
-  if (file) {
-    layout.mainExecutable = std::string(kExecutableFolder) + "/" + name;
-    layout.mainExecutableFile = std::move(*file);
-    return;
-  }
-  if (!declared.empty() || !layout.hasInformation) fail(CodeSignatureErrorCode::noMainExecutable);
-  layout.mainExecutable = kInformationName;
-  layout.mainExecutableFile = openRegularFile(layout.support.get(), layout.mainExecutable);
+  if (!file) fail(CodeSignatureErrorCode::noMainExecutable);
+  layout.mainExecutableFile = std::move(*file);
 }
 
 }  // namespace
+
+bool BundleLayout::hasResourcesFolder() const {
+  return form != BundleForm::flat || informationPath == kInformationInResources;
+}
 
 bool BundleLayout::isApplication() const {
   return informationText("CFBundlePackageType") == "APPL";
@@ -115,24 +176,10 @@ BundleLayout openBundle(FileDescriptor bundle, std::string path) {
   BundleLayout layout;
   layout.path = std::move(path);
   layout.bundle = std::move(bundle);
-  layout.support = openSupport(layout.bundle);
+  openSupport(layout);
   readInformation(layout);
   findMainExecutable(layout);
   return layout;
-}
-
-BundleLayout openNestedBundle(const FileDescriptor& support, const std::string& path, const std::string& absolutePath) {
-  try {
-    return openBundle(openFolderBeneath(support.get(), path), absolutePath);
-  } catch (const QuillonSystemError& error) {
-    if (!error.isPOSIX(ENOTDIR)) throw CodeSignatureError(CodeSignatureErrorCode::notReadable, {error.description()});
-  }
-  // A single file would keep its signature in extended attributes.
-  const std::size_t slash = path.rfind('/');
-  const FileDescriptor folder =
-      openFolderBeneath(support.get(), slash == std::string::npos ? std::string() : path.substr(0, slash));
-  const FileDescriptor file = openRegularFile(folder.get(), path.substr(slash + 1));
-  fail(isMachOFile(file) ? CodeSignatureErrorCode::signatureUnsupported : CodeSignatureErrorCode::unsignedCode);
 }
 
 }  // namespace quillon

@@ -1,5 +1,6 @@
 #pragma once
 
+#include <cstdint>
 #include <string>
 
 #include "CodeSignature/FileOpening.h"
@@ -7,13 +8,25 @@
 
 namespace quillon {
 
-/// An opened bundle (`X/Contents`), and where its parts are.
+/// How the parts of a bundle are arranged in its folder.
+enum class BundleForm : std::uint8_t {
+  contents,   ///< in `Contents`, executables in its folder `MacOS`
+  framework,  ///< versions side by side in `Versions`; the link `Versions/Current` names the one that counts
+  flat,       ///< in the bundle's own folder
+};
+
+/// An opened bundle, and where its parts are.
 struct BundleLayout {
   /// Absolute path of the bundle, for messages.
   std::string path;
   FileDescriptor bundle;
-  /// The `Contents` folder, to which all paths in signatures are relative.
+  BundleForm form = BundleForm::contents;
+  /// Path of the support folder below the bundle: "Contents", "Versions/A", or empty for the bundle's own folder.
+  std::string supportName;
+  /// The support folder, to which all paths in signatures are relative.
   FileDescriptor support;
+  /// Path of Info.plist below the support folder.
+  std::string informationPath;
   /// Bytes of Info.plist; empty when there is none.
   std::string informationBytes;
   bool hasInformation = false;
@@ -26,8 +39,10 @@ struct BundleLayout {
   /// Open for reading.
   FileDescriptor mainExecutableFile;
 
-  [[nodiscard]] std::string supportPath() const { return path + "/Contents"; }
-  [[nodiscard]] bool isInformationMain() const { return mainExecutable == "Info.plist"; }
+  [[nodiscard]] std::string supportPath() const { return supportName.empty() ? path : path + "/" + supportName; }
+  [[nodiscard]] bool isInformationMain() const { return mainExecutable == informationPath; }
+  /// Whether resources are in a folder `Resources`, rather than beside the executable.
+  [[nodiscard]] bool hasResourcesFolder() const;
   /// Whether CFBundlePackageType says application.
   [[nodiscard]] bool isApplication() const;
   /// Name of the bundle without extension.
@@ -36,14 +51,9 @@ struct BundleLayout {
   [[nodiscard]] std::string informationText(std::string_view key) const;
 };
 
-/// Takes over the open folder `bundle` and opens what is in it, following no links. Throws CodeSignatureError:
-/// badBundleFormat, signatureUnsupported for layouts other than `X/Contents`, noMainExecutable, regularFileRequired,
+/// Takes over the open folder `bundle` and opens what is in it, following no link but `Versions/Current`, which must
+/// name a folder beside it. Throws CodeSignatureError: badBundleFormat, noMainExecutable, regularFileRequired,
 /// badPropertyList for an Info.plist of unreasonable size; and QuillonSystemError.
 [[nodiscard]] BundleLayout openBundle(FileDescriptor bundle, std::string path);
-
-/// Opens nested code at `path` below the support folder of another bundle. Throws as `openBundle` does;
-/// CodeSignatureError: unsignedCode for a file that is no bundle, signatureUnsupported for a Mach-O file.
-[[nodiscard]] BundleLayout openNestedBundle(const FileDescriptor& support, const std::string& path,
-                                            const std::string& absolutePath);
 
 }  // namespace quillon

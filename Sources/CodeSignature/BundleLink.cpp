@@ -72,13 +72,18 @@ bool leadsToThePlatform(const std::string& text) {
 }
 
 bool seals(const SealedScope& scope, const std::string& path) {
-  if (!path.starts_with(scope.support + "/")) return false;
-  const std::string relative = path.substr(scope.support.size() + 1);
+  const std::string prefix = scope.support.empty() ? std::string() : scope.support + "/";
+  if (!path.starts_with(prefix)) return false;
+  const std::string relative = path.substr(prefix.size());
   if (relative == *scope.mainExecutable) return true;
   return !isExcludedFromSealing(relative, *scope.mainExecutable) && scope.rules->includes(relative);
 }
 
 }  // namespace
+
+std::string joinedPath(const std::string& folder, const std::string& path) {
+  return folder.empty() || path.empty() ? folder + path : folder + "/" + path;
+}
 
 bool isSealedDestination(const FileDescriptor& outermost, const std::string& linkPath, const std::string& linkText,
                          const std::vector<SealedScope>& scopes) {

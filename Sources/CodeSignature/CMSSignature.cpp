@@ -1,13 +1,12 @@
 #include "CodeSignature/CMSSignature.h"
 
-#include <openssl/objects.h>
-
 #include <algorithm>
-#include <ctime>
-#include <map>
+#include <utility>
 
 #include "CodeSignature/BERElement.h"
+#include "CodeSignature/CMSMessage.h"
 #include "CodeSignature/CodeSignatureError.h"
+#include "CodeSignature/DERElement.h"
 #include "CodeSignature/ObjectIdentifier.h"
 #include "CodeSignature/OpenSSLHandles.h"
 #include "CodeSignature/SigningIdentityContent.h"
@@ -28,6 +27,11 @@ constexpr std::string_view kTimestampToken = "1.2.840.113549.1.9.16.2.14";
 constexpr std::string_view kListedHashes = "1.2.840.113635.100.9.1";
 constexpr std::string_view kTypedHashes = "1.2.840.113635.100.9.2";
 
+// Algorithms of signatures made here (RFC 5754, RFC 5758).
+constexpr std::string_view kSHA256 = "2.16.840.1.101.3.4.2.1";
+constexpr std::string_view kSHA256WithRSA = "1.2.840.113549.1.1.11";
+constexpr std::string_view kECDSAWithSHA256 = "1.2.840.10045.4.3.2";
+
 constexpr std::string_view kHashesKey = "cdhashes";
 
 [[noreturn]] void fail() {
@@ -35,151 +39,6 @@ constexpr std::string_view kHashesKey = "cdhashes";
 }
 
 // ---- Reading -------------------------------------------------------------------------------------------------------
-
-bool isObject(const BERElement& element, std::string_view dotted) {
-  return element.tag == BERTag::objectIdentifier && element.content == objectIdentifierContent(dotted);
-}
-
-void expectObject(BERReader& reader, std::string_view dotted) {
-  if (!isObject(reader.next(), dotted)) fail();
-}
-
-void expectVersion1(BERReader& reader) {
-  if (reader.next(BERTag::integer).content != std::string_view("\1")) fail();
-}
-
-/// The algorithm's identifier; its parameters may be absent or NULL and nothing else.
-int algorithmFrom(const BERElement& element) {
-  if (element.tag != BERTag::sequence) fail();
-  BERReader reader(element.content);
-  const std::string_view object = reader.next(BERTag::objectIdentifier).whole;
-  if (!reader.isAtEnd() && !reader.next(BERTag::null).content.empty()) fail();
-  reader.expectEnd();
-  const unsigned char* position = openSSLBytes(object);
-  const ObjectHandle parsed(d2i_ASN1_OBJECT(nullptr, &position, static_cast<long>(object.size())));
-  return OBJ_obj2nid(parsed.get());
-}
-
-const EVP_MD* digestNamed(int identifier) {
-  switch (identifier) {
-    case NID_sha1:
-      return EVP_sha1();
-    case NID_sha256:
-      return EVP_sha256();
-    case NID_sha384:
-      return EVP_sha384();
-    case NID_sha512:
-      return EVP_sha512();
-    default:
-      fail();
-  }
-}
-
-/// The parts of a SignerInfo as they stand in the message.
-struct SignerInfo {
-  std::string_view issuer;  // with header
-  std::string_view serial;  // with header
-  int digest = NID_undef;
-  BERElement signedAttributes;
-  int signatureAlgorithm = NID_undef;
-  std::string_view signature;
-  std::optional<BERElement> unsignedAttributes;
-};
-
-struct Message {
-  std::vector<std::string> certificates;
-  SignerInfo signer;
-};
-
-SignerInfo readSignerInfo(std::string_view content) {
-  SignerInfo info;
-  BERReader reader(content);
-  expectVersion1(reader);
-  BERReader identifier(reader.next(BERTag::sequence).content);
-  info.issuer = identifier.next(BERTag::sequence).whole;
-  info.serial = identifier.next(BERTag::integer).whole;
-  identifier.expectEnd();
-  info.digest = algorithmFrom(reader.next());
-  info.signedAttributes = reader.next(BERTag::context0);
-  info.signatureAlgorithm = algorithmFrom(reader.next());
-  info.signature = reader.next(BERTag::octetString).content;
-  if (!reader.isAtEnd()) info.unsignedAttributes = reader.next(BERTag::context1);
-  reader.expectEnd();
-  return info;
-}
-
-Message readMessage(std::string_view bytes) {
-  BERReader outer(bytes);
-  BERReader contentInfo(outer.next(BERTag::sequence).content);
-  outer.expectEnd();
-  expectObject(contentInfo, kSignedData);
-  BERReader wrapper(contentInfo.next(BERTag::context0).content);
-  contentInfo.expectEnd();
-  BERReader signedData(wrapper.next(BERTag::sequence).content);
-  wrapper.expectEnd();
-
-  Message message;
-  expectVersion1(signedData);
-  BERReader digests(signedData.next(BERTag::set).content);
-  const int digest = algorithmFrom(digests.next());
-  digests.expectEnd();
-  BERReader encapsulated(signedData.next(BERTag::sequence).content);
-  expectObject(encapsulated, kData);
-  encapsulated.expectEnd();  // detached
-  BERReader certificates(signedData.next(BERTag::context0).content);
-  while (!certificates.isAtEnd()) message.certificates.emplace_back(certificates.next(BERTag::sequence).whole);
-  BERReader signers(signedData.next(BERTag::set).content);
-  message.signer = readSignerInfo(signers.next(BERTag::sequence).content);
-  signers.expectEnd();
-  signedData.expectEnd();
-  if (message.signer.digest != digest) fail();
-  return message;
-}
-
-/// Values of attributes by object identifier (content bytes).
-using Attributes = std::map<std::string_view, std::vector<BERElement>>;
-
-Attributes readAttributes(std::string_view content) {
-  Attributes attributes;
-  BERReader reader(content);
-  while (!reader.isAtEnd()) {
-    BERReader attribute(reader.next(BERTag::sequence).content);
-    const std::string_view type = attribute.next(BERTag::objectIdentifier).content;
-    BERReader values(attribute.next(BERTag::set).content);
-    attribute.expectEnd();
-    std::vector<BERElement> elements;
-    while (!values.isAtEnd()) elements.push_back(values.next());
-    if (elements.empty() || !attributes.emplace(type, std::move(elements)).second) fail();
-  }
-  return attributes;
-}
-
-const std::vector<BERElement>* findAttribute(const Attributes& attributes, std::string_view dotted) {
-  const auto found = attributes.find(objectIdentifierContent(dotted).value());
-  return found == attributes.end() ? nullptr : &found->second;
-}
-
-const BERElement* findSingleValue(const Attributes& attributes, std::string_view dotted) {
-  const std::vector<BERElement>* values = findAttribute(attributes, dotted);
-  if (values == nullptr) return nullptr;
-  if (values->size() != 1) fail();
-  return &values->front();
-}
-
-const BERElement& requireSingleValue(const Attributes& attributes, std::string_view dotted) {
-  const BERElement* value = findSingleValue(attributes, dotted);
-  if (value == nullptr) fail();
-  return *value;
-}
-
-std::chrono::sys_seconds timeFrom(const BERElement& element) {
-  if (element.tag != BERTag::utcTime && element.tag != BERTag::generalizedTime) fail();
-  const unsigned char* position = openSSLBytes(element.whole);
-  const TimeHandle time(d2i_ASN1_TIME(nullptr, &position, static_cast<long>(element.whole.size())));
-  std::tm calendar{};
-  if (!time || ASN1_TIME_to_tm(time.get(), &calendar) != 1) fail();
-  return std::chrono::sys_seconds(std::chrono::seconds(timegm(&calendar)));
-}
 
 std::vector<std::string> listedHashesFrom(const BERElement& element) {
   if (element.tag != BERTag::octetString) fail();
@@ -214,69 +73,6 @@ std::vector<CMSSignature::TypedHash> typedHashesFrom(const std::vector<BERElemen
   return result;
 }
 
-/// The certificate that the signer names, by the very bytes of issuer and serial number: comparing names as OpenSSL
-/// does would forgive changes of case.
-CertificateHandle signerCertificate(const Message& message, std::string& der) {
-  for (const std::string& candidate : message.certificates) {
-    const unsigned char* position = openSSLBytes(candidate);
-    CertificateHandle certificate(d2i_X509(nullptr, &position, static_cast<long>(candidate.size())));
-    if (!certificate) fail();
-    if (derOf(X509_get_issuer_name(certificate.get()), i2d_X509_NAME) != message.signer.issuer) continue;
-    if (derOf(X509_get0_serialNumber(certificate.get()), i2d_ASN1_INTEGER) != message.signer.serial) continue;
-    der = candidate;
-    return certificate;
-  }
-  fail();
-}
-
-/// Signed attributes are signed as the SET they mean, whatever tag they stand under in the message.
-std::string signedBytes(const BERElement& attributes) {
-  std::string bytes(1, static_cast<char>(BERTag::set));
-  // Definite lengths are minimal, so that only the tag differs from what was signed.
-  if (attributes.whole.size() >= 2 && static_cast<unsigned char>(attributes.whole[1]) == 0x80) fail();
-  return bytes.append(attributes.whole.substr(1));
-}
-
-void checkSignatureValue(const SignerInfo& signer, X509* certificate) {
-  const EVP_MD* digest = digestNamed(signer.digest);
-  EVP_PKEY* key = X509_get0_pubkey(certificate);
-  int signatureDigest = NID_undef;
-  int keyKind = NID_undef;
-  if (signer.signatureAlgorithm == NID_rsaEncryption) {
-    keyKind = NID_rsaEncryption;
-  } else if (OBJ_find_sigid_algs(signer.signatureAlgorithm, &signatureDigest, &keyKind) != 1 ||
-             signatureDigest != signer.digest) {
-    fail();
-  }
-  if (key == nullptr || EVP_PKEY_get_base_id(key) != keyKind) fail();
-  const std::string bytes = signedBytes(signer.signedAttributes);
-  const DigestContextHandle context(EVP_MD_CTX_new());
-  if (!context || EVP_DigestVerifyInit(context.get(), nullptr, digest, nullptr, key) != 1 ||
-      EVP_DigestVerify(context.get(), openSSLBytes(signer.signature), signer.signature.size(), openSSLBytes(bytes),
-                       bytes.size()) != 1) {
-    fail();
-  }
-}
-
-void checkDigest(const SignerInfo& signer, std::string_view content, const BERElement& attribute) {
-  unsigned char digest[EVP_MAX_MD_SIZE];
-  unsigned int length = 0;
-  if (EVP_Digest(content.data(), content.size(), digest, &length, digestNamed(signer.digest), nullptr) != 1) fail();
-  const std::string_view computed(reinterpret_cast<const char*>(digest), length);
-  if (attribute.tag != BERTag::octetString || attribute.content != computed) fail();
-}
-
-/// The same question put to OpenSSL's own reader: two readers that disagree about a message are one too few.
-void checkWithGeneralReader(std::string_view message, std::string_view content) {
-  const BIOHandle input = bioOver(message);
-  const CMSHandle cms(d2i_CMS_bio(input.get(), nullptr));
-  const BIOHandle data = bioOver(content);
-  if (!cms ||
-      CMS_verify(cms.get(), nullptr, nullptr, data.get(), nullptr, CMS_BINARY | CMS_NO_SIGNER_CERT_VERIFY) != 1) {
-    fail();
-  }
-}
-
 // ---- Making --------------------------------------------------------------------------------------------------------
 
 [[noreturn]] void failSigning(std::string_view step) {
@@ -295,84 +91,117 @@ std::string hashListPropertyList(std::vector<CodeDirectory> directories) {
   return writeXMLPropertyList(QuillonPropertyListValue(std::move(dictionary)));
 }
 
-std::string derElement(BERTag tag, std::string_view content) {
-  // Hashes and object identifiers are short: one length byte is enough.
-  std::string element{static_cast<char>(tag), static_cast<char>(content.size())};
-  return element.append(content);
+std::string derAttribute(std::string_view type, std::vector<std::string> values) {
+  return derElement(BERTag::sequence, derObjectIdentifier(type) + derSetOf(std::move(values)));
 }
 
-void addListedHashes(CMS_SignerInfo* signer, const std::vector<CodeDirectory>& directories) {
-  const std::string list = hashListPropertyList(directories);
-  const ObjectHandle type(OBJ_txt2obj(std::string(kListedHashes).c_str(), 1));
-  if (CMS_signed_add1_attr_by_OBJ(signer, type.get(), V_ASN1_OCTET_STRING, list.data(),
-                                  static_cast<int>(list.size())) != 1) {
-    failSigning("hash list");
-  }
+std::string derAlgorithm(std::string_view type, bool hasNullParameters = true) {
+  const std::string parameters = hasNullParameters ? derElement(BERTag::null, {}) : std::string();
+  return derElement(BERTag::sequence, derObjectIdentifier(type) + parameters);
 }
 
-void addTypedHashes(CMS_SignerInfo* signer, const std::vector<CodeDirectory>& directories) {
-  const ObjectHandle type(OBJ_txt2obj(std::string(kTypedHashes).c_str(), 1));
-  const std::unique_ptr<X509_ATTRIBUTE, OpenSSLDeleter<X509_ATTRIBUTE_free>> attribute(X509_ATTRIBUTE_new());
-  if (!attribute || X509_ATTRIBUTE_set1_object(attribute.get(), type.get()) != 1) failSigning("typed hashes");
+std::string derVersion1() {
+  return derElement(BERTag::integer, "\1");
+}
+
+/// RFC 5652 wants UTCTime as long as its two digits of the year suffice.
+std::string derTime(std::chrono::sys_seconds time) {
+  const TimeHandle value(ASN1_TIME_set(nullptr, std::chrono::system_clock::to_time_t(time)));
+  if (!value) failSigning("signing time");
+  return derOf(value.get(), i2d_ASN1_TIME);
+}
+
+std::vector<std::string> typedHashValues(const std::vector<CodeDirectory>& directories) {
+  std::vector<std::string> values;
   for (const CodeDirectory& directory : directories) {
-    const std::string pair =
-        derElement(BERTag::sequence, derElement(BERTag::objectIdentifier, digestObjectIdentifier(directory.hashType)) +
-                                         derElement(BERTag::octetString, directory.fullHash()));
-    if (X509_ATTRIBUTE_set1_data(attribute.get(), V_ASN1_SEQUENCE, pair.data(), static_cast<int>(pair.size())) != 1) {
-      failSigning("typed hashes");
-    }
+    const std::string algorithm = derElement(BERTag::objectIdentifier, digestObjectIdentifier(directory.hashType));
+    values.push_back(derElement(BERTag::sequence, algorithm + derElement(BERTag::octetString, directory.fullHash())));
   }
-  if (CMS_signed_add1_attr(signer, attribute.get()) != 1) failSigning("typed hashes");
+  return values;
+}
+
+std::vector<std::string> signedAttributes(const std::vector<CodeDirectory>& directories,
+                                          std::optional<std::chrono::sys_seconds> signingTime) {
+  const std::string digest = codeHash(CodeHashType::sha256, directories.front().blob);
+  std::vector<std::string> attributes;
+  attributes.push_back(derAttribute(kContentType, {derObjectIdentifier(kData)}));
+  attributes.push_back(derAttribute(kMessageDigest, {derElement(BERTag::octetString, digest)}));
+  attributes.push_back(
+      derAttribute(kListedHashes, {derElement(BERTag::octetString, hashListPropertyList(directories))}));
+  attributes.push_back(derAttribute(kTypedHashes, typedHashValues(directories)));
+  if (signingTime) attributes.push_back(derAttribute(kSigningTime, {derTime(*signingTime)}));
+  return attributes;
+}
+
+std::string signatureAlgorithm(const EVP_PKEY* key) {
+  switch (EVP_PKEY_get_base_id(key)) {
+    case EVP_PKEY_RSA:
+      return derAlgorithm(kSHA256WithRSA);
+    case EVP_PKEY_EC:
+      return derAlgorithm(kECDSAWithSHA256, false);
+    default:
+      failSigning("keys of this kind are not supported");
+  }
+}
+
+std::string signWithKey(EVP_PKEY* key, std::string_view bytes) {
+  const DigestContextHandle context(EVP_MD_CTX_new());
+  std::size_t length = 0;
+  if (!context || EVP_DigestSignInit(context.get(), nullptr, EVP_sha256(), nullptr, key) != 1 ||
+      EVP_DigestSign(context.get(), nullptr, &length, openSSLBytes(bytes), bytes.size()) != 1) {
+    failSigning("signature value");
+  }
+  std::string signature(length, '\0');
+  if (EVP_DigestSign(context.get(), reinterpret_cast<unsigned char*>(signature.data()), &length, openSSLBytes(bytes),
+                     bytes.size()) != 1) {
+    failSigning("signature value");
+  }
+  signature.resize(length);
+  return signature;
+}
+
+/// SignerInfo of RFC 5652.
+std::string derSignerInfo(const SigningIdentity::Content& identity, const std::vector<std::string>& attributes) {
+  const X509* certificate = identity.certificates.front().get();
+  const std::string identifier = derOf(X509_get_issuer_name(certificate), i2d_X509_NAME) +
+                                 derOf(X509_get0_serialNumber(certificate), i2d_ASN1_INTEGER);
+  // What is signed is the SET; in the message it stands under a tag of its own.
+  const std::string signature = signWithKey(identity.key.get(), derSetOf(attributes));
+  return derElement(BERTag::sequence, derVersion1() + derElement(BERTag::sequence, identifier) + derAlgorithm(kSHA256) +
+                                          derSetOf(attributes, BERTag::context0) +
+                                          signatureAlgorithm(identity.key.get()) +
+                                          derElement(BERTag::octetString, signature));
 }
 
 }  // namespace
 
 CMSSignature verifyCMSSignature(std::string_view message, std::string_view content) {
-  const Message parsed = readMessage(message);
-  const Attributes attributes = readAttributes(parsed.signer.signedAttributes.content);
-  if (!isObject(requireSingleValue(attributes, kContentType), kData)) fail();
-  checkDigest(parsed.signer, content, requireSingleValue(attributes, kMessageDigest));
-
+  const CMSMessage parsed = verifyCMSMessage(message, {.contentType = kData, .version = 1}, content);
   CMSSignature signature;
-  const CertificateHandle certificate = signerCertificate(parsed, signature.signer);
-  checkSignatureValue(parsed.signer, certificate.get());
-  checkWithGeneralReader(message, content);
-
+  signature.signer = parsed.signer;
   signature.certificates = parsed.certificates;
-  signature.signatureValue = parsed.signer.signature;
-  if (const BERElement* time = findSingleValue(attributes, kSigningTime)) signature.signingTime = timeFrom(*time);
-  if (const BERElement* list = findSingleValue(attributes, kListedHashes)) {
-    signature.listedHashes = listedHashesFrom(*list);
+  signature.signatureValue = parsed.signatureValue;
+  const CMSAttributes& attributes = parsed.signedAttributes;
+  if (const BERElement* time = attributes.findSingle(kSigningTime)) signature.signingTime = cmsTimeFrom(*time);
+  if (const BERElement* list = attributes.findSingle(kListedHashes)) signature.listedHashes = listedHashesFrom(*list);
+  if (const auto* hashes = attributes.find(kTypedHashes)) signature.typedHashes = typedHashesFrom(*hashes);
+  if (const BERElement* token = parsed.unsignedAttributes.findSingle(kTimestampToken)) {
+    signature.timestampToken = std::string(token->whole);
   }
-  if (const auto* hashes = findAttribute(attributes, kTypedHashes)) signature.typedHashes = typedHashesFrom(*hashes);
-  if (parsed.signer.unsignedAttributes) {
-    const Attributes extra = readAttributes(parsed.signer.unsignedAttributes->content);
-    // Nothing vouches for unsigned attributes. A time stamp is let pass, because it is common, but no time is taken
-    // from it; anything else is refused.
-    if (extra.size() != 1) fail();
-    signature.timestampToken = std::string(requireSingleValue(extra, kTimestampToken).whole);
-  }
+  // Only a time stamp is protected by something; anything else could be changed, added and taken away.
+  if (parsed.unsignedAttributes.count() != (signature.timestampToken ? 1U : 0U)) fail();
   return signature;
 }
 
-std::string makeCMSSignature(const std::vector<CodeDirectory>& directories, const SigningIdentity& identity) {
+std::string makeCMSSignature(const std::vector<CodeDirectory>& directories, const SigningIdentity& identity,
+                             std::optional<std::chrono::sys_seconds> signingTime) {
   const SigningIdentity::Content& content = identity.content();
-  const CMSHandle cms(
-      CMS_sign(nullptr, nullptr, nullptr, nullptr, CMS_PARTIAL | CMS_DETACHED | CMS_BINARY | CMS_NOSMIMECAP));
-  if (!cms) failSigning("message");
-  CMS_SignerInfo* signer = CMS_add1_signer(cms.get(), content.certificates.front().get(), content.key.get(),
-                                           EVP_sha256(), CMS_PARTIAL | CMS_BINARY | CMS_NOSMIMECAP | CMS_NOCERTS);
-  if (signer == nullptr) failSigning("signer");
-  addListedHashes(signer, directories);
-  addTypedHashes(signer, directories);
-  for (const CertificateHandle& certificate : content.certificates) {
-    if (CMS_add1_cert(cms.get(), certificate.get()) != 1) failSigning("certificates");
-  }
-  const BIOHandle data = bioOver(directories.front().blob);
-  if (CMS_final(cms.get(), data.get(), nullptr, CMS_DETACHED | CMS_BINARY) != 1) failSigning("signature value");
-  std::string message = derOf(cms.get(), i2d_CMS_ContentInfo);
-  if (message.empty()) failSigning("encoding");
-  return message;
+  const std::string signedData = derVersion1() + derSetOf({derAlgorithm(kSHA256)}) +
+                                 derElement(BERTag::sequence, derObjectIdentifier(kData)) +  // detached
+                                 derSetOf(content.chain, BERTag::context0) +
+                                 derSetOf({derSignerInfo(content, signedAttributes(directories, signingTime))});
+  return derElement(BERTag::sequence, derObjectIdentifier(kSignedData) +
+                                          derElement(BERTag::context0, derElement(BERTag::sequence, signedData)));
 }
 
 std::string digestObjectIdentifier(CodeHashType type) {

@@ -35,13 +35,16 @@ struct CMSSignature {
 
 /// Reads a detached message with one signer over `content` and checks its signature. Throws
 /// CodeSignatureError(signatureFailed) for everything else, also for encodings that mean the same but are not what
-/// signers write: no byte of the message can be changed without being noticed.
+/// signers write: no byte of the message can be changed without being noticed. The token is only read, not verified.
 [[nodiscard]] CMSSignature verifyCMSSignature(std::string_view message, std::string_view content);
 
 /// Signs the first of `directories` in a detached message that also names the hashes of them all. The chain of
-/// `identity` is embedded whole. Throws QuillonError.
+/// `identity` is embedded whole. The message holds no time but `signingTime`: with an RSA key, equal arguments make
+/// equal messages. With an elliptic-curve key each signature value has a random part. Throws QuillonError, also for
+/// keys of other kinds.
 [[nodiscard]] std::string makeCMSSignature(const std::vector<CodeDirectory>& directories,
-                                           const SigningIdentity& identity);
+                                           const SigningIdentity& identity,
+                                           std::optional<std::chrono::sys_seconds> signingTime = std::nullopt);
 
 /// DER content bytes of the object identifier that names the algorithm of `type`.
 [[nodiscard]] std::string digestObjectIdentifier(CodeHashType type);

@@ -80,6 +80,26 @@ bool isMadeForCodeSigning(X509* certificate) {
          (X509_get_extended_key_usage(certificate) & XKU_CODE_SIGN) != 0;
 }
 
+bool isMadeForTimeStamping(X509* certificate) {
+  const std::unique_ptr<EXTENDED_KEY_USAGE, OpenSSLDeleter<EXTENDED_KEY_USAGE_free>> purposes(
+      static_cast<EXTENDED_KEY_USAGE*>(X509_get_ext_d2i(certificate, NID_ext_key_usage, nullptr, nullptr)));
+  if (!purposes || sk_ASN1_OBJECT_num(purposes.get()) != 1) return false;
+  // Without the extension every bit is set.
+  const std::uint32_t keyUsage = X509_get_key_usage(certificate);
+  return OBJ_obj2nid(sk_ASN1_OBJECT_value(purposes.get(), 0)) == NID_time_stamp &&
+         (keyUsage & (KU_DIGITAL_SIGNATURE | KU_NON_REPUDIATION)) != 0;
+}
+
+bool isMadeFor(CertificatePurpose purpose, X509* certificate) {
+  switch (purpose) {
+    case CertificatePurpose::codeSigning:
+      return isMadeForCodeSigning(certificate);
+    case CertificatePurpose::timeStamping:
+      return isMadeForTimeStamping(certificate);
+  }
+  return false;
+}
+
 /// The chain as OpenSSL finds it, trusting every self-signed certificate at hand.
 std::vector<std::string> verifiedChain(X509* leaf, const std::vector<CertificateHandle>& pool,
                                        std::optional<std::chrono::sys_seconds> time) {
@@ -144,13 +164,14 @@ CertificateFacts certificateFacts(std::string_view der) {
 }
 
 CertificateChain buildCertificateChain(std::string_view leaf, const std::vector<std::string>& pool,
-                                       const TrustAnchors& anchors, std::optional<std::chrono::sys_seconds> time) {
+                                       const TrustAnchors& anchors, std::optional<std::chrono::sys_seconds> time,
+                                       CertificatePurpose purpose) {
   const CertificateHandle leafCertificate = certificateFrom(leaf);
   std::vector<CertificateHandle> certificates;
   certificates.reserve(pool.size() + anchors.certificates.size());
   for (const std::string& der : pool) certificates.push_back(certificateFrom(der));
   for (const std::string& der : anchors.certificates) certificates.push_back(certificateFrom(der));
-  if (!isMadeForCodeSigning(leafCertificate.get())) fail(CodeSignatureErrorCode::notTrusted);
+  if (!isMadeFor(purpose, leafCertificate.get())) fail(CodeSignatureErrorCode::notTrusted);
 
   const std::vector<std::string> ders = verifiedChain(leafCertificate.get(), certificates, time);
 

@@ -43,9 +43,17 @@ struct CertificateChain {
 /// Facts of one certificate in DER. Throws CodeSignatureError(signatureFailed) when it is malformed.
 [[nodiscard]] CertificateFacts certificateFacts(std::string_view der);
 
+/// What the leaf of a chain must be made for, by its extended key usage (RFC 5280).
+enum class CertificatePurpose {
+  /// Code signing, perhaps among others.
+  codeSigning,
+  /// Time stamping and nothing else (RFC 3161); a key usage, if there is one, must allow signatures.
+  timeStamping,
+};
+
 /// Builds the chain from `leaf` over `pool` (all in DER) to a self-signed root, and checks every signature in it, the
 /// root's own included. Any self-signed root ends a chain; whether it means anything is what the two flags say. The
-/// leaf must be made for code signing. With `time` every certificate must have been valid then; else expiry is not
+/// leaf must be made for `purpose`. With `time` every certificate must have been valid then; else expiry is not
 /// looked at. Every certificate of the pool must be part of the chain: what no signature covers could be changed
 /// unnoticed.
 ///
@@ -53,6 +61,7 @@ struct CertificateChain {
 /// certificates.
 [[nodiscard]] CertificateChain buildCertificateChain(std::string_view leaf, const std::vector<std::string>& pool,
                                                      const TrustAnchors& anchors,
-                                                     std::optional<std::chrono::sys_seconds> time);
+                                                     std::optional<std::chrono::sys_seconds> time,
+                                                     CertificatePurpose purpose = CertificatePurpose::codeSigning);
 
 }  // namespace quillon

@@ -93,17 +93,13 @@ void readHashes(const BlobReader& reader, CodeDirectory& directory) {
   const std::uint64_t pages = require(reader.u32(28));
   // Both counts are below 2^32 and the size below 2^6: no product overflows.
   if (special * hashSize > base || base - special * hashSize < fixedSize(directory.version)) fail();
-  const std::string_view pageHashes = require(reader.bytes(base, pages * hashSize));
+  directory.pageHashes = require(reader.bytes(base, pages * hashSize));
   checkPageCount(directory, pages);
   directory.specialSlotCount = static_cast<std::uint32_t>(special);
   for (std::uint64_t slot = 1; slot <= special; ++slot) {
     const std::string_view hash = require(reader.bytes(base - slot * hashSize, hashSize));
     if (std::ranges::all_of(hash, [](char byte) { return byte == 0; })) continue;
     directory.specialHashes.emplace(static_cast<CodeSlot>(slot), hash);
-  }
-  directory.pageHashes.reserve(pages);
-  for (std::uint64_t page = 0; page < pages; ++page) {
-    directory.pageHashes.emplace_back(pageHashes.substr(page * hashSize, hashSize));
   }
 }
 
@@ -138,7 +134,7 @@ Layout layOut(const CodeDirectory& directory) {
     layout.specialSlots = static_cast<std::uint32_t>(directory.specialHashes.rbegin()->first);
   }
   offset += layout.specialSlots * hashSize;
-  const std::uint64_t length = offset + directory.pageHashes.size() * hashSize;
+  const std::uint64_t length = offset + directory.pageHashes.size();
   if (length > UINT32_MAX) fail(CodeSignatureErrorCode::signatureInvalid);
   layout.hashOffset = static_cast<std::uint32_t>(offset);
   layout.length = static_cast<std::uint32_t>(length);
@@ -184,7 +180,7 @@ std::string buildCodeDirectory(const CodeDirectory& directory) {
   BlobBuilder out;
   out.u32(kMagic).u32(layout.length).u32(layout.version).u32(directory.flags);
   out.u32(layout.hashOffset).u32(layout.identifierOffset).u32(layout.specialSlots);
-  out.u32(static_cast<std::uint32_t>(directory.pageHashes.size()));
+  out.u32(static_cast<std::uint32_t>(directory.pageCount()));
   out.u32(static_cast<std::uint32_t>(std::min<std::uint64_t>(directory.codeLimit, UINT32_MAX)));
   out.u8(static_cast<std::uint8_t>(hashSize)).u8(static_cast<std::uint8_t>(directory.hashType));
   out.u8(directory.platform).u8(directory.pageSizeLog2).u32(0);
@@ -195,7 +191,7 @@ std::string buildCodeDirectory(const CodeDirectory& directory) {
     const auto found = directory.specialHashes.find(static_cast<CodeSlot>(slot));
     out.bytes(found == directory.specialHashes.end() ? std::string(hashSize, '\0') : found->second);
   }
-  for (const std::string& hash : directory.pageHashes) out.bytes(hash);
+  out.bytes(directory.pageHashes);
   return out.blob();
 }
 

@@ -35,10 +35,15 @@ struct CodeDirectory {
   std::uint32_t specialSlotCount = 0;
   /// Hashes of the filled special slots.
   std::map<CodeSlot, std::string> specialHashes;
-  std::vector<std::string> pageHashes;
+  /// The hashes of all pages one after the other, `codeHashSize(hashType)` bytes each.
+  std::string pageHashes;
   /// The bytes that all this was read from.
   std::string blob;
 
+  [[nodiscard]] std::size_t pageCount() const noexcept { return pageHashes.size() / codeHashSize(hashType); }
+  [[nodiscard]] std::string_view pageHash(std::size_t page) const {
+    return std::string_view(pageHashes).substr(page * codeHashSize(hashType), codeHashSize(hashType));
+  }
   [[nodiscard]] bool isAdHoc() const noexcept { return (flags & kCodeDirectoryAdHocFlag) != 0; }
   /// Hash of the whole blob with the directory's own algorithm.
   [[nodiscard]] std::string fullHash() const { return fullCodeHash(hashType, blob); }

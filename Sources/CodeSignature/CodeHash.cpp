@@ -2,6 +2,7 @@
 
 #include <openssl/evp.h>
 
+#include <algorithm>
 #include <array>
 
 #include "QuillonCore/Values/QuillonError.h"
@@ -85,14 +86,20 @@ void CodeHasher::update(std::string_view bytes) {
 }
 
 std::string CodeHasher::finish() {
-  std::array<unsigned char, EVP_MAX_MD_SIZE> digest;
+  std::string digest(static_cast<std::size_t>(EVP_MD_CTX_get_size(context_.get())), '\0');
+  finish(std::span(digest));
+  return digest;
+}
+
+void CodeHasher::finish(std::span<char> digest) {
+  std::array<unsigned char, EVP_MAX_MD_SIZE> whole;
   unsigned int length = 0;
   // A null algorithm keeps the one that is set, which saves looking it up for every file.
-  if (EVP_DigestFinal_ex(context_.get(), digest.data(), &length) != 1 ||
+  if (EVP_DigestFinal_ex(context_.get(), whole.data(), &length) != 1 ||
       EVP_DigestInit_ex(context_.get(), nullptr, nullptr) != 1) {
     throw QuillonError("Hashing failed");
   }
-  return {reinterpret_cast<const char*>(digest.data()), length};
+  std::copy_n(whole.begin(), std::min<std::size_t>(length, digest.size()), digest.begin());
 }
 
 std::string codeHash(CodeHashType type, std::string_view bytes) {

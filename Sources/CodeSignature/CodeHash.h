@@ -4,6 +4,7 @@
 #include <cstdint>
 #include <memory>
 #include <optional>
+#include <span>
 #include <string>
 #include <string_view>
 
@@ -35,6 +36,8 @@ class CodeHasher {
   /// The full digest of what came in since the last call (or construction); begins the next stream.
   /// Not cut to `codeHashSize`.
   [[nodiscard]] std::string finish();
+  /// As `finish`, but puts as much of the digest as there is room for into `digest`.
+  void finish(std::span<char> digest);
   [[nodiscard]] CodeHashType type() const noexcept { return type_; }
 
  private:

@@ -2,9 +2,10 @@
 
 #include <cstdint>
 #include <optional>
+#include <span>
 #include <string>
 
-#include "CodeSignature/CodeHash.h"
+#include "CodeSignature/MachOImage.h"
 #include "CodeSignature/SpecialSlots.h"
 
 namespace quillon {
@@ -21,11 +22,16 @@ class CodeRepresentation {
   /// Length in bytes of the code that pages cover. Throws QuillonSystemError.
   [[nodiscard]] virtual std::uint64_t codeLength() const = 0;
 
-  /// Feeds the code from `offset` on to `hasher`, `length` bytes or up to the end. Throws QuillonSystemError.
-  virtual void hashCode(std::uint64_t offset, std::uint64_t length, CodeHasher& hasher) const = 0;
+  /// Reads code from `offset` on into `block`, and says how many bytes there were; 0 at the end. May be called on
+  /// several threads at once. Throws QuillonSystemError.
+  [[nodiscard]] virtual std::size_t readCode(std::uint64_t offset, std::span<char> block) const = 0;
 
-  /// What kind of code it is, as displays name it: "generic".
-  [[nodiscard]] virtual std::string formatName() const = 0;
+  /// Name of the processor architecture that this code is for, "arm64"; empty for code that is for none.
+  [[nodiscard]] virtual std::string architecture() const { return {}; }
+  /// The platform and versions that an object file was built for; absent for other code.
+  [[nodiscard]] virtual std::optional<MachOVersion> version() const { return std::nullopt; }
+  /// Whether the Info.plist is a part of the code itself, so that the pages' hashes cover it.
+  [[nodiscard]] virtual bool hasInformationInCode() const { return false; }
 };
 
 }  // namespace quillon

@@ -65,6 +65,16 @@ class CodeSignatureError : public QuillonError {
   /// Path of the innermost nested code that failed; empty when it is the code itself.
   [[nodiscard]] const std::string& subcomponent() const noexcept { return subcomponent_; }
 
+  /// Name of the architecture whose part of the code failed; empty when it is not one architecture alone.
+  [[nodiscard]] const std::string& architecture() const noexcept { return architecture_; }
+
+  /// The same error, met in the code of one architecture.
+  [[nodiscard]] CodeSignatureError inArchitecture(const std::string& architecture) const {
+    CodeSignatureError error(*this);
+    error.architecture_ = architecture;
+    return error;
+  }
+
   /// The same error, met in the nested code at `path`. The innermost path stays.
   [[nodiscard]] CodeSignatureError inSubcomponent(const std::string& path) const {
     CodeSignatureError error(*this);
@@ -76,6 +86,7 @@ class CodeSignatureError : public QuillonError {
   CodeSignatureErrorCode code_;
   std::vector<std::string> details_;
   std::string subcomponent_;
+  std::string architecture_;
 };
 
 }  // namespace quillon

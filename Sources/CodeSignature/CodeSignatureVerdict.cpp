@@ -1,6 +1,6 @@
 #include "CodeSignature/CodeSignatureVerdict.h"
 
-#include "CodeSignature/BundleLocation.h"
+#include "CodeSignature/CodeObject.h"
 #include "CodeSignature/CodeSignatureVerifier.h"
 #include "CodeSignature/RequirementEvaluation.h"
 
@@ -13,6 +13,7 @@ CodeSignatureVerdict failed(const CodeSignatureError& error) {
   verdict.message = error.description();
   verdict.details = error.details();
   verdict.subcomponent = error.subcomponent();
+  verdict.architecture = error.architecture();
   return verdict;
 }
 
@@ -23,17 +24,17 @@ std::string CodeSignatureVerdict::text(const std::string& path) const {
   std::string text = path + ": " + message + "\n";
   for (const std::string& detail : details) text += detail + "\n";
   if (!subcomponent.empty()) text += "In subcomponent: " + subcomponent + "\n";
+  if (!architecture.empty()) text += "In architecture: " + architecture + "\n";
   return text;
 }
 
-CodeSignatureVerdict verifyBundle(const QuillonURL& bundle, const VerificationOptions& options) {
+CodeSignatureVerdict verifyCode(const QuillonURL& item, const VerificationOptions& options) {
   try {
-    const BundleLayout layout = openBundleAt(bundle);
-    CodeSignatureVerifier verifier(layout.bundle, options);
-    const LoadedSignature signature = verifier.verify(layout);
+    const CodeObject object = CodeObject::openAt(item);
+    CodeSignatureVerifier verifier(object, options);
+    const std::vector<LoadedSignature> signatures = verifier.verify();
     CodeSignatureVerdict verdict;
-    verdict.meetsDesignatedRequirement =
-        meetsRequirement(requirementSubject(signature, layout), signature.designatedRequirement());
+    verdict.meetsDesignatedRequirement = meetsRequirement(signatures, designatedRequirement(signatures));
     return verdict;
   } catch (const CodeSignatureError& error) {
     return failed(error);

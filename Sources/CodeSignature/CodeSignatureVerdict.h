@@ -30,6 +30,8 @@ struct CodeSignatureVerdict {
   std::vector<std::string> details;
   /// Path of the innermost nested code that failed; empty when it is the code itself.
   std::string subcomponent;
+  /// Name of the architecture that failed; empty when it is not one alone.
+  std::string architecture;
   /// Whether the code meets the requirement by which it wants to be recognised; false when it is invalid.
   bool meetsDesignatedRequirement = false;
 
@@ -40,9 +42,10 @@ struct CodeSignatureVerdict {
   [[nodiscard]] std::string text(const std::string& path) const;
 };
 
-/// Verifies the signature of the bundle at `bundle`, or of the bundle whose main executable it is: code, Info.plist,
-/// resources, nested code, certificates. Follows no link inside the bundle, opens nothing but regular files and
-/// folders, and changes nothing. Hashes on all processors; memory grows with the number of files, not with their sizes.
-[[nodiscard]] CodeSignatureVerdict verifyBundle(const QuillonURL& bundle, const VerificationOptions& options = {});
+/// Verifies the signature of the code at `item`, a bundle, the main executable of one, or a single file: every
+/// architecture of the code, Info.plist, resources, nested code, certificates. Follows no link inside a bundle, opens
+/// nothing but regular files and folders, and changes nothing. Hashes on all processors; memory grows with the number
+/// of files and pages, not with what they hold.
+[[nodiscard]] CodeSignatureVerdict verifyCode(const QuillonURL& item, const VerificationOptions& options = {});
 
 }  // namespace quillon

@@ -1,20 +1,16 @@
 #include "CodeSignature/CodeSignatureVerifier.h"
 
-#include <sys/stat.h>
-
 #include <algorithm>
-#include <array>
 #include <optional>
 #include <set>
 #include <string_view>
 #include <unordered_set>
 
 #include "CodeSignature/BundleLeftovers.h"
+#include "CodeSignature/CodePages.h"
 #include "CodeSignature/CodeSignatureError.h"
-#include "CodeSignature/GenericBundleCode.h"
 #include "CodeSignature/RequirementText.h"
 #include "CodeSignature/ResourceHashing.h"
-#include "QuillonCore/Runtime/QuillonParallelFor.h"
 
 namespace quillon {
 namespace {
@@ -25,20 +21,17 @@ constexpr std::size_t kNestingLimit = 32;
   throw CodeSignatureError(code);
 }
 
-void checkPages(const CodeRepresentation& code, const CodeDirectory& directory) {
-  const std::uint64_t pageSize =
-      directory.pageSizeLog2 == 0 ? directory.codeLimit : std::uint64_t{1} << directory.pageSizeLog2;
-  const std::size_t pages = directory.pageHashes.size();
-  std::vector<std::optional<CodeHasher>> hashers(quillonParallelForWorkerCount(pages));
-  quillonParallelFor(pages, [&](std::size_t page, std::size_t worker) {
-    std::optional<CodeHasher>& hasher = hashers[worker];
-    if (!hasher) hasher.emplace(directory.hashType);
-    const std::uint64_t offset = page * pageSize;
-    code.hashCode(offset, std::min(pageSize, directory.codeLimit - offset), *hasher);
-    std::string hash = hasher->finish();
-    hash.resize(codeHashSize(directory.hashType));
-    if (hash != directory.pageHashes[page]) fail(CodeSignatureErrorCode::signatureFailed);
-  });
+/// Compares every page of the code with the hashes of every directory.
+void checkPages(const CodeRepresentation& code, const std::vector<CodeDirectory>& directories) {
+  const CodeDirectory& first = directories.front();
+  if (first.codeLimit > code.codeLength()) fail(CodeSignatureErrorCode::signatureFailed);
+  std::vector<CodeHashType> types;
+  for (const CodeDirectory& directory : directories) types.push_back(directory.hashType);
+  const auto read = [&code](std::uint64_t offset, std::span<char> block) { return code.readCode(offset, block); };
+  const std::vector<std::string> hashes = hashCodePages(read, first.codeLimit, first.pageSizeLog2, types);
+  for (std::size_t i = 0; i < directories.size(); ++i) {
+    if (hashes[i] != directories[i].pageHashes) fail(CodeSignatureErrorCode::signatureFailed);
+  }
 }
 
 RequirementExpression sealedRequirement(const std::string& text) {
@@ -51,30 +44,39 @@ RequirementExpression sealedRequirement(const std::string& text) {
 
 }  // namespace
 
-/// One bundle on the way from the outermost inwards.
-struct CodeSignatureVerifier::Bundle {
-  const BundleLayout& layout;
-  /// Path of its support folder below the outermost bundle.
-  std::string support;
+/// One piece of code on the way from the outermost inwards.
+struct CodeSignatureVerifier::Code {
+  const CodeObject& object;
+  /// Path below the outermost code; empty for that itself.
+  std::string path;
   /// The bundles around it.
   std::vector<SealedScope> outer;
+
+  [[nodiscard]] const BundleLayout& bundle() const { return *object.bundle(); }
+  /// Path of the support folder below the outermost code.
+  [[nodiscard]] std::string support() const { return joinedPath(path, bundle().supportName); }
 };
 
 /// Compares what is in a bundle with its seal, and collects every difference.
 class CodeSignatureVerifier::ResourceCheck {
  public:
-  ResourceCheck(CodeSignatureVerifier& verifier, const Bundle& bundle, const LoadedSignature& signature)
-      : verifier_(verifier), bundle_(bundle), seal_(parseResourceSeal(signature.sealBytes.value())) {
-    for (const CodeDirectory& directory : signature.directories) hashTypes_.insert(directory.hashType);
-    scopes_ = bundle.outer;
-    scopes_.push_back(
-        {.support = bundle.support, .rules = &seal_.rules, .mainExecutable = &bundle.layout.mainExecutable});
+  /// The slots of all architectures have the hash of the same file, so that the first one's seal is everyone's.
+  ResourceCheck(CodeSignatureVerifier& verifier, const Code& code, const std::vector<LoadedSignature>& signatures)
+      : verifier_(verifier),
+        code_(code),
+        bundle_(code.bundle()),
+        seal_(parseResourceSeal(signatures.front().sealBytes.value())) {
+    for (const LoadedSignature& signature : signatures) {
+      for (const CodeDirectory& directory : signature.directories) hashTypes_.insert(directory.hashType);
+    }
+    scopes_ = code.outer;
+    scopes_.push_back({.support = code.support(), .rules = &seal_.rules, .mainExecutable = &bundle_.mainExecutable});
   }
 
   void run() {
     if (verifier_.isStrict_) checkRules();
     const std::vector<ScannedResource> scanned =
-        scanResources(bundle_.layout.support, seal_.rules, bundle_.layout.mainExecutable, bundle_.layout.supportPath());
+        scanResources(bundle_.support, seal_.rules, bundle_.mainExecutable, bundle_.supportPath());
     for (const ScannedResource& resource : scanned) check(resource);
     checkHashes();
     checkMissing(scanned);
@@ -89,13 +91,14 @@ class CodeSignatureVerifier::ResourceCheck {
   };
 
   void checkRules() const {
-    if (!seal_.rules.isStrict(seal_.version)) fail(CodeSignatureErrorCode::weakResourceRules);
+    if (!seal_.rules.isStrict(seal_.version, bundle_.hasResourcesFolder()))
+      fail(CodeSignatureErrorCode::weakResourceRules);
     if (seal_.version == 1) fail(CodeSignatureErrorCode::weakResourceEnvelope);
   }
 
   void addProblem(std::string_view what, const std::string& path,
                   CodeSignatureErrorCode code = CodeSignatureErrorCode::badResource) {
-    problems_.push_back({code, std::string(what) + ": " + bundle_.layout.supportPath() + "/" + path});
+    problems_.push_back({code, std::string(what) + ": " + bundle_.supportPath() + "/" + path});
   }
 
   void check(const ScannedResource& resource) {
@@ -123,9 +126,9 @@ class CodeSignatureVerifier::ResourceCheck {
       addProblem("file modified", resource.path);
       return;
     }
-    const bool isAllowed =
-        !verifier_.isStrict_ ||
-        isSealedDestination(verifier_.outermost_, bundle_.support + "/" + resource.path, resource.linkText, scopes_);
+    const bool isAllowed = !verifier_.isStrict_ ||
+                           isSealedDestination(verifier_.outermost_.bundle()->bundle,
+                                               joinedPath(code_.support(), resource.path), resource.linkText, scopes_);
     if (!isAllowed) addProblem("file modified", resource.path, CodeSignatureErrorCode::invalidLinkDestination);
   }
 
@@ -141,7 +144,7 @@ class CodeSignatureVerifier::ResourceCheck {
 
   void checkHashes() {
     std::vector<char> isIntact(hashedPaths_.size(), 0);
-    hashResources(bundle_.layout.support, hashedPaths_, hashTypes_, verifier_.isStrict_,
+    hashResources(bundle_.support, hashedPaths_, hashTypes_, verifier_.isStrict_,
                   [&](std::size_t index, const CodeHashes& hashes) {
                     isIntact[index] = matches(*hashedEntries_[index], hashes) ? 1 : 0;
                   });
@@ -161,7 +164,7 @@ class CodeSignatureVerifier::ResourceCheck {
 
   void checkNestedCode() {
     for (const auto& [path, requirement] : nested_) {
-      verifier_.verifyNestedCode(bundle_, path, requirement, scopes_);
+      verifier_.verifyNestedCode(code_, path, requirement, scopes_);
     }
   }
 
@@ -180,7 +183,8 @@ class CodeSignatureVerifier::ResourceCheck {
   }
 
   CodeSignatureVerifier& verifier_;
-  const Bundle& bundle_;
+  const Code& code_;
+  const BundleLayout& bundle_;
   ResourceSeal seal_;
   std::set<CodeHashType> hashTypes_;
   std::vector<SealedScope> scopes_;
@@ -190,62 +194,113 @@ class CodeSignatureVerifier::ResourceCheck {
   std::vector<Problem> problems_;
 };
 
-CodeSignatureVerifier::CodeSignatureVerifier(const FileDescriptor& outermost, const VerificationOptions& options)
+CodeSignatureVerifier::CodeSignatureVerifier(const CodeObject& outermost, const VerificationOptions& options)
     : outermost_(outermost),
       isStrict_(options.isStrict),
       isDeep_(options.isDeep),
       anchors_(options.anchors ? *options.anchors : TrustAnchors::system()) {}
 
-LoadedSignature CodeSignatureVerifier::verify(const BundleLayout& layout) {
-  return verifyBundle({.layout = layout, .support = "Contents", .outer = {}}, true);
+std::vector<LoadedSignature> CodeSignatureVerifier::verify() {
+  return verifyCode({.object = outermost_, .path = {}, .outer = {}}, true);
 }
 
-LoadedSignature CodeSignatureVerifier::verifyNested(const BundleLayout& layout, const std::string& support,
-                                                    const std::vector<SealedScope>& outer) {
-  return verifyBundle({.layout = layout, .support = support, .outer = outer}, true);
+std::vector<LoadedSignature> CodeSignatureVerifier::verifyNested(const CodeObject& object, const std::string& path,
+                                                                 const std::vector<SealedScope>& outer) {
+  return verifyCode({.object = object, .path = path, .outer = outer}, true);
 }
 
-LoadedSignature CodeSignatureVerifier::verifyBundle(const Bundle& bundle, bool isFull) {
-  const GenericBundleCode code(bundle.layout);
-  LoadedSignature signature = loadCodeDirectories(code);
-  loadCMS(code, anchors_, signature);
-  checkSpecialSlots(code, signature);
-  if (bundle.layout.isInformationMalformed) fail(CodeSignatureErrorCode::badPropertyList);
-  if (!isFull) return signature;
-  for (const CodeDirectory& directory : signature.directories) checkPages(code, directory);
-  checkResources(bundle, signature);
-  if (isStrict_) checkStructure(bundle, signature);
+std::vector<LoadedSignature> CodeSignatureVerifier::verifyCode(const Code& code, bool isFull) {
+  std::vector<LoadedSignature> signatures;
+  for (const auto& architecture : code.object.architectures()) {
+    try {
+      signatures.push_back(verifyArchitecture(code, *architecture, isFull));
+    } catch (const CodeSignatureError& error) {
+      // Of code without any signature there is nothing to tell but which part has none.
+      const bool isWhole =
+          error.code() == CodeSignatureErrorCode::unsignedCode && code.object.architectures().size() == 1;
+      throw isWhole ? error : error.inArchitecture(architecture->architecture());
+    }
+  }
+  // A program with two makers would be one maker's on one machine and the other's on another.
+  for (const LoadedSignature& signature : signatures) {
+    if (signature.best().team != signatures.front().best().team) fail(CodeSignatureErrorCode::signatureInvalid);
+  }
+  if (!isFull) return signatures;
+  if (code.object.bundle() != nullptr) checkResources(code, signatures);
+  if (isStrict_) checkStructure(code, signatures);
+  return signatures;
+}
+
+LoadedSignature CodeSignatureVerifier::verifyArchitecture(const Code& code, const CodeRepresentation& architecture,
+                                                          bool isFull) const {
+  LoadedSignature signature = loadCodeDirectories(architecture);
+  loadCMS(architecture, anchors_, signature);
+  checkSpecialSlots(architecture, signature);
+  if (code.object.bundle() != nullptr && code.bundle().isInformationMalformed) {
+    fail(CodeSignatureErrorCode::badPropertyList);
+  }
+  if (isFull) checkPages(architecture, signature.directories);
   return signature;
 }
 
-void CodeSignatureVerifier::checkResources(const Bundle& bundle, const LoadedSignature& signature) {
-  if (!signature.sealBytes) fail(CodeSignatureErrorCode::resourcesNotFound);
-  ResourceCheck(*this, bundle, signature).run();
-  if (isStrict_) checkLeftovers(bundle.layout, signature);
-}
-
-void CodeSignatureVerifier::checkStructure(const Bundle& bundle, const LoadedSignature& signature) const {
-  if (hasSidebandData(bundle.layout.bundle) || hasSidebandData(bundle.layout.mainExecutableFile)) {
-    fail(CodeSignatureErrorCode::sidebandDataRefused);
+void CodeSignatureVerifier::checkResources(const Code& code, const std::vector<LoadedSignature>& signatures) {
+  for (const LoadedSignature& signature : signatures) {
+    if (!signature.sealBytes) fail(CodeSignatureErrorCode::resourcesNotFound);
   }
-  const GenericBundleCode code(bundle.layout);
-  if (signature.best().codeLimit != code.codeLength()) fail(CodeSignatureErrorCode::signatureInvalid);
+  ResourceCheck(*this, code, signatures).run();
+  if (!isStrict_) return;
+  const bool isEmbedded = !code.object.native().architecture().empty();
+  checkSignatureFolder(code.bundle(), signatures.front(), isEmbedded);
+  checkBundleRoot(code.bundle());
 }
 
-void CodeSignatureVerifier::verifyNestedCode(const Bundle& outer, const std::string& path,
-                                             const std::string& requirement, const std::vector<SealedScope>& scopes) {
-  const std::string absolutePath = outer.layout.supportPath() + "/" + path;
+void CodeSignatureVerifier::checkStructure(const Code& code, const std::vector<LoadedSignature>& signatures) const {
+  const CodeObject& object = code.object;
+  const bool hasSideband =
+      hasSidebandData(object.mainFile()) || (object.bundle() != nullptr && hasSidebandData(object.bundle()->bundle));
+  if (hasSideband) fail(CodeSignatureErrorCode::sidebandDataRefused);
+  for (std::size_t i = 0; i < signatures.size(); ++i) {
+    const CodeRepresentation& architecture = *object.architectures()[i];
+    if (signatures[i].best().codeLimit == architecture.codeLength()) continue;
+    throw CodeSignatureError(CodeSignatureErrorCode::signatureInvalid).inArchitecture(architecture.architecture());
+  }
+  if (object.objectFile()) checkMachOLayout(*object.objectFile(), object.mainFile());
+}
+
+void CodeSignatureVerifier::verifyNestedCode(const Code& outer, const std::string& path, const std::string& requirement,
+                                             const std::vector<SealedScope>& scopes) {
+  const std::string absolutePath = outer.bundle().supportPath() + "/" + path;
   const RequirementExpression expected = sealedRequirement(requirement);
   try {
     if (scopes.size() > kNestingLimit) fail(CodeSignatureErrorCode::badBundleFormat);
-    const BundleLayout layout = openNestedBundle(outer.layout.support, path, absolutePath);
-    const Bundle nested{.layout = layout, .support = outer.support + "/" + path + "/Contents", .outer = scopes};
-    const LoadedSignature signature = verifyBundle(nested, isDeep_);
-    if (meetsRequirement(requirementSubject(signature, layout), expected)) return;
+    const CodeObject object = CodeObject::openNested(outer.bundle().support, path, absolutePath);
+    const Code nested{.object = object, .path = joinedPath(outer.support(), path), .outer = scopes};
+    const std::vector<LoadedSignature> signatures = verifyCode(nested, isDeep_);
+    if (meetsRequirement(signatures, expected)) {
+      if (isStrict_ && isDeep_ && object.bundle() != nullptr) verifyOtherVersions(nested, expected);
+      return;
+    }
   } catch (const CodeSignatureError& error) {
     throw error.inSubcomponent(absolutePath);
   }
   throw CodeSignatureError(CodeSignatureErrorCode::badNestedCode, {"file modified: " + absolutePath});
+}
+
+/// Programs may load any version of a framework, not only the current one.
+void CodeSignatureVerifier::verifyOtherVersions(const Code& framework, const RequirementExpression& requirement) {
+  for (const std::string& name : otherVersions(framework.bundle())) {
+    const std::string relative = "Versions/" + name;
+    try {
+      const CodeObject object =
+          CodeObject::openNested(framework.bundle().bundle, relative, framework.object.path() + "/" + relative);
+      const Code version{.object = object, .path = joinedPath(framework.path, relative), .outer = framework.outer};
+      if (meetsRequirement(verifyCode(version, true), requirement)) continue;
+    } catch (const CodeSignatureError&) {
+      // Whatever is wrong with it, what counts is that there is a version that may not be used.
+    }
+    throw CodeSignatureError(CodeSignatureErrorCode::badFrameworkVersion,
+                             {"file modified: " + framework.object.path() + "/" + relative});
+  }
 }
 
 }  // namespace quillon

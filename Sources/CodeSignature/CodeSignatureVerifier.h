@@ -3,8 +3,8 @@
 #include <string>
 #include <vector>
 
-#include "CodeSignature/BundleLayout.h"
 #include "CodeSignature/BundleLink.h"
+#include "CodeSignature/CodeObject.h"
 #include "CodeSignature/CodeSignatureVerdict.h"
 #include "CodeSignature/LoadedSignature.h"
 #include "CodeSignature/ResourceScan.h"
@@ -12,31 +12,35 @@
 
 namespace quillon {
 
-/// Verifies a bundle and the bundles nested in it, in the order that decides which failure is reported: directories,
-/// message and certificates, special slots, code, resources, structure.
+/// Verifies code and the code nested in it, in the order that decides which failure is reported: for each architecture
+/// directories, message and certificates, special slots, pages; then, once, resources and structure.
 class CodeSignatureVerifier {
  public:
-  /// `outermost` is borrowed: the folder that no link may leave.
-  CodeSignatureVerifier(const FileDescriptor& outermost, const VerificationOptions& options);
+  /// `outermost` is borrowed: the bundle that no link may leave, or a single file.
+  CodeSignatureVerifier(const CodeObject& outermost, const VerificationOptions& options);
 
-  /// Verifies the outermost bundle. Throws CodeSignatureError, and QuillonSystemError when the code cannot be read.
-  [[nodiscard]] LoadedSignature verify(const BundleLayout& layout);
+  /// Verifies the outermost code. The signature of each architecture, this machine's first. Throws CodeSignatureError,
+  /// and QuillonSystemError when the code cannot be read.
+  [[nodiscard]] std::vector<LoadedSignature> verify();
 
-  /// Verifies a bundle nested in the outermost one. `support` is the path of its support folder below the outermost
-  /// bundle, `outer` are the bundles around it. Throws as `verify`.
-  [[nodiscard]] LoadedSignature verifyNested(const BundleLayout& layout, const std::string& support,
-                                             const std::vector<SealedScope>& outer);
+  /// Verifies code nested in the outermost bundle, at `path` below it; `outer` are the bundles around it. Throws as
+  /// `verify`.
+  [[nodiscard]] std::vector<LoadedSignature> verifyNested(const CodeObject& object, const std::string& path,
+                                                          const std::vector<SealedScope>& outer);
 
  private:
-  struct Bundle;
+  struct Code;
   class ResourceCheck;
-  [[nodiscard]] LoadedSignature verifyBundle(const Bundle& bundle, bool isFull);
-  void verifyNestedCode(const Bundle& outer, const std::string& path, const std::string& requirement,
+  [[nodiscard]] std::vector<LoadedSignature> verifyCode(const Code& code, bool isFull);
+  [[nodiscard]] LoadedSignature verifyArchitecture(const Code& code, const CodeRepresentation& architecture,
+                                                   bool isFull) const;
+  void checkResources(const Code& code, const std::vector<LoadedSignature>& signatures);
+  void checkStructure(const Code& code, const std::vector<LoadedSignature>& signatures) const;
+  void verifyNestedCode(const Code& outer, const std::string& path, const std::string& requirement,
                         const std::vector<SealedScope>& scopes);
-  void checkResources(const Bundle& bundle, const LoadedSignature& signature);
-  void checkStructure(const Bundle& bundle, const LoadedSignature& signature) const;
+  void verifyOtherVersions(const Code& framework, const RequirementExpression& requirement);
 
-  const FileDescriptor& outermost_;
+  const CodeObject& outermost_;
   bool isStrict_;
   bool isDeep_;
   TrustAnchors anchors_;

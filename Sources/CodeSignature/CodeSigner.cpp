@@ -10,12 +10,12 @@
 
 #include "CodeSignature/BundleLeftovers.h"
 #include "CodeSignature/BundleLink.h"
-#include "CodeSignature/BundleLocation.h"
 #include "CodeSignature/CMSSignature.h"
+#include "CodeSignature/CodeObject.h"
+#include "CodeSignature/CodePages.h"
 #include "CodeSignature/CodeSignatureError.h"
 #include "CodeSignature/CodeSignatureVerifier.h"
 #include "CodeSignature/DesignatedRequirement.h"
-#include "CodeSignature/GenericBundleCode.h"
 #include "CodeSignature/RequirementText.h"
 #include "CodeSignature/ResourceHashing.h"
 #include "CodeSignature/SignatureFolder.h"
@@ -50,21 +50,23 @@ std::set<CodeHashType> hashTypesFor(const BundleLayout& layout, const SigningOpt
 /// Makes the signature of one bundle whose nested code is signed.
 class BundleSigning {
  public:
-  BundleSigning(const BundleLayout& layout, const FileDescriptor& outermost, std::vector<SealedScope> outer,
-                std::string support, const SigningOptions& options)
-      : layout_(layout),
+  /// `path` is the bundle's own below the outermost one.
+  BundleSigning(const CodeObject& object, const CodeObject& outermost, std::vector<SealedScope> outer,
+                const std::string& path, const SigningOptions& options)
+      : layout_(*object.bundle()),
         outermost_(outermost),
         scopes_(std::move(outer)),
-        support_(std::move(support)),
+        support_(joinedPath(path, layout_.supportName)),
         options_(options),
-        code_(layout),
-        rules_(ResourceRules::standard(2)),
-        hashTypes_(hashTypesFor(layout, options)) {
-    if (layout.isInformationMalformed) throw CodeSignatureError(CodeSignatureErrorCode::badPropertyList);
-    checkBundleRoot(layout);
-    scopes_.push_back({.support = support_, .rules = &rules_, .mainExecutable = &layout.mainExecutable});
-    removeUnfinishedSignatureFolders(layout);
-    scanned_ = scanResources(layout.support, rules_, layout.mainExecutable, layout.supportPath());
+        code_(object.native()),
+        rules_(ResourceRules::standard(2, layout_.hasResourcesFolder())),
+        hashTypes_(hashTypesFor(layout_, options)) {
+    if (object.objectFile()) throw CodeSignatureError(CodeSignatureErrorCode::signatureUnsupported);
+    if (layout_.isInformationMalformed) throw CodeSignatureError(CodeSignatureErrorCode::badPropertyList);
+    checkBundleRoot(layout_);
+    scopes_.push_back({.support = support_, .rules = &rules_, .mainExecutable = &layout_.mainExecutable});
+    removeUnfinishedSignatureFolders(layout_);
+    scanned_ = scanResources(layout_.support, rules_, layout_.mainExecutable, layout_.supportPath());
   }
 
   void run() {
@@ -78,7 +80,11 @@ class BundleSigning {
     for (std::size_t i = 1; i < directories.size(); ++i) {
       files[std::string(kAlternateCodeDirectoryFiles[i - 1])] = directories[i].blob;
     }
-    files["CodeSignature"] = options_.identity ? makeCMSSignature(directories, *options_.identity) : std::string();
+    if (options_.identity) {
+      files["CodeSignature"] = makeCMSSignature(directories, *options_.identity, options_.signingTime);
+    } else {
+      files["CodeSignature"] = {};
+    }
     replaceSignatureFolder(layout_, files);
   }
 
@@ -118,19 +124,16 @@ class BundleSigning {
     }
     directory.specialHashes[CodeSlot::requirements] = codeHash(type, files.at("CodeRequirements"));
     directory.specialHashes[CodeSlot::resources] = codeHash(type, files.at("CodeResources"));
-    if (directory.codeLimit > 0) {
-      CodeHasher hasher(type);
-      code_.hashCode(0, directory.codeLimit, hasher);
-      directory.pageHashes.push_back(hasher.finish().substr(0, codeHashSize(type)));
-    }
+    const auto read = [this](std::uint64_t offset, std::span<char> block) { return code_.readCode(offset, block); };
+    directory.pageHashes = hashCodePages(read, directory.codeLimit, directory.pageSizeLog2, {type}).front();
     return parseCodeDirectory(buildCodeDirectory(directory));
   }
 
   void signNestedCode();
-  [[nodiscard]] LoadedSignature signOrKeepNested(const std::string& path, BundleLayout& nested);
+  [[nodiscard]] std::vector<LoadedSignature> signOrKeepNested(const std::string& path, const CodeObject& nested);
 
   std::string sealResources() {
-    ResourceSeal seal{.version = 2, .rules = ResourceRules::standard(2), .resources = {}};
+    ResourceSeal seal{.version = 2, .rules = ResourceRules::standard(2, layout_.hasResourcesFolder()), .resources = {}};
     std::vector<std::string> paths;
     for (const ScannedResource& resource : scanned_) {
       SealedResource sealed{.isOptional = resource.isOptional};
@@ -150,7 +153,8 @@ class BundleSigning {
   }
 
   void checkLink(const ScannedResource& resource) const {
-    if (!isSealedDestination(outermost_, support_ + "/" + resource.path, resource.linkText, scopes_)) {
+    if (!isSealedDestination(outermost_.bundle()->bundle, joinedPath(support_, resource.path), resource.linkText,
+                             scopes_)) {
       fail(CodeSignatureErrorCode::invalidLinkDestination, resource.path);
     }
   }
@@ -170,10 +174,10 @@ class BundleSigning {
     return versionOneHashes;
   }
 
-  [[nodiscard]] static std::string writeSeal(const ResourceSeal& seal,
-                                             const std::map<std::string, std::string>& versionOneHashes) {
+  [[nodiscard]] std::string writeSeal(const ResourceSeal& seal,
+                                      const std::map<std::string, std::string>& versionOneHashes) const {
     try {
-      return buildResourceSeal(seal, versionOneHashes);
+      return buildResourceSeal(seal, versionOneHashes, layout_.hasResourcesFolder());
     } catch (const QuillonPropertyListError& error) {
       throw QuillonError("A file name cannot be sealed: " + error.description());
     }
@@ -185,30 +189,31 @@ class BundleSigning {
   };
 
   const BundleLayout& layout_;
-  const FileDescriptor& outermost_;
+  const CodeObject& outermost_;
   std::vector<SealedScope> scopes_;
   std::string support_;
   const SigningOptions& options_;
-  GenericBundleCode code_;
+  const CodeRepresentation& code_;
   ResourceRules rules_;
   std::set<CodeHashType> hashTypes_;
   std::vector<ScannedResource> scanned_;
   std::map<std::string, NestedCode> nested_;
 };
 
-bool isSigned(const BundleLayout& layout) {
-  return GenericBundleCode(layout).signaturePart(CodeSlot::codeDirectory).has_value();
+bool isSigned(const CodeObject& object) {
+  return object.native().signaturePart(CodeSlot::codeDirectory).has_value();
 }
 
 /// Verifies nested code as its own outermost bundle, but with links into the bundles around it allowed.
-LoadedSignature BundleSigning::signOrKeepNested(const std::string& path, BundleLayout& nested) {
-  if (!isSigned(nested) || options_.signsNestedCode) {
+std::vector<LoadedSignature> BundleSigning::signOrKeepNested(const std::string& path, const CodeObject& nested) {
+  const std::string nestedPath = joinedPath(support_, path);
+  if (nested.bundle() != nullptr && (!isSigned(nested) || options_.signsNestedCode)) {
     SigningOptions options = options_;
     options.identifier.clear();
-    BundleSigning(nested, outermost_, scopes_, support_ + "/" + path + "/Contents", options).run();
+    BundleSigning(nested, outermost_, scopes_, nestedPath, options).run();
   }
   CodeSignatureVerifier verifier(outermost_, {});
-  return verifier.verifyNested(nested, support_ + "/" + path + "/Contents", scopes_);
+  return verifier.verifyNested(nested, nestedPath, scopes_);
 }
 
 void BundleSigning::signNestedCode() {
@@ -216,10 +221,10 @@ void BundleSigning::signNestedCode() {
     if (resource.kind != ScannedResourceKind::nestedCode) continue;
     const std::string absolutePath = layout_.supportPath() + "/" + resource.path;
     try {
-      BundleLayout nested = openNestedBundle(layout_.support, resource.path, absolutePath);
-      const LoadedSignature signature = signOrKeepNested(resource.path, nested);
-      nested_[resource.path] = {.requirement = requirementText(signature.designatedRequirement()),
-                                .codeDirectoryHash = signature.best().identifyingHash()};
+      const CodeObject nested = CodeObject::openNested(layout_.support, resource.path, absolutePath);
+      const std::vector<LoadedSignature> signatures = signOrKeepNested(resource.path, nested);
+      nested_[resource.path] = {.requirement = requirementText(designatedRequirement(signatures)),
+                                .codeDirectoryHash = signatures.front().best().identifyingHash()};
     } catch (const CodeSignatureError& error) {
       throw error.inSubcomponent(absolutePath);
     }
@@ -229,9 +234,10 @@ void BundleSigning::signNestedCode() {
 }  // namespace
 
 void signBundle(const QuillonURL& bundle, const SigningOptions& options) {
-  const BundleLayout layout = openBundleAt(bundle);
-  if (!options.replacesSignature && isSigned(layout)) throw QuillonError("is already signed");
-  BundleSigning(layout, layout.bundle, {}, "Contents", options).run();
+  const CodeObject object = CodeObject::openAt(bundle);
+  if (object.bundle() == nullptr) throw CodeSignatureError(CodeSignatureErrorCode::signatureUnsupported);
+  if (!options.replacesSignature && isSigned(object)) throw QuillonError("is already signed");
+  BundleSigning(object, object, {}, {}, options).run();
 }
 
 }  // namespace quillon

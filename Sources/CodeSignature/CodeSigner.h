@@ -1,5 +1,6 @@
 #pragma once
 
+#include <chrono>
 #include <optional>
 #include <set>
 #include <string>
@@ -22,6 +23,9 @@ struct SigningOptions {
   bool signsNestedCode = false;
   /// Absent: SHA-256, and SHA-1 beside it for systems before 10.11.4 (LSMinimumSystemVersion), which know nothing else.
   std::optional<std::set<CodeHashType>> hashTypes = std::nullopt;
+  /// When the signer says that this was signed; absent: the signature says nothing about that. Nobody else vouches for
+  /// it, and equal bundles have equal signatures only when it is the same each time.
+  std::optional<std::chrono::sys_seconds> signingTime = std::nullopt;
 };
 
 /// Signs the bundle at `bundle`, its nested bundles first. The signature is made completely beside the previous one and

@@ -11,9 +11,6 @@
 
 namespace quillon {
 
-/// Feeds `length` bytes of `file` from `offset` on (or up to its end) to `hasher`. Throws QuillonSystemError.
-void hashFileRange(const FileDescriptor& file, std::uint64_t offset, std::uint64_t length, CodeHasher& hasher);
-
 using CodeHashes = std::map<CodeHashType, std::string>;
 
 /// Hashes whole files with several algorithms in one pass. Owns a buffer, whatever the files' sizes: one per thread.

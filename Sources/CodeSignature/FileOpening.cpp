@@ -61,6 +61,20 @@ FileDescriptor openRegularFile(int folder, const std::string& name) {
   return file;
 }
 
+std::uint64_t fileLength(const FileDescriptor& file) {
+  struct stat status {};
+  if (fstat(file.get(), &status) != 0) throw QuillonSystemError::posix(errno, "examine", "a file");
+  return static_cast<std::uint64_t>(status.st_size);
+}
+
+std::size_t readFileAt(const FileDescriptor& file, std::uint64_t offset, std::span<char> block) {
+  while (true) {
+    const ssize_t count = pread(file.get(), block.data(), block.size(), static_cast<off_t>(offset));
+    if (count >= 0) return static_cast<std::size_t>(count);
+    if (errno != EINTR) throw QuillonSystemError::posix(errno, "read", "a file");
+  }
+}
+
 std::string readWholeFile(const FileDescriptor& file, std::size_t limit) {
   std::string content;
   std::array<char, 65536> block;

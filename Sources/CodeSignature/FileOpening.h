@@ -3,6 +3,8 @@
 #include <fcntl.h>
 
 #include <cstddef>
+#include <cstdint>
+#include <span>
 #include <string>
 
 #include "QuillonCore/Runtime/Posix/FileDescriptor.h"
@@ -21,6 +23,13 @@ namespace quillon {
 /// QuillonSystemError; for anything that is not a regular file its code is ELOOP (a link), EISDIR (a folder) or ENXIO
 /// (everything else).
 [[nodiscard]] FileDescriptor openRegularFile(int folder, const std::string& name);
+
+/// Length of an open file in bytes. Throws QuillonSystemError.
+[[nodiscard]] std::uint64_t fileLength(const FileDescriptor& file);
+
+/// Reads from `offset` on into `block`, and says how many bytes there were; 0 at the end. Leaves the file's own
+/// position alone. Throws QuillonSystemError.
+[[nodiscard]] std::size_t readFileAt(const FileDescriptor& file, std::uint64_t offset, std::span<char> block);
 
 /// All bytes of an open file. Throws QuillonSystemError, EFBIG when there are more than `limit`.
 [[nodiscard]] std::string readWholeFile(const FileDescriptor& file, std::size_t limit);

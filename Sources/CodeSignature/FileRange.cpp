@@ -4,6 +4,7 @@
 
 #include <algorithm>
 #include <cerrno>
+#include <span>
 #include <vector>
 
 #include "QuillonCore/Values/QuillonError.h"
@@ -17,22 +18,20 @@ bool isZero(std::string_view bytes) {
   return bytes.find_first_not_of('\0') == std::string_view::npos;
 }
 
-}  // namespace
-
-void readFileRange(const FileDescriptor& file, std::uint64_t offset, char* bytes, std::size_t length) {
-  while (length > 0) {
-    const ssize_t count = pread(file.get(), bytes, length, static_cast<off_t>(offset));
-    if (count < 0 && errno == EINTR) continue;
-    if (count <= 0) throw QuillonSystemError::posix(count < 0 ? errno : ENODATA, "read", "a file");
-    bytes += count;
-    offset += static_cast<std::uint64_t>(count);
-    length -= static_cast<std::size_t>(count);
+void fill(const FileDescriptor& file, std::uint64_t offset, std::span<char> bytes) {
+  while (!bytes.empty()) {
+    const std::size_t count = readFileAt(file, offset, bytes);
+    if (count == 0) throw QuillonSystemError::posix(ENODATA, "read", "a file");
+    bytes = bytes.subspan(count);
+    offset += count;
   }
 }
 
+}  // namespace
+
 std::string readFileRange(const FileDescriptor& file, std::uint64_t offset, std::size_t length) {
   std::string bytes(length, '\0');
-  readFileRange(file, offset, bytes.data(), length);
+  fill(file, offset, bytes);
   return bytes;
 }
 
@@ -51,7 +50,7 @@ void copyFileRange(const FileDescriptor& from, std::uint64_t fromOffset, std::ui
   std::vector<char> block(std::min<std::uint64_t>(kBlockSize, length));
   while (length > 0) {
     const std::size_t count = std::min<std::uint64_t>(block.size(), length);
-    readFileRange(from, fromOffset, block.data(), count);
+    fill(from, fromOffset, std::span(block).first(count));
     const std::string_view bytes(block.data(), count);
     if (!isZero(bytes)) writeFileRange(to, toOffset, bytes);
     fromOffset += count;

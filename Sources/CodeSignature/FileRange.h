@@ -9,8 +9,6 @@ namespace quillon {
 
 /// The `length` bytes of `file` from `offset` on. Throws QuillonSystemError, ENODATA when the file ends before.
 [[nodiscard]] std::string readFileRange(const FileDescriptor& file, std::uint64_t offset, std::size_t length);
-/// As above, into memory of the caller's.
-void readFileRange(const FileDescriptor& file, std::uint64_t offset, char* bytes, std::size_t length);
 
 /// Writes `bytes` at `offset`, making the file longer when needed. Throws QuillonSystemError.
 void writeFileRange(const FileDescriptor& file, std::uint64_t offset, std::string_view bytes);

@@ -1,12 +1,17 @@
 #include "CodeSignature/LoadedSignature.h"
 
 #include <algorithm>
+#include <iterator>
 
 #include "CodeSignature/CodeSignatureError.h"
 #include "CodeSignature/DesignatedRequirement.h"
+#include "QuillonCore/Values/QuillonPropertyListCodec.h"
 
 namespace quillon {
 namespace {
+
+/// Magic number and length, before the property list of entitlements.
+constexpr std::size_t kBlobHeaderLength = 8;
 
 [[noreturn]] void fail(CodeSignatureErrorCode code = CodeSignatureErrorCode::signatureFailed) {
   throw CodeSignatureError(code);
@@ -57,21 +62,60 @@ void checkNamedHashes(const LoadedSignature& signature) {
   }
 }
 
+/// The dictionary of a property list; absent when there is none, or it is malformed.
+std::optional<QuillonPropertyListValue> dictionaryFrom(const std::optional<std::string>& bytes) {
+  if (!bytes) return std::nullopt;
+  try {
+    QuillonPropertyListValue list = readPropertyList(*bytes);
+    if (list.getIf<QuillonPropertyListValue::Dictionary>() != nullptr) return list;
+  } catch (const QuillonPropertyListError&) {
+    // Whoever needs it will find that it is not there.
+  }
+  return std::nullopt;
+}
+
+void loadTimestamp(const TrustAnchors& anchors, LoadedSignature& signature) {
+  const CMSSignature& cms = *signature.cms;
+  if (!cms.timestampToken) return;
+  signature.timestamp = verifySignatureTimestamp(*cms.timestampToken, cms.signatureValue, anchors);
+}
+
+void loadCertificateChain(const TrustAnchors& anchors, LoadedSignature& signature) {
+  const CMSSignature& cms = *signature.cms;
+  // Without a secure time nobody knows when the certificates had to be valid.
+  std::optional<std::chrono::sys_seconds> time;
+  if (signature.timestamp) time = signature.timestamp->time;
+  signature.chain = buildCertificateChain(cms.signer, cms.certificates, anchors, time);
+  if ((signature.best().flags & kCodeDirectoryExpiresFlag) != 0) {
+    const auto now = std::chrono::floor<std::chrono::seconds>(std::chrono::system_clock::now());
+    (void)buildCertificateChain(cms.signer, cms.certificates, anchors, now);
+  }
+  // Anyone can run an authority of his own that sets the clock back to when a vendor's certificate was valid.
+  if (signature.timestamp && signature.chain->isAnchoredByApple && !signature.timestamp->chain.isAnchoredByApple) {
+    fail(CodeSignatureErrorCode::notTrusted);
+  }
+}
+
 CodeSignatureErrorCode errorOfSlot(CodeSlot slot) {
   if (slot == CodeSlot::infoPropertyList) return CodeSignatureErrorCode::infoPropertyListFailed;
   if (slot == CodeSlot::resources) return CodeSignatureErrorCode::resourceDirectoryFailed;
   return CodeSignatureErrorCode::signatureFailed;
 }
 
+/// A part without hash would be read by someone else without being protected by anything.
+[[noreturn]] void failUnsealed(const CodeDirectory& directory, CodeSlot slot) {
+  // A linker's signature knows nothing of the bundle that its program ends up in.
+  const bool knowsBundle = directory.specialHashes.contains(CodeSlot::resources);
+  const bool isOfBundle = slot == CodeSlot::infoPropertyList || slot == CodeSlot::resources;
+  fail(isOfBundle && !knowsBundle ? CodeSignatureErrorCode::resourcesNotFound : errorOfSlot(slot));
+}
+
 void checkSlot(const CodeDirectory& directory, CodeSlot slot, const std::optional<std::string>& part) {
   const auto sealed = directory.specialHashes.find(slot);
   const bool isSealed = sealed != directory.specialHashes.end();
   if (!isSealed && !part) return;
-  // A part without hash would be read by someone else without being protected by anything.
-  if (!isSealed || !part) {
-    if (!isSealed && slot == CodeSlot::resources) fail(CodeSignatureErrorCode::resourcesNotFound);
-    fail(errorOfSlot(slot));
-  }
+  if (!isSealed) failUnsealed(directory, slot);
+  if (!part) fail(errorOfSlot(slot));
   if (codeHash(directory.hashType, *part) != sealed->second) fail(errorOfSlot(slot));
 }
 
@@ -88,21 +132,18 @@ std::vector<std::string> LoadedSignature::identifyingHashes() const {
   return hashes;
 }
 
-RequirementExpression LoadedSignature::designatedRequirement() const {
-  const auto own = requirements.find(RequirementPurpose::designated);
-  if (own != requirements.end()) return own->second;
-  return derivedDesignatedRequirement(best().identifier, identifyingHashes(), chain ? &*chain : nullptr);
-}
-
 LoadedSignature loadCodeDirectories(const CodeRepresentation& code) {
   LoadedSignature signature;
   std::optional<std::string> blob = code.signaturePart(CodeSlot::codeDirectory);
   if (!blob || blob->empty()) fail(CodeSignatureErrorCode::unsignedCode);
   signature.directories.push_back(parseCodeDirectory(std::move(*blob)));
+  bool isLast = false;
   for (std::uint32_t i = 0; i < kAlternateCodeDirectoryLimit; ++i) {
     std::optional<std::string> alternate = code.signaturePart(alternateSlot(i));
-    if (!alternate) break;
-    signature.directories.push_back(parseCodeDirectory(std::move(*alternate)));
+    // Directories behind a gap are for some readers there, for others not.
+    if (alternate && isLast) fail(CodeSignatureErrorCode::signatureInvalid);
+    isLast = !alternate;
+    if (alternate) signature.directories.push_back(parseCodeDirectory(std::move(*alternate)));
   }
   checkAgreement(signature.directories);
   return signature;
@@ -117,12 +158,8 @@ void loadCMS(const CodeRepresentation& code, const TrustAnchors& anchors, Loaded
   if (signature.message.empty()) fail(CodeSignatureErrorCode::unsignedCode);
   signature.cms = verifyCMSSignature(signature.message, signature.directories.front().blob);
   checkNamedHashes(signature);
-  // Without a secure time nobody knows when the certificates had to be valid, unless the code itself wants to expire.
-  std::optional<std::chrono::sys_seconds> time;
-  if ((signature.best().flags & kCodeDirectoryExpiresFlag) != 0) {
-    time = std::chrono::floor<std::chrono::seconds>(std::chrono::system_clock::now());
-  }
-  signature.chain = buildCertificateChain(signature.cms->signer, signature.cms->certificates, anchors, time);
+  loadTimestamp(anchors, signature);
+  loadCertificateChain(anchors, signature);
   const std::string& team = signature.best().team;
   if (signature.chain->isAnchoredByApple && !team.empty() && signature.chain->leaf().subjectValue("OU") != team) {
     fail(CodeSignatureErrorCode::invalidTeamIdentifier);
@@ -133,11 +170,19 @@ void checkSpecialSlots(const CodeRepresentation& code, LoadedSignature& signatur
   for (std::uint32_t number = 1; number <= kLastSpecialSlot; ++number) {
     const auto slot = static_cast<CodeSlot>(number);
     std::optional<std::string> part = code.signaturePart(slot);
-    for (const CodeDirectory& directory : signature.directories) checkSlot(directory, slot, part);
+    for (const CodeDirectory& directory : signature.directories) {
+      const bool isInCode = slot == CodeSlot::infoPropertyList && code.hasInformationInCode();
+      if (isInCode && !directory.specialHashes.contains(slot)) continue;
+      checkSlot(directory, slot, part);
+    }
     if (slot == CodeSlot::requirements)
       signature.requirementsBlob = std::move(part);
     else if (slot == CodeSlot::resources)
       signature.sealBytes = std::move(part);
+    else if (slot == CodeSlot::infoPropertyList)
+      signature.information = dictionaryFrom(part);
+    else if (slot == CodeSlot::entitlements && part)
+      signature.entitlements = dictionaryFrom(part->substr(std::min(kBlobHeaderLength, part->size())));
   }
   for (const CodeDirectory& directory : signature.directories) {
     const auto unknown = directory.specialHashes.upper_bound(static_cast<CodeSlot>(kLastSpecialSlot));
@@ -146,12 +191,30 @@ void checkSpecialSlots(const CodeRepresentation& code, LoadedSignature& signatur
   if (signature.requirementsBlob) signature.requirements = parseRequirementSet(*signature.requirementsBlob);
 }
 
-RequirementSubject requirementSubject(const LoadedSignature& signature, const BundleLayout& layout) {
+RequirementExpression designatedRequirement(const std::vector<LoadedSignature>& architectures) {
+  const LoadedSignature& native = architectures.front();
+  const auto own = native.requirements.find(RequirementPurpose::designated);
+  if (own != native.requirements.end()) return own->second;
+  std::vector<std::string> hashes;
+  for (const LoadedSignature& signature : architectures) {
+    std::ranges::move(signature.identifyingHashes(), std::back_inserter(hashes));
+  }
+  return derivedDesignatedRequirement(native.best().identifier, hashes, native.chain ? &*native.chain : nullptr);
+}
+
+bool meetsRequirement(const std::vector<LoadedSignature>& architectures, const RequirementExpression& requirement) {
+  return std::ranges::all_of(architectures, [&requirement](const LoadedSignature& signature) {
+    return meetsRequirement(requirementSubject(signature), requirement);
+  });
+}
+
+RequirementSubject requirementSubject(const LoadedSignature& signature) {
   RequirementSubject subject;
   subject.identifier = signature.best().identifier;
   for (std::string& hash : signature.identifyingHashes()) subject.codeDirectoryHashes.insert(std::move(hash));
   subject.chain = signature.chain ? &*signature.chain : nullptr;
-  subject.information = &layout.information;
+  subject.information = signature.information ? &*signature.information : nullptr;
+  subject.entitlements = signature.entitlements ? &*signature.entitlements : nullptr;
   subject.platform = signature.best().platform;
   return subject;
 }

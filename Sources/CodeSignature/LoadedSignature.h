@@ -5,18 +5,19 @@
 #include <string>
 #include <vector>
 
-#include "CodeSignature/BundleLayout.h"
 #include "CodeSignature/CMSSignature.h"
 #include "CodeSignature/CertificateChain.h"
 #include "CodeSignature/CodeDirectory.h"
 #include "CodeSignature/CodeRepresentation.h"
 #include "CodeSignature/RequirementEvaluation.h"
 #include "CodeSignature/RequirementSet.h"
+#include "CodeSignature/SignatureTimestamp.h"
 #include "CodeSignature/TrustAnchors.h"
+#include "QuillonCore/Values/QuillonPropertyListValue.h"
 
 namespace quillon {
 
-/// The signature of one code object, read and found consistent in itself.
+/// The signature of one architecture of a code object, read and found consistent in itself.
 struct LoadedSignature {
   /// In the order of their slots; the first is the one that the message signs.
   std::vector<CodeDirectory> directories;
@@ -25,30 +26,42 @@ struct LoadedSignature {
   std::optional<CMSSignature> cms;
   /// Absent for ad-hoc signatures.
   std::optional<CertificateChain> chain;
+  /// When the message was certainly there; absent without time stamp.
+  std::optional<SignatureTimestamp> timestamp;
   std::optional<std::string> requirementsBlob;
   /// The very bytes of the resource seal that its slot hash was compared with; absent without resource slot.
   std::optional<std::string> sealBytes;
   RequirementSet requirements;
+  /// Dictionary of Info.plist; absent when there is none, or it is malformed.
+  std::optional<QuillonPropertyListValue> information;
+  /// What the code may do besides what all code may; absent without entitlements.
+  std::optional<QuillonPropertyListValue> entitlements;
 
   /// The directory with the best hash algorithm: what it says about identifier, team and slots is what counts.
   [[nodiscard]] const CodeDirectory& best() const;
   [[nodiscard]] std::vector<std::string> identifyingHashes() const;
-  /// The requirement by which others recognise this code.
-  [[nodiscard]] RequirementExpression designatedRequirement() const;
 };
 
 /// Reads the code directories. Throws CodeSignatureError: unsignedCode, signatureUnsupported, signatureFailed,
 /// signatureInvalid for directories that contradict each other.
 [[nodiscard]] LoadedSignature loadCodeDirectories(const CodeRepresentation& code);
 
-/// Checks the cryptographic message over the first directory, its lists of hashes and its certificate chain, and fills
-/// them in. Throws CodeSignatureError.
+/// Checks the cryptographic message over the first directory, its lists of hashes, its certificate chain and its time
+/// stamp, and fills them in. With a time stamp, which counts only when a root of the same vendor vouches for it, the
+/// certificates must have been valid then. Throws CodeSignatureError.
 void loadCMS(const CodeRepresentation& code, const TrustAnchors& anchors, LoadedSignature& signature);
 
 /// Compares the special slots of every directory with the parts, and reads the requirements. Throws CodeSignatureError.
 void checkSpecialSlots(const CodeRepresentation& code, LoadedSignature& signature);
 
-/// What requirements are put to. The result borrows from both arguments.
-[[nodiscard]] RequirementSubject requirementSubject(const LoadedSignature& signature, const BundleLayout& layout);
+/// What requirements are put to. The result borrows from the argument.
+[[nodiscard]] RequirementSubject requirementSubject(const LoadedSignature& signature);
+
+/// The requirement by which others recognise code with these architectures, the first of which is this machine's.
+[[nodiscard]] RequirementExpression designatedRequirement(const std::vector<LoadedSignature>& architectures);
+
+/// Whether every architecture meets the requirement.
+[[nodiscard]] bool meetsRequirement(const std::vector<LoadedSignature>& architectures,
+                                    const RequirementExpression& requirement);
 
 }  // namespace quillon

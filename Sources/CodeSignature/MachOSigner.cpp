@@ -4,9 +4,8 @@
 #include <utility>
 
 #include "CodeSignature/CMSSignature.h"
-#include "CodeSignature/CodePageHashing.h"
+#include "CodeSignature/CodePages.h"
 #include "CodeSignature/EmbeddedSignature.h"
-#include "CodeSignature/FileHashing.h"
 #include "CodeSignature/FileRange.h"
 #include "CodeSignature/FileReplacement.h"
 #include "CodeSignature/MachOSignatureSpace.h"
@@ -17,7 +16,6 @@ namespace quillon {
 namespace {
 
 constexpr std::uint8_t kPageSizeLog2 = 12;
-constexpr std::uint64_t kPageSize = std::uint64_t{1} << kPageSizeLog2;
 constexpr std::uint32_t kRuntimeFlag = 0x10000;
 
 // Flags of the executable segment (cs_blobs.h).
@@ -32,12 +30,8 @@ constexpr std::uint32_t kPlatformMacOS = 1;
 /// 10.11.4, packed as in load commands: the first macOS that reads SHA-256 alone.
 constexpr std::uint32_t kFirstMacOSWithSHA256Only = 10 << 16 | 11 << 8 | 4;
 
+/// The hashes of all pages, for each hash type.
 using PageHashes = std::map<CodeHashType, std::string>;
-
-void setPageHashes(CodeDirectory& directory, const std::string& hashes) {
-  const std::size_t hashSize = codeHashSize(directory.hashType);
-  for (std::size_t i = 0; i < hashes.size(); i += hashSize) directory.pageHashes.push_back(hashes.substr(i, hashSize));
-}
 
 CodeSlot directorySlot(std::size_t index) {
   if (index == 0) return CodeSlot::codeDirectory;
@@ -73,8 +67,7 @@ class ImageSigning {
     writeFileRange(output_, start_, space_.headerFor(extent));
 
     result.architecture = slice_.architecture();
-    result.directories =
-        makeDirectories(hashCodePages(output_, start_, space_.codeLimit(), kPageSize, request_.hashTypes));
+    result.directories = makeDirectories(hashOutput(0, space_.codeLimit(), kPageSizeLog2));
     const std::string signature = embed(result.directories, makeMessage(result.directories));
     if (signature.size() > extent) throw QuillonError("The signature has outgrown the space that was kept for it");
     writeFileRange(output_, start_ + space_.codeLimit(), signature);
@@ -104,11 +97,21 @@ class ImageSigning {
     if (section->fileOffset > space_.contentEnd() || section->length > space_.contentEnd() - section->fileOffset) {
       throw QuillonError("The image cannot be signed: its __info_plist section reaches into its signature");
     }
-    for (const CodeHashType type : request_.hashTypes) {
-      CodeHasher hasher(type);
-      hashFileRange(output_, start_ + section->fileOffset, section->length, hasher);
-      specialHashes_[type][CodeSlot::infoPropertyList] = hasher.finish().substr(0, codeHashSize(type));
+    for (const auto& [type, hash] : hashOutput(section->fileOffset, section->length, 0)) {
+      specialHashes_[type][CodeSlot::infoPropertyList] = hash.empty() ? codeHash(type, {}) : hash;
     }
+  }
+
+  /// Hashes pages of what has been written of the image so far.
+  [[nodiscard]] PageHashes hashOutput(std::uint64_t begin, std::uint64_t length, std::uint8_t pageSizeLog2) const {
+    const auto read = [this, begin](std::uint64_t offset, std::span<char> block) {
+      return readFileAt(output_, start_ + begin + offset, block);
+    };
+    const std::vector<CodeHashType> types(request_.hashTypes.begin(), request_.hashTypes.end());
+    std::vector<std::string> hashes = hashCodePages(read, length, pageSizeLog2, types);
+    PageHashes result;
+    for (std::size_t i = 0; i < types.size(); ++i) result.emplace(types[i], std::move(hashes[i]));
+    return result;
   }
 
   [[nodiscard]] std::uint64_t executableSegmentFlags() const {
@@ -138,7 +141,7 @@ class ImageSigning {
     if (const auto found = specialHashes_.find(type); found != specialHashes_.end()) {
       directory.specialHashes = found->second;
     }
-    setPageHashes(directory, pageHashes);
+    directory.pageHashes = pageHashes;
     return parseCodeDirectory(buildCodeDirectory(directory));
   }
 
@@ -150,7 +153,8 @@ class ImageSigning {
 
   /// Empty for ad-hoc signatures.
   [[nodiscard]] std::string makeMessage(const std::vector<CodeDirectory>& directories) const {
-    return request_.identity == nullptr ? std::string() : makeCMSSignature(directories, *request_.identity);
+    if (request_.identity == nullptr) return {};
+    return makeCMSSignature(directories, *request_.identity, request_.signingTime);
   }
 
   [[nodiscard]] std::string embed(const std::vector<CodeDirectory>& directories, std::string message) const {
@@ -163,7 +167,7 @@ class ImageSigning {
   /// Signs once with hashes that mean nothing: nothing but those will differ.
   [[nodiscard]] std::uint64_t lengthOfSignature() const {
     PageHashes hashes;
-    const std::uint64_t pages = codePageCount(space_.codeLimit(), kPageSize);
+    const std::uint64_t pages = ((space_.codeLimit() - 1) >> kPageSizeLog2) + 1;
     for (const CodeHashType type : request_.hashTypes) hashes[type].assign(pages * codeHashSize(type), '\0');
     const std::vector<CodeDirectory> directories = makeDirectories(hashes);
     const std::uint64_t slack = request_.identity == nullptr ? 0 : kMessageSlack;

@@ -30,6 +30,7 @@ using CertificateHandle = std::unique_ptr<X509, OpenSSLDeleter<X509_free>>;
 using StoreHandle = std::unique_ptr<X509_STORE, OpenSSLDeleter<X509_STORE_free>>;
 using StoreContextHandle = std::unique_ptr<X509_STORE_CTX, OpenSSLDeleter<X509_STORE_CTX_free>>;
 using ObjectHandle = std::unique_ptr<ASN1_OBJECT, OpenSSLDeleter<ASN1_OBJECT_free>>;
+using TimestampInfoHandle = std::unique_ptr<TS_TST_INFO, OpenSSLDeleter<TS_TST_INFO_free>>;
 using TimeHandle = std::unique_ptr<ASN1_TIME, OpenSSLDeleter<ASN1_TIME_free>>;
 
 /// A stack that owns nothing of what it holds.

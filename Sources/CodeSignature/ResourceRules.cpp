@@ -50,35 +50,40 @@ ResourceRule ruleFrom(const std::string& pattern, const QuillonPropertyListValue
   return rule;
 }
 
-std::vector<ResourceRule> standardRules2() {
-  return {
+/// Localized texts may be taken away, and the files that say where they come from may change.
+void addLocalizationRules(std::vector<ResourceRule>& rules, const std::string& resources) {
+  rules.push_back({.pattern = "^" + resources + ".*\\.lproj/", .weight = 1000, .isOptional = true});
+  rules.push_back({.pattern = "^" + resources + "Base\\.lproj/", .weight = 1010});
+  rules.push_back({.pattern = "^" + resources + ".*\\.lproj/locversion.plist$", .weight = 1100, .isOmitted = true});
+}
+
+std::vector<ResourceRule> standardRules2(bool hasResourcesFolder) {
+  std::vector<ResourceRule> rules = {
       {.pattern = "^.*"},
-      {.pattern = "^[^/]+$", .weight = 10, .isNested = true},
-      {.pattern = "^(Frameworks|SharedFrameworks|PlugIns|Plug-ins|XPCServices|Helpers|MacOS|"
-                  "Library/(Automator|Spotlight|LoginItems))/",
-       .weight = 10,
-       .isNested = true},
       {.pattern = ".*\\.dSYM($|/)", .weight = 11},
       {.pattern = "^(.*/)?\\.DS_Store$", .weight = 2000, .isOmitted = true},
       {.pattern = "^Info\\.plist$", .weight = 20, .isOmitted = true},
       {.pattern = "^version\\.plist$", .weight = 20},
       {.pattern = "^embedded\\.provisionprofile$", .weight = 20},
       {.pattern = "^PkgInfo$", .weight = 20, .isOmitted = true},
-      {.pattern = "^Resources/", .weight = 20},
-      {.pattern = "^Resources/.*\\.lproj/", .weight = 1000, .isOptional = true},
-      {.pattern = "^Resources/Base\\.lproj/", .weight = 1010},
-      {.pattern = "^Resources/.*\\.lproj/locversion.plist$", .weight = 1100, .isOmitted = true},
   };
+  if (hasResourcesFolder) {
+    rules.push_back({.pattern = "^[^/]+$", .weight = 10, .isNested = true});
+    rules.push_back({.pattern = "^(Frameworks|SharedFrameworks|PlugIns|Plug-ins|XPCServices|Helpers|MacOS|"
+                                "Library/(Automator|Spotlight|LoginItems))/",
+                     .weight = 10,
+                     .isNested = true});
+    rules.push_back({.pattern = "^Resources/", .weight = 20});
+  }
+  addLocalizationRules(rules, hasResourcesFolder ? "Resources/" : "");
+  return rules;
 }
 
-std::vector<ResourceRule> standardRules1() {
-  return {
-      {.pattern = "^version.plist$"},
-      {.pattern = "^Resources/"},
-      {.pattern = "^Resources/.*\\.lproj/", .weight = 1000, .isOptional = true},
-      {.pattern = "^Resources/Base\\.lproj/", .weight = 1010},
-      {.pattern = "^Resources/.*\\.lproj/locversion.plist$", .weight = 1100, .isOmitted = true},
-  };
+std::vector<ResourceRule> standardRules1(bool hasResourcesFolder) {
+  std::vector<ResourceRule> rules = {{.pattern = "^version.plist$"},
+                                     {.pattern = hasResourcesFolder ? "^Resources/" : "^.*"}};
+  addLocalizationRules(rules, hasResourcesFolder ? "Resources/" : "");
+  return rules;
 }
 
 }  // namespace
@@ -114,8 +119,8 @@ ResourceRules ResourceRules::fromPropertyList(const QuillonPropertyListValue& li
   return ResourceRules(std::move(rules));
 }
 
-ResourceRules ResourceRules::standard(int version) {
-  return ResourceRules(version == 1 ? standardRules1() : standardRules2());
+ResourceRules ResourceRules::standard(int version, bool hasResourcesFolder) {
+  return ResourceRules(version == 1 ? standardRules1(hasResourcesFolder) : standardRules2(hasResourcesFolder));
 }
 
 const ResourceRule* ResourceRules::find(const std::string& path) const {
@@ -151,14 +156,15 @@ QuillonPropertyListValue ResourceRules::propertyList() const {
   return QuillonPropertyListValue(std::move(list));
 }
 
-bool ResourceRules::isStrict(int version) const {
-  static constexpr auto kHarmlessOmissions = std::to_array<std::string_view>(
-      {"^(.*/)?\\.DS_Store$", "^Info\\.plist$", "^PkgInfo$", "^Resources/.*\\.lproj/locversion.plist$"});
-  const std::string_view everything = version == 1 ? "^Resources/" : "^.*";
+bool ResourceRules::isStrict(int version, bool hasResourcesFolder) const {
+  const auto harmlessOmissions = std::to_array<std::string>(
+      {"^(.*/)?\\.DS_Store$", "^Info\\.plist$", "^PkgInfo$",
+       hasResourcesFolder ? "^Resources/.*\\.lproj/locversion.plist$" : "^.*\\.lproj/locversion.plist$"});
+  const std::string_view everything = version == 1 && hasResourcesFolder ? "^Resources/" : "^.*";
   bool sealsEverything = false;
   for (const Matcher& matcher : matchers_) {
     const ResourceRule& rule = matcher.rule();
-    const bool isHarmless = std::ranges::find(kHarmlessOmissions, rule.pattern) != kHarmlessOmissions.end();
+    const bool isHarmless = std::ranges::find(harmlessOmissions, rule.pattern) != harmlessOmissions.end();
     if (rule.isOmitted && !isHarmless) return false;
     if (rule.pattern == everything && !rule.isOmitted) sealsEverything = true;
   }

@@ -33,8 +33,9 @@ class ResourceRules {
   /// Rules of an envelope's `rules` or `rules2` dictionary. Throws CodeSignatureError(resourcesInvalid) for a wrong
   /// shape.
   [[nodiscard]] static ResourceRules fromPropertyList(const QuillonPropertyListValue& list);
-  /// What signing uses for bundles with a Contents folder; version 1 are the rules of the older file list.
-  [[nodiscard]] static ResourceRules standard(int version);
+  /// What signing uses; version 1 are the rules of the older file list. `hasResourcesFolder` says whether the bundle
+  /// keeps its resources in a folder `Resources`, as all but flat ones do.
+  [[nodiscard]] static ResourceRules standard(int version, bool hasResourcesFolder = true);
 
   /// The heaviest rule that matches `path`, or null.
   [[nodiscard]] const ResourceRule* find(const std::string& path) const;
@@ -44,7 +45,7 @@ class ResourceRules {
   [[nodiscard]] std::size_t count() const noexcept;
   [[nodiscard]] QuillonPropertyListValue propertyList() const;
   /// Whether the rules seal everything and omit nothing but what strict verification lets pass.
-  [[nodiscard]] bool isStrict(int version) const;
+  [[nodiscard]] bool isStrict(int version, bool hasResourcesFolder = true) const;
 
  private:
   class Matcher;

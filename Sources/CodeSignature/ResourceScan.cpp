@@ -64,7 +64,11 @@ class Scanner {
   }
 
   void add(const std::string& path, ScannedResourceKind kind, const ResourceRule& rule, std::string linkText) {
-    found_.push_back({.path = path, .kind = kind, .linkText = std::move(linkText), .isOptional = rule.isOptional});
+    found_.push_back({.path = path,
+                      .kind = kind,
+                      .linkText = std::move(linkText),
+                      .isOptional = rule.isOptional,
+                      .isAtNestedPlace = rule.isNested});
   }
 
   const FileDescriptor& support_;

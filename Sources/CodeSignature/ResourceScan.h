@@ -19,6 +19,8 @@ struct ScannedResource {
   /// Text of a link.
   std::string linkText;
   bool isOptional = false;
+  /// Whether it stands where the rules expect code, so that an object file is sealed as code rather than by its hash.
+  bool isAtNestedPlace = false;
 };
 
 /// Walks the support folder of a bundle by folder descriptors, never following a link, and lists what `rules` seal, in

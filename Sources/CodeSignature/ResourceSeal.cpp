@@ -126,10 +126,11 @@ ResourceSeal parseResourceSeal(std::string_view bytes) {
   return seal;
 }
 
-std::string buildResourceSeal(const ResourceSeal& seal, const std::map<std::string, std::string>& versionOneHashes) {
+std::string buildResourceSeal(const ResourceSeal& seal, const std::map<std::string, std::string>& versionOneHashes,
+                              bool hasResourcesFolder) {
   Dictionary files2;
   for (const auto& [path, resource] : seal.resources) files2.emplace(path, valueOf(resource));
-  const ResourceRules versionOneRules = ResourceRules::standard(1);
+  const ResourceRules versionOneRules = ResourceRules::standard(1, hasResourcesFolder);
   Dictionary list;
   list.emplace(kFilesKey, versionOneFiles(versionOneHashes, versionOneRules));
   list.emplace(kRulesKey, versionOneRules.propertyList());

@@ -40,6 +40,7 @@ struct ResourceSeal {
 /// The XML `CodeResources` file of a version 2 seal, with the version 1 list that older readers look at: SHA-1 hashes
 /// by path under the version 1 rules. Throws QuillonPropertyListError for paths that are not UTF-8.
 [[nodiscard]] std::string buildResourceSeal(const ResourceSeal& seal,
-                                            const std::map<std::string, std::string>& versionOneHashes);
+                                            const std::map<std::string, std::string>& versionOneHashes,
+                                            bool hasResourcesFolder = true);
 
 }  // namespace quillon

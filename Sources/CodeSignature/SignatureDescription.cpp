@@ -8,11 +8,11 @@
 #include <utility>
 #include <vector>
 
-#include "CodeSignature/BundleLocation.h"
+#include "CodeSignature/CodeObject.h"
 #include "CodeSignature/CodeSignatureError.h"
-#include "CodeSignature/GenericBundleCode.h"
 #include "CodeSignature/LoadedSignature.h"
 #include "CodeSignature/ResourceSeal.h"
+#include "QuillonCore/Values/QuillonPropertyListCodec.h"
 
 namespace quillon {
 namespace {
@@ -21,8 +21,24 @@ namespace {
 struct DisplayedSignature {
   LoadedSignature content;
   bool isMessageIntact = false;
-  bool isInformationIntact = false;
+  /// Entries of Info.plist, if it is the one that was signed.
+  std::optional<std::size_t> informationCount = std::nullopt;
 };
+
+std::optional<std::size_t> sealedInformationCount(const CodeRepresentation& code, const CodeDirectory& directory) {
+  const auto sealed = directory.specialHashes.find(CodeSlot::infoPropertyList);
+  const auto bytes = code.signaturePart(CodeSlot::infoPropertyList);
+  const bool isIntact =
+      sealed != directory.specialHashes.end() && bytes && codeHash(directory.hashType, *bytes) == sealed->second;
+  if (!isIntact) return std::nullopt;
+  try {
+    const QuillonPropertyListValue list = readPropertyList(*bytes);
+    const auto* dictionary = list.getIf<QuillonPropertyListValue::Dictionary>();
+    return dictionary == nullptr ? std::nullopt : std::optional(dictionary->size());
+  } catch (const QuillonPropertyListError&) {
+    return std::nullopt;
+  }
+}
 
 DisplayedSignature loadForDisplay(const CodeRepresentation& code, const TrustAnchors& anchors) {
   DisplayedSignature signature{.content = loadCodeDirectories(code)};
@@ -33,11 +49,7 @@ DisplayedSignature loadForDisplay(const CodeRepresentation& code, const TrustAnc
     if (error.code() == CodeSignatureErrorCode::unsignedCode) throw;
     signature.content.chain.reset();
   }
-  const auto& slots = signature.content.best().specialHashes;
-  const auto sealed = slots.find(CodeSlot::infoPropertyList);
-  const auto information = code.signaturePart(CodeSlot::infoPropertyList);
-  signature.isInformationIntact = sealed != slots.end() && information &&
-                                  codeHash(signature.content.best().hashType, *information) == sealed->second;
+  signature.informationCount = sealedInformationCount(code, signature.content.best());
   return signature;
 }
 
@@ -77,11 +89,6 @@ std::string timeText(std::chrono::sys_seconds time) {
   return text + (local.tm_hour < 12 ? " AM" : " PM");
 }
 
-std::string formatText(const BundleLayout& layout, const CodeRepresentation& code) {
-  const std::string kind = layout.isApplication() ? "app bundle" : "bundle";
-  return layout.isInformationMain() ? kind : kind + " with " + code.formatName();
-}
-
 /// The team, if there is somebody known who vouches for it.
 std::string provenTeam(const DisplayedSignature& signature) {
   const std::string& team = signature.content.best().team;
@@ -103,16 +110,17 @@ std::string printable(std::string_view text) {
 
 class Description {
  public:
-  Description(const BundleLayout& layout, const CodeRepresentation& code, const DisplayedSignature& signature)
-      : layout_(layout), code_(code), signature_(signature), best_(signature.content.best()) {}
+  Description(const CodeObject& object, const DisplayedSignature& signature)
+      : object_(object), code_(object.native()), signature_(signature), best_(signature.content.best()) {}
 
   std::string text() {
-    line("Executable", printable(layout_.supportPath() + "/" + layout_.mainExecutable));
+    line("Executable", printable(object_.mainPath()));
     line("Identifier", printable(best_.identifier));
-    line("Format", formatText(layout_, code_));
+    line("Format", object_.formatName());
     addCodeDirectory();
     addHashes();
     addSigner();
+    addNotarization();
     addSealed();
     return out_.str();
   }
@@ -122,9 +130,14 @@ class Description {
 
   void addCodeDirectory() {
     out_ << "CodeDirectory v=" << std::hex << best_.version << std::dec << " size=" << best_.blob.size()
-         << " flags=" << flagsText(best_.flags) << " hashes=" << best_.pageHashes.size() << "+"
-         << best_.specialSlotCount << " location=embedded\n";
+         << " flags=" << flagsText(best_.flags) << " hashes=" << best_.pageCount() << "+" << best_.specialSlotCount
+         << " location=embedded\n";
     if (best_.platform != 0) line("Platform identifier", std::to_string(best_.platform));
+    if (const auto version = code_.version()) {
+      line("VersionPlatform", std::to_string(version->platform));
+      line("VersionMin", std::to_string(version->minimum));
+      line("VersionSDK", std::to_string(version->sdk));
+    }
   }
 
   void addHashes() {
@@ -166,14 +179,27 @@ class Description {
     for (const CertificateFacts& certificate : signature_.content.chain->certificates) {
       line("Authority", printable(certificate.subjectValue("CN").value_or("(unavailable)")));
     }
-    if (const auto& time = signature_.content.cms->signingTime) line("Signed Time", timeText(*time));
+    if (const auto& timestamp = signature_.content.timestamp) {
+      line("Timestamp", timeText(timestamp->time));
+    } else if (const auto& time = signature_.content.cms->signingTime) {
+      line("Signed Time", timeText(*time));
+    }
+  }
+
+  void addNotarization() {
+    // The ticket itself says what only the platform's maker can check.
+    if (object_.bundle() == nullptr) return;
+    try {
+      (void)openRegularFile(object_.bundle()->support.get(), "CodeResources");
+      line("Notarization Ticket", "stapled");
+    } catch (const QuillonSystemError&) {
+      // No ticket.
+    }
   }
 
   void addSealed() {
-    const auto* information = layout_.information.getIf<QuillonPropertyListValue::Dictionary>();
-    const bool isBound = signature_.isInformationIntact && !layout_.isInformationMalformed && information != nullptr;
-    if (isBound) {
-      line("Info.plist entries", std::to_string(information->size()));
+    if (signature_.informationCount) {
+      line("Info.plist entries", std::to_string(*signature_.informationCount));
     } else {
       line("Info.plist", "not bound");
     }
@@ -216,7 +242,7 @@ class Description {
     line("Internal requirements", "none");
   }
 
-  const BundleLayout& layout_;
+  const CodeObject& object_;
   const CodeRepresentation& code_;
   const DisplayedSignature& signature_;
   const CodeDirectory& best_;
@@ -225,11 +251,10 @@ class Description {
 
 }  // namespace
 
-std::string describeSignature(const QuillonURL& bundle, const TrustAnchors& anchors) {
-  const BundleLayout layout = openBundleAt(bundle);
-  const GenericBundleCode code(layout);
-  const DisplayedSignature signature = loadForDisplay(code, anchors);
-  return Description(layout, code, signature).text();
+std::string describeSignature(const QuillonURL& item, const TrustAnchors& anchors) {
+  const CodeObject object = CodeObject::openAt(item);
+  const DisplayedSignature signature = loadForDisplay(object.native(), anchors);
+  return Description(object, signature).text();
 }
 
 }  // namespace quillon

@@ -12,7 +12,7 @@ namespace quillon {
 ///
 /// The display does not verify the code. But its team is printed only when the signature's message is intact, its leaf
 /// certificate names that team, and its chain ends in a known anchor; everything else is "not set". Throws
-/// CodeSignatureError(unsignedCode) and what reading the bundle throws.
-[[nodiscard]] std::string describeSignature(const QuillonURL& bundle, const TrustAnchors& anchors);
+/// CodeSignatureError(unsignedCode) and what opening the code throws.
+[[nodiscard]] std::string describeSignature(const QuillonURL& item, const TrustAnchors& anchors);
 
 }  // namespace quillon

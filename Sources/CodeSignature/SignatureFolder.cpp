@@ -12,6 +12,7 @@
 #include <utility>
 #include <vector>
 
+#include "CodeSignature/CodeSignatureError.h"
 #include "CodeSignature/FolderReader.h"
 #include "QuillonCore/Values/QuillonError.h"
 
@@ -87,7 +88,26 @@ void exchangeOrRename(const FileDescriptor& support, const std::string& from, co
   }
 }
 
+/// Seals of very large bundles have tens of millions of bytes; everything else is small.
+constexpr std::size_t kSealLimit = 256 << 20;
+constexpr std::size_t kPartLimit = 64 << 20;
+
 }  // namespace
+
+std::optional<std::string> readSignatureFile(const BundleLayout& layout, CodeSlot slot) {
+  const auto name = codeSlotFileName(slot);
+  if (!name) return std::nullopt;
+  try {
+    const FileDescriptor folder = openFolder(layout.support.get(), std::string(kName));
+    return readWholeFile(openRegularFile(folder.get(), std::string(*name)),
+                         slot == CodeSlot::resources ? kSealLimit : kPartLimit);
+  } catch (const QuillonSystemError& error) {
+    if (error.isPOSIX(ENOENT)) return std::nullopt;
+    if (error.isPOSIX(EACCES)) throw CodeSignatureError(CodeSignatureErrorCode::notReadable);
+    // A link would lead out of the bundle, a special file could make the reader wait.
+    throw CodeSignatureError(CodeSignatureErrorCode::signatureFailed);
+  }
+}
 
 void replaceSignatureFolder(const BundleLayout& layout, const SignatureFiles& files) {
   const UnfinishedFolder unfinished(layout.supportPath());

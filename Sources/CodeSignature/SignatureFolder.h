@@ -1,11 +1,17 @@
 #pragma once
 
 #include <map>
+#include <optional>
 #include <string>
 
 #include "CodeSignature/BundleLayout.h"
+#include "CodeSignature/SpecialSlots.h"
 
 namespace quillon {
+
+/// The file of the bundle's `_CodeSignature` folder that keeps the part; absent when there is none. Throws
+/// CodeSignatureError: notReadable, signatureFailed for a link, a special file, or an unreasonable size.
+[[nodiscard]] std::optional<std::string> readSignatureFile(const BundleLayout& layout, CodeSlot slot);
 
 /// Contents of signature files by name.
 using SignatureFiles = std::map<std::string, std::string>;

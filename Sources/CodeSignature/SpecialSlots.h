@@ -2,6 +2,7 @@
 
 #include <array>
 #include <cstdint>
+#include <optional>
 #include <string_view>
 
 namespace quillon {
@@ -52,5 +53,18 @@ inline constexpr auto kCodeSlotFiles = std::to_array<CodeSlotFile>({
 /// File names of the alternate code directories, which the format names after the requirements.
 inline constexpr auto kAlternateCodeDirectoryFiles = std::to_array<std::string_view>(
     {"CodeRequirements-1", "CodeRequirements-2", "CodeRequirements-3", "CodeRequirements-4", "CodeRequirements-5"});
+
+/// Name of the file (or extended attribute) that keeps the part; absent for parts that have none.
+[[nodiscard]] constexpr std::optional<std::string_view> codeSlotFileName(CodeSlot slot) noexcept {
+  const auto number = static_cast<std::uint32_t>(slot);
+  const auto alternate = static_cast<std::uint32_t>(CodeSlot::alternateCodeDirectory);
+  if (number >= alternate && number < alternate + kAlternateCodeDirectoryLimit) {
+    return kAlternateCodeDirectoryFiles[number - alternate];
+  }
+  for (const CodeSlotFile& file : kCodeSlotFiles) {
+    if (file.slot == slot) return file.name;
+  }
+  return std::nullopt;
+}
 
 }  // namespace quillon

@@ -72,7 +72,7 @@ int main() {
   const double peerSeconds =
       bestSeconds([&peer] { require(std::system(peer.c_str()) == 0, "the openssl command failed"); });
   const double ownSeconds =
-      bestSeconds([&bundle] { require(verifyBundle(bundle.url()).isValid(), "the bundle does not verify"); });
+      bestSeconds([&bundle] { require(verifyCode(bundle.url()).isValid(), "the bundle does not verify"); });
 
   std::printf("verification of %d files, %.0f MB: %.1f ms\n", kFiles, kFiles * double(kFileSize) / 1e6,
               ownSeconds * 1e3);

@@ -16,7 +16,7 @@ CodeDirectory sampleDirectory() {
   directory.pageSizeLog2 = 12;
   directory.specialHashes[CodeSlot::infoPropertyList] = std::string(32, 'i');
   directory.specialHashes[CodeSlot::resources] = std::string(32, 'r');
-  directory.pageHashes = {std::string(32, 'a'), std::string(32, 'b')};
+  directory.pageHashes = std::string(32, 'a') + std::string(32, 'b');
   return directory;
 }
 
@@ -56,7 +56,7 @@ TEST(CodeDirectoryTest, VersionIsTheLowestThatHoldsTheFields) {
   EXPECT_EQ(parseCodeDirectory(buildCodeDirectory(directory)).runtimeVersion, 0x000E0400U);
   directory.codeLimit = std::uint64_t{5} << 32;
   directory.pageSizeLog2 = 0;
-  directory.pageHashes.resize(1);
+  directory.pageHashes.resize(32);
   EXPECT_EQ(parseCodeDirectory(buildCodeDirectory(directory)).codeLimit, std::uint64_t{5} << 32);
 }
 

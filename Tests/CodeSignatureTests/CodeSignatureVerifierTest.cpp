@@ -35,7 +35,7 @@ void append(const fs::path& file, std::string_view text) {
 }
 
 CodeSignatureVerdict verify(const SignedBundleBuilder& bundle) {
-  return verifyBundle(bundle.url());
+  return verifyCode(bundle.url());
 }
 
 // ---- One change to a signed bundle, and what is said about it -------------------------------------------------------
@@ -202,9 +202,9 @@ const Tampering kTamperings[] = {
      },
      regularFileRequired,
      {}},
-    {"MachOExecutable",
+    {"TruncatedObjectFile",
      [](const auto& b) { writeFile(b / "MacOS/Example", "\xCF\xFA\xED\xFE\a\1\1\1\3\1\1\1\2\0\0\0"sv); },
-     signatureUnsupported,
+     badObjectFormat,
      {}},
     {"ChangedInformation", [](const auto& b) { append(b / "Info.plist", "\n"); }, infoPropertyListFailed, {}},
     {"BrokenInformation", [](const auto& b) { append(b / "Info.plist", "<plist"); }, infoPropertyListFailed, {}},
@@ -335,8 +335,8 @@ TEST(CodeSignatureVerifierTest, TheMainExecutableStandsForItsBundle) {
   SignedBundleBuilder bundle(folder / "Example.app");
   bundle.withUsualContents().sign();
 
-  EXPECT_EQ(verifyBundle(QuillonURL::fileURL((bundle / "MacOS/Example").string())).text("x"), "");
-  EXPECT_EQ(verifyBundle(QuillonURL::fileURL((bundle / "MacOS/helper").string())).failure, unsignedCode);
+  EXPECT_EQ(verifyCode(QuillonURL::fileURL((bundle / "MacOS/Example").string())).text("x"), "");
+  EXPECT_EQ(verifyCode(QuillonURL::fileURL((bundle / "MacOS/helper").string())).failure, unsignedCode);
 }
 
 TEST(CodeSignatureVerifierTest, ExpiredCertificateIsToleratedWithoutSecureTime) {
@@ -427,7 +427,7 @@ TEST(CodeSignatureVerifierTest, ChangeInNestedCodeIsReportedWithItsPathOnlyWhenD
 
   writeFile(innermost / "Resources/r", "y");
   const CodeSignatureVerdict deep = verify(outer);
-  const CodeSignatureVerdict shallow = verifyBundle(outer.url(), {.isDeep = false});
+  const CodeSignatureVerdict shallow = verifyCode(outer.url(), {.isDeep = false});
 
   EXPECT_EQ(deep.text("P"),
             "P: a sealed resource is missing or invalid\nfile modified: " + (innermost / "Resources/r").string() +
@@ -459,7 +459,7 @@ TEST(CodeSignatureVerifierTest, OnlyStrictVerificationRefusesSidebandDataAndLeft
   }
 
   EXPECT_EQ(verify(bundle).failure, sidebandDataRefused);
-  EXPECT_EQ(verifyBundle(bundle.url(), {.isStrict = false}).text("x"), "");
+  EXPECT_EQ(verifyCode(bundle.url(), {.isStrict = false}).text("x"), "");
 }
 
 /// Signs again after the seal was edited, as someone could who makes signatures with tools of their own.
@@ -496,7 +496,7 @@ TEST_P(CodeSignatureVerifierResealingTest, HasItsOwnError) {
   resealAdHoc(bundle, GetParam().edit);
 
   EXPECT_EQ(verify(bundle).failure, GetParam().strict) << verify(bundle).text("P");
-  EXPECT_EQ(verifyBundle(bundle.url(), {.isStrict = false}).failure, GetParam().lax);
+  EXPECT_EQ(verifyCode(bundle.url(), {.isStrict = false}).failure, GetParam().lax);
 }
 
 QuillonPropertyListValue omitRule() {
@@ -572,7 +572,7 @@ TEST(CodeSignatureVerifierTest, LinkOutOfTheBundleIsRefusedEvenWhenSealed) {
     });
 
     EXPECT_EQ(verify(bundle).failure, invalidLinkDestination);
-    EXPECT_EQ(verifyBundle(bundle.url(), {.isStrict = false}).text("x"), "");
+    EXPECT_EQ(verifyCode(bundle.url(), {.isStrict = false}).text("x"), "");
   }
 }
 
@@ -624,11 +624,11 @@ TEST(CodeSignatureVerifierTest, OtherLayoutsAndMissingThingsHaveTheirOwnMessages
   writeFile(folder / "file", "x");
   fs::create_directories(folder / "F.framework/Versions/A");
   const auto verdictOf = [&folder](std::string_view name) {
-    return verifyBundle(QuillonURL::fileURL((folder / name).string()));
+    return verifyCode(QuillonURL::fileURL((folder / name).string()));
   };
 
-  EXPECT_EQ(verdictOf("Flat.app").failure, signatureUnsupported);
-  EXPECT_EQ(verdictOf("F.framework").failure, signatureUnsupported);
+  EXPECT_EQ(verdictOf("Flat.app").failure, unsignedCode);
+  EXPECT_EQ(verdictOf("F.framework").failure, badBundleFormat);
   EXPECT_EQ(verdictOf("Empty.app").failure, badBundleFormat);
   EXPECT_EQ(verdictOf("file").failure, unsignedCode);
   EXPECT_EQ(verdictOf("missing").text("P"), "P: No such file or directory\n");

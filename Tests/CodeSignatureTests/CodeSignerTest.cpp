@@ -71,7 +71,7 @@ TEST(CodeSignerTest, SignedBundleIsSignedAgainOnlyWhenAsked) {
 
   bundle.sign();
   EXPECT_FALSE(signatureFiles(bundle).contains("stranger"));
-  EXPECT_EQ(verifyBundle(bundle.url()).text("x"), "");
+  EXPECT_EQ(verifyCode(bundle.url()).text("x"), "");
 }
 
 struct Obstacle {
@@ -115,13 +115,13 @@ const Obstacle kObstacles[] = {
     {"LinkToNothing", [](const auto& b) { fs::create_symlink("x", b / "Resources/l"); }, invalidLinkDestination},
     {"FIFO", [](const auto& b) { mkfifo((b / "Resources/p").c_str(), 0600); }, unsupportedResource},
     {"NameInInvalidUTF8", [](const auto& b) { testing::writeFile(b / "Resources/\xFF", ""); }, std::nullopt},
-    {"MachOExecutable",
+    {"TruncatedObjectFile",
      [](const auto& b) { testing::writeFile(b / "MacOS/Example", "\xFE\xED\xFA\xCE\1\1\1\1\1\1\1\1\0\0\0\2"sv); },
-     signatureUnsupported},
+     badObjectFormat},
     {"FileBesideContents", [](const auto& b) { testing::writeFile(b.path() / "stray", ""); }, unsealedRootContents},
     {"BrokenInformation", [](const auto& b) { testing::writeFile(b / "Info.plist", "<"); }, badPropertyList},
-    {"NestedFramework", [](const auto& b) { fs::create_directories(b / "Frameworks/F.framework/Versions/A"); },
-     signatureUnsupported},
+    {"FrameworkWithoutCurrentVersion",
+     [](const auto& b) { fs::create_directories(b / "Frameworks/F.framework/Versions/A"); }, badBundleFormat},
     {"NestedFolderThatIsNoBundle", [](const auto& b) { testing::writeFile(b / "MacOS/x.d/y", ""); }, badBundleFormat},
 };
 std::string obstacleName(const ::testing::TestParamInfo<Obstacle>& info) {
@@ -137,7 +137,7 @@ TEST(CodeSignerTest, WhatAnInterruptedSigningLeftBehindIsRemoved) {
   bundle.sign();
 
   EXPECT_FALSE(fs::exists(bundle / "_CodeSignature-unfinished-abc"));
-  EXPECT_EQ(verifyBundle(bundle.url()).text("x"), "");
+  EXPECT_EQ(verifyCode(bundle.url()).text("x"), "");
 }
 
 TEST(CodeSignerTest, NestedCodeIsSignedInsideOutAndAValidSignatureIsKept) {
@@ -153,13 +153,13 @@ TEST(CodeSignerTest, NestedCodeIsSignedInsideOutAndAValidSignatureIsKept) {
   outer.sign();
   EXPECT_EQ(signatureFiles(signedOne), kept);
   EXPECT_TRUE(fs::exists(unsignedOne / "_CodeSignature/CodeDirectory"));
-  EXPECT_EQ(verifyBundle(outer.url()).text("x"), "");
+  EXPECT_EQ(verifyCode(outer.url()).text("x"), "");
 
   SigningOptions deep = testing::sharedSigningOptions();
   deep.signsNestedCode = true;
   outer.sign(deep);
   EXPECT_NE(signatureFiles(signedOne), kept);
-  EXPECT_EQ(verifyBundle(outer.url()).text("x"), "");
+  EXPECT_EQ(verifyCode(outer.url()).text("x"), "");
 }
 
 TEST(CodeSignerTest, BrokenNestedCodeIsReportedInsteadOfSealed) {
@@ -188,8 +188,8 @@ TEST(CodeSignerTest, NestedLinkIntoTheOuterBundleIsAllowed) {
 
   outer.sign();
 
-  EXPECT_EQ(verifyBundle(outer.url()).text("x"), "");
-  EXPECT_EQ(verifyBundle(nested.url()).failure, invalidLinkDestination);
+  EXPECT_EQ(verifyCode(outer.url()).text("x"), "");
+  EXPECT_EQ(verifyCode(nested.url()).failure, invalidLinkDestination);
 }
 
 }  // namespace

@@ -49,12 +49,10 @@ struct SignedImage {
   [[nodiscard]] const CodeDirectory& directory() const { return directories.front(); }
 };
 
-/// Hash of every page, one by one, from the bytes.
-std::vector<std::string> pageHashesOf(std::string_view code, CodeHashType type) {
-  std::vector<std::string> hashes;
-  for (std::size_t start = 0; start < code.size(); start += kPage) {
-    hashes.push_back(codeHash(type, code.substr(start, kPage)));
-  }
+/// Hashes of every page, one by one, from the bytes.
+std::string pageHashesOf(std::string_view code, CodeHashType type) {
+  std::string hashes;
+  for (std::size_t start = 0; start < code.size(); start += kPage) hashes += codeHash(type, code.substr(start, kPage));
   return hashes;
 }
 

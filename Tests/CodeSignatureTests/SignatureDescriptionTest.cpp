@@ -27,7 +27,9 @@ TrustAnchors sharedAnchors() {
 TEST(SignatureDescriptionTest, SignedBundleIsDescribedLineByLine) {
   const TemporaryDirectory folder;
   SignedBundleBuilder bundle(folder / "Example.app");
-  bundle.withUsualContents().sign();
+  SigningOptions options = testing::sharedSigningOptions();
+  options.signingTime = std::chrono::sys_seconds(std::chrono::seconds(1700000000));
+  bundle.withUsualContents().sign(options);
   const CodeDirectory directory = parseCodeDirectory(testing::readFile(bundle / "_CodeSignature/CodeDirectory"));
   const std::string hash = hexadecimal(directory.identifyingHash());
   const std::string full = hexadecimal(directory.fullHash());

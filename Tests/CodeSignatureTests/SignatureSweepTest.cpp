@@ -31,8 +31,7 @@ class CodeInMemory final : public CodeRepresentation {
     return found == parts_.end() ? std::nullopt : std::optional(found->second);
   }
   [[nodiscard]] std::uint64_t codeLength() const override { return 0; }
-  void hashCode(std::uint64_t, std::uint64_t, CodeHasher&) const override {}
-  [[nodiscard]] std::string formatName() const override { return {}; }
+  [[nodiscard]] std::size_t readCode(std::uint64_t, std::span<char>) const override { return 0; }
 
   std::map<CodeSlot, std::string> parts_;
 };

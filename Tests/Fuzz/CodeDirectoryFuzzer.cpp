@@ -15,7 +15,7 @@ void require(bool condition) {
 
 void checkSizes(const quillon::CodeDirectory& directory) {
   const std::size_t hashSize = quillon::codeHashSize(directory.hashType);
-  for (const std::string& hash : directory.pageHashes) require(hash.size() == hashSize);
+  require(directory.pageHashes.size() == directory.pageCount() * hashSize);
   for (const auto& [slot, hash] : directory.specialHashes) {
     require(hash.size() == hashSize && static_cast<std::uint32_t>(slot) <= directory.specialSlotCount);
   }

@@ -37,9 +37,7 @@ class QuillonToolBundleSignTest : public ::testing::Test {
     return {"--key", (folder_ / "key.pem").string(), "--certificate", (folder_ / "certificate.pem").string()};
   }
 
-  [[nodiscard]] bool isValid() const {
-    return verifyBundle(bundle_.url(), {.isStrict = true, .isDeep = true}).isValid();
-  }
+  [[nodiscard]] bool isValid() const { return verifyCode(bundle_.url(), {.isStrict = true, .isDeep = true}).isValid(); }
   [[nodiscard]] std::string description() const { return describeSignature(bundle_.url(), TrustAnchors{}); }
 
   const testing::TemporaryDirectory folder_;

@@ -16,6 +16,8 @@ struct SigningIdentityRequest {
   bool isExpired = false;
   /// Whether the root's certificate is among the certificates.
   bool includesRoot = true;
+  /// Whether both keys are RSA keys, which takes about a tenth of a second.
+  bool isRSA = false;
 };
 
 /// A key with its certificate and the root that issued it, in PEM.
@@ -27,10 +29,13 @@ struct MadeSigningIdentity {
   [[nodiscard]] SigningIdentity identity() const { return SigningIdentity::fromPEM(key, certificates); }
 };
 
-/// Makes keys (P-256, which is quick) and certificates. Every call makes new ones.
+/// Makes keys (P-256 unless RSA is asked for) and certificates. Every call makes new ones.
 [[nodiscard]] MadeSigningIdentity makeSigningIdentity(const SigningIdentityRequest& request = {});
 
 /// An identity that all tests of a process share, where any will do.
 [[nodiscard]] const MadeSigningIdentity& sharedSigningIdentity();
+
+/// The same with RSA keys, whose signatures are the same each time.
+[[nodiscard]] const MadeSigningIdentity& sharedRSASigningIdentity();
 
 }  // namespace quillon::testing

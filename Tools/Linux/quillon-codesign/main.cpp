@@ -24,7 +24,7 @@ void printError(const std::string& text) {
 
 int verify(const std::string& path, const CodesignArguments& arguments) {
   const CodeSignatureVerdict verdict =
-      verifyBundle(QuillonURL::fileURL(path), {.isStrict = arguments.isStrict, .isDeep = arguments.isDeep});
+      verifyCode(QuillonURL::fileURL(path), {.isStrict = arguments.isStrict, .isDeep = arguments.isDeep});
   if (verdict.isValid() && arguments.verbosity > 0) {
     printError(path + ": valid on disk\n");
     if (verdict.meetsDesignatedRequirement) printError(path + ": satisfies its Designated Requirement\n");
