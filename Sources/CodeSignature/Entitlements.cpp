@@ -4,6 +4,7 @@
 #include <vector>
 
 #include "CodeSignature/BlobBuilder.h"
+#include "CodeSignature/DERElement.h"
 #include "QuillonCore/Values/QuillonPropertyListCodec.h"
 
 namespace quillon {
@@ -14,27 +15,11 @@ constexpr std::uint32_t kDERMagic = 0xFADE7172;
 constexpr std::size_t kLengthLimit = 1 << 20;
 constexpr int kDepthLimit = 32;
 
-// Identifier octets of DER (X.690), and the two that entitlements have of their own.
-constexpr char kBoolean = 0x01;
-constexpr char kInteger = 0x02;
-constexpr char kUTF8String = 0x0C;
-constexpr char kSequence = 0x30;
-constexpr char kEntitlements = 0x70;                   // [APPLICATION 16], constructed
-constexpr char kDictionary = static_cast<char>(0xB0);  // [CONTEXT 16], constructed
-
-std::string element(char tag, std::string_view content) {
-  std::string bytes(1, tag);
-  const std::uint64_t length = content.size();
-  if (length < 0x80) {
-    bytes += static_cast<char>(length);
-  } else {
-    int lengthBytes = 1;
-    while ((length >> (8 * lengthBytes)) != 0) ++lengthBytes;
-    bytes += static_cast<char>(0x80 | lengthBytes);
-    while (lengthBytes-- > 0) bytes += static_cast<char>((length >> (8 * lengthBytes)) & 0xFF);
-  }
-  return bytes.append(content);
-}
+// The types of values, and the two that entitlements have of their own.
+constexpr BERTag kBoolean{0x01};
+constexpr BERTag kUTF8String{0x0C};
+constexpr BERTag kEntitlements{0x70};  // [APPLICATION 16], constructed
+constexpr BERTag kDictionary{0xB0};    // [CONTEXT 16], constructed
 
 /// Two's complement in as few bytes as keep the sign.
 std::string integerContent(std::int64_t value) {
@@ -57,23 +42,23 @@ std::string encodeDictionary(const QuillonPropertyListValue::Dictionary& diction
   std::string entries;
   for (const auto& [name, value] : dictionary) {
     const std::string_view outermost = depth == 0 ? std::string_view(name) : key;
-    entries += element(kSequence, element(kUTF8String, name) + encode(value, outermost, depth + 1));
+    entries += derElement(BERTag::sequence, derElement(kUTF8String, name) + encode(value, outermost, depth + 1));
   }
-  return element(kDictionary, entries);
+  return derElement(kDictionary, entries);
 }
 
 std::string encode(const QuillonPropertyListValue& value, std::string_view key, int depth) {
   if (depth > kDepthLimit) refuse(key, "is nested too deeply");
-  if (const auto* flag = value.getIf<bool>()) return element(kBoolean, std::string(1, *flag ? '\xFF' : '\0'));
-  if (const auto* number = value.getIf<std::int64_t>()) return element(kInteger, integerContent(*number));
-  if (const auto* text = value.getIf<std::string>()) return element(kUTF8String, *text);
+  if (const auto* flag = value.getIf<bool>()) return derElement(kBoolean, std::string(1, *flag ? '\xFF' : '\0'));
+  if (const auto* number = value.getIf<std::int64_t>()) return derElement(BERTag::integer, integerContent(*number));
+  if (const auto* text = value.getIf<std::string>()) return derElement(kUTF8String, *text);
   if (const auto* dictionary = value.getIf<QuillonPropertyListValue::Dictionary>()) {
     return encodeDictionary(*dictionary, key, depth);
   }
   if (const auto* array = value.getIf<QuillonPropertyListValue::Array>()) {
     std::string elements;
     for (const QuillonPropertyListValue& item : *array) elements += encode(item, key, depth + 1);
-    return element(kSequence, elements);
+    return derElement(BERTag::sequence, elements);
   }
   refuse(key, "is neither a Boolean, an integer, a string, an array nor a dictionary");
 }
@@ -96,11 +81,11 @@ Entitlements Entitlements::read(std::string_view propertyList) {
   Entitlements entitlements(readPropertyList(propertyList));
   const auto* dictionary = entitlements.values_.getIf<QuillonPropertyListValue::Dictionary>();
   if (dictionary == nullptr) throw QuillonError("The entitlements are not a dictionary");
-  const std::string der = element(kInteger, integerContent(1)) + encodeDictionary(*dictionary, {}, 0);
+  const std::string der = derElement(BERTag::integer, integerContent(1)) + encodeDictionary(*dictionary, {}, 0);
   const std::string text = isXML(propertyList) ? std::string(propertyList) : writeXMLPropertyList(entitlements.values_);
   if (text.size() > kLengthLimit) throw QuillonError("The entitlements are longer than 1 MiB");
   entitlements.propertyListBlob_ = blob(kPropertyListMagic, text);
-  entitlements.derBlob_ = blob(kDERMagic, element(kEntitlements, der));
+  entitlements.derBlob_ = blob(kDERMagic, derElement(kEntitlements, der));
   return entitlements;
 }
 

@@ -1,7 +1,6 @@
 #include "CodeSignature/MachOSigner.h"
 
 #include <algorithm>
-#include <span>
 #include <utility>
 
 #include "CodeSignature/CMSSignature.h"
@@ -30,6 +29,9 @@ constexpr std::size_t kMessageSlack = 64;
 constexpr std::uint32_t kPlatformMacOS = 1;
 /// 10.11.4, packed as in load commands: the first macOS that reads SHA-256 alone.
 constexpr std::uint32_t kFirstMacOSWithSHA256Only = 10 << 16 | 11 << 8 | 4;
+
+/// The hashes of all pages, for each hash type.
+using PageHashes = std::map<CodeHashType, std::string>;
 
 CodeSlot directorySlot(std::size_t index) {
   if (index == 0) return CodeSlot::codeDirectory;
@@ -65,7 +67,7 @@ class ImageSigning {
     writeFileRange(output_, start_, space_.headerFor(extent));
 
     result.architecture = slice_.architecture();
-    result.directories = makeDirectories(hashPages());
+    result.directories = makeDirectories(hashOutput(0, space_.codeLimit(), kPageSizeLog2));
     const std::string signature = embed(result.directories, makeMessage(result.directories));
     if (signature.size() > extent) throw QuillonError("The signature has outgrown the space that was kept for it");
     writeFileRange(output_, start_ + space_.codeLimit(), signature);
@@ -95,19 +97,21 @@ class ImageSigning {
     if (section->fileOffset > space_.contentEnd() || section->length > space_.contentEnd() - section->fileOffset) {
       throw QuillonError("The image cannot be signed: its __info_plist section reaches into its signature");
     }
-    const std::string information = readFileRange(output_, start_ + section->fileOffset, section->length);
-    for (const CodeHashType type : request_.hashTypes) {
-      specialHashes_[type][CodeSlot::infoPropertyList] = codeHash(type, information);
+    for (const auto& [type, hash] : hashOutput(section->fileOffset, section->length, 0)) {
+      specialHashes_[type][CodeSlot::infoPropertyList] = hash.empty() ? codeHash(type, {}) : hash;
     }
   }
 
-  /// In the order of the types.
-  [[nodiscard]] std::vector<std::string> hashPages() const {
-    const auto read = [this](std::uint64_t offset, std::span<char> block) {
-      return readFileAt(output_, start_ + offset, block);
+  /// Hashes pages of what has been written of the image so far.
+  [[nodiscard]] PageHashes hashOutput(std::uint64_t begin, std::uint64_t length, std::uint8_t pageSizeLog2) const {
+    const auto read = [this, begin](std::uint64_t offset, std::span<char> block) {
+      return readFileAt(output_, start_ + begin + offset, block);
     };
-    return hashCodePages(read, space_.codeLimit(), kPageSizeLog2,
-                         {request_.hashTypes.begin(), request_.hashTypes.end()});
+    const std::vector<CodeHashType> types(request_.hashTypes.begin(), request_.hashTypes.end());
+    std::vector<std::string> hashes = hashCodePages(read, length, pageSizeLog2, types);
+    PageHashes result;
+    for (std::size_t i = 0; i < types.size(); ++i) result.emplace(types[i], std::move(hashes[i]));
+    return result;
   }
 
   [[nodiscard]] std::uint64_t executableSegmentFlags() const {
@@ -141,16 +145,16 @@ class ImageSigning {
     return parseCodeDirectory(buildCodeDirectory(directory));
   }
 
-  [[nodiscard]] std::vector<CodeDirectory> makeDirectories(const std::vector<std::string>& pageHashes) const {
+  [[nodiscard]] std::vector<CodeDirectory> makeDirectories(const PageHashes& pageHashes) const {
     std::vector<CodeDirectory> directories;
-    auto hashes = pageHashes.begin();
-    for (const CodeHashType type : request_.hashTypes) directories.push_back(makeDirectory(type, *hashes++));
+    for (const auto& [type, hashes] : pageHashes) directories.push_back(makeDirectory(type, hashes));
     return directories;
   }
 
   /// Empty for ad-hoc signatures.
   [[nodiscard]] std::string makeMessage(const std::vector<CodeDirectory>& directories) const {
-    return request_.identity == nullptr ? std::string() : makeCMSSignature(directories, *request_.identity);
+    if (request_.identity == nullptr) return {};
+    return makeCMSSignature(directories, *request_.identity, request_.signingTime);
   }
 
   [[nodiscard]] std::string embed(const std::vector<CodeDirectory>& directories, std::string message) const {
@@ -162,9 +166,9 @@ class ImageSigning {
 
   /// Signs once with hashes that mean nothing: nothing but those will differ.
   [[nodiscard]] std::uint64_t lengthOfSignature() const {
-    std::vector<std::string> hashes;
-    const std::uint64_t pages = codePageCount(space_.codeLimit(), kPageSizeLog2);
-    for (const CodeHashType type : request_.hashTypes) hashes.emplace_back(pages * codeHashSize(type), '\0');
+    PageHashes hashes;
+    const std::uint64_t pages = ((space_.codeLimit() - 1) >> kPageSizeLog2) + 1;
+    for (const CodeHashType type : request_.hashTypes) hashes[type].assign(pages * codeHashSize(type), '\0');
     const std::vector<CodeDirectory> directories = makeDirectories(hashes);
     const std::uint64_t slack = request_.identity == nullptr ? 0 : kMessageSlack;
     return embed(directories, makeMessage(directories)).size() + slack;

@@ -1,5 +1,6 @@
 #pragma once
 
+#include <chrono>
 #include <cstdint>
 #include <map>
 #include <optional>
@@ -28,6 +29,8 @@ struct MachOSigningRequest {
   std::optional<Entitlements> entitlements = std::nullopt;
   /// Null for an ad-hoc signature.
   const SigningIdentity* identity = nullptr;
+  /// When the signer says that this was signed; absent: the signature says nothing about that.
+  std::optional<std::chrono::sys_seconds> signingTime = std::nullopt;
   /// Whether the code runs in the hardened runtime, as defined in the SDK that it was built with.
   bool isRuntimeHardened = false;
 };

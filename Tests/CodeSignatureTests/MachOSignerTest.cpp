@@ -8,6 +8,7 @@
 
 #include "CodeSignature/CMSSignature.h"
 #include "CodeSignature/CodeSignatureError.h"
+#include "CodeSignature/CodeSignatureVerdict.h"
 #include "CodeSignature/EmbeddedSignature.h"
 #include "CodeSignature/MachOSigner.h"
 #include "CodeSignature/RequirementSet.h"
@@ -49,12 +50,10 @@ struct SignedImage {
   [[nodiscard]] const CodeDirectory& directory() const { return directories.front(); }
 };
 
-/// Hash of every page, one by one, from the bytes.
+/// Hashes of every page, one by one, from the bytes.
 std::string pageHashesOf(std::string_view code, CodeHashType type) {
   std::string hashes;
-  for (std::size_t start = 0; start < code.size(); start += kPage) {
-    hashes.append(codeHash(type, code.substr(start, kPage)));
-  }
+  for (std::size_t start = 0; start < code.size(); start += kPage) hashes += codeHash(type, code.substr(start, kPage));
   return hashes;
 }
 
@@ -275,6 +274,39 @@ TEST_F(MachOSignerTest, SignatureFitsItsSpaceHoweverLongItsNumbersAre) {
     const SignedImage image = signOne(MachOBuilder().build(), request);
     EXPECT_NO_THROW((void)verifyCMSSignature(image.parts.at(CodeSlot::signature), image.directory().blob));
   }
+}
+
+TEST_F(MachOSignerTest, VerifierAcceptsEverySignedFile) {
+  const SigningIdentity identity = testing::sharedSigningIdentity().identity();
+  MachOSigningRequest request = adHocRequest();
+  request.hasEmbeddedInformation = true;
+  request.isRuntimeHardened = true;
+  request.entitlements = entitlementsWith("com.apple.security.app-sandbox", true);
+  const std::string information =
+      writeXMLPropertyList(QuillonPropertyListValue(QuillonPropertyListValue::Dictionary{}));
+  const std::string before = testing::buildUniversalFile(
+      {MachOBuilder(testing::kX86_64).withInformation(information).build(), MachOBuilder().withPages(3).build()}, 14);
+
+  for (const SigningIdentity* signer : {static_cast<const SigningIdentity*>(nullptr), &identity}) {
+    request.identity = signer;
+    request.hashTypes = {CodeHashType::sha256};
+    if (signer != nullptr) request.hashTypes.insert(CodeHashType::sha1);
+    write(before);
+    sign(request);
+    EXPECT_EQ(verifyCode(QuillonURL::fileURL(path().string())).text("program"), "");
+  }
+}
+
+TEST_F(MachOSignerTest, MessageHoldsTheTimeOfTheRequest) {
+  const SigningIdentity identity = testing::sharedSigningIdentity().identity();
+  MachOSigningRequest request = adHocRequest();
+  request.identity = &identity;
+  request.signingTime = std::chrono::sys_seconds(std::chrono::seconds(1'700'000'000));
+
+  const SignedImage image = signOne(MachOBuilder().build(), request);
+
+  const CMSSignature cms = verifyCMSSignature(image.parts.at(CodeSlot::signature), image.directory().blob);
+  EXPECT_EQ(cms.signingTime, request.signingTime);
 }
 
 TEST_F(MachOSignerTest, InformationAndResourcesAreHashedButNotEmbedded) {
