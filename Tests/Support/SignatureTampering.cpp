@@ -270,7 +270,7 @@ Outcome addUnknownPart(TamperedProgram& program) {
   std::map<CodeSlot, std::string> parts = program.parts();
   parts[kUnknownSlot] = "hidden";
   if (!program.replaceParts(parts)) return std::nullopt;
-  return kBadFormat;
+  return kModified;
 }
 
 // --- Parts that the directory seals ---
@@ -497,7 +497,7 @@ Outcome addDirectoryBehindAGap(TamperedProgram& program) {
   parts[kSecondAlternate] =
       buildCodeDirectory(withOtherAlgorithm(program, program.directory(CodeSlot::codeDirectory), otherType(program)));
   if (!program.replaceParts(parts)) return std::nullopt;
-  return kModified;
+  return kBadFormat;
 }
 
 Outcome repeatDirectory(TamperedProgram& program) {
