@@ -54,13 +54,12 @@ bool isBlob(std::string_view part) {
   return part.size() >= kBlobHeaderSize && BlobReader(part).u32(4) == part.size();
 }
 
-/// Length of the super blob, whose bytes begin `bytes`. What follows is covered by no hash and must be padding.
+/// Length of the super blob, whose bytes begin `bytes`.
 std::uint64_t superBlobLength(std::string_view bytes) {
   const BlobReader reader(bytes);
   require(reader.u32(0) == kSuperBlobMagic);
   const std::uint64_t length = require(reader.u32(4));
   require(length >= kSuperBlobHeaderSize && length <= bytes.size());
-  require(bytes.find_first_not_of('\0', length) == std::string_view::npos);
   return length;
 }
 
@@ -84,17 +83,19 @@ EmbeddedSignature EmbeddedSignature::parse(std::string bytes) {
   }
   // Offset 0 marks a slot that is kept in the index and left empty.
   std::erase_if(signature.blobs_, [](const auto& slot) { return slot.second.offset == 0; });
-  signature.checkOverlap();
+  signature.checkExtents(indexEnd);
   return signature;
 }
 
-void EmbeddedSignature::checkOverlap() const {
+/// What lies outside of the index and the blobs is covered by no hash: only padding may be there.
+void EmbeddedSignature::checkExtents(std::uint64_t indexEnd) const {
   std::vector<Extent> blobs;
   for (const auto& [slot, blob] : blobs_) blobs.push_back(blob);
   std::ranges::sort(blobs, {}, &Extent::offset);
-  std::uint64_t end = 0;
+  blobs.push_back({.offset = bytes_.size(), .length = 0});
+  std::uint64_t end = indexEnd;
   for (const Extent& blob : blobs) {
-    require(blob.offset >= end);
+    require(blob.offset >= end && bytes_.find_first_not_of('\0', end) >= blob.offset);
     end = blob.offset + blob.length;
   }
 }

@@ -14,9 +14,9 @@ namespace quillon {
 /// The signature inside an object file: an index of blobs by slot ("super blob", cs_blobs.h).
 class EmbeddedSignature {
  public:
-  /// Takes the bytes of the signature command's extent; zero padding may follow the blob. Throws
-  /// CodeSignatureError(signatureInvalid) for a damaged index, blobs beyond it, overlapping blobs, two entries for one
-  /// slot, or padding that is not zero.
+  /// Takes the bytes of the signature command's extent; zero padding may stand between the blobs and behind them.
+  /// Throws CodeSignatureError(signatureInvalid) for a damaged index, blobs beyond it, overlapping blobs, two entries
+  /// for one slot, or padding that is not zero.
   [[nodiscard]] static EmbeddedSignature parse(std::string bytes);
 
   /// The part as representations give it: whole blobs for code directories, requirements, entitlements and constraints;
@@ -33,7 +33,7 @@ class EmbeddedSignature {
   };
 
   explicit EmbeddedSignature(std::string bytes) : bytes_(std::move(bytes)) {}
-  void checkOverlap() const;
+  void checkExtents(std::uint64_t indexEnd) const;
 
   std::string bytes_;
   std::map<CodeSlot, Extent> blobs_;

@@ -14,8 +14,18 @@ constexpr std::uint64_t kInformationLimit = 16 << 20;
 constexpr std::uint64_t kSignatureBase = 64 << 20;
 constexpr std::uint64_t kCodePerSignatureByte = 16;
 
-bool isSpecialSlot(CodeSlot slot) {
-  return slot > CodeSlot::codeDirectory && slot < CodeSlot::alternateCodeDirectory;
+/// Parts that belong to no signature: who signed, and the ticket of a notarization.
+constexpr std::uint32_t kUnsignedParts = 2;
+
+/// Whether something reads the part in this slot, and something vouches for it.
+bool isKnownSlot(CodeSlot slot) {
+  const auto number = static_cast<std::uint32_t>(slot);
+  const auto isAmong = [number](CodeSlot first, std::uint32_t count) {
+    const auto begin = static_cast<std::uint32_t>(first);
+    return number >= begin && number - begin < count;
+  };
+  return number <= kLastSpecialSlot || isAmong(CodeSlot::alternateCodeDirectory, kAlternateCodeDirectoryLimit) ||
+         isAmong(CodeSlot::signature, 1 + kUnsignedParts);
 }
 
 }  // namespace
@@ -56,10 +66,9 @@ const EmbeddedSignature& MachOCode::embedded() const {
   }
   EmbeddedSignature signature =
       EmbeddedSignature::parse(readFileRangeUpTo(file_, slice_.offset + command.dataOffset, command.dataLength));
-  for (const CodeSlot slot : signature.slots()) {
-    // Something that no directory of today can seal may be read by a program of tomorrow.
-    const bool canBeSealed = !isSpecialSlot(slot) || static_cast<std::uint32_t>(slot) <= kLastSpecialSlot;
-    if (!canBeSealed) throw CodeSignatureError(CodeSignatureErrorCode::signatureFailed);
+  // What no directory can seal would be a place for data of others, or be read by a program of tomorrow.
+  if (!std::ranges::all_of(signature.slots(), isKnownSlot)) {
+    throw CodeSignatureError(CodeSignatureErrorCode::signatureFailed);
   }
   return embedded_.emplace(std::move(signature));
 }

@@ -74,6 +74,8 @@ TEST(EmbeddedSignatureTest, AnEmptyIndexHasNoPart) {
 
 TEST(EmbeddedSignatureTest, AnEntryWithoutOffsetIsAbsent) {
   std::string bytes = buildEmbeddedSignature(sampleParts());
+  const std::string part = sampleParts().at(CodeSlot::requirements);
+  bytes.replace(bytes.find(part), part.size(), part.size(), '\0');
   setField(bytes, 12 + 8 + 4, 0);
 
   const EmbeddedSignature signature = EmbeddedSignature::parse(bytes);
@@ -82,24 +84,44 @@ TEST(EmbeddedSignatureTest, AnEntryWithoutOffsetIsAbsent) {
   EXPECT_EQ(signature.slots().size(), 5U);
 }
 
-TEST(EmbeddedSignatureTest, BlobsMayStandInAnyOrderAndApart) {
-  const std::string bytes = BlobBuilder()
-                                .u32(0xFADE0CC0)
-                                .u32(28 + 12 + 3 + 10)
-                                .u32(2)
-                                .u32(2)
-                                .u32(28 + 12 + 3)
-                                .u32(0)
-                                .u32(28)
-                                .bytes(blob(0xFADE0C02, "main"))
-                                .bytes("gap")
-                                .bytes(blob(0xFADE0C01, "rr"))
-                                .blob();
+TEST(EmbeddedSignatureTest, BytesThatNoEntryLeadsToAreRefused) {
+  std::string bytes = buildEmbeddedSignature(sampleParts());
+  setField(bytes, 12 + 8 + 4, 0);
 
-  const EmbeddedSignature signature = EmbeddedSignature::parse(bytes);
+  EXPECT_TRUE(isRefused(bytes));
+}
+
+/// Two blobs in an order of their own, with `gap` behind the index and between them.
+std::string spacedSignature(std::string_view gap) {
+  const std::string directory = blob(0xFADE0C02, "main");
+  const std::string requirements = blob(0xFADE0C01, "rr");
+  const auto first = static_cast<std::uint32_t>(28 + gap.size());
+  const auto second = static_cast<std::uint32_t>(first + directory.size() + gap.size());
+  return BlobBuilder()
+      .u32(0xFADE0CC0)
+      .u32(static_cast<std::uint32_t>(second + requirements.size()))
+      .u32(2)
+      .u32(2)
+      .u32(second)
+      .u32(0)
+      .u32(first)
+      .bytes(gap)
+      .bytes(directory)
+      .bytes(gap)
+      .bytes(requirements)
+      .blob();
+}
+
+TEST(EmbeddedSignatureTest, BlobsMayStandInAnyOrderAndApart) {
+  const EmbeddedSignature signature = EmbeddedSignature::parse(spacedSignature({"\0\0\0", 3}));
 
   EXPECT_EQ(signature.part(CodeSlot::codeDirectory), blob(0xFADE0C02, "main"));
   EXPECT_EQ(signature.part(CodeSlot::requirements), blob(0xFADE0C01, "rr"));
+}
+
+TEST(EmbeddedSignatureTest, NothingIsHiddenBetweenBlobs) {
+  EXPECT_TRUE(isRefused(spacedSignature({"\0\0\1", 3})));
+  EXPECT_TRUE(isRefused(spacedSignature("gap")));
 }
 
 TEST(EmbeddedSignatureTest, PaddingIsZero) {

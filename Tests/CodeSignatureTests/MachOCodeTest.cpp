@@ -144,6 +144,8 @@ const SignatureFlaw kFlaws[] = {
      {},
      signatureFailed},
     {"SlotOfNoKnownKind", {}, [](Parts& p) { p[static_cast<CodeSlot>(12)] = "x"; }, signatureFailed},
+    {"SlotBehindAllKnownKinds", {}, [](Parts& p) { p[static_cast<CodeSlot>(0x20000)] = "x"; }, signatureFailed},
+    {"OneAlternateTooMany", {}, [](Parts& p) { p[static_cast<CodeSlot>(0x1005)] = "x"; }, signatureFailed},
     {"ResourceSealWithoutBundle",
      [](CodeDirectory& d) { d.specialHashes[CodeSlot::resources] = std::string(32, 'r'); },
      {},
