@@ -30,7 +30,7 @@ CodeDirectory signedDirectory() {
   directory.hashType = CodeHashType::sha256;
   directory.identifier = "com.example";
   directory.codeLimit = 1;
-  directory.pageHashes.push_back(std::string(32, 'x'));
+  directory.pageHashes.assign(32, 'x');
   return parseCodeDirectory(buildCodeDirectory(directory));
 }
 
