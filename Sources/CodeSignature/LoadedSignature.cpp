@@ -90,8 +90,7 @@ void loadCertificateChain(const TrustAnchors& anchors, LoadedSignature& signatur
     const auto now = std::chrono::floor<std::chrono::seconds>(std::chrono::system_clock::now());
     (void)buildCertificateChain(cms.signer, cms.certificates, anchors, now);
   }
-  // Anyone can run an authority of his own that sets the clock back to when a vendor's certificate was valid.
-  if (signature.timestamp && signature.chain->isAnchoredByApple && !signature.timestamp->chain.isAnchoredByApple) {
+  if (signature.timestamp && !signature.timestamp->countsFor(*signature.chain)) {
     fail(CodeSignatureErrorCode::notTrusted);
   }
 }

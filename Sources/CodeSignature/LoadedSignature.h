@@ -47,8 +47,8 @@ struct LoadedSignature {
 [[nodiscard]] LoadedSignature loadCodeDirectories(const CodeRepresentation& code);
 
 /// Checks the cryptographic message over the first directory, its lists of hashes, its certificate chain and its time
-/// stamp, and fills them in. With a time stamp, which counts only when a root of the same vendor vouches for it, the
-/// certificates must have been valid then. Throws CodeSignatureError.
+/// stamp, and fills them in. With a time stamp the certificates must have been valid then. Code that wants to expire
+/// needs certificates that are valid at this moment. Throws CodeSignatureError.
 void loadCMS(const CodeRepresentation& code, const TrustAnchors& anchors, LoadedSignature& signature);
 
 /// Compares the special slots of every directory with the parts, and reads the requirements. Throws CodeSignatureError.

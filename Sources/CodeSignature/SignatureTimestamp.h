@@ -13,6 +13,12 @@ struct SignatureTimestamp {
   std::chrono::sys_seconds time;
   /// The authority's certificate first.
   CertificateChain chain;
+
+  /// Whether the time counts for what `signer` has signed: Apple's signatures need a time that Apple vouches for.
+  /// Otherwise anyone could run an authority that sets the clock back to when a certificate was valid.
+  [[nodiscard]] bool countsFor(const CertificateChain& signer) const noexcept {
+    return !signer.isAnchoredByApple || chain.isAnchoredByApple;
+  }
 };
 
 /// Verifies a time-stamp token (RFC 3161) over a signature value: a message that holds its content, from one signer

@@ -9,32 +9,15 @@
 
 #include "CodeSignature/CodeSignatureVerdict.h"
 #include "CodeSignature/LoadedSignature.h"
+#include "Support/CodeInMemory.h"
 #include "Support/SignedBundleBuilder.h"
 #include "Support/TemporaryDirectory.h"
+#include "Support/TimestampAuthority.h"
 
 namespace quillon {
 namespace {
 
-/// Signature parts in memory, one of which can be changed without touching the disk.
-class CodeInMemory final : public CodeRepresentation {
- public:
-  explicit CodeInMemory(const testing::SignedBundleBuilder& bundle) {
-    parts_[CodeSlot::infoPropertyList] = testing::readFile(bundle / "Info.plist");
-    for (const CodeSlotFile& file : kCodeSlotFiles) {
-      const std::filesystem::path path = bundle / "_CodeSignature" / file.name;
-      if (std::filesystem::exists(path)) parts_[file.slot] = testing::readFile(path);
-    }
-  }
-
-  [[nodiscard]] std::optional<std::string> signaturePart(CodeSlot slot) const override {
-    const auto found = parts_.find(slot);
-    return found == parts_.end() ? std::nullopt : std::optional(found->second);
-  }
-  [[nodiscard]] std::uint64_t codeLength() const override { return 0; }
-  [[nodiscard]] std::size_t readCode(std::uint64_t, std::span<char>) const override { return 0; }
-
-  std::map<CodeSlot, std::string> parts_;
-};
+using testing::CodeInMemory;
 
 bool isSealAccepted(const CodeRepresentation& code) {
   try {
@@ -65,9 +48,13 @@ struct Range {
 
 class SignatureSweepTest : public ::testing::TestWithParam<Range> {};
 
-TEST_P(SignatureSweepTest, NoByteCanBeChangedUnnoticed) {
-  // The patterns take turns; 0x20 is the bit that lenient readers of tags ignore.
+/// `byte` with one bit changed. The bits take turns; 0x20 is the one that lenient readers of tags ignore.
+char changedByte(char byte, std::size_t turn) {
   static constexpr std::array<unsigned char, 3> kPatterns = {0x20, 0x01, 0x80};
+  return static_cast<char>(static_cast<unsigned char>(byte) ^ kPatterns[turn % kPatterns.size()]);
+}
+
+TEST_P(SignatureSweepTest, NoByteCanBeChangedUnnoticed) {
   const testing::TemporaryDirectory folder;
   testing::SignedBundleBuilder bundle(folder / "Example.app");
   bundle.withScript().sign();
@@ -77,13 +64,13 @@ TEST_P(SignatureSweepTest, NoByteCanBeChangedUnnoticed) {
   const bool isSigned = range.slot == CodeSlot::codeDirectory || range.slot == CodeSlot::signature;
   const auto isAccepted = isSigned ? isSignatureAccepted : isSealAccepted;
   ASSERT_TRUE(isAccepted(code));
-  std::string& part = code.parts_.at(range.slot);
+  std::string& part = code.parts.at(range.slot);
 
   const std::size_t size = part.size() / static_cast<std::size_t>(range.count) + 1;
   const std::size_t begin = static_cast<std::size_t>(range.index) * size;
   for (std::size_t i = begin; i < std::min(begin + size, part.size()); ++i) {
     const char original = part[i];
-    part[i] = static_cast<char>(static_cast<unsigned char>(original) ^ kPatterns[i % kPatterns.size()]);
+    part[i] = changedByte(original, i);
     EXPECT_FALSE(isAccepted(code)) << "byte " << i << " of " << part.size();
     part[i] = original;
   }
@@ -94,7 +81,7 @@ TEST(SignatureSweepTest, TagsOfTheMessageCountWhole) {
   testing::SignedBundleBuilder bundle(folder / "Example.app");
   bundle.withScript().sign();
   CodeInMemory code(bundle);
-  std::string& message = code.parts_.at(CodeSlot::signature);
+  std::string& message = code.parts.at(CodeSlot::signature);
 
   // The headers of the outer values all stand in the first bytes.
   for (std::size_t i = 0; i < 64; ++i) {
@@ -106,6 +93,33 @@ TEST(SignatureSweepTest, TagsOfTheMessageCountWhole) {
     message[i] = original;
   }
 }
+
+constexpr int kTimestampSweepCount = 6;
+
+class TimestampSweepTest : public ::testing::TestWithParam<int> {};
+
+TEST_P(TimestampSweepTest, NoByteOfATimeStampCanBeChangedUnnoticed) {
+  const testing::TemporaryDirectory folder;
+  testing::SignedBundleBuilder bundle(folder / "Example.app");
+  bundle.withScript().sign();
+  CodeInMemory code(bundle);
+  std::string& message = code.parts.at(CodeSlot::signature);
+  const std::string plain = message;
+  message = testing::timestampedMessage(plain, testing::TimestampAuthority::shared());
+  ASSERT_TRUE(isSignatureAccepted(code));
+  // The attributes that the signer did not sign stand at the end.
+  const std::size_t begin = std::string_view(message).rfind(testing::signatureValueOf(message));
+  ASSERT_LT(begin, message.size());
+
+  for (std::size_t i = begin + static_cast<std::size_t>(GetParam()); i < message.size(); i += kTimestampSweepCount) {
+    const char original = message[i];
+    message[i] = changedByte(original, i / kTimestampSweepCount);
+    EXPECT_FALSE(isSignatureAccepted(code)) << "byte " << i << " of " << message.size();
+    message[i] = original;
+  }
+}
+
+INSTANTIATE_TEST_SUITE_P(Parts, TimestampSweepTest, ::testing::Range(0, kTimestampSweepCount));
 
 std::string partName(const ::testing::TestParamInfo<Range>& info) {
   std::string name = "InfoPropertyList";

@@ -211,6 +211,17 @@ TEST(SignatureTimestampTest, TimeBeforeTheCertificateIsRefused) {
   EXPECT_EQ(errorOf(TimestampAuthority::shared().token(kValue, {.time = time})), certificateExpired);
 }
 
+TEST(SignatureTimestampTest, AppleSignaturesNeedTheTimeOfApple) {
+  CertificateChain own;
+  CertificateChain apple;
+  apple.isAnchoredByApple = true;
+
+  EXPECT_TRUE((SignatureTimestamp{.time = {}, .chain = own}.countsFor(own)));
+  EXPECT_TRUE((SignatureTimestamp{.time = {}, .chain = apple}.countsFor(own)));
+  EXPECT_TRUE((SignatureTimestamp{.time = {}, .chain = apple}.countsFor(apple)));
+  EXPECT_FALSE((SignatureTimestamp{.time = {}, .chain = own}.countsFor(apple)));
+}
+
 // ---- The attribute that names the certificate ----------------------------------------------------------------------
 
 std::string attributeOver(const std::string& identifier) {

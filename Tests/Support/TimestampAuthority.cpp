@@ -109,7 +109,7 @@ struct TimestampAuthority::Content {
 
 TimestampAuthority::TimestampAuthority(const TimestampAuthorityRequest& request)
     : content_(std::make_unique<Content>()) {
-  const MadeKey rootKey = makeKey(request.isRSA);
+  const MadeKey rootKey = makeKey();
   content_->key = makeKey(request.isRSA);
   content_->root = makeRootCertificate(rootKey, request.organization);
   content_->certificate = makeLeafCertificate(content_->key, content_->root, rootKey,

@@ -15,6 +15,7 @@ struct TimestampAuthorityRequest {
   std::string extendedKeyUsage = "critical,timeStamping";
   /// When the certificate ends, from this moment on; it begins two days before this moment.
   std::chrono::seconds remainingValidity = std::chrono::hours(365 * 24);
+  /// Whether its own key is an RSA key; that of the root is not.
   bool isRSA = false;
 };
 

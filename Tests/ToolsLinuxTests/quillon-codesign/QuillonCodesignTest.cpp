@@ -19,6 +19,7 @@ namespace {
 
 namespace fs = std::filesystem;
 using ::testing::HasSubstr;
+using ::testing::Not;
 using testing::SignedBundleBuilder;
 using ::testing::StartsWith;
 using testing::TemporaryDirectory;
@@ -32,8 +33,8 @@ struct Outcome {
 class QuillonCodesignTest : public ::testing::Test {
  protected:
   /// Runs the command with arguments that the shell splits.
-  [[nodiscard]] Outcome run(const std::string& arguments) const {
-    const std::string command = std::string(QUILLON_BINARY_FOLDER) + "/quillon-codesign " + arguments + " > '" +
+  [[nodiscard]] Outcome run(const std::string& arguments, const std::string& environment = {}) const {
+    const std::string command = environment + " " + QUILLON_BINARY_FOLDER + "/quillon-codesign " + arguments + " > '" +
                                 (folder_ / "out").string() + "' 2> '" + (folder_ / "err").string() + "'";
     const int status = std::system(command.c_str());
     return {.status = WIFEXITED(status) ? WEXITSTATUS(status) : -1,
@@ -41,9 +42,10 @@ class QuillonCodesignTest : public ::testing::Test {
             .errors = testing::readFile(folder_ / "err")};
   }
 
-  [[nodiscard]] std::string identityOptions() const {
-    testing::writeFile(folder_ / "key", testing::sharedSigningIdentity().key);
-    testing::writeFile(folder_ / "chain", testing::sharedSigningIdentity().certificates);
+  [[nodiscard]] std::string identityOptions(
+      const testing::MadeSigningIdentity& identity = testing::sharedSigningIdentity()) const {
+    testing::writeFile(folder_ / "key", identity.key);
+    testing::writeFile(folder_ / "chain", identity.certificates);
     return "--key " + (folder_ / "key").string() + " --certificate " + (folder_ / "chain").string() + " ";
   }
 
@@ -63,6 +65,37 @@ TEST_F(QuillonCodesignTest, SignedBundleVerifiesSilently) {
   EXPECT_EQ(verification.output + verification.errors, "");
   EXPECT_EQ(run("--verify -v " + path).errors,
             path + ": valid on disk\n" + path + ": satisfies its Designated Requirement\n");
+}
+
+TEST_F(QuillonCodesignTest, EqualBundlesHaveEqualSignaturesWithAnRSAKey) {
+  SignedBundleBuilder first(folder_ / "1/Example.app");
+  SignedBundleBuilder second(folder_ / "2/Example.app");
+  const std::string sign = "--sign --force " + identityOptions(testing::sharedRSASigningIdentity()) +
+                           first.withUsualContents().path().string() + " " + second.withUsualContents().path().string();
+  const auto signatureOf = [](const SignedBundleBuilder& bundle) {
+    return testing::readFile(bundle / "_CodeSignature/CodeSignature");
+  };
+
+  ASSERT_EQ(run(sign).status, 0);
+  EXPECT_EQ(signatureOf(first), signatureOf(second));
+  EXPECT_THAT(run("-dv " + first.path().string()).errors, Not(HasSubstr("\nSigned Time=")));
+
+  ASSERT_EQ(run(sign, "SOURCE_DATE_EPOCH=1700000000").status, 0);
+  EXPECT_EQ(signatureOf(first), signatureOf(second));
+  EXPECT_THAT(run("-dv " + first.path().string(), "TZ=UTC").errors,
+              HasSubstr("\nSigned Time=Nov 14, 2023 at 10:13:20 PM\n"));
+}
+
+TEST_F(QuillonCodesignTest, TimeOfReproducibleBuildsMustBeANumber) {
+  SignedBundleBuilder bundle(folder_ / "Example.app");
+  const std::string path = bundle.withScript().path().string();
+
+  for (const char* value : {"''", "x", "1.5", "-1", "12x", "99999999999999999999", "9999999999"}) {
+    const Outcome outcome = run("--sign " + identityOptions() + path, std::string("SOURCE_DATE_EPOCH=") + value);
+
+    EXPECT_EQ(outcome.status, 1) << value;
+    EXPECT_THAT(outcome.errors, HasSubstr("SOURCE_DATE_EPOCH")) << value;
+  }
 }
 
 TEST_F(QuillonCodesignTest, AddedFileIsReportedOnStandardError) {

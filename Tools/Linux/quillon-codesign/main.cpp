@@ -1,9 +1,16 @@
 // quillon-codesign: verifies, displays and makes code signatures of bundles.
 
 #include <cerrno>
+#include <charconv>
+#include <chrono>
+#include <cstdint>
 #include <cstdio>
+#include <cstdlib>
 #include <exception>
+#include <limits>
+#include <optional>
 #include <string>
+#include <string_view>
 #include <vector>
 
 #include "CodeSignature/CodeSignatureError.h"
@@ -42,6 +49,20 @@ int display(const std::string& path, const CodesignArguments& arguments) {
   return 0;
 }
 
+/// The time that reproducible builds hand to their tools, in decimal seconds since 1970.
+std::optional<std::chrono::sys_seconds> reproducibleTime() {
+  const char* variable = std::getenv("SOURCE_DATE_EPOCH");
+  if (variable == nullptr) return std::nullopt;
+  constexpr std::uint32_t kLastSecond = std::numeric_limits<std::uint32_t>::max();  // in 2106
+  const std::string_view text(variable);
+  std::uint64_t seconds = 0;
+  const auto [end, error] = std::from_chars(text.data(), text.data() + text.size(), seconds);
+  if (error != std::errc() || end != text.data() + text.size() || seconds > kLastSecond) {
+    throw QuillonError("SOURCE_DATE_EPOCH is not a number of seconds since 1970: " + std::string(text));
+  }
+  return std::chrono::sys_seconds(std::chrono::seconds(seconds));
+}
+
 int sign(const std::string& path, const CodesignArguments& arguments) {
   SigningOptions options;
   if (!arguments.keyFile.empty()) {
@@ -51,6 +72,7 @@ int sign(const std::string& path, const CodesignArguments& arguments) {
   options.identifier = arguments.identifier;
   options.replacesSignature = arguments.replacesSignature;
   options.signsNestedCode = arguments.isDeep;
+  options.signingTime = reproducibleTime();
   signBundle(QuillonURL::fileURL(path), options);
   if (arguments.verbosity > 0) printError(path + ": signed bundle\n");
   return 0;
