@@ -6,6 +6,7 @@
 #include <openssl/evp.h>
 
 #include <algorithm>
+#include <cstdlib>
 #include <filesystem>
 #include <functional>
 #include <optional>
@@ -42,8 +43,10 @@ constexpr std::string_view kHowToGetThem =
     "This program is not there; tools/fetch_signed_programs fetches it (with npm, from its registry)";
 
 QuillonProcessResult runCodesign(std::vector<std::string> words, const fs::path& code) {
+  setenv("TZ", "UTC", 1);  // times are displayed in the time zone of the machine
   words.push_back(code.string());
-  return QuillonPosixProcessRunner().run(QUILLON_BINARY_FOLDER "/quillon-codesign", words);
+  return QuillonPosixProcessRunner(QuillonProcessEnvironment::inherited)
+      .run(QUILLON_BINARY_FOLDER "/quillon-codesign", words);
 }
 
 QuillonProcessResult verify(const fs::path& code, bool isStrict = true) {
