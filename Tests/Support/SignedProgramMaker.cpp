@@ -45,9 +45,9 @@ void writeAndSign(const std::filesystem::path& file, const std::string& image, c
   signMachOFile(openFolder(AT_FDCWD, file.parent_path().string()), file.filename().string(), request);
 }
 
-std::string imageFor(const MachOArchitecture& architecture) {
+std::string imageFor(const MachOArchitecture& architecture, std::size_t pages) {
   return MachOBuilder(architecture)
-      .withPages(kPages)
+      .withPages(pages)
       .withInformation(std::string(kInformation))
       .withFreeHeaderSpace(kFreeHeaderSpace)
       .build();
@@ -80,7 +80,8 @@ void writeWithSignature(const std::filesystem::path& file, std::string signature
 
 void makeSignedProgram(const std::filesystem::path& file, const SignedProgramRequest& request) {
   std::vector<std::string> images;
-  for (const MachOArchitecture& architecture : request.architectures) images.push_back(imageFor(architecture));
+  for (const MachOArchitecture& architecture : request.architectures)
+    images.push_back(imageFor(architecture, request.pages));
   const SigningIdentity identity = sharedSigningIdentity().identity();
   MachOSigningRequest signing{.identifier = std::string(kIdentifier),
                               .hashTypes = request.hashTypes,

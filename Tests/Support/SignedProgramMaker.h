@@ -1,5 +1,6 @@
 #pragma once
 
+#include <cstddef>
 #include <filesystem>
 #include <set>
 #include <vector>
@@ -9,10 +10,12 @@
 
 namespace quillon::testing {
 
-/// How a program of three pages is signed.
+/// What a program consists of, and how it is signed.
 struct SignedProgramRequest {
   /// More than one make a universal file.
   std::vector<MachOArchitecture> architectures = {kARM64};
+  /// Of 4096 bytes, for the code of each architecture.
+  std::size_t pages = 3;
   std::set<CodeHashType> hashTypes = {CodeHashType::sha256};
   /// Otherwise with the identity that tests share, for the hardened runtime.
   bool isAdHoc = false;
