@@ -74,10 +74,12 @@ std::optional<Meaning> meaningOf(std::string_view input) {
   }
 }
 
-/// What the seeds say, each of which is accepted.
+/// What the seeds say, each of which is accepted. Other files of the folder are inputs that made trouble once.
 std::set<Meaning> readSeeds() {
   std::set<Meaning> meanings;
   for (const auto& entry : std::filesystem::directory_iterator(QUILLON_SEED_FOLDER)) {
+    const std::string name = entry.path().filename();
+    if (!name.starts_with("message") && !name.starts_with("token")) continue;
     std::ifstream stream(entry.path(), std::ios::binary);
     const std::string seed{std::istreambuf_iterator<char>(stream), {}};
     std::optional<Meaning> meaning = meaningOf(seed);
