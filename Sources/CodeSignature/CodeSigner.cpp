@@ -1,13 +1,12 @@
 #include "CodeSignature/CodeSigner.h"
 
 #include <algorithm>
-#include <array>
-#include <charconv>
 #include <map>
 #include <string_view>
 #include <utility>
 #include <vector>
 
+#include "CodeSignature/BlobReader.h"
 #include "CodeSignature/BundleLeftovers.h"
 #include "CodeSignature/BundleLink.h"
 #include "CodeSignature/CMSSignature.h"
@@ -15,36 +14,68 @@
 #include "CodeSignature/CodePages.h"
 #include "CodeSignature/CodeSignatureError.h"
 #include "CodeSignature/CodeSignatureVerifier.h"
-#include "CodeSignature/DesignatedRequirement.h"
+#include "CodeSignature/FileReplacement.h"
+#include "CodeSignature/MachOSignatureSpace.h"
+#include "CodeSignature/MachOSigner.h"
 #include "CodeSignature/RequirementText.h"
 #include "CodeSignature/ResourceHashing.h"
 #include "CodeSignature/SignatureFolder.h"
+#include "CodeSignature/SigningDefaults.h"
 #include "QuillonCore/Values/QuillonPropertyListCodec.h"
 
 namespace quillon {
 namespace {
 
-/// The first system that reads SHA-256 alone.
-constexpr std::array<int, 3> kFirstSystemWithSHA256Only = {10, 11, 4};
+/// Of code directories: made by the linker.
+constexpr std::uint32_t kLinkerSignedFlag = 0x20000;
+constexpr std::uint64_t kFlagsOffset = 12;
 
-bool isBefore(std::string_view version, const std::array<int, 3>& limit) {
-  for (const int part : limit) {
-    int value = 0;
-    const auto [end, error] = std::from_chars(version.data(), version.data() + version.size(), value);
-    if (error != std::errc()) value = 0;
-    if (value != part) return value < part;
-    version.remove_prefix(std::min<std::size_t>(static_cast<std::size_t>(end - version.data()) + 1, version.size()));
-  }
-  return false;
+bool isSigned(const CodeRepresentation& code) {
+  const auto directory = code.signaturePart(CodeSlot::codeDirectory);
+  return directory && (BlobReader(*directory).u32(kFlagsOffset).value_or(0) & kLinkerSignedFlag) == 0;
 }
 
-std::set<CodeHashType> hashTypesFor(const BundleLayout& layout, const SigningOptions& options) {
-  if (options.hashTypes) return *options.hashTypes;
-  const std::string minimum = layout.informationText("LSMinimumSystemVersion");
-  if (!minimum.empty() && isBefore(minimum, kFirstSystemWithSHA256Only)) {
-    return {CodeHashType::sha1, CodeHashType::sha256};
+bool isSigned(const CodeObject& object) {
+  return std::ranges::all_of(object.architectures(), [](const auto& code) { return isSigned(*code); });
+}
+
+/// Where a file is, below some folder.
+struct FilePlace {
+  explicit FilePlace(std::string_view path) : name(path.substr(path.rfind('/') + 1)) {
+    if (path.size() > name.size()) folder = path.substr(0, path.size() - name.size() - 1);
   }
-  return {CodeHashType::sha256};
+
+  std::string folder;
+  std::string name;
+};
+
+/// The part of the request that is alike for bundles and single files.
+MachOSigningRequest machORequest(const CodeObject& object, const SigningOptions& options) {
+  MachOSigningRequest request;
+  request.identifier = signingIdentifier(object, options);
+  request.hashTypes = signingHashTypes(object, options);
+  request.parts[CodeSlot::requirements] = signingRequirements(request.identifier, options);
+  request.entitlements = options.entitlements;
+  request.identity = options.identity ? &*options.identity : nullptr;
+  request.signingTime = options.signingTime;
+  request.isRuntimeHardened = options.isRuntimeHardened;
+  return request;
+}
+
+void refuseSidebandData(const CodeObject& object) {
+  if (hasSidebandData(object.mainFile()) || (object.bundle() != nullptr && hasSidebandData(object.bundle()->bundle))) {
+    throw CodeSignatureError(CodeSignatureErrorCode::sidebandDataRefused);
+  }
+}
+
+/// Signs a file that is no main executable of a bundle.
+void signSingleFile(const CodeObject& object, const FileDescriptor& folder, const std::string& name,
+                    const SigningOptions& options) {
+  if (!object.objectFile()) throw QuillonError("is neither a bundle nor a Mach-O file");
+  refuseSidebandData(object);
+  MachOSigningRequest request = machORequest(object, options);
+  request.hasEmbeddedInformation = true;
+  signMachOFile(folder, name, request);
 }
 
 /// Makes the signature of one bundle whose nested code is signed.
@@ -53,39 +84,32 @@ class BundleSigning {
   /// `path` is the bundle's own below the outermost one.
   BundleSigning(const CodeObject& object, const CodeObject& outermost, std::vector<SealedScope> outer,
                 const std::string& path, const SigningOptions& options)
-      : layout_(*object.bundle()),
+      : object_(object),
+        layout_(*object.bundle()),
         outermost_(outermost),
         scopes_(std::move(outer)),
         support_(joinedPath(path, layout_.supportName)),
         options_(options),
-        code_(object.native()),
         rules_(ResourceRules::standard(2, layout_.hasResourcesFolder())),
-        hashTypes_(hashTypesFor(layout_, options)) {
-    if (object.objectFile()) throw CodeSignatureError(CodeSignatureErrorCode::signatureUnsupported);
+        hashTypes_(signingHashTypes(object, options)) {
     if (layout_.isInformationMalformed) throw CodeSignatureError(CodeSignatureErrorCode::badPropertyList);
+    refuseSidebandData(object);
     checkBundleRoot(layout_);
     scopes_.push_back({.support = support_, .rules = &rules_, .mainExecutable = &layout_.mainExecutable});
     removeUnfinishedSignatureFolders(layout_);
     scanned_ = scanResources(layout_.support, rules_, layout_.mainExecutable, layout_.supportPath());
+    removeUnfinishedFiles();
+    findNestedFiles();
   }
 
   void run() {
     signNestedCode();
-    SignatureFiles files;
-    files["CodeResources"] = sealResources();
-    files["CodeRequirements"] = buildRequirementSet(requirements());
-    std::vector<CodeDirectory> directories;
-    for (const CodeHashType type : hashTypes_) directories.push_back(makeDirectory(type, files));
-    files["CodeDirectory"] = directories.front().blob;
-    for (std::size_t i = 1; i < directories.size(); ++i) {
-      files[std::string(kAlternateCodeDirectoryFiles[i - 1])] = directories[i].blob;
-    }
-    if (options_.identity) {
-      files["CodeSignature"] = makeCMSSignature(directories, *options_.identity, options_.signingTime);
+    const std::string seal = sealResources();
+    if (object_.objectFile()) {
+      signObjectFile(seal);
     } else {
-      files["CodeSignature"] = {};
+      signGenericCode(seal);
     }
-    replaceSignatureFolder(layout_, files);
   }
 
  private:
@@ -93,44 +117,85 @@ class BundleSigning {
     throw CodeSignatureError(code, {"In item: " + layout_.supportPath() + "/" + path});
   }
 
-  [[nodiscard]] std::string identifier() const {
-    std::string identifier = options_.identifier;
-    if (identifier.empty()) identifier = layout_.informationText("CFBundleIdentifier");
-    if (identifier.empty()) identifier = layout_.baseName();
-    if (identifier.find('\0') != std::string::npos) throw QuillonError("The identifier holds a NUL character");
-    return identifier;
-  }
-
-  [[nodiscard]] RequirementSet requirements() const {
-    RequirementSet set;
-    if (!options_.identity) return set;
-    CertificateChain chain;
-    for (const std::string& der : options_.identity->certificateChain()) {
-      chain.certificates.push_back(certificateFacts(der));
+  void removeUnfinishedFiles() {
+    std::set<std::string> folders;
+    std::erase_if(scanned_, [&folders](const ScannedResource& resource) {
+      const FilePlace place(resource.path);
+      const bool isUnfinished = resource.kind == ScannedResourceKind::file && isUnfinishedReplacement(place.name);
+      if (isUnfinished) folders.insert(place.folder);
+      return isUnfinished;
+    });
+    for (const std::string& folder : folders) {
+      removeUnfinishedReplacements(openFolderBeneath(layout_.support.get(), folder));
     }
-    set.emplace(RequirementPurpose::designated, derivedDesignatedRequirement(identifier(), {}, &chain));
-    return set;
   }
 
-  [[nodiscard]] CodeDirectory makeDirectory(CodeHashType type, const SignatureFiles& files) const {
+  /// Object files where code is expected are code; everything else there is sealed by its hash.
+  void findNestedFiles() {
+    for (ScannedResource& resource : scanned_) {
+      if (resource.kind != ScannedResourceKind::file || !resource.isAtNestedPlace) continue;
+      const FilePlace place(resource.path);
+      const FileDescriptor folder = openFolderBeneath(layout_.support.get(), place.folder);
+      if (isMachOFile(openRegularFile(folder.get(), place.name))) resource.kind = ScannedResourceKind::nestedCode;
+    }
+  }
+
+  /// The executable and the seal cannot be exchanged in one step together; when the second fails, the first is undone.
+  void signObjectFile(const std::string& seal) {
+    MachOSigningRequest request = machORequest(object_, options_);
+    request.parts[CodeSlot::resources] = seal;
+    if (layout_.hasInformation) request.parts[CodeSlot::infoPropertyList] = layout_.informationBytes;
+    const FilePlace place(layout_.mainExecutable);
+    FileReplacement replacement(openFolderBeneath(layout_.support.get(), place.folder), place.name);
+    writeSignedMachOFile(*object_.objectFile(), object_.mainFile(), replacement.file(), request);
+    replacement.install(object_.mainFile());
+    replaceSignatureFolder(layout_, {{fileName(CodeSlot::resources), seal}});
+    replacement.keep();
+  }
+
+  void signGenericCode(const std::string& seal) {
+    std::map<CodeSlot, std::string> parts;
+    parts[CodeSlot::requirements] = signingRequirements(signingIdentifier(object_, options_), options_);
+    parts[CodeSlot::resources] = seal;
+    if (options_.entitlements) {
+      parts[CodeSlot::entitlements] = options_.entitlements->propertyListBlob();
+      parts[CodeSlot::entitlementsDER] = options_.entitlements->derBlob();
+    }
+    SignatureFiles files;
+    for (const auto& [slot, part] : parts) files[fileName(slot)] = part;
+    std::vector<CodeDirectory> directories;
+    for (const CodeHashType type : hashTypes_) directories.push_back(makeDirectory(type, parts));
+    files[fileName(CodeSlot::codeDirectory)] = directories.front().blob;
+    for (std::size_t i = 1; i < directories.size(); ++i) {
+      files[std::string(kAlternateCodeDirectoryFiles[i - 1])] = directories[i].blob;
+    }
+    files[fileName(CodeSlot::signature)] =
+        options_.identity ? makeCMSSignature(directories, *options_.identity, options_.signingTime) : std::string();
+    replaceSignatureFolder(layout_, files);
+  }
+
+  [[nodiscard]] static std::string fileName(CodeSlot slot) { return std::string(codeSlotFileName(slot).value()); }
+
+  [[nodiscard]] CodeDirectory makeDirectory(CodeHashType type, const std::map<CodeSlot, std::string>& parts) const {
     CodeDirectory directory;
     directory.hashType = type;
     directory.flags = options_.identity ? 0 : kCodeDirectoryAdHocFlag;
-    directory.identifier = identifier();
+    directory.identifier = signingIdentifier(object_, options_);
     if (options_.identity) directory.team = options_.identity->team();
-    directory.codeLimit = code_.codeLength();
+    const CodeRepresentation& code = object_.native();
+    directory.codeLimit = code.codeLength();
     if (layout_.hasInformation) {
       directory.specialHashes[CodeSlot::infoPropertyList] = codeHash(type, layout_.informationBytes);
     }
-    directory.specialHashes[CodeSlot::requirements] = codeHash(type, files.at("CodeRequirements"));
-    directory.specialHashes[CodeSlot::resources] = codeHash(type, files.at("CodeResources"));
-    const auto read = [this](std::uint64_t offset, std::span<char> block) { return code_.readCode(offset, block); };
+    for (const auto& [slot, part] : parts) directory.specialHashes[slot] = codeHash(type, part);
+    const auto read = [&code](std::uint64_t offset, std::span<char> block) { return code.readCode(offset, block); };
     directory.pageHashes = hashCodePages(read, directory.codeLimit, directory.pageSizeLog2, {type}).front();
     return parseCodeDirectory(buildCodeDirectory(directory));
   }
 
   void signNestedCode();
-  [[nodiscard]] std::vector<LoadedSignature> signOrKeepNested(const std::string& path, const CodeObject& nested);
+  void signNested(const CodeObject& nested, const std::string& path) const;
+  [[nodiscard]] CodeObject signOrKeepNested(const std::string& path, const std::string& absolutePath) const;
 
   std::string sealResources() {
     ResourceSeal seal{.version = 2, .rules = ResourceRules::standard(2, layout_.hasResourcesFolder()), .resources = {}};
@@ -188,56 +253,71 @@ class BundleSigning {
     std::string codeDirectoryHash;
   };
 
+  const CodeObject& object_;
   const BundleLayout& layout_;
   const CodeObject& outermost_;
   std::vector<SealedScope> scopes_;
   std::string support_;
   const SigningOptions& options_;
-  const CodeRepresentation& code_;
   ResourceRules rules_;
   std::set<CodeHashType> hashTypes_;
   std::vector<ScannedResource> scanned_;
   std::map<std::string, NestedCode> nested_;
 };
 
-bool isSigned(const CodeObject& object) {
-  return object.native().signaturePart(CodeSlot::codeDirectory).has_value();
-}
-
-/// Verifies nested code as its own outermost bundle, but with links into the bundles around it allowed.
-std::vector<LoadedSignature> BundleSigning::signOrKeepNested(const std::string& path, const CodeObject& nested) {
-  const std::string nestedPath = joinedPath(support_, path);
-  if (nested.bundle() != nullptr && (!isSigned(nested) || options_.signsNestedCode)) {
-    SigningOptions options = options_;
-    options.identifier.clear();
-    BundleSigning(nested, outermost_, scopes_, nestedPath, options).run();
+void BundleSigning::signNested(const CodeObject& nested, const std::string& path) const {
+  SigningOptions options = options_;
+  options.identifier.clear();
+  options.entitlements.reset();
+  if (nested.bundle() != nullptr) {
+    BundleSigning(nested, outermost_, scopes_, joinedPath(support_, path), options).run();
+    return;
   }
-  CodeSignatureVerifier verifier(outermost_, {});
-  return verifier.verifyNested(nested, nestedPath, scopes_);
+  const FilePlace place(path);
+  signSingleFile(nested, openFolderBeneath(layout_.support.get(), place.folder), place.name, options);
 }
 
+/// The nested code at `path`, signed.
+CodeObject BundleSigning::signOrKeepNested(const std::string& path, const std::string& absolutePath) const {
+  CodeObject nested = CodeObject::openNested(layout_.support, path, absolutePath);
+  if (!options_.signsNestedCode && isSigned(nested)) return nested;
+  signNested(nested, path);
+  // Signing has put other files in the place of those that are open.
+  return CodeObject::openNested(layout_.support, path, absolutePath);
+}
+
+/// Nested code is verified as its own outermost code, but with links into the bundles around it allowed.
 void BundleSigning::signNestedCode() {
   for (const ScannedResource& resource : scanned_) {
     if (resource.kind != ScannedResourceKind::nestedCode) continue;
     const std::string absolutePath = layout_.supportPath() + "/" + resource.path;
     try {
-      const CodeObject nested = CodeObject::openNested(layout_.support, resource.path, absolutePath);
-      const std::vector<LoadedSignature> signatures = signOrKeepNested(resource.path, nested);
+      const CodeObject nested = signOrKeepNested(resource.path, absolutePath);
+      CodeSignatureVerifier verifier(outermost_, {});
+      const std::vector<LoadedSignature> signatures =
+          verifier.verifyNested(nested, joinedPath(support_, resource.path), scopes_);
       nested_[resource.path] = {.requirement = requirementText(designatedRequirement(signatures)),
                                 .codeDirectoryHash = signatures.front().best().identifyingHash()};
     } catch (const CodeSignatureError& error) {
       throw error.inSubcomponent(absolutePath);
+    } catch (const MachOSpaceError& error) {
+      throw QuillonError(error.description() + " (" + absolutePath + ")");
     }
   }
 }
 
 }  // namespace
 
-void signBundle(const QuillonURL& bundle, const SigningOptions& options) {
-  const CodeObject object = CodeObject::openAt(bundle);
-  if (object.bundle() == nullptr) throw CodeSignatureError(CodeSignatureErrorCode::signatureUnsupported);
+SignedCode signCode(const QuillonURL& item, const SigningOptions& options) {
+  const CodeObject object = CodeObject::openAt(item);
   if (!options.replacesSignature && isSigned(object)) throw QuillonError("is already signed");
-  BundleSigning(object, object, {}, {}, options).run();
+  if (object.bundle() != nullptr) {
+    BundleSigning(object, object, {}, {}, options).run();
+  } else {
+    const FilePlace place(object.path());
+    signSingleFile(object, openFolder(AT_FDCWD, place.folder.empty() ? "/" : place.folder), place.name, options);
+  }
+  return {.identifier = signingIdentifier(object, options), .format = object.formatName()};
 }
 
 }  // namespace quillon

@@ -6,33 +6,47 @@
 #include <string>
 
 #include "CodeSignature/CodeHash.h"
+#include "CodeSignature/Entitlements.h"
 #include "CodeSignature/SigningIdentity.h"
 #include "QuillonCore/Values/QuillonURL.h"
 
 namespace quillon {
 
 struct SigningOptions {
-  /// Absent: an ad-hoc signature, which seals the bundle and says nothing about who made it.
+  /// Absent: an ad-hoc signature, which seals the code and says nothing about who made it.
   std::optional<SigningIdentity> identity = std::nullopt;
-  /// Empty: the bundle identifier of Info.plist, else the bundle's name.
+  /// Empty: the bundle identifier of Info.plist, else the name of the bundle or file.
   std::string identifier = {};
-  /// Whether a bundle that is signed already is signed again.
+  /// Whether code that is signed already is signed again. Signatures that linkers make, so that a program starts at
+  /// all, are replaced in any case.
   bool replacesSignature = false;
-  /// Whether nested code is signed again too. Without it, nested code that has no signature is signed, and a valid
-  /// signature is kept.
+  /// Whether nested code is signed again too, as these options say, identifier and entitlements excepted. Without it,
+  /// nested code that has no signature is signed, and a valid signature is kept.
   bool signsNestedCode = false;
-  /// Absent: SHA-256, and SHA-1 beside it for systems before 10.11.4 (LSMinimumSystemVersion), which know nothing else.
+  /// Absent: SHA-256, and SHA-1 beside it for systems before 10.11.4, which know nothing else.
   std::optional<std::set<CodeHashType>> hashTypes = std::nullopt;
   /// When the signer says that this was signed; absent: the signature says nothing about that. Nobody else vouches for
   /// it, and equal bundles have equal signatures only when it is the same each time.
   std::optional<std::chrono::sys_seconds> signingTime = std::nullopt;
+  std::optional<Entitlements> entitlements = std::nullopt;
+  /// Whether object files run in the hardened runtime, as defined in the SDK that they were built with.
+  bool isRuntimeHardened = false;
 };
 
-/// Signs the bundle at `bundle`, its nested bundles first. The signature is made completely beside the previous one and
-/// then takes its place in one step: after a failure the previous one is still there, untouched.
+/// What has been signed, for reports.
+struct SignedCode {
+  std::string identifier;
+  /// "app bundle with Mach-O thin (arm64)".
+  std::string format;
+};
+
+/// Signs the code at `item`: a bundle, nested code first, or a single Mach-O file. The signature is made completely
+/// beside the previous one and then takes its place: after a failure the previous one is still there, untouched. What
+/// nested code was signed before the failure stays signed.
 ///
-/// Throws CodeSignatureError for a bundle that could not be verified afterwards (links that lead out, special files,
-/// Mach-O code), QuillonError when it is signed already, and QuillonSystemError.
-void signBundle(const QuillonURL& bundle, const SigningOptions& options);
+/// Throws CodeSignatureError for code that could not be verified afterwards (links that lead out, special files,
+/// damaged object files), QuillonError when it is signed already, is a file of another kind, or an image has no place
+/// for a signature, and QuillonSystemError.
+SignedCode signCode(const QuillonURL& item, const SigningOptions& options);
 
 }  // namespace quillon

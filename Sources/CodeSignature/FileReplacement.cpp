@@ -48,6 +48,10 @@ int copyAttributes(const struct stat& original, int from, const struct stat& cur
   return fchmod(to, original.st_mode & kPermissions) == 0 ? 0 : errno;
 }
 
+bool exchange(const FileDescriptor& folder, const std::string& one, const std::string& other) {
+  return renameat2(folder.get(), one.c_str(), folder.get(), other.c_str(), RENAME_EXCHANGE) == 0;
+}
+
 }  // namespace
 
 FileReplacement::FileReplacement(const FileDescriptor& folder, std::string name)
@@ -63,23 +67,27 @@ FileReplacement::FileReplacement(const FileDescriptor& folder, std::string name)
 }
 
 FileReplacement::~FileReplacement() {
+  if (temporaryName_.empty()) return;
+  if (isInstalled_ && !isKept_ && !exchange(folder_, temporaryName_, name_)) return;
   // Should this fail, the next signing removes it.
-  if (!temporaryName_.empty()) (void)unlinkat(folder_.get(), temporaryName_.c_str(), 0);
+  (void)unlinkat(folder_.get(), temporaryName_.c_str(), 0);
 }
 
-void FileReplacement::commit(const FileDescriptor& original) {
+void FileReplacement::install(const FileDescriptor& original) {
   const int error = copyAttributes(statusOf(original, name_), original.get(), statusOf(file_, name_), file_.get());
   if (error != 0) throw QuillonSystemError::posix(error, "copy the attributes of", name_);
   if (fsync(file_.get()) != 0) throw QuillonSystemError::posix(errno, "write", name_);
-  if (renameat(folder_.get(), temporaryName_.c_str(), folder_.get(), name_.c_str()) != 0) {
-    throw QuillonSystemError::posix(errno, "replace", name_);
-  }
-  temporaryName_.clear();
+  if (!exchange(folder_, temporaryName_, name_)) throw QuillonSystemError::posix(errno, "replace", name_);
+  isInstalled_ = true;
+}
+
+bool isUnfinishedReplacement(std::string_view name) noexcept {
+  return name.starts_with(kUnfinishedPrefix);
 }
 
 void removeUnfinishedReplacements(const FileDescriptor& folder) {
   for (const FolderEntry& entry : readFolder(folder)) {
-    if (!entry.name.starts_with(kUnfinishedPrefix)) continue;
+    if (!isUnfinishedReplacement(entry.name)) continue;
     if (unlinkat(folder.get(), entry.name.c_str(), 0) != 0 && errno != ENOENT && errno != EISDIR) {
       throw QuillonSystemError::posix(errno, "remove", entry.name);
     }

@@ -2,8 +2,6 @@
 
 #include <algorithm>
 
-#include "QuillonCore/Values/QuillonError.h"
-
 namespace quillon {
 namespace {
 
@@ -26,7 +24,7 @@ constexpr std::uint64_t kDataOffset = 8;
 constexpr std::uint64_t kDataLength = 12;
 
 [[noreturn]] void refuse(const std::string& reason) {
-  throw QuillonError("The image cannot be signed: " + reason);
+  throw MachOSpaceError("The image cannot be signed: " + reason);
 }
 
 std::uint64_t roundedUp(std::uint64_t value, std::uint64_t multiple) {

@@ -5,8 +5,15 @@
 #include <string_view>
 
 #include "CodeSignature/MachOImage.h"
+#include "QuillonCore/Values/QuillonError.h"
 
 namespace quillon {
+
+/// An image has no place for a signature; the description says why.
+class MachOSpaceError : public QuillonError {
+ public:
+  using QuillonError::QuillonError;
+};
 
 /// Where the signature of an image goes, and the header that says so. The signature stands at the end of the link-edit
 /// segment, which is the end of the image, in place of one that is there already.
@@ -16,7 +23,7 @@ class MachOSignatureSpace {
   static constexpr std::uint64_t kCommandLength = 16;
 
   /// `start` is the first `commandsEnd + kCommandLength` bytes of `image`, or all of a shorter one; `length` is the
-  /// length of the whole image. Throws QuillonError, which says why, when the image has no place for a signature.
+  /// length of the whole image. Throws MachOSpaceError.
   MachOSignatureSpace(const MachOImage& image, std::string_view start, std::uint64_t length);
 
   /// Number of bytes of the image that stay; what follows up to `codeLimit` is zero.
@@ -26,7 +33,7 @@ class MachOSignatureSpace {
   /// Bytes that a signature of `length` takes up, zeros behind it included.
   [[nodiscard]] static std::uint64_t extentOf(std::uint64_t length) noexcept;
 
-  /// Header and load commands of the image with a signature extent of `extent` bytes. Throws QuillonError when the
+  /// Header and load commands of the image with a signature extent of `extent` bytes. Throws MachOSpaceError when the
   /// format's numbers cannot hold its place, or the link-edit segment would grow into another one's memory.
   [[nodiscard]] std::string headerFor(std::uint64_t extent) const;
 

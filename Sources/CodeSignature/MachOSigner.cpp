@@ -95,7 +95,7 @@ class ImageSigning {
     const MachOSection* section = image_.findSection("__TEXT", "__info_plist");
     if (section == nullptr) return;
     if (section->fileOffset > space_.contentEnd() || section->length > space_.contentEnd() - section->fileOffset) {
-      throw QuillonError("The image cannot be signed: its __info_plist section reaches into its signature");
+      throw MachOSpaceError("The image cannot be signed: its __info_plist section reaches into its signature");
     }
     for (const auto& [type, hash] : hashOutput(section->fileOffset, section->length, 0)) {
       specialHashes_[type][CodeSlot::infoPropertyList] = hash.empty() ? codeHash(type, {}) : hash;
@@ -227,7 +227,8 @@ std::vector<MachOImageSignature> signMachOFile(const FileDescriptor& folder, con
   const FileDescriptor file = openRegularFile(folder.get(), name);
   FileReplacement replacement(folder, name);
   auto signatures = writeSignedMachOFile(readMachOFile(file), file, replacement.file(), request);
-  replacement.commit(file);
+  replacement.install(file);
+  replacement.keep();
   return signatures;
 }
 

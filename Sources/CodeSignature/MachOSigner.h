@@ -46,8 +46,8 @@ struct MachOImageSignature {
 /// signed; a signature that an image has already is dropped. Apart from the signatures' own bytes, and the file's being
 /// laid out anew around them, only the headers change. Without `identity`, the same input gives the same bytes.
 ///
-/// Memory does not grow with the file but for its hashes, 32 bytes for 4096. Throws QuillonError when an image has no
-/// place for a signature, and QuillonSystemError; `output` is then of no use.
+/// Memory does not grow with the file but for its hashes, 32 bytes for 4096. Throws MachOSpaceError when an image has
+/// no place for a signature, QuillonError, and QuillonSystemError; `output` is then of no use.
 std::vector<MachOImageSignature> writeSignedMachOFile(const MachOFile& object, const FileDescriptor& file,
                                                       const FileDescriptor& output, const MachOSigningRequest& request);
 

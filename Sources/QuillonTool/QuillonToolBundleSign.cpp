@@ -84,7 +84,7 @@ QuillonToolExitStatus sign(const QuillonToolArguments& arguments, const QuillonT
   requireBundle(bundle, *services.fileManager);
   options.identity = loadIdentity(arguments);
   try {
-    signBundle(bundle, options);
+    signCode(bundle, options);
   } catch (const CodeSignatureError& error) {
     printFailure(bundle, error, console);
     return kToolFailure;

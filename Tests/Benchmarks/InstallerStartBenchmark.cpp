@@ -36,7 +36,7 @@ void makeSigned(const fs::path& bundle, const std::string& version, const std::s
   for (int i = 0; i < kFiles - 4; ++i) {
     testing::writeFile(bundle / "Contents/Resources" / ("file" + std::to_string(i)), std::string(4096, 'x'));
   }
-  signBundle(QuillonURL::fileURL(bundle.string()), {});
+  signCode(QuillonURL::fileURL(bundle.string()), {});
 }
 
 VeskAppBundleReplacementRequest request(const fs::path& staged, const fs::path& installed) {

@@ -99,11 +99,11 @@ INSTANTIATE_TEST_SUITE_P(Changes, FrameworkRootChangeTest, ::testing::ValuesIn(k
 TEST_F(FrameworkRootTest, OtherVersionOfTheSameMakerIsGood) {
   framework_.withVersion("B", "#!/bin/sh\necho other\n");
   const QuillonURL other = QuillonURL::fileURL((framework_ / "Versions/B").string());
-  signBundle(other, testing::sharedSigningOptions());
+  signCode(other, testing::sharedSigningOptions());
   sign();
   EXPECT_EQ(verdict().text("P"), "");
 
-  signBundle(other, {.replacesSignature = true});  // no longer the maker's
+  signCode(other, {.replacesSignature = true});  // no longer the maker's
   EXPECT_EQ(verdict().text("P"), "P: embedded framework contains modified or invalid version\nfile modified: " +
                                      (framework_ / "Versions/B").string() +
                                      "\nIn subcomponent: " + framework_.path().string() + "\n");

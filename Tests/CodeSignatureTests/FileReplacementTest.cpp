@@ -33,24 +33,41 @@ class FileReplacementTest : public ::testing::Test {
   FileDescriptor original_;
 };
 
-TEST_F(FileReplacementTest, FileStaysUntilTheReplacementIsCommitted) {
-  FileReplacement replacement(folder_, "file");
-  writeFileRange(replacement.file(), 0, "after");
-  EXPECT_EQ(content(), "before");
+TEST_F(FileReplacementTest, FileStaysUntilTheReplacementIsInstalled) {
+  {
+    FileReplacement replacement(folder_, "file");
+    writeFileRange(replacement.file(), 0, "after");
+    EXPECT_EQ(content(), "before");
 
-  replacement.commit(original_);
+    replacement.install(original_);
+    EXPECT_EQ(content(), "after");
+    replacement.keep();
+  }
 
   EXPECT_EQ(content(), "after");
   EXPECT_EQ(itemCount(), 1);
 }
 
-TEST_F(FileReplacementTest, ReplacementThatIsNotCommittedLeavesNothing) {
+TEST_F(FileReplacementTest, ReplacementThatIsNotInstalledLeavesNothing) {
   {
     const FileReplacement replacement(folder_, "file");
     writeFileRange(replacement.file(), 0, "after");
     EXPECT_EQ(itemCount(), 2);
   }
 
+  EXPECT_EQ(content(), "before");
+  EXPECT_EQ(itemCount(), 1);
+}
+
+TEST_F(FileReplacementTest, ReplacementThatIsNotKeptIsUndone) {
+  struct stat before {};
+  ASSERT_EQ(stat(path().c_str(), &before), 0);
+
+  FileReplacement(folder_, "file").install(original_);
+
+  struct stat after {};
+  ASSERT_EQ(stat(path().c_str(), &after), 0);
+  EXPECT_EQ(after.st_ino, before.st_ino);
   EXPECT_EQ(content(), "before");
   EXPECT_EQ(itemCount(), 1);
 }
@@ -63,7 +80,8 @@ TEST_F(FileReplacementTest, PermissionsOwnerAndAttributesAreThoseOfTheOriginal) 
   struct stat before {};
   ASSERT_EQ(stat(path().c_str(), &before), 0);
 
-  FileReplacement(folder_, "file").commit(original_);
+  FileReplacement replacement(folder_, "file");
+  replacement.install(original_);
 
   struct stat after {};
   ASSERT_EQ(stat(path().c_str(), &after), 0);
@@ -74,13 +92,15 @@ TEST_F(FileReplacementTest, PermissionsOwnerAndAttributesAreThoseOfTheOriginal) 
   EXPECT_EQ(getxattr(path().c_str(), "user.note", nullptr, 0), hasAttributes ? 1 : -1);
 }
 
-TEST_F(FileReplacementTest, CommitThatFailsLeavesThePreviousItemAndNothingElse) {
-  FileReplacement replacement(folder_, "folder");
-  testing::writeFile(directory_ / "folder/inside", "kept");
+TEST_F(FileReplacementTest, FileThatIsGoneIsNotReplaced) {
+  {
+    FileReplacement replacement(folder_, "file");
+    fs::remove(path());
 
-  EXPECT_THROW(replacement.commit(original_), QuillonSystemError);
+    EXPECT_THROW(replacement.install(original_), QuillonSystemError);
+  }
 
-  EXPECT_EQ(testing::readFile(directory_ / "folder/inside"), "kept");
+  EXPECT_EQ(itemCount(), 0);
 }
 
 TEST_F(FileReplacementTest, NoFileCanBeBegunInAFolderThatIsGone) {

@@ -1,9 +1,7 @@
 #include <gtest/gtest.h>
-#include <sys/resource.h>
 #include <sys/stat.h>
 #include <unistd.h>
 
-#include <csignal>
 #include <filesystem>
 
 #include "CodeSignature/CMSSignature.h"
@@ -14,6 +12,7 @@
 #include "CodeSignature/RequirementSet.h"
 #include "QuillonCore/Values/QuillonPropertyListCodec.h"
 #include "Support/MachOBuilder.h"
+#include "Support/ScopedFileLengthLimit.h"
 #include "Support/SigningIdentityMaker.h"
 #include "Support/TemporaryDirectory.h"
 
@@ -442,26 +441,6 @@ TEST_F(MachOSignerTest, RequestThatMakesNoSenseIsRefused) {
   EXPECT_EQ(refusal(withoutHash), "No hash algorithm is asked for");
 }
 
-/// Limits the length of the files that this process writes.
-class ScopedFileLengthLimit {
- public:
-  explicit ScopedFileLengthLimit(rlim_t length) : previousHandler_(std::signal(SIGXFSZ, SIG_IGN)) {
-    getrlimit(RLIMIT_FSIZE, &previous_);
-    const rlimit limit{length, previous_.rlim_max};
-    setrlimit(RLIMIT_FSIZE, &limit);
-  }
-  ~ScopedFileLengthLimit() {
-    setrlimit(RLIMIT_FSIZE, &previous_);
-    (void)std::signal(SIGXFSZ, previousHandler_);
-  }
-  ScopedFileLengthLimit(const ScopedFileLengthLimit&) = delete;
-  ScopedFileLengthLimit& operator=(const ScopedFileLengthLimit&) = delete;
-
- private:
-  rlimit previous_{};
-  void (*previousHandler_)(int);
-};
-
 TEST_F(MachOSignerTest, FailureAtAnyPlaceOfTheFileLeavesThePreviousOne) {
   const std::string before = MachOBuilder().withPages(4).build();
   signOne(before, adHocRequest());
@@ -469,7 +448,7 @@ TEST_F(MachOSignerTest, FailureAtAnyPlaceOfTheFileLeavesThePreviousOne) {
   write(before);
 
   for (std::size_t limit = 0; limit < length; limit += 509) {
-    const ScopedFileLengthLimit tooShort(limit);
+    const testing::ScopedFileLengthLimit tooShort(limit);
     EXPECT_THROW((void)signMachOFile(folder_, "program", adHocRequest()), QuillonSystemError) << limit;
   }
 

@@ -59,7 +59,7 @@ class InstallerScenario : public ::testing::Test {
     writeFile(executable, "#!/bin/sh\necho \"" + version +
                               " uid=$(id -u) gid=$(id -g) groups=$(id -G) home=$HOME\" > " + started.string() + "\n");
     fs::permissions(executable, fs::perms(0755));
-    signBundle(QuillonURL::fileURL(bundle.string()), {});
+    signCode(QuillonURL::fileURL(bundle.string()), {});
   }
 
   [[nodiscard]] VeskAppBundleReplacementRequest request() const {

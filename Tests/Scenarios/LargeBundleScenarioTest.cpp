@@ -47,7 +47,7 @@ TEST(LargeBundleScenario, AHundredThousandFilesAreSealedInstalledAndEachIsChecke
   makeApplicationBundle(installed, {.version = "1.0", .build = "1"});
   makeApplicationBundle(staged, {.version = "2.0", .build = "2"});
   addManyFiles(staged / "Contents/Resources");
-  signBundle(QuillonURL::fileURL(staged.string()), {});
+  signCode(QuillonURL::fileURL(staged.string()), {});
   const VeskAppBundleReplacementRequest request{
       .stagedApplicationURL = QuillonURL::fileURL(staged.string()),
       .installedApplicationURL = QuillonURL::fileURL(installed.string()),

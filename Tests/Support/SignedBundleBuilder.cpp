@@ -26,10 +26,13 @@ void SignedBundleBuilder::writeInformation() const {
 }
 
 SignedBundleBuilder& SignedBundleBuilder::withScript() {
-  const std::string name = path_.stem().string();
-  withFile("MacOS/" + name, "#!/bin/sh\necho hello\n");
-  std::filesystem::permissions(contents() / "MacOS" / name, std::filesystem::perms(0755));
-  return withInformation("CFBundleExecutable", name);
+  return withExecutable("#!/bin/sh\necho hello\n");
+}
+
+SignedBundleBuilder& SignedBundleBuilder::withExecutable(std::string_view content) {
+  writeFile(executable(), content);
+  std::filesystem::permissions(executable(), std::filesystem::perms(0755));
+  return withInformation("CFBundleExecutable", path_.stem().string());
 }
 
 SignedBundleBuilder& SignedBundleBuilder::withFile(std::string_view path, std::string_view content) {
@@ -61,7 +64,7 @@ SignedBundleBuilder& SignedBundleBuilder::sign() {
 }
 
 SignedBundleBuilder& SignedBundleBuilder::sign(const SigningOptions& options) {
-  signBundle(url(), options);
+  signCode(url(), options);
   return *this;
 }
 

@@ -17,6 +17,8 @@ class SignedBundleBuilder {
 
   /// Writes a script that prints a line as main executable, named like the bundle.
   SignedBundleBuilder& withScript();
+  /// Writes a main executable of these bytes, named like the bundle.
+  SignedBundleBuilder& withExecutable(std::string_view content);
   /// Writes a file; `path` is relative to `Contents`.
   SignedBundleBuilder& withFile(std::string_view path, std::string_view content);
   SignedBundleBuilder& withLink(std::string_view path, std::string_view target);
@@ -33,6 +35,7 @@ class SignedBundleBuilder {
   [[nodiscard]] const std::filesystem::path& path() const noexcept { return path_; }
   [[nodiscard]] std::filesystem::path contents() const { return path_ / "Contents"; }
   [[nodiscard]] std::filesystem::path operator/(std::string_view path) const { return contents() / path; }
+  [[nodiscard]] std::filesystem::path executable() const { return contents() / "MacOS" / path_.stem(); }
   [[nodiscard]] QuillonURL url() const { return QuillonURL::fileURL(path_.string()); }
 
  private:

@@ -73,7 +73,7 @@ int sign(const std::string& path, const CodesignArguments& arguments) {
   options.replacesSignature = arguments.replacesSignature;
   options.signsNestedCode = arguments.isDeep;
   options.signingTime = reproducibleTime();
-  signBundle(QuillonURL::fileURL(path), options);
+  signCode(QuillonURL::fileURL(path), options);
   if (arguments.verbosity > 0) printError(path + ": signed bundle\n");
   return 0;
 }
