@@ -58,7 +58,8 @@ struct CMSMessage {
 /// Reads a message of the given form and checks its signature, with a strict reader of its own and with OpenSSL's: two
 /// readers that disagree about a message are one too few. `detachedContent` counts only when the message does not hold
 /// its content. Throws CodeSignatureError(signatureFailed) for everything else, also for encodings that mean the same
-/// but are not what signers write: no single byte of the message can be changed without being noticed.
+/// but are not what signers write: no single byte of the message can be changed without being noticed. The one
+/// exception says the same before and after: signers name an RSA algorithm with its digest or without.
 [[nodiscard]] CMSMessage verifyCMSMessage(std::string_view bytes, const CMSMessageForm& form,
                                           std::string_view detachedContent = {});
 

@@ -264,6 +264,21 @@ INSTANTIATE_TEST_SUITE_P(
                }}),
     changeName);
 
+TEST_F(CMSMessageTest, RSAAlgorithmMayBeNamedWithoutItsDigestButWithNoOther) {
+  MessageParts parts(makeCMSSignature({directory_}, testing::sharedRSASigningIdentity().identity()));
+  const auto isAcceptedWith = [this, &parts](std::string_view algorithm) {
+    parts.signerParts[4] = derElement(BERTag::sequence, derObjectIdentifier(algorithm) + derElement(BERTag::null, ""));
+    return isAccepted(parts.message());
+  };
+
+  EXPECT_TRUE(isAcceptedWith("1.2.840.113549.1.1.11"));
+  EXPECT_TRUE(isAcceptedWith("1.2.840.113549.1.1.1"));
+  for (const char* algorithm :
+       {"1.2.840.113549.1.1.5", "1.2.840.113549.1.1.10", "1.2.840.113549.1.1.12", "1.2.3", "1.2.840.10045.4.3.2"}) {
+    EXPECT_FALSE(isAcceptedWith(algorithm)) << algorithm;
+  }
+}
+
 TEST_F(CMSMessageTest, SingleValuesAreSingle) {
   const std::string content = attribute("1.2.3", integer(1) + integer(2)) + attribute("1.2.4", integer(3));
 

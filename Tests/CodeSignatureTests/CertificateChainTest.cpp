@@ -3,6 +3,7 @@
 #include "CodeSignature/CertificateChain.h"
 #include "CodeSignature/CodeSignatureError.h"
 #include "Support/SigningIdentityMaker.h"
+#include "Support/TimestampAuthority.h"
 
 namespace quillon {
 namespace {
@@ -51,6 +52,17 @@ TEST(CertificateChainTest, IncompleteForeignAndSuperfluousCertificatesAreRefused
   EXPECT_EQ(errorOf(ders[0], {ders[0], others[1]}), notTrusted);
   EXPECT_EQ(errorOf(ders[0], {ders[0], ders[1], others[0]}), signatureFailed);
   EXPECT_EQ(errorOf("x", {}), signatureFailed);
+}
+
+TEST(CertificateChainTest, LeafMustBeMadeForThePurpose) {
+  const auto signer = testing::sharedSigningIdentity().identity().certificateChain();
+  const testing::TimestampAuthority& authority = testing::TimestampAuthority::shared();
+  const std::vector<std::string> clock = {authority.certificate(), authority.root()};
+
+  EXPECT_EQ(errorOf(clock[0], clock), notTrusted);
+  EXPECT_NO_THROW((void)buildCertificateChain(clock[0], clock, {}, std::nullopt, CertificatePurpose::timeStamping));
+  EXPECT_THROW((void)buildCertificateChain(signer[0], signer, {}, std::nullopt, CertificatePurpose::timeStamping),
+               CodeSignatureError);
 }
 
 TEST(CertificateChainTest, TimeCountsOnlyWhenItIsKnown) {

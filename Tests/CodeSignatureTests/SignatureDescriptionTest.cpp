@@ -1,6 +1,7 @@
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
+#include <chrono>
 #include <string>
 #include <string_view>
 
@@ -10,6 +11,7 @@
 #include "Support/SignedBundleBuilder.h"
 #include "Support/SigningIdentityMaker.h"
 #include "Support/TemporaryDirectory.h"
+#include "Support/TimestampAuthority.h"
 
 namespace quillon {
 namespace {
@@ -56,6 +58,27 @@ TEST(SignatureDescriptionTest, SignedBundleIsDescribedLineByLine) {
                          "Signed Time=T\nInfo.plist entries=3\nTeamIdentifier=TEAM123456\n"
                          "Sealed Resources version=2 rules=13 files=5\nInternal requirements count=1 size=" +
                          requirementsSize + "\n");
+}
+
+TEST(SignatureDescriptionTest, SecureTimeIsPrintedInsteadOfTheSignersOwn) {
+  const auto time = std::chrono::floor<std::chrono::seconds>(std::chrono::system_clock::now()) - std::chrono::hours(30);
+  const TemporaryDirectory folder;
+  SignedBundleBuilder bundle(folder / "Example.app");
+  SigningOptions options = testing::sharedSigningOptions();
+  options.signingTime = time;
+  const std::string unstamped = describeSignature(bundle.withScript().sign(options).url(), {});
+  const std::size_t begin = unstamped.find("Signed Time=") + std::string_view("Signed Time=").size();
+  const std::string timeText = unstamped.substr(begin, unstamped.find('\n', begin) - begin);
+  options.signingTime = time - std::chrono::hours(24);
+  bundle.sign(options);
+  const auto messageFile = bundle / "_CodeSignature/CodeSignature";
+  testing::writeFile(messageFile, testing::timestampedMessage(testing::readFile(messageFile),
+                                                              testing::TimestampAuthority::shared(), {.time = time}));
+
+  const std::string text = describeSignature(bundle.url(), {});
+
+  EXPECT_THAT(text, HasSubstr("\nTimestamp=" + timeText + "\n"));
+  EXPECT_THAT(text, Not(HasSubstr("Signed Time=")));
 }
 
 TEST(SignatureDescriptionTest, TeamIsPrintedOnlyWhenAKnownAnchorVouchesForIt) {

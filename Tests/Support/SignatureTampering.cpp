@@ -48,8 +48,7 @@ constexpr std::uint64_t kEntryOffset = 8;
 
 // Load commands (mach-o/loader.h).
 constexpr std::uint32_t kCodeSignatureCommand = 0x1D;
-constexpr std::uint32_t kFunctionStartsCommand = 0x26;
-constexpr std::uint32_t kDataInCodeCommand = 0x29;
+constexpr std::uint32_t kUUIDCommand = 0x1B;
 constexpr std::uint64_t kHeaderFlags = 24;
 constexpr std::uint64_t kSegmentFileLength = 48;
 
@@ -127,8 +126,7 @@ Outcome repeatSignatureCommand(TamperedProgram& program) {
   const MachOImage& image = program.slice().image;
   std::uint64_t command = program.slice().offset + image.commandsOffset;
   for (std::uint32_t i = 0; i < image.commandCount; ++i) {
-    const std::uint32_t kind = program.littleEndian(command);
-    if (kind == kFunctionStartsCommand || kind == kDataInCodeCommand) {
+    if (program.littleEndian(command) == kUUIDCommand) {
       program.setLittleEndian(command, kCodeSignatureCommand);
       return kBadObject;
     }

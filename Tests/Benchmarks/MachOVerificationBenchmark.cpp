@@ -1,0 +1,111 @@
+// How long the verification of a signed object file of 1 GB takes, beside `openssl dgst -sha256` over the same bytes:
+// on all processors and on one. Both are commands and read from the page cache, in turns. Prints the ratios of the best
+// times, and how much memory the verification has at most.
+
+#include <sched.h>
+#include <spawn.h>
+#include <sys/resource.h>
+#include <sys/wait.h>
+#include <unistd.h>
+
+#include <algorithm>
+#include <chrono>
+#include <cstdio>
+#include <cstdlib>
+#include <filesystem>
+#include <string>
+#include <vector>
+
+#include "Support/SignedProgramMaker.h"
+#include "Support/TemporaryDirectory.h"
+
+namespace {
+
+namespace fs = std::filesystem;
+using namespace quillon;
+
+constexpr std::size_t kPages = 262'144;  // of 4096 bytes
+constexpr int kTurns = 7;
+
+void require(bool condition, const char* what) {
+  if (condition) return;
+  std::fprintf(stderr, "%s\n", what);
+  std::exit(1);
+}
+
+/// What one run of a command took.
+struct Cost {
+  double seconds = 1e9;
+  double megabytes = 0;
+};
+
+Cost wait(pid_t child, std::chrono::steady_clock::time_point begin) {
+  int status = 0;
+  rusage usage{};
+  require(wait4(child, &status, 0, &usage) == child && status == 0, "a command failed");
+  const std::chrono::duration<double> elapsed = std::chrono::steady_clock::now() - begin;
+  return {.seconds = elapsed.count(), .megabytes = static_cast<double>(usage.ru_maxrss) / 1024};
+}
+
+/// Makes the file in a process of its own: the memory for that would count as that of every child.
+void makeProgram(const fs::path& file) {
+  const pid_t child = fork();
+  if (child == 0) {
+    testing::makeSignedProgram(file, {.pages = kPages});
+    _exit(0);
+  }
+  wait(child, std::chrono::steady_clock::now());
+}
+
+Cost run(std::vector<std::string> words) {
+  std::vector<char*> pointers;
+  for (std::string& word : words) pointers.push_back(word.data());
+  pointers.push_back(nullptr);
+  const auto begin = std::chrono::steady_clock::now();
+  pid_t child = 0;
+  require(posix_spawnp(&child, pointers.front(), nullptr, nullptr, pointers.data(), environ) == 0,
+          "a command did not start");
+  return wait(child, begin);
+}
+
+/// The best of several runs, each beside one of the peer, so that a busy moment of the machine hits both.
+void compare(const fs::path& program, const char* processors) {
+  const std::string digest = (program.parent_path() / "digest").string();
+  Cost own;
+  Cost peer;
+  for (int turn = 0; turn < kTurns; ++turn) {
+    const Cost peerRun = run({"openssl", "dgst", "-sha256", "-out", digest, program.string()});
+    const Cost ownRun = run({QUILLON_BINARY_FOLDER "/quillon-codesign", "--verify", "--strict", program.string()});
+    peer.seconds = std::min(peer.seconds, peerRun.seconds);
+    own = {.seconds = std::min(own.seconds, ownRun.seconds), .megabytes = std::max(own.megabytes, ownRun.megabytes)};
+  }
+  std::printf("%s: verification %.0f ms with at most %.1f MB, openssl dgst -sha256 %.0f ms, ratio (peer / own) %.2f\n",
+              processors, own.seconds * 1e3, own.megabytes, peer.seconds * 1e3, peer.seconds / own.seconds);
+}
+
+int processorCount() {
+  cpu_set_t processors;
+  require(sched_getaffinity(0, sizeof processors, &processors) == 0, "the processors cannot be counted");
+  return CPU_COUNT(&processors);
+}
+
+/// Binds this process, and the commands that it starts, to the processor that it is on.
+void useOneProcessor() {
+  cpu_set_t one;
+  CPU_ZERO(&one);
+  CPU_SET(static_cast<std::size_t>(sched_getcpu()), &one);
+  require(sched_setaffinity(0, sizeof one, &one) == 0, "no processor can be chosen");
+}
+
+}  // namespace
+
+int main() {
+  const testing::TemporaryDirectory folder;
+  const fs::path program = folder / "program";
+  makeProgram(program);
+  std::printf("object file of %.0f MB\n", static_cast<double>(fs::file_size(program)) / 1e6);
+  compare(program, (std::to_string(processorCount()) + " processors").c_str());
+  useOneProcessor();
+  compare(program, "1 processor");
+  return 0;
+}
