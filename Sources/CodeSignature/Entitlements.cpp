@@ -1,10 +1,12 @@
 #include "CodeSignature/Entitlements.h"
 
+#include <cerrno>
 #include <cstdint>
 #include <vector>
 
 #include "CodeSignature/BlobBuilder.h"
 #include "CodeSignature/DERElement.h"
+#include "CodeSignature/FileOpening.h"
 #include "QuillonCore/Values/QuillonPropertyListCodec.h"
 
 namespace quillon {
@@ -33,6 +35,18 @@ std::string integerContent(std::int64_t value) {
 
 [[noreturn]] void refuse(std::string_view key, std::string_view reason) {
   throw QuillonError("The entitlement \"" + std::string(key) + "\" " + std::string(reason));
+}
+
+[[noreturn]] void refuseLength() {
+  throw QuillonError("The entitlements are longer than 1 MiB");
+}
+
+QuillonPropertyListValue valuesOf(std::string_view propertyList) {
+  try {
+    return readPropertyList(propertyList);
+  } catch (const QuillonPropertyListError& error) {
+    throw QuillonError("The entitlements are no property list: " + error.description());
+  }
 }
 
 /// `key` is that of the outermost dictionary, by which people look for the mistake.
@@ -77,16 +91,22 @@ std::string blob(std::uint32_t magic, std::string_view content) {
 }  // namespace
 
 Entitlements Entitlements::read(std::string_view propertyList) {
-  if (propertyList.size() > kLengthLimit) throw QuillonError("The entitlements are longer than 1 MiB");
-  Entitlements entitlements(readPropertyList(propertyList));
+  if (propertyList.size() > kLengthLimit) refuseLength();
+  Entitlements entitlements(valuesOf(propertyList));
   const auto* dictionary = entitlements.values_.getIf<QuillonPropertyListValue::Dictionary>();
   if (dictionary == nullptr) throw QuillonError("The entitlements are not a dictionary");
   const std::string der = derElement(BERTag::integer, integerContent(1)) + encodeDictionary(*dictionary, {}, 0);
   const std::string text = isXML(propertyList) ? std::string(propertyList) : writeXMLPropertyList(entitlements.values_);
-  if (text.size() > kLengthLimit) throw QuillonError("The entitlements are longer than 1 MiB");
+  if (text.size() > kLengthLimit) refuseLength();
   entitlements.propertyListBlob_ = blob(kPropertyListMagic, text);
   entitlements.derBlob_ = blob(kDERMagic, derElement(kEntitlements, der));
   return entitlements;
+}
+
+Entitlements Entitlements::load(const QuillonURL& file) {
+  const FileDescriptor descriptor(open(file.path().c_str(), O_RDONLY | O_CLOEXEC));
+  if (!descriptor) throw QuillonSystemError::posix(errno, "open", file.path());
+  return read(readWholeFile(descriptor, kLengthLimit));
 }
 
 bool Entitlements::grants(std::string_view key) const noexcept {

@@ -2,8 +2,10 @@
 
 #include <string>
 #include <string_view>
+#include <utility>
 
 #include "QuillonCore/Values/QuillonPropertyListValue.h"
+#include "QuillonCore/Values/QuillonURL.h"
 
 namespace quillon {
 
@@ -15,6 +17,8 @@ class Entitlements {
   /// longer than 1 MiB, and for values that the DER form has no place for (data, dates, real numbers, more than 32
   /// levels of nesting), naming their key.
   [[nodiscard]] static Entitlements read(std::string_view propertyList);
+  /// As `read`, from a file. Throws QuillonError and QuillonSystemError.
+  [[nodiscard]] static Entitlements load(const QuillonURL& file);
 
   /// The blob of `CodeSlot::entitlements` (magic 0xfade7171). An XML property list in UTF-8 stands in it byte for byte.
   [[nodiscard]] const std::string& propertyListBlob() const noexcept { return propertyListBlob_; }

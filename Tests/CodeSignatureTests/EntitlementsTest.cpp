@@ -4,6 +4,7 @@
 #include "CodeSignature/Entitlements.h"
 #include "QuillonCore/Values/QuillonError.h"
 #include "QuillonCore/Values/QuillonPropertyListCodec.h"
+#include "Support/TemporaryDirectory.h"
 
 namespace quillon {
 namespace {
@@ -174,8 +175,19 @@ TEST(EntitlementsTest, NestingIsLimited) {
 TEST(EntitlementsTest, WhatIsNoDictionaryOrTooLongIsRefused) {
   EXPECT_EQ(errorOf("<plist version=\"1.0\"><array/></plist>"), "The entitlements are not a dictionary");
   EXPECT_EQ(errorOf(std::string((1 << 20) + 1, ' ')), "The entitlements are longer than 1 MiB");
-  EXPECT_NE(errorOf("bplist00 nonsense"), "");
-  EXPECT_NE(errorOf(""), "");
+  EXPECT_TRUE(errorOf("bplist00 nonsense").starts_with("The entitlements are no property list: "));
+  EXPECT_TRUE(errorOf("<plist").starts_with("The entitlements are no property list: "));
+}
+
+TEST(EntitlementsTest, FileIsReadWithinTheSameLimits) {
+  const testing::TemporaryDirectory folder;
+  const auto url = [&folder](std::string_view name) { return QuillonURL::fileURL((folder / name).string()); };
+  testing::writeFile(folder / "good", "<plist version=\"1.0\"><dict><key>a</key><true/></dict></plist>");
+  testing::writeFile(folder / "long", std::string((1 << 20) + 1, ' '));
+
+  EXPECT_TRUE(Entitlements::load(url("good")).grants("a"));
+  EXPECT_THROW((void)Entitlements::load(url("long")), QuillonSystemError);
+  EXPECT_THROW((void)Entitlements::load(url("missing")), QuillonSystemError);
 }
 
 TEST(EntitlementsTest, OnlyTrueGrants) {

@@ -10,6 +10,7 @@
 #include <filesystem>
 
 #include "CodeSignature/CMSSignature.h"
+#include "Support/MachOBuilder.h"
 #include "Support/SignedBundleBuilder.h"
 #include "Support/SigningIdentityMaker.h"
 #include "Support/TemporaryDirectory.h"
@@ -164,6 +165,37 @@ TEST_F(QuillonCodesignTest, SignedCodeIsSignedAgainOnlyWithForce) {
   EXPECT_THAT(run("-d " + path).errors, HasSubstr("\nIdentifier=other\n"));
 }
 
+TEST_F(QuillonCodesignTest, ObjectFilesAreSignedWithTheirOptions) {
+  const std::filesystem::path file = folder_ / "tool";
+  const std::string path = file.string();
+  const std::string entitlements = (folder_ / "rights.plist").string();
+  testing::writeFile(file, testing::MachOBuilder().build());
+  testing::writeFile(entitlements, "<plist version=\"1.0\"><dict><key>get-task-allow</key><true/></dict></plist>");
+
+  const Outcome signing = run("-v --sign " + identityOptions() + "-i com.example.tool -o runtime --timestamp=none " +
+                              "--entitlements " + entitlements + " " + path);
+
+  EXPECT_EQ(signing.errors, path + ": signed Mach-O thin (arm64) [com.example.tool]\n");
+  EXPECT_EQ(signing.status, 0);
+  EXPECT_EQ(run("--verify --strict --deep " + path).errors, "");
+  const std::string description = run("-dv --verbose=4 " + path).errors;
+  EXPECT_THAT(description, HasSubstr("flags=0x10000(runtime)"));
+  EXPECT_THAT(description, HasSubstr("\nExecutable Segment flags=0x11\n"));
+  EXPECT_THAT(description, HasSubstr("\nRuntime Version=14.2.0\n"));
+}
+
+TEST_F(QuillonCodesignTest, EntitlementsThatCannotBeReadAreAFailure) {
+  const std::filesystem::path file = folder_ / "tool";
+  testing::writeFile(file, testing::MachOBuilder().build());
+  testing::writeFile(folder_ / "rights.plist", "<plist version=\"1.0\"><array/></plist>");
+
+  const Outcome outcome = run("--sign - --entitlements " + (folder_ / "rights.plist").string() + " " + file.string());
+
+  EXPECT_EQ(outcome.status, 1);
+  EXPECT_EQ(outcome.errors, file.string() + ": The entitlements are not a dictionary\n");
+  EXPECT_TRUE(testing::readFile(file) == testing::MachOBuilder().build());
+}
+
 TEST_F(QuillonCodesignTest, ValidCodeThatMissesItsOwnRequirementIsStatusThree) {
   SignedBundleBuilder bundle(folder_ / "Example.app");
   bundle.withScript().sign();
@@ -185,10 +217,26 @@ TEST_F(QuillonCodesignTest, ValidCodeThatMissesItsOwnRequirementIsStatusThree) {
 }
 
 TEST_F(QuillonCodesignTest, WrongArgumentsAreStatusTwoWithTheUsage) {
-  for (const char* arguments :
-       {"", "x", "--verify", "--sign x", "--unknown x", "--verify --sign - x", "--sign --key k x", "-z x",
-        "--verify --force x", "--verbose=x -d x", "--sign - --key k --certificate c x", "--key",
-        "--strict=x --verify x", "--verify=1 x"}) {
+  for (const char* arguments : {"",
+                                "x",
+                                "--verify",
+                                "--sign x",
+                                "--unknown x",
+                                "--verify --sign - x",
+                                "--sign --key k x",
+                                "-z x",
+                                "--verify --force x",
+                                "--verbose=x -d x",
+                                "--sign - --key k --certificate c x",
+                                "--key",
+                                "--strict=x --verify x",
+                                "--verify=1 x",
+                                "--sign - --options hard x",
+                                "--sign - --timestamp=http x",
+                                "--sign - -o",
+                                "--verify -o runtime x",
+                                "--verify --entitlements e x",
+                                "-d --timestamp none x"}) {
     const Outcome outcome = run(arguments);
 
     EXPECT_EQ(outcome.status, 2) << arguments;

@@ -66,12 +66,16 @@ class Parser {
     if (equals != std::string::npos) attached = argument.substr(equals + 1);
     if (name == "--verbose") return setVerbosity(attached);
     if (name == "--strict") return setStrict(attached);
+    if (name == "--options") return setOptions(value(name, attached));
+    if (name == "--timestamp") return setTimestamp(value(name, attached));
     if (name == "--key")
       result_.keyFile = value(name, attached);
     else if (name == "--certificate")
       result_.certificateFile = value(name, attached);
     else if (name == "--identifier")
       result_.identifier = value(name, attached);
+    else if (name == "--entitlements")
+      result_.entitlementsFile = value(name, attached);
     else if (attached)
       throw CodesignArgumentError("unknown option " + argument);
     else
@@ -82,6 +86,18 @@ class Parser {
   void setStrict(const std::optional<std::string>& checks) {
     if (checks && *checks != "all") throw CodesignArgumentError("--strict takes no value but \"all\"");
     result_.isStrict = true;
+  }
+
+  /// Of the flags that a signature can have, the one that changes what the code may do.
+  void setOptions(const std::string& names) {
+    if (names != "runtime") throw CodesignArgumentError("--options takes no value but \"runtime\"");
+    result_.isRuntimeHardened = true;
+  }
+
+  /// Time stamps come from an authority on the network, which this command never asks.
+  void setTimestamp(const std::string& authority) {
+    if (authority != "none") throw CodesignArgumentError("--timestamp takes no value but \"none\"");
+    hasTimestampOption_ = true;
   }
 
   void flag(const std::string& name) {
@@ -136,6 +152,10 @@ class Parser {
           if (i + 1 != letters.size()) throw CodesignArgumentError("-i needs a value");
           result_.identifier = value("-i", std::nullopt);
           break;
+        case 'o':
+          if (i + 1 != letters.size()) throw CodesignArgumentError("-o needs a value");
+          setOptions(value("-o", std::nullopt));
+          break;
         default:
           throw CodesignArgumentError("unknown option -" + std::string(1, letters[i]));
       }
@@ -157,8 +177,9 @@ class Parser {
   void checkSigning() const {
     const bool hasIdentity = !result_.keyFile.empty() || !result_.certificateFile.empty();
     if (result_.operation != Operation::sign) {
-      if (hasIdentity || !result_.identifier.empty() || result_.replacesSignature) {
-        throw CodesignArgumentError("--key, --certificate, --identifier and --force belong to --sign");
+      if (hasIdentity || result_.replacesSignature || hasSigningOption()) {
+        throw CodesignArgumentError(
+            "--key, --certificate, --identifier, --entitlements, --options, --timestamp and --force belong to --sign");
       }
       return;
     }
@@ -170,11 +191,17 @@ class Parser {
     }
   }
 
+  [[nodiscard]] bool hasSigningOption() const {
+    return !result_.identifier.empty() || !result_.entitlementsFile.empty() || result_.isRuntimeHardened ||
+           hasTimestampOption_;
+  }
+
   const std::vector<std::string>& arguments_;
   std::size_t next_ = 0;
   CodesignArguments result_;
   std::optional<Operation> operation_;
   bool isAdHoc_ = false;
+  bool hasTimestampOption_ = false;
   int shortVerbose_ = 0;
 };
 
@@ -187,10 +214,11 @@ CodesignArguments parseCodesignArguments(const std::vector<std::string>& argumen
 std::string codesignUsage() {
   return "Usage: quillon-codesign --verify [--strict] [--deep] [-v] path ...\n"
          "       quillon-codesign -d [-v] [--verbose[=level]] path ...\n"
-         "       quillon-codesign --sign --key file --certificate file [--identifier text] [--force] [--deep] path "
-         "...\n"
-         "       quillon-codesign --sign - [--identifier text] [--force] [--deep] path ...\n"
-         "       quillon-codesign --help | --version\n";
+         "       quillon-codesign --sign --key file --certificate file [signing option] ... path ...\n"
+         "       quillon-codesign --sign - [signing option] ... path ...\n"
+         "       quillon-codesign --help | --version\n"
+         "Signing options: --identifier text, --entitlements file, --options runtime, --timestamp none, --force, "
+         "--deep\n";
 }
 
 }  // namespace quillon

@@ -25,6 +25,9 @@ struct CodesignArguments {
   std::string keyFile;
   std::string certificateFile;
   std::string identifier;
+  /// Empty for code without entitlements.
+  std::string entitlementsFile;
+  bool isRuntimeHardened = false;
 };
 
 /// Reads the command line without the command's own name. Throws CodesignArgumentError.

@@ -1,4 +1,4 @@
-// quillon-codesign: verifies, displays and makes code signatures of bundles.
+// quillon-codesign: verifies, displays and makes code signatures of bundles and Mach-O files.
 
 #include <cerrno>
 #include <charconv>
@@ -73,8 +73,14 @@ int sign(const std::string& path, const CodesignArguments& arguments) {
   options.replacesSignature = arguments.replacesSignature;
   options.signsNestedCode = arguments.isDeep;
   options.signingTime = reproducibleTime();
-  signCode(QuillonURL::fileURL(path), options);
-  if (arguments.verbosity > 0) printError(path + ": signed bundle\n");
+  if (!arguments.entitlementsFile.empty()) {
+    options.entitlements = Entitlements::load(QuillonURL::fileURL(arguments.entitlementsFile));
+  }
+  options.isRuntimeHardened = arguments.isRuntimeHardened;
+  const SignedCode signedCode = signCode(QuillonURL::fileURL(path), options);
+  if (arguments.verbosity > 0) {
+    printError(path + ": signed " + signedCode.format + " [" + signedCode.identifier + "]\n");
+  }
   return 0;
 }
 
