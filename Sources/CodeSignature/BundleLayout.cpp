@@ -1,5 +1,7 @@
 #include "CodeSignature/BundleLayout.h"
 
+#include <sys/stat.h>
+
 #include <array>
 #include <cerrno>
 #include <optional>
@@ -43,12 +45,20 @@ std::optional<FileDescriptor> openMainFile(const FileDescriptor& support, const 
   }
 }
 
+bool isLink(const FileDescriptor& folder, const std::string& name) {
+  struct stat status {};
+  return fstatat(folder.get(), name.c_str(), &status, AT_SYMLINK_NOFOLLOW) == 0 && S_ISLNK(status.st_mode);
+}
+
+/// Opens a folder by whose presence a form of bundles is recognised. A link of that name is refused: whoever follows it
+/// would use another bundle than the one that is verified here.
 std::optional<FileDescriptor> openFolderIfPresent(const FileDescriptor& folder, const std::string& name) {
   try {
     return openFolder(folder.get(), name);
   } catch (const QuillonSystemError& error) {
-    if (isAbsence(error)) return std::nullopt;
-    throw;
+    if (!isAbsence(error)) throw;
+    if (isLink(folder, name)) fail(CodeSignatureErrorCode::badBundleFormat);
+    return std::nullopt;
   }
 }
 
