@@ -12,6 +12,7 @@
 #include "CodeSignature/CodeSignatureError.h"
 #include "CodeSignature/LoadedSignature.h"
 #include "CodeSignature/ResourceSeal.h"
+#include "QuillonCore/Text/Newlines.h"
 #include "QuillonCore/Values/QuillonPropertyListCodec.h"
 
 namespace quillon {
@@ -98,12 +99,16 @@ std::string provenTeam(const DisplayedSignature& signature) {
   return isProven ? team : "not set";
 }
 
-/// Control characters would let a signer write lines of their own into the display.
+/// Newlines of any kind, Unicode's own among them, would let a signer write lines of their own into the display, a team
+/// for example; other control characters would steer the terminal.
 std::string printable(std::string_view text) {
   std::string result;
-  for (const char c : text) {
-    const auto byte = static_cast<unsigned char>(c);
-    result += byte < 0x20 || byte == 0x7F ? '?' : c;
+  for (std::size_t i = 0; i < text.size();) {
+    const auto byte = static_cast<unsigned char>(text[i]);
+    const std::size_t newline = newlineLength(text, i);
+    const bool isControl = newline > 0 || byte < 0x20 || byte == 0x7F;
+    result += isControl ? '?' : text[i];
+    i += std::max<std::size_t>(newline, 1);
   }
   return result;
 }

@@ -7,6 +7,7 @@
 #include "CodeSignature/CodeDirectory.h"
 #include "CodeSignature/CodeSignatureError.h"
 #include "CodeSignature/SignatureDescription.h"
+#include "QuillonCore/Text/Newlines.h"
 #include "Support/SignedBundleBuilder.h"
 #include "Support/SigningIdentityMaker.h"
 #include "Support/TemporaryDirectory.h"
@@ -16,7 +17,6 @@ namespace {
 
 using ::testing::HasSubstr;
 using ::testing::MatchesRegex;
-using ::testing::Not;
 using testing::SignedBundleBuilder;
 using testing::TemporaryDirectory;
 
@@ -100,11 +100,16 @@ TEST(SignatureDescriptionTest, AdHocCodeMayNameNoTeam) {
 }
 
 TEST(SignatureDescriptionTest, IdentifierCannotForgeALine) {
-  const TemporaryDirectory folder;
-  SignedBundleBuilder bundle(folder / "Example.app");
-  bundle.withUsualContents().sign({.identifier = "x\nTeamIdentifier=FORGED"});
+  for (const std::string_view newline : {"\n", "\v", "\f", "\r", "\r\n", "\u0085", "\u2028", "\u2029"}) {
+    const TemporaryDirectory folder;
+    SignedBundleBuilder bundle(folder / "Example.app");
+    bundle.withScript().sign({.identifier = "x" + std::string(newline) + "TeamIdentifier=FORGED"});
 
-  EXPECT_THAT(describeSignature(bundle.url(), {}), Not(HasSubstr("\nTeamIdentifier=FORGED")));
+    const std::string text = describeSignature(bundle.url(), {});
+
+    EXPECT_THAT(text, HasSubstr("\nIdentifier=x?TeamIdentifier=FORGED\n"));
+    for (const std::string_view line : lines(text)) EXPECT_FALSE(line.starts_with("TeamIdentifier=FORGED")) << text;
+  }
 }
 
 TEST(SignatureDescriptionTest, ChangedInformationIsNotBoundAndTwoAlgorithmsAreListed) {
