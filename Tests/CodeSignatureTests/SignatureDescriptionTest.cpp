@@ -6,8 +6,10 @@
 
 #include "CodeSignature/CodeDirectory.h"
 #include "CodeSignature/CodeSignatureError.h"
+#include "CodeSignature/MachOSigner.h"
 #include "CodeSignature/SignatureDescription.h"
 #include "QuillonCore/Text/Newlines.h"
+#include "Support/MachOBuilder.h"
 #include "Support/SignedBundleBuilder.h"
 #include "Support/SigningIdentityMaker.h"
 #include "Support/TemporaryDirectory.h"
@@ -97,6 +99,32 @@ TEST(SignatureDescriptionTest, AdHocCodeMayNameNoTeam) {
   EXPECT_THAT(text, HasSubstr("flags=0x2(adhoc)"));
   EXPECT_THAT(text, HasSubstr("\nTeamIdentifier=not set\n"));
   EXPECT_THAT(text, HasSubstr("\nInternal requirements count=0 size=12\n"));
+}
+
+std::string signedImage(const testing::MachOArchitecture& architecture, const SigningIdentity& identity) {
+  const TemporaryDirectory folder;
+  testing::writeFile(folder / "program", testing::MachOBuilder(architecture).build());
+  (void)signMachOFile(openFolder(AT_FDCWD, folder.path().string()), "program",
+                      {.identifier = "program", .identity = &identity});
+  return testing::readFile(folder / "program");
+}
+
+TEST(SignatureDescriptionTest, TeamOfAUniversalFileIsThatOfEveryArchitecture) {
+  const TemporaryDirectory folder;
+  const QuillonURL program = QuillonURL::fileURL((folder / "program").string());
+  const SigningIdentity known = testing::sharedSigningIdentity().identity();
+  const SigningIdentity stranger = testing::makeSigningIdentity().identity();  // who claims the same team
+  const std::string intel = signedImage(testing::kX86_64, known);
+  const std::string arm = signedImage(testing::kARM64, known);
+  testing::writeFile(folder / "program", testing::buildUniversalFile({intel, arm}));
+  EXPECT_THAT(describeSignature(program, sharedAnchors()), HasSubstr("\nTeamIdentifier=TEAM123456\n"));
+
+  for (const auto& images : {std::vector{intel, signedImage(testing::kARM64, stranger)},
+                             std::vector{signedImage(testing::kX86_64, stranger), arm},
+                             std::vector{intel, testing::MachOBuilder(testing::kARM64).build()}}) {
+    testing::writeFile(folder / "program", testing::buildUniversalFile(images));
+    EXPECT_THAT(describeSignature(program, sharedAnchors()), HasSubstr("\nTeamIdentifier=not set\n"));
+  }
 }
 
 TEST(SignatureDescriptionTest, IdentifierCannotForgeALine) {
