@@ -1,7 +1,5 @@
 #include "CodeSignature/BundleLayout.h"
 
-#include <sys/stat.h>
-
 #include <array>
 #include <cerrno>
 #include <optional>
@@ -16,7 +14,7 @@
 namespace quillon {
 namespace {
 
-constexpr std::size_t kInformationLimit = 16 << 20;
+constexpr std::size_t kInformationLimit = 4 << 20;
 constexpr std::string_view kInformationName = "Info.plist";
 constexpr std::string_view kInformationInResources = "Resources/Info.plist";
 
@@ -46,8 +44,12 @@ std::optional<FileDescriptor> openMainFile(const FileDescriptor& support, const 
 }
 
 bool isLink(const FileDescriptor& folder, const std::string& name) {
-  struct stat status {};
-  return fstatat(folder.get(), name.c_str(), &status, AT_SYMLINK_NOFOLLOW) == 0 && S_ISLNK(status.st_mode);
+  try {
+    (void)readLink(folder.get(), name);
+    return true;
+  } catch (const QuillonSystemError&) {
+    return false;
+  }
 }
 
 /// Opens a folder by whose presence a form of bundles is recognised. A link of that name is refused: whoever follows it
