@@ -65,7 +65,7 @@ class CodeSignatureVerifier::ResourceCheck {
       : verifier_(verifier),
         code_(code),
         bundle_(code.bundle()),
-        seal_(parseResourceSeal(signatures.front().sealBytes.value())) {
+        seal_(parseResourceSeal(*signatures.front().sealBytes)) {
     for (const LoadedSignature& signature : signatures) {
       for (const CodeDirectory& directory : signature.directories) hashTypes_.insert(directory.hashType);
     }
@@ -217,6 +217,7 @@ std::vector<LoadedSignature> CodeSignatureVerifier::verifyCode(const Code& code,
   for (const auto& architecture : code.object.architectures()) {
     try {
       signatures.push_back(verifyArchitecture(code, *architecture, isFull));
+      signatures.back().shareParts(signatures.front());
     } catch (const CodeSignatureError& error) {
       // Of code without any signature there is nothing to tell but which part has none.
       const bool isWhole =
