@@ -14,7 +14,7 @@
 namespace quillon {
 namespace {
 
-constexpr std::size_t kInformationLimit = 16 << 20;
+constexpr std::size_t kInformationLimit = 4 << 20;
 constexpr std::string_view kInformationName = "Info.plist";
 constexpr std::string_view kInformationInResources = "Resources/Info.plist";
 
@@ -43,12 +43,24 @@ std::optional<FileDescriptor> openMainFile(const FileDescriptor& support, const 
   }
 }
 
+bool isLink(const FileDescriptor& folder, const std::string& name) {
+  try {
+    (void)readLink(folder.get(), name);
+    return true;
+  } catch (const QuillonSystemError&) {
+    return false;
+  }
+}
+
+/// Opens a folder by whose presence a form of bundles is recognised. A link of that name is refused: whoever follows it
+/// would use another bundle than the one that is verified here.
 std::optional<FileDescriptor> openFolderIfPresent(const FileDescriptor& folder, const std::string& name) {
   try {
     return openFolder(folder.get(), name);
   } catch (const QuillonSystemError& error) {
-    if (isAbsence(error)) return std::nullopt;
-    throw;
+    if (!isAbsence(error)) throw;
+    if (isLink(folder, name)) fail(CodeSignatureErrorCode::badBundleFormat);
+    return std::nullopt;
   }
 }
 

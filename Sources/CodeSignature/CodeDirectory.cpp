@@ -18,6 +18,9 @@ constexpr std::uint32_t kSupportsCodeLimit64 = 0x20300;
 constexpr std::uint32_t kSupportsExecutableSegment = 0x20400;
 constexpr std::uint32_t kSupportsRuntime = 0x20500;
 
+/// Far more than there are kinds of parts.
+constexpr std::uint64_t kSpecialSlotLimit = 64;
+
 constexpr std::uint64_t kFixedSize = 44;
 constexpr std::uint64_t kScatterEnd = 48;
 constexpr std::uint64_t kTeamEnd = 52;
@@ -92,7 +95,9 @@ void readHashes(const BlobReader& reader, CodeDirectory& directory) {
   const std::uint64_t special = require(reader.u32(24));
   const std::uint64_t pages = require(reader.u32(28));
   // Both counts are below 2^32 and the size below 2^6: no product overflows.
-  if (special * hashSize > base || base - special * hashSize < fixedSize(directory.version)) fail();
+  if (special > kSpecialSlotLimit || special * hashSize > base ||
+      base - special * hashSize < fixedSize(directory.version))
+    fail();
   directory.pageHashes = require(reader.bytes(base, pages * hashSize));
   checkPageCount(directory, pages);
   directory.specialSlotCount = static_cast<std::uint32_t>(special);

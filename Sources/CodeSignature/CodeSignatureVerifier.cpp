@@ -65,7 +65,7 @@ class CodeSignatureVerifier::ResourceCheck {
       : verifier_(verifier),
         code_(code),
         bundle_(code.bundle()),
-        seal_(parseResourceSeal(signatures.front().sealBytes.value())) {
+        seal_(parseResourceSeal(*signatures.front().sealBytes)) {
     for (const LoadedSignature& signature : signatures) {
       for (const CodeDirectory& directory : signature.directories) hashTypes_.insert(directory.hashType);
     }
@@ -201,7 +201,10 @@ CodeSignatureVerifier::CodeSignatureVerifier(const CodeObject& outermost, const 
       anchors_(options.anchors ? *options.anchors : TrustAnchors::system()) {}
 
 std::vector<LoadedSignature> CodeSignatureVerifier::verify() {
-  return verifyCode({.object = outermost_, .path = {}, .outer = {}}, true);
+  const Code code{.object = outermost_, .path = {}, .outer = {}};
+  std::vector<LoadedSignature> signatures = verifyCode(code, true);
+  if (isStrict_) verifyOtherVersions(code, designatedRequirement(signatures));
+  return signatures;
 }
 
 std::vector<LoadedSignature> CodeSignatureVerifier::verifyNested(const CodeObject& object, const std::string& path,
@@ -214,6 +217,7 @@ std::vector<LoadedSignature> CodeSignatureVerifier::verifyCode(const Code& code,
   for (const auto& architecture : code.object.architectures()) {
     try {
       signatures.push_back(verifyArchitecture(code, *architecture, isFull));
+      signatures.back().shareParts(signatures.front());
     } catch (const CodeSignatureError& error) {
       // Of code without any signature there is nothing to tell but which part has none.
       const bool isWhole =
@@ -277,7 +281,7 @@ void CodeSignatureVerifier::verifyNestedCode(const Code& outer, const std::strin
     const Code nested{.object = object, .path = joinedPath(outer.support(), path), .outer = scopes};
     const std::vector<LoadedSignature> signatures = verifyCode(nested, isDeep_);
     if (meetsRequirement(signatures, expected)) {
-      if (isStrict_ && isDeep_ && object.bundle() != nullptr) verifyOtherVersions(nested, expected);
+      if (isStrict_ && isDeep_) verifyOtherVersions(nested, expected);
       return;
     }
   } catch (const CodeSignatureError& error) {
@@ -288,13 +292,16 @@ void CodeSignatureVerifier::verifyNestedCode(const Code& outer, const std::strin
 
 /// Programs may load any version of a framework, not only the current one.
 void CodeSignatureVerifier::verifyOtherVersions(const Code& framework, const RequirementExpression& requirement) {
+  if (framework.object.bundle() == nullptr) return;
   for (const std::string& name : otherVersions(framework.bundle())) {
     const std::string relative = "Versions/" + name;
     try {
       const CodeObject object =
           CodeObject::openNested(framework.bundle().bundle, relative, framework.object.path() + "/" + relative);
       const Code version{.object = object, .path = joinedPath(framework.path, relative), .outer = framework.outer};
-      if (meetsRequirement(verifyCode(version, true), requirement)) continue;
+      // Verified as a bundle of another form, it would have parts that no seal reaches.
+      const bool isVersion = object.bundle() != nullptr && object.bundle()->form == BundleForm::flat;
+      if (isVersion && meetsRequirement(verifyCode(version, true), requirement)) continue;
     } catch (const CodeSignatureError&) {
       // Whatever is wrong with it, what counts is that there is a version that may not be used.
     }

@@ -15,6 +15,8 @@ constexpr std::uint32_t kWrapperMagic = 0xFADE0B01;
 constexpr std::uint64_t kSuperBlobHeaderSize = 12;
 constexpr std::uint64_t kEntrySize = 8;
 constexpr std::uint64_t kBlobHeaderSize = 8;
+/// Far more than there are kinds of parts.
+constexpr std::uint64_t kEntryLimit = 256;
 
 [[noreturn]] void fail() {
   throw CodeSignatureError(CodeSignatureErrorCode::signatureInvalid);
@@ -70,7 +72,7 @@ EmbeddedSignature EmbeddedSignature::parse(std::string bytes) {
   const BlobReader reader(std::string_view(signature.bytes_).substr(0, superBlobLength(signature.bytes_)));
   const std::uint64_t count = require(reader.u32(8));
   const std::uint64_t indexEnd = kSuperBlobHeaderSize + count * kEntrySize;
-  require(indexEnd <= reader.size());
+  require(count <= kEntryLimit && indexEnd <= reader.size());
   for (std::uint64_t entry = kSuperBlobHeaderSize; entry < indexEnd; entry += kEntrySize) {
     Extent blob{require(reader.u32(entry + 4)), 0};
     if (blob.offset != 0) {

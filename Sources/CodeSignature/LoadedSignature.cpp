@@ -74,6 +74,11 @@ std::optional<QuillonPropertyListValue> dictionaryFrom(const std::optional<std::
   return std::nullopt;
 }
 
+std::shared_ptr<const QuillonPropertyListValue> sharedDictionaryFrom(const std::optional<std::string>& bytes) {
+  auto dictionary = dictionaryFrom(bytes);
+  return dictionary ? std::make_shared<const QuillonPropertyListValue>(std::move(*dictionary)) : nullptr;
+}
+
 void loadTimestamp(const TrustAnchors& anchors, LoadedSignature& signature) {
   const CMSSignature& cms = *signature.cms;
   if (!cms.timestampToken) return;
@@ -131,6 +136,11 @@ std::vector<std::string> LoadedSignature::identifyingHashes() const {
   return hashes;
 }
 
+void LoadedSignature::shareParts(const LoadedSignature& other) {
+  if (sealBytes && other.sealBytes && *sealBytes == *other.sealBytes) sealBytes = other.sealBytes;
+  if (information && other.information && *information == *other.information) information = other.information;
+}
+
 LoadedSignature loadCodeDirectories(const CodeRepresentation& code) {
   LoadedSignature signature;
   std::optional<std::string> blob = code.signaturePart(CodeSlot::codeDirectory);
@@ -177,9 +187,9 @@ void checkSpecialSlots(const CodeRepresentation& code, LoadedSignature& signatur
     if (slot == CodeSlot::requirements)
       signature.requirementsBlob = std::move(part);
     else if (slot == CodeSlot::resources)
-      signature.sealBytes = std::move(part);
+      signature.sealBytes = part ? std::make_shared<const std::string>(std::move(*part)) : nullptr;
     else if (slot == CodeSlot::infoPropertyList)
-      signature.information = dictionaryFrom(part);
+      signature.information = sharedDictionaryFrom(part);
     else if (slot == CodeSlot::entitlements && part)
       signature.entitlements = dictionaryFrom(part->substr(std::min(kBlobHeaderLength, part->size())));
   }
@@ -212,7 +222,7 @@ RequirementSubject requirementSubject(const LoadedSignature& signature) {
   subject.identifier = signature.best().identifier;
   for (std::string& hash : signature.identifyingHashes()) subject.codeDirectoryHashes.insert(std::move(hash));
   subject.chain = signature.chain ? &*signature.chain : nullptr;
-  subject.information = signature.information ? &*signature.information : nullptr;
+  subject.information = signature.information.get();
   subject.entitlements = signature.entitlements ? &*signature.entitlements : nullptr;
   subject.platform = signature.best().platform;
   return subject;

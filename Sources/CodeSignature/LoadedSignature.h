@@ -1,6 +1,7 @@
 #pragma once
 
 #include <cstddef>
+#include <memory>
 #include <optional>
 #include <string>
 #include <vector>
@@ -29,17 +30,20 @@ struct LoadedSignature {
   /// When the message was certainly there; absent without time stamp.
   std::optional<SignatureTimestamp> timestamp;
   std::optional<std::string> requirementsBlob;
-  /// The very bytes of the resource seal that its slot hash was compared with; absent without resource slot.
-  std::optional<std::string> sealBytes;
+  /// The very bytes of the resource seal that its slot hash was compared with; null without resource slot.
+  std::shared_ptr<const std::string> sealBytes;
   RequirementSet requirements;
-  /// Dictionary of Info.plist; absent when there is none, or it is malformed.
-  std::optional<QuillonPropertyListValue> information;
+  /// Dictionary of Info.plist; null when there is none, or it is malformed.
+  std::shared_ptr<const QuillonPropertyListValue> information;
   /// What the code may do besides what all code may; absent without entitlements.
   std::optional<QuillonPropertyListValue> entitlements;
 
   /// The directory with the best hash algorithm: what it says about identifier, team and slots is what counts.
   [[nodiscard]] const CodeDirectory& best() const;
   [[nodiscard]] std::vector<std::string> identifyingHashes() const;
+  /// Lets go of a seal and an Info.plist that are the same as those of `other`, and uses these: a hundred architectures
+  /// of one bundle would hold a hundred copies.
+  void shareParts(const LoadedSignature& other);
 };
 
 /// Reads the code directories. Throws CodeSignatureError: unsignedCode, signatureUnsupported, signatureFailed,

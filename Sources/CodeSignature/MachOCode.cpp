@@ -9,7 +9,7 @@
 namespace quillon {
 namespace {
 
-constexpr std::uint64_t kInformationLimit = 16 << 20;
+constexpr std::uint64_t kInformationLimit = 4 << 20;
 /// Hashes take one byte for every 75 of code or more; everything else in a signature is small.
 constexpr std::uint64_t kSignatureBase = 64 << 20;
 constexpr std::uint64_t kCodePerSignatureByte = 16;

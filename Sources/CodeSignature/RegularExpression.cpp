@@ -4,6 +4,7 @@
 #include <regex.h>
 
 #include <algorithm>
+#include <numeric>
 #include <string_view>
 
 #include "CodeSignature/CodeSignatureError.h"
@@ -12,6 +13,8 @@ namespace quillon {
 namespace {
 
 constexpr std::size_t kPatternLimit = 512;
+/// Of the expression that a pattern is compiled from, in characters.
+constexpr std::size_t kExpansionLimit = 4096;
 
 [[noreturn]] void fail() {
   throw CodeSignatureError(CodeSignatureErrorCode::invalidResourceRules);
@@ -32,6 +35,26 @@ bool isSpecial(char c) {
   return std::string_view("^$.[]()|*?+{}\\").find(c) != std::string_view::npos;
 }
 
+/// Position behind the bracket expression that begins at `position`; npos when it does not end. A bracket stands for
+/// itself at the beginning, and in a class, an equivalence or a collating symbol ("[:alpha:]", "[=a=]", "[.a.]").
+std::size_t endOfBracket(std::string_view pattern, std::size_t position) {
+  std::size_t i = position + 1;
+  if (i < pattern.size() && pattern[i] == '^') ++i;
+  if (i < pattern.size() && pattern[i] == ']') ++i;
+  while (i < pattern.size() && pattern[i] != ']') {
+    const bool isSymbol = pattern[i] == '[' && i + 1 < pattern.size() &&
+                          std::string_view(":=.").find(pattern[i + 1]) != std::string_view::npos;
+    if (!isSymbol) {
+      ++i;
+      continue;
+    }
+    const std::size_t end = pattern.find(std::string{pattern[i + 1], ']'}, i + 2);
+    if (end == std::string_view::npos) return end;
+    i = end + 2;
+  }
+  return i < pattern.size() ? i + 1 : std::string_view::npos;
+}
+
 /// Position behind the group or bracket expression that begins at `position`; npos when it does not end.
 std::size_t endOfGroup(std::string_view pattern, std::size_t position) {
   int depth = 0;
@@ -39,12 +62,9 @@ std::size_t endOfGroup(std::string_view pattern, std::size_t position) {
     if (pattern[i] == '\\') {
       ++i;
     } else if (pattern[i] == '[') {
-      std::size_t end = i + 1;
-      if (end < pattern.size() && pattern[end] == '^') ++end;
-      end = pattern.find(']', end + 1);
-      if (end == std::string_view::npos) return end;
-      i = end;
-      if (depth == 0) return i + 1;
+      const std::size_t end = endOfBracket(pattern, i);
+      if (end == std::string_view::npos || depth == 0) return end;
+      i = end - 1;
     } else if (pattern[i] == '(') {
       ++depth;
     } else if (pattern[i] == ')' && --depth == 0) {
@@ -103,8 +123,35 @@ Shape shapeOf(std::string_view pattern) {
   return shape;
 }
 
+/// Length of the pattern once every `x+` is written as `xx*`, which is how the C library compiles it: of several, one
+/// around the other, each doubles what the one inside has doubled. Stops counting at the limit.
+std::size_t expandedLength(std::string_view pattern) {
+  std::vector<std::size_t> groups{0};
+  std::size_t last = 0;  // length of what a quantifier would apply to
+  for (std::size_t i = 0; i < pattern.size() && groups.back() <= kExpansionLimit;) {
+    const char c = pattern[i];
+    const std::size_t next = c == '[' ? endOfBracket(pattern, i) : i + (c == '\\' ? 2 : 1);
+    if (c == '+') {
+      groups.back() += last;
+      last *= 2;
+    } else if (c == '(') {
+      groups.push_back(1);
+    } else if (c == ')' && groups.size() > 1) {
+      last = groups.back();
+      groups.pop_back();
+      groups.back() += last;
+    } else {
+      last = c == '*' || c == '?' ? last + 1 : 1;
+      ++groups.back();
+    }
+    i = std::min(next, pattern.size());
+  }
+  return std::accumulate(groups.begin(), groups.end(), std::size_t{0});
+}
+
 void checkPattern(std::string_view pattern) {
   if (pattern.size() > kPatternLimit || pattern.find('\0') != std::string_view::npos) fail();
+  if (expandedLength(pattern) > kExpansionLimit) fail();
   for (std::size_t i = 0; i < pattern.size(); ++i) {
     if (pattern[i] == '{') fail();
     if (pattern[i] != '\\') continue;

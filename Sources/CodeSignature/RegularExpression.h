@@ -11,7 +11,7 @@ namespace quillon {
 class RegularExpression {
  public:
   /// Throws CodeSignatureError(invalidResourceRules) for what does not compile, is longer than 512 bytes, or has
-  /// repetition counts or back references, which can take exponential time or memory.
+  /// repetition counts, back references, or many `+` around each other, which can take exponential time or memory.
   explicit RegularExpression(const std::string& pattern);
   ~RegularExpression();
   RegularExpression(RegularExpression&&) noexcept;

@@ -24,7 +24,8 @@ struct ResourceRule {
 class ResourceRules {
  public:
   /// Throws CodeSignatureError(invalidResourceRules) for a pattern that is no regular expression, or one that could
-  /// take unreasonable time or memory: over 512 bytes, with repetition counts or back references.
+  /// take unreasonable time or memory: over 512 bytes, with repetition counts, back references or many `+` around each
+  /// other.
   explicit ResourceRules(std::vector<ResourceRule> rules);
   ~ResourceRules();
   ResourceRules(ResourceRules&&) noexcept;

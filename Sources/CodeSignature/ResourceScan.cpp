@@ -1,10 +1,14 @@
 #include "CodeSignature/ResourceScan.h"
 
+#include <string_view>
+
 #include "CodeSignature/CodeSignatureError.h"
 #include "CodeSignature/FolderReader.h"
 
 namespace quillon {
 namespace {
+
+constexpr std::string_view kSignatureFolder = "_CodeSignature";
 
 class Scanner {
  public:
@@ -40,7 +44,8 @@ class Scanner {
   }
 
   void visit(const FileDescriptor& folder, const FolderEntry& entry, const std::string& path) {
-    if (isExcludedFromSealing(path, mainExecutable_)) return;
+    const FolderEntryKind excludedKind = path == kSignatureFolder ? FolderEntryKind::folder : FolderEntryKind::file;
+    if (isExcludedFromSealing(path, mainExecutable_) && entry.kind == excludedKind) return;
     const ResourceRule* rule = rules_.find(path);
     const bool isSealed = rule != nullptr && !rule->isOmitted;
     switch (entry.kind) {
@@ -48,6 +53,8 @@ class Scanner {
         fail(CodeSignatureErrorCode::unsupportedResource, path);
       case FolderEntryKind::link:
         if (entry.name == ".DS_Store") fail(CodeSignatureErrorCode::folderSettingsLinkRefused, path);
+        // What may be left out is a file whose content does not matter, not a way to somewhere else.
+        if (rule != nullptr && rule->isOmitted) fail(CodeSignatureErrorCode::badResource, path);
         if (isSealed) add(path, ScannedResourceKind::link, *rule, readLink(folder.get(), entry.name));
         return;
       case FolderEntryKind::file:
@@ -87,7 +94,9 @@ std::vector<ScannedResource> scanResources(const FileDescriptor& support, const 
 }
 
 bool isExcludedFromSealing(const std::string& path, const std::string& mainExecutable) {
-  return path == "_CodeSignature" || path == "CodeResources" || path == "_MASReceipt" || path == mainExecutable;
+  const bool isSignature = path.starts_with(kSignatureFolder) &&
+                           (path.size() == kSignatureFolder.size() || path[kSignatureFolder.size()] == '/');
+  return isSignature || path == "CodeResources" || path == "_MASReceipt/receipt" || path == mainExecutable;
 }
 
 }  // namespace quillon

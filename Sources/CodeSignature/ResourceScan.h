@@ -28,13 +28,15 @@ struct ScannedResource {
 /// the code directory covers, are left out. A folder under a nested rule whose name has a period is one piece of nested
 /// code and is not entered.
 ///
-/// Throws CodeSignatureError: unsupportedResource for anything that is not a file, folder or link,
-/// folderSettingsLinkRefused, notReadable; its details name the item below `displayPath`.
+/// Throws CodeSignatureError: unsupportedResource for anything that is not a file, folder or link, badResource for a
+/// link at a place that the rules omit, folderSettingsLinkRefused, notReadable; its details name the item below
+/// `displayPath`.
 [[nodiscard]] std::vector<ScannedResource> scanResources(const FileDescriptor& support, const ResourceRules& rules,
                                                          const std::string& mainExecutable,
                                                          const std::string& displayPath);
 
-/// Whether `path` (below the support folder) is never sealed, whatever the rules say.
+/// Whether `path` (below the support folder) is never sealed, whatever the rules say: the signature's own folder, and
+/// three files, the main executable and what is handed out with a program after it was signed.
 [[nodiscard]] bool isExcludedFromSealing(const std::string& path, const std::string& mainExecutable);
 
 }  // namespace quillon

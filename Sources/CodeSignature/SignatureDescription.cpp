@@ -12,6 +12,7 @@
 #include "CodeSignature/CodeSignatureError.h"
 #include "CodeSignature/LoadedSignature.h"
 #include "CodeSignature/ResourceSeal.h"
+#include "QuillonCore/Text/Newlines.h"
 #include "QuillonCore/Values/QuillonPropertyListCodec.h"
 
 namespace quillon {
@@ -89,29 +90,51 @@ std::string timeText(std::chrono::sys_seconds time) {
   return text + (local.tm_hour < 12 ? " AM" : " PM");
 }
 
-/// The team, if there is somebody known who vouches for it.
+/// The team that somebody known vouches for; empty when there is none.
 std::string provenTeam(const DisplayedSignature& signature) {
   const std::string& team = signature.content.best().team;
   const auto& chain = signature.content.chain;
   const bool isProven = signature.isMessageIntact && chain && chain->hasKnownAnchor && !team.empty() &&
                         chain->leaf().subjectValue("OU") == team;
-  return isProven ? team : "not set";
+  return isProven ? team : std::string();
 }
 
-/// Control characters would let a signer write lines of their own into the display.
+/// The team of all architectures: another machine runs another one, and each has a signature of its own.
+std::string provenTeam(const CodeObject& object, const DisplayedSignature& native, const TrustAnchors& anchors) {
+  std::string team = provenTeam(native);
+  for (const auto& architecture : object.architectures()) {
+    if (team.empty() || architecture.get() == &object.native()) continue;
+    try {
+      if (provenTeam(loadForDisplay(*architecture, anchors)) != team) team.clear();
+    } catch (const CodeSignatureError&) {
+      team.clear();  // that one is not signed
+    }
+  }
+  return team;
+}
+
+/// Newlines of any kind, Unicode's own among them, would let a signer write lines of their own into the display, a team
+/// for example; other control characters would steer the terminal.
 std::string printable(std::string_view text) {
   std::string result;
-  for (const char c : text) {
-    const auto byte = static_cast<unsigned char>(c);
-    result += byte < 0x20 || byte == 0x7F ? '?' : c;
+  for (std::size_t i = 0; i < text.size();) {
+    const auto byte = static_cast<unsigned char>(text[i]);
+    const std::size_t newline = newlineLength(text, i);
+    const bool isControl = newline > 0 || byte < 0x20 || byte == 0x7F;
+    result += isControl ? '?' : text[i];
+    i += std::max<std::size_t>(newline, 1);
   }
   return result;
 }
 
 class Description {
  public:
-  Description(const CodeObject& object, const DisplayedSignature& signature)
-      : object_(object), code_(object.native()), signature_(signature), best_(signature.content.best()) {}
+  Description(const CodeObject& object, const DisplayedSignature& signature, std::string team)
+      : object_(object),
+        code_(object.native()),
+        signature_(signature),
+        team_(std::move(team)),
+        best_(signature.content.best()) {}
 
   std::string text() {
     line("Executable", printable(object_.mainPath()));
@@ -203,7 +226,7 @@ class Description {
     } else {
       line("Info.plist", "not bound");
     }
-    line("TeamIdentifier", printable(provenTeam(signature_)));
+    line("TeamIdentifier", team_.empty() ? "not set" : printable(team_));
     addRuntimeVersion();
     addSeal();
     addRequirements();
@@ -245,6 +268,7 @@ class Description {
   const CodeObject& object_;
   const CodeRepresentation& code_;
   const DisplayedSignature& signature_;
+  std::string team_;
   const CodeDirectory& best_;
   std::ostringstream out_;
 };
@@ -254,7 +278,7 @@ class Description {
 std::string describeSignature(const QuillonURL& item, const TrustAnchors& anchors) {
   const CodeObject object = CodeObject::openAt(item);
   const DisplayedSignature signature = loadForDisplay(object.native(), anchors);
-  return Description(object, signature).text();
+  return Description(object, signature, provenTeam(object, signature, anchors)).text();
 }
 
 }  // namespace quillon

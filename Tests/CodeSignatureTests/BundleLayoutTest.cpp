@@ -4,6 +4,7 @@
 
 #include "CodeSignature/BundleLayout.h"
 #include "CodeSignature/CodeSignatureError.h"
+#include "Support/FrameworkBuilder.h"
 #include "Support/SignedBundleBuilder.h"
 #include "Support/TemporaryDirectory.h"
 
@@ -37,6 +38,26 @@ TEST(BundleLayoutTest, LinkedFoldersAreNotFollowed) {
   std::filesystem::rename(bundle.contents(), folder / "Contents");
   std::filesystem::create_symlink(folder / "Contents", bundle.contents());
   EXPECT_THROW((void)open(bundle), CodeSignatureError);
+}
+
+TEST(BundleLayoutTest, LinkInsteadOfContentsOrVersionsMakesNoOtherFormOfBundle) {
+  const testing::TemporaryDirectory folder;
+  const testing::SignedBundleBuilder application(folder / "Example.app");
+  testing::FrameworkBuilder framework(folder / "Kit.framework");
+  const auto openFramework = [&framework] {
+    return openBundle(openFolder(AT_FDCWD, framework.path().string()), framework.path().string());
+  };
+  ASSERT_EQ(openFramework().form, BundleForm::framework);
+
+  // An application to everyone who follows the link.
+  std::filesystem::rename(application.contents(), framework / "Versions/A/Contents");
+  std::filesystem::create_symlink("Versions/A/Contents", framework / "Contents");
+  EXPECT_THROW((void)openFramework(), CodeSignatureError);
+
+  std::filesystem::remove(framework / "Contents");
+  std::filesystem::rename(framework / "Versions", folder / "Versions");
+  std::filesystem::create_symlink("../Versions", framework / "Versions");
+  EXPECT_THROW((void)openFramework(), CodeSignatureError);
 }
 
 TEST(BundleLayoutTest, MalformedInformationIsNotedForTheVerifierToReport) {

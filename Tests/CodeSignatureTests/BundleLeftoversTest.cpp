@@ -109,6 +109,24 @@ TEST_F(FrameworkRootTest, OtherVersionOfTheSameMakerIsGood) {
                                      "\nIn subcomponent: " + framework_.path().string() + "\n");
 }
 
+TEST_F(FrameworkRootTest, OtherVersionsOfAFrameworkThatStandsAloneCountToo) {
+  signBundle(framework_.url(), testing::sharedSigningOptions());
+  EXPECT_EQ(verifyCode(framework_.url()).text("P"), "");
+
+  framework_.withVersion("B", "#!/bin/sh\n");
+
+  EXPECT_EQ(verifyCode(framework_.url()).failure, badFrameworkVersion);
+}
+
+TEST_F(FrameworkRootTest, OtherVersionIsNoFrameworkItself) {
+  // Its own versions would be out of the reach of any seal.
+  const FrameworkBuilder inner(framework_ / "Versions/Kit");
+  signBundle(inner.url(), testing::sharedSigningOptions());
+  sign();
+
+  EXPECT_EQ(verdict().failure, badFrameworkVersion);
+}
+
 TEST(BundleLeftoversTest, SignatureInsideTheCodeLeavesTheSealAloneInItsFolder) {
   const testing::TemporaryDirectory folder;
   SignedBundleBuilder bundle(folder / "Example.app");

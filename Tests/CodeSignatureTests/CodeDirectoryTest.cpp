@@ -91,6 +91,14 @@ TEST(CodeDirectoryTest, FieldsThatDoNotFitTogetherAreRefused) {
   EXPECT_EQ(errorWith(blob, 48, 4), signatureFailed);          // team inside the header
 }
 
+TEST(CodeDirectoryTest, UnreasonableNumberOfSpecialSlotsIsRefused) {
+  CodeDirectory directory = sampleDirectory();
+  directory.specialHashes[static_cast<CodeSlot>(64)] = std::string(32, 's');
+  EXPECT_EQ(parseCodeDirectory(buildCodeDirectory(directory)).specialSlotCount, 64U);
+  directory.specialHashes[static_cast<CodeSlot>(65)] = std::string(32, 's');
+  EXPECT_THROW((void)parseCodeDirectory(buildCodeDirectory(directory)), CodeSignatureError);
+}
+
 TEST(CodeDirectoryTest, EveryCutIsRefused) {
   const std::string blob = buildCodeDirectory(sampleDirectory());
 

@@ -72,6 +72,14 @@ TEST(EmbeddedSignatureTest, AnEmptyIndexHasNoPart) {
   EXPECT_EQ(signature.part(CodeSlot::codeDirectory), std::nullopt);
 }
 
+TEST(EmbeddedSignatureTest, UnreasonableNumberOfEntriesIsRefused) {
+  std::map<CodeSlot, std::string> parts;
+  for (std::uint32_t slot = 0; slot < 256; ++slot) parts[static_cast<CodeSlot>(0x20000 + slot)] = "";
+  EXPECT_FALSE(isRefused(buildEmbeddedSignature(parts)));
+  parts[static_cast<CodeSlot>(0x30000)] = "";
+  EXPECT_TRUE(isRefused(buildEmbeddedSignature(parts)));
+}
+
 TEST(EmbeddedSignatureTest, AnEntryWithoutOffsetIsAbsent) {
   std::string bytes = buildEmbeddedSignature(sampleParts());
   const std::string part = sampleParts().at(CodeSlot::requirements);

@@ -161,5 +161,25 @@ TEST_F(LoadedSignatureTest, RSASignaturesAreLoadedAndStamped) {
   EXPECT_EQ(errorOf(code), CodeSignatureErrorCode{});
 }
 
+TEST_F(LoadedSignatureTest, ArchitecturesOfABundleHoldItsPartsOnce) {
+  const CodeInMemory code = signedCode();
+  LoadedSignature first = loadCodeDirectories(code);
+  LoadedSignature second = loadCodeDirectories(code);
+  checkSpecialSlots(code, first);
+  checkSpecialSlots(code, second);
+  ASSERT_NE(first.sealBytes, second.sealBytes);
+
+  second.shareParts(first);
+  EXPECT_EQ(second.sealBytes, first.sealBytes);
+  EXPECT_EQ(second.information, first.information);
+
+  LoadedSignature other = first;
+  other.sealBytes = std::make_shared<const std::string>("another seal");
+  other.information = nullptr;
+  other.shareParts(first);
+  EXPECT_EQ(*other.sealBytes, "another seal");
+  EXPECT_EQ(other.information, nullptr);
+}
+
 }  // namespace
 }  // namespace quillon

@@ -82,5 +82,24 @@ TEST(RegularExpressionTest, DangerousAndBrokenPatternsAreRefused) {
   }
 }
 
+std::string nestedRepetitions(const std::string& innermost, int count) {
+  std::string pattern = innermost;
+  for (int i = 0; i < count; ++i) pattern = "(" + pattern + "[(]y)+";  // the bracket in brackets is no group
+  return pattern;
+}
+
+TEST(RegularExpressionTest, RepetitionsAroundEachOtherDoubleTheWorkAndAreLimited) {
+  EXPECT_TRUE(RegularExpression(nestedRepetitions("x", 5)).matches("x(y(y(y(y(y"));
+  for (const char* innermost : {"x", "[[:alpha:]]", "[[.].](]", "[](]", "[^](]", "\\("}) {
+    EXPECT_THROW(RegularExpression{nestedRepetitions(innermost, 20)}, CodeSignatureError) << innermost;
+  }
+  EXPECT_THROW(RegularExpression{"x" + std::string(20, '+')}, CodeSignatureError);
+
+  // One behind the other they add up, and no more.
+  std::string row;
+  for (int i = 0; i < 80; ++i) row += "[^/]+/";
+  EXPECT_FALSE(RegularExpression(row).matches("a/b"));
+}
+
 }  // namespace
 }  // namespace quillon

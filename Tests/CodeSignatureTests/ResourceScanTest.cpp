@@ -27,8 +27,8 @@ std::vector<std::string> scannedPaths(const testing::TemporaryDirectory& folder)
 
 TEST(ResourceScanTest, ListsWhatTheRulesSeal) {
   const testing::TemporaryDirectory folder;
-  for (const char* file : {"Info.plist", "PkgInfo", "CodeResources", "_CodeSignature/x", "_MASReceipt/x", "MacOS/Main",
-                           "MacOS/helper", "MacOS/folder/x", "PlugIns/a.bundle/x", "Resources/r",
+  for (const char* file : {"Info.plist", "PkgInfo", "CodeResources", "_CodeSignature/x", "_MASReceipt/receipt",
+                           "MacOS/Main", "MacOS/helper", "MacOS/folder/x", "PlugIns/a.bundle/x", "Resources/r",
                            "Resources/de.lproj/x", "Resources/.DS_Store", "Resources/sub.bundle/y"}) {
     testing::writeFile(folder / file, "");
   }
@@ -38,6 +38,36 @@ TEST(ResourceScanTest, ListsWhatTheRulesSeal) {
   EXPECT_THAT(scannedPaths(folder), ElementsAre("link Resources/link -> /outside", "file Resources/r",
                                                 "file Resources/sub.bundle/y", "file Resources/de.lproj/x optional",
                                                 "code PlugIns/a.bundle", "file MacOS/helper", "file MacOS/folder/x"));
+}
+
+TEST(ResourceScanTest, OnlyTheVeryFilesThatAreLeftOutEscapeTheSeal) {
+  const testing::TemporaryDirectory folder;
+  for (const char* file : {"_MASReceipt/receipt", "_MASReceipt/program", "CodeResources/program"}) {
+    testing::writeFile(folder / file, "");
+  }
+  EXPECT_THAT(scannedPaths(folder), ElementsAre("file _MASReceipt/program", "file CodeResources/program"));
+
+  std::filesystem::remove_all(folder / "_MASReceipt");
+  std::filesystem::remove_all(folder / "CodeResources");
+  std::filesystem::create_symlink("/outside", folder / "_MASReceipt");
+  std::filesystem::create_symlink("/outside", folder / "CodeResources");
+  EXPECT_THAT(scannedPaths(folder), ElementsAre("link CodeResources -> /outside", "link _MASReceipt -> /outside"));
+}
+
+TEST(ResourceScanTest, LinkMayNotStandWhereTheRulesLeaveFilesOut) {
+  for (const char* path : {"PkgInfo", "Resources/de.lproj/locversion.plist"}) {
+    const testing::TemporaryDirectory folder;
+    std::filesystem::create_directories((folder / path).parent_path());
+    std::filesystem::create_symlink("/outside", folder / path);
+
+    try {
+      (void)scannedPaths(folder);
+      FAIL() << "the link was accepted";
+    } catch (const CodeSignatureError& error) {
+      EXPECT_EQ(error.code(), CodeSignatureErrorCode::badResource);
+      EXPECT_THAT(error.details(), ElementsAre("file added: /X/" + std::string(path)));
+    }
+  }
 }
 
 TEST(ResourceScanTest, SpecialFilesAreRefusedWithoutOpeningThem) {

@@ -7,7 +7,10 @@
 
 #include "CodeSignature/CodeDirectory.h"
 #include "CodeSignature/CodeSignatureError.h"
+#include "CodeSignature/MachOSigner.h"
 #include "CodeSignature/SignatureDescription.h"
+#include "QuillonCore/Text/Newlines.h"
+#include "Support/MachOBuilder.h"
 #include "Support/SignedBundleBuilder.h"
 #include "Support/SigningIdentityMaker.h"
 #include "Support/TemporaryDirectory.h"
@@ -18,7 +21,6 @@ namespace {
 
 using ::testing::HasSubstr;
 using ::testing::MatchesRegex;
-using ::testing::Not;
 using testing::SignedBundleBuilder;
 using testing::TemporaryDirectory;
 
@@ -122,12 +124,43 @@ TEST(SignatureDescriptionTest, AdHocCodeMayNameNoTeam) {
   EXPECT_THAT(text, HasSubstr("\nInternal requirements count=0 size=12\n"));
 }
 
-TEST(SignatureDescriptionTest, IdentifierCannotForgeALine) {
+std::string signedImage(const testing::MachOArchitecture& architecture, const SigningIdentity& identity) {
   const TemporaryDirectory folder;
-  SignedBundleBuilder bundle(folder / "Example.app");
-  bundle.withUsualContents().sign({.identifier = "x\nTeamIdentifier=FORGED"});
+  testing::writeFile(folder / "program", testing::MachOBuilder(architecture).build());
+  (void)signMachOFile(openFolder(AT_FDCWD, folder.path().string()), "program",
+                      {.identifier = "program", .identity = &identity});
+  return testing::readFile(folder / "program");
+}
 
-  EXPECT_THAT(describeSignature(bundle.url(), {}), Not(HasSubstr("\nTeamIdentifier=FORGED")));
+TEST(SignatureDescriptionTest, TeamOfAUniversalFileIsThatOfEveryArchitecture) {
+  const TemporaryDirectory folder;
+  const QuillonURL program = QuillonURL::fileURL((folder / "program").string());
+  const SigningIdentity known = testing::sharedSigningIdentity().identity();
+  const SigningIdentity stranger = testing::makeSigningIdentity().identity();  // who claims the same team
+  const std::string intel = signedImage(testing::kX86_64, known);
+  const std::string arm = signedImage(testing::kARM64, known);
+  testing::writeFile(folder / "program", testing::buildUniversalFile({intel, arm}));
+  EXPECT_THAT(describeSignature(program, sharedAnchors()), HasSubstr("\nTeamIdentifier=TEAM123456\n"));
+
+  for (const auto& images : {std::vector{intel, signedImage(testing::kARM64, stranger)},
+                             std::vector{signedImage(testing::kX86_64, stranger), arm},
+                             std::vector{intel, testing::MachOBuilder(testing::kARM64).build()}}) {
+    testing::writeFile(folder / "program", testing::buildUniversalFile(images));
+    EXPECT_THAT(describeSignature(program, sharedAnchors()), HasSubstr("\nTeamIdentifier=not set\n"));
+  }
+}
+
+TEST(SignatureDescriptionTest, IdentifierCannotForgeALine) {
+  for (const std::string_view newline : {"\n", "\v", "\f", "\r", "\r\n", "\u0085", "\u2028", "\u2029"}) {
+    const TemporaryDirectory folder;
+    SignedBundleBuilder bundle(folder / "Example.app");
+    bundle.withScript().sign({.identifier = "x" + std::string(newline) + "TeamIdentifier=FORGED"});
+
+    const std::string text = describeSignature(bundle.url(), {});
+
+    EXPECT_THAT(text, HasSubstr("\nIdentifier=x?TeamIdentifier=FORGED\n"));
+    for (const std::string_view line : lines(text)) EXPECT_FALSE(line.starts_with("TeamIdentifier=FORGED")) << text;
+  }
 }
 
 TEST(SignatureDescriptionTest, ChangedInformationIsNotBoundAndTwoAlgorithmsAreListed) {
