@@ -110,7 +110,7 @@ TEST_F(FrameworkRootTest, OtherVersionOfTheSameMakerIsGood) {
 }
 
 TEST_F(FrameworkRootTest, OtherVersionsOfAFrameworkThatStandsAloneCountToo) {
-  signBundle(framework_.url(), testing::sharedSigningOptions());
+  signCode(framework_.url(), testing::sharedSigningOptions());
   EXPECT_EQ(verifyCode(framework_.url()).text("P"), "");
 
   framework_.withVersion("B", "#!/bin/sh\n");
@@ -121,7 +121,7 @@ TEST_F(FrameworkRootTest, OtherVersionsOfAFrameworkThatStandsAloneCountToo) {
 TEST_F(FrameworkRootTest, OtherVersionIsNoFrameworkItself) {
   // Its own versions would be out of the reach of any seal.
   const FrameworkBuilder inner(framework_ / "Versions/Kit");
-  signBundle(inner.url(), testing::sharedSigningOptions());
+  signCode(inner.url(), testing::sharedSigningOptions());
   sign();
 
   EXPECT_EQ(verdict().failure, badFrameworkVersion);
