@@ -81,7 +81,7 @@ TEST_F(MachOApplicationScenarioTest, DisplayShowsTheTeamOnceItsRootIsAnAnchor) {
 
   EXPECT_THAT(application, HasSubstr("\nFormat=app bundle with Mach-O universal (x86_64 arm64)\n"));
   EXPECT_THAT(application, HasSubstr("\nTeamIdentifier=TEAM123456\n"));
-  EXPECT_THAT(application, HasSubstr("\nSealed Resources version=2 rules=13 files=8\n"));
+  EXPECT_THAT(application, HasSubstr("\nSealed Resources version=2 rules=13 files=9\n"));
   EXPECT_THAT(framework, HasSubstr("\nFormat=bundle with Mach-O universal (x86_64 arm64)\n"));
   EXPECT_THAT(framework, HasSubstr("\nTeamIdentifier=TEAM123456\n"));
 }
@@ -202,7 +202,7 @@ const ApplicationTampering kApplicationTamperings[] = {
      "code object is not signed at all", "In subcomponent: @/MacOS/tool\n"},
     {"ToolOfAnotherSigner",
      [](const auto& a) {
-       signBundle(QuillonURL::fileURL(a.tool.string()), {.replacesSignature = true});
+       signCode(QuillonURL::fileURL(a.tool.string()), {.replacesSignature = true});
      },
      "nested code is modified or invalid", "file modified: @/MacOS/tool\n"},
     {"LibraryInPlaceOfTheTool",
