@@ -1,10 +1,11 @@
 #!/usr/bin/env python3
-"""Writes the seeds of MachOFuzzer: small thin and universal object files of every byte order and width."""
+"""Writes the seeds of MachOFuzzer and MachOSignerFuzzer: small thin and universal object files of every byte order and
+width."""
 
 import pathlib
 import struct
 
-FOLDER = pathlib.Path(__file__).parent / "corpus" / "MachOFuzzer"
+CORPUS = pathlib.Path(__file__).parent / "corpus"
 
 ARM64 = (0x0100000C, 0, 64, "<")
 X86_64 = (0x01000007, 3, 64, "<")
@@ -23,7 +24,7 @@ def segment(architecture, name, offset, length, sections=()):
     return struct.pack(order + "2I", 0x19 if width == 64 else 1, 8 + len(body)) + body
 
 
-def image(architecture, file_type=2, signature=b"", link_edit=True, version=True):
+def image(architecture, file_type=2, signature=b"", link_edit=True, version=True, fill=b"\xC3"):
     cpu_type, cpu_subtype, width, order = architecture
     text, strings = 1024, b"\0_main\0\0"
     signature_offset = text + 16
@@ -46,12 +47,12 @@ def image(architecture, file_type=2, signature=b"", link_edit=True, version=True
     body = b"".join(commands)
     header = struct.pack(order + "7I", 0xFEEDFACF if width == 64 else 0xFEEDFACE, cpu_type, cpu_subtype, file_type,
                          len(commands), len(body), 0x85) + (b"\0" * 4 if width == 64 else b"")
-    content = (header + body).ljust(1008, b"\xC3") + b"<plist/>"
+    content = (header + body).ljust(1008, fill) + b"<plist/>"
     return (content.ljust(text, b"\0") + strings).ljust(signature_offset if signature else 0, b"\0") + signature
 
 
-def universal(architectures, uncounted=0, alignment=4):
-    images = [image(architecture, signature=b"signature") for architecture in architectures]
+def universal(architectures, uncounted=0, alignment=4, signature=b"signature", fill=b"\xC3"):
+    images = [image(architecture, signature=signature, fill=fill) for architecture in architectures]
     entries, content = b"", b""
     offset = start = (8 + 20 * len(images) + (1 << alignment) - 1) >> alignment << alignment
     for (cpu_type, cpu_subtype, _, _), part in zip(architectures, images):
@@ -73,6 +74,16 @@ SEEDS = {
     "universalThree": universal([POWERPC, I386, X86_64], alignment=6),
 }
 
-FOLDER.mkdir(exist_ok=True)
-for name, content in SEEDS.items():
-    (FOLDER / name).write_bytes(content)
+# Images that can be signed have unused bytes behind their load commands, or a signature.
+SIGNER_SEEDS = {
+    **SEEDS,
+    "unsignedARM64": image(ARM64, fill=b"\0"),
+    "unsignedI386": image(I386, 6, version=False, fill=b"\0"),
+    "unsignedPPC": image(POWERPC, fill=b"\0"),
+    "unsignedUniversal": universal([X86_64, ARM64], uncounted=1, alignment=5, signature=b"", fill=b"\0"),
+}
+
+for folder, seeds in (("MachOFuzzer", SEEDS), ("MachOSignerFuzzer", SIGNER_SEEDS)):
+    (CORPUS / folder).mkdir(exist_ok=True)
+    for name, content in seeds.items():
+        (CORPUS / folder / name).write_bytes(content)
