@@ -26,6 +26,7 @@ struct CMSSignature {
   struct TypedHash {
     std::string algorithm;  ///< object identifier, DER content bytes
     std::string hash;
+    friend bool operator==(const TypedHash&, const TypedHash&) = default;
   };
   std::optional<std::vector<TypedHash>> typedHashes;
   /// RFC 3161 token that claims to be over the signature value, unverified; absent without time stamp.

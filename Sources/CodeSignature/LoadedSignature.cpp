@@ -2,6 +2,8 @@
 
 #include <algorithm>
 #include <iterator>
+#include <map>
+#include <ranges>
 
 #include "CodeSignature/CodeSignatureError.h"
 #include "CodeSignature/DesignatedRequirement.h"
@@ -37,6 +39,10 @@ void checkAgreement(const std::vector<CodeDirectory>& directories) {
   }
 }
 
+std::string identifyingHash(const std::string& wholeHash) {
+  return wholeHash.substr(0, kCodeDirectoryHashLength);
+}
+
 /// The message must name exactly the directories that are there: an old signature could otherwise be given another
 /// directory that seals other files.
 void checkNamedHashes(const LoadedSignature& signature) {
@@ -44,20 +50,18 @@ void checkNamedHashes(const LoadedSignature& signature) {
   const auto& directories = signature.directories;
   if (!cms.listedHashes && !cms.typedHashes && directories.size() > 1) fail();
   if (cms.listedHashes) {
-    std::vector<CodeDirectory> sorted = directories;
-    std::ranges::sort(sorted, {}, &CodeDirectory::hashType);
-    std::vector<std::string> hashes;
-    hashes.reserve(sorted.size());
-    for (const CodeDirectory& directory : sorted) hashes.push_back(directory.identifyingHash());
-    if (hashes != *cms.listedHashes) fail();
+    std::map<CodeHashType, std::string> hashes;
+    for (std::size_t i = 0; i < directories.size(); ++i) {
+      hashes[directories[i].hashType] = identifyingHash(signature.directoryHashes[i]);
+    }
+    if (!std::ranges::equal(std::views::values(hashes), *cms.listedHashes)) fail();
   }
   if (cms.typedHashes) {
     if (cms.typedHashes->size() != directories.size()) fail();
-    for (const CodeDirectory& directory : directories) {
-      const bool isNamed = std::ranges::any_of(*cms.typedHashes, [&directory](const auto& named) {
-        return named.algorithm == digestObjectIdentifier(directory.hashType) && named.hash == directory.fullHash();
-      });
-      if (!isNamed) fail();
+    for (std::size_t i = 0; i < directories.size(); ++i) {
+      const CMSSignature::TypedHash expected{.algorithm = digestObjectIdentifier(directories[i].hashType),
+                                             .hash = signature.directoryHashes[i]};
+      if (std::ranges::find(*cms.typedHashes, expected) == cms.typedHashes->end()) fail();
     }
   }
 }
@@ -132,7 +136,7 @@ const CodeDirectory& LoadedSignature::best() const {
 
 std::vector<std::string> LoadedSignature::identifyingHashes() const {
   std::vector<std::string> hashes;
-  for (const CodeDirectory& directory : directories) hashes.push_back(directory.identifyingHash());
+  for (const std::string& hash : directoryHashes) hashes.push_back(identifyingHash(hash));
   return hashes;
 }
 
@@ -155,6 +159,9 @@ LoadedSignature loadCodeDirectories(const CodeRepresentation& code) {
     if (alternate) signature.directories.push_back(parseCodeDirectory(std::move(*alternate)));
   }
   checkAgreement(signature.directories);
+  for (const CodeDirectory& directory : signature.directories) {
+    signature.directoryHashes.push_back(directory.fullHash());
+  }
   return signature;
 }
 

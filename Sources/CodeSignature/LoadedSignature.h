@@ -22,6 +22,8 @@ namespace quillon {
 struct LoadedSignature {
   /// In the order of their slots; the first is the one that the message signs.
   std::vector<CodeDirectory> directories;
+  /// The whole hash of each of them, taken once: directories of large code are large themselves.
+  std::vector<std::string> directoryHashes;
   /// Bytes of the cryptographic message; empty for ad-hoc signatures.
   std::string message;
   std::optional<CMSSignature> cms;
