@@ -40,8 +40,20 @@ std::string stringLiteral(std::string_view value) {
 }  // namespace
 
 QuillonToolJSONObject& QuillonToolJSONObject::with(std::string_view key, const std::optional<std::string_view>& value) {
+  return withLiteral(key, value ? stringLiteral(*value) : "null");
+}
+
+QuillonToolJSONObject& QuillonToolJSONObject::withBool(std::string_view key, bool value) {
+  return withLiteral(key, value ? "true" : "false");
+}
+
+QuillonToolJSONObject& QuillonToolJSONObject::withObject(std::string_view key, const QuillonToolJSONObject& value) {
+  return withLiteral(key, value.text());
+}
+
+QuillonToolJSONObject& QuillonToolJSONObject::withLiteral(std::string_view key, std::string_view literal) {
   if (!members_.empty()) members_ += ",";
-  members_.append(stringLiteral(key)).append(":").append(value ? stringLiteral(*value) : "null");
+  members_.append(stringLiteral(key)).append(":").append(literal);
   return *this;
 }
 

@@ -5,6 +5,7 @@
 
 #include "QuillonTool/QuillonToolBundleSign.h"
 #include "QuillonTool/QuillonToolBundleValidate.h"
+#include "QuillonTool/QuillonToolMessageShow.h"
 #include "QuillonTool/QuillonToolReportShow.h"
 #include "QuillonTool/QuillonToolUsageError.h"
 #include "QuillonTool/QuillonToolVersionCompare.h"
@@ -27,8 +28,8 @@ std::string nameOf(const QuillonToolSubcommand* subcommand) {
 }  // namespace
 
 QuillonToolSubcommandList allSubcommands() {
-  return QuillonToolSubcommandList(
-      {versionCompareSubcommand(), bundleValidateSubcommand(), bundleSignSubcommand(), reportShowSubcommand()});
+  return QuillonToolSubcommandList({versionCompareSubcommand(), bundleValidateSubcommand(), bundleSignSubcommand(),
+                                    messageShowSubcommand(), reportShowSubcommand()});
 }
 
 QuillonToolExitStatus QuillonToolMain::execute(const std::vector<std::string>& words,

@@ -1,5 +1,7 @@
 #include <gtest/gtest.h>
 
+#include <cstdint>
+#include <limits>
 #include <string>
 #include <string_view>
 
@@ -16,6 +18,24 @@ std::string literal(std::string_view value) {
 TEST(QuillonToolJSONObjectTest, KeepsTheOrderOfItsMembers) {
   EXPECT_EQ(QuillonToolJSONObject().text(), "{}");
   EXPECT_EQ(QuillonToolJSONObject().with("b", "1").with("a", std::nullopt).text(), R"({"b":"1","a":null})");
+}
+
+TEST(QuillonToolJSONObjectTest, WritesNumbersInFullAndBooleans) {
+  EXPECT_EQ(QuillonToolJSONObject()
+                .withNumber("n", std::numeric_limits<std::int64_t>::min())
+                .withNumber("u", std::numeric_limits<std::uint64_t>::max())
+                .withBool("t", true)
+                .withBool("f", false)
+                .text(),
+            R"({"n":-9223372036854775808,"u":18446744073709551615,"t":true,"f":false})");
+}
+
+TEST(QuillonToolJSONObjectTest, ObjectsMayStandInObjects) {
+  EXPECT_EQ(QuillonToolJSONObject()
+                .withObject("a", QuillonToolJSONObject().with("b", "\""))
+                .withObject("c", QuillonToolJSONObject())
+                .text(),
+            R"({"a":{"b":"\""},"c":{}})");
 }
 
 TEST(QuillonToolJSONObjectTest, EscapesQuotesBackslashesAndControls) {

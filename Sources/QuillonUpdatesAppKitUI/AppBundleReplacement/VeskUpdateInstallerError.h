@@ -70,6 +70,9 @@ class VeskUpdateInstallerError : public QuillonError {
   static VeskUpdateInstallerError destinationNotWritable() {
     return VeskUpdateInstallerError(Code::destinationNotWritable);
   }
+  static VeskUpdateInstallerError replacementLaunchFailed() {
+    return VeskUpdateInstallerError(Code::replacementLaunchFailed);
+  }
   static VeskUpdateInstallerError replacementFailed() { return VeskUpdateInstallerError(Code::replacementFailed); }
   static VeskUpdateInstallerError relaunchFailed() { return VeskUpdateInstallerError(Code::relaunchFailed); }
 
