@@ -14,7 +14,6 @@
 namespace quillon {
 namespace {
 
-constexpr std::size_t kInformationLimit = 4 << 20;
 constexpr std::string_view kInformationName = "Info.plist";
 constexpr std::string_view kInformationInResources = "Resources/Info.plist";
 
@@ -138,7 +137,7 @@ void readInformation(BundleLayout& layout) {
     if (!file) continue;
     layout.hasInformation = true;
     try {
-      layout.informationBytes = readWholeFile(*file, kInformationLimit);
+      layout.informationBytes = readWholeFile(*file, kInformationLengthLimit);
     } catch (const QuillonSystemError& error) {
       if (error.isPOSIX(EFBIG)) fail(CodeSignatureErrorCode::badPropertyList);
       throw;

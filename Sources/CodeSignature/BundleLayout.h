@@ -1,5 +1,6 @@
 #pragma once
 
+#include <cstddef>
 #include <cstdint>
 #include <string>
 
@@ -7,6 +8,9 @@
 #include "QuillonCore/Values/QuillonPropertyListValue.h"
 
 namespace quillon {
+
+/// Info.plist files have some thousand bytes.
+inline constexpr std::size_t kInformationLengthLimit = 4 << 20;
 
 /// How the parts of a bundle are arranged in its folder.
 enum class BundleForm : std::uint8_t {

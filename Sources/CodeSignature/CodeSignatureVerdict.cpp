@@ -39,6 +39,7 @@ CodeSignatureVerdict verifyCode(const QuillonURL& item, const VerificationOption
   } catch (const CodeSignatureError& error) {
     return failed(error);
   } catch (const QuillonSystemError& error) {
+    if (error.isPOSIX(EACCES)) return failed(CodeSignatureError(CodeSignatureErrorCode::notReadable));
     CodeSignatureVerdict verdict;
     verdict.message = error.isPOSIX(ENOENT) ? "No such file or directory" : error.description();
     return verdict;

@@ -80,6 +80,7 @@ class CodeSignatureVerifier::ResourceCheck {
     for (const ScannedResource& resource : scanned) check(resource);
     checkHashes();
     checkMissing(scanned);
+    if (verifier_.isStrict_) checkSecondInformation();
     checkNestedCode();
     report();
   }
@@ -94,6 +95,19 @@ class CodeSignatureVerifier::ResourceCheck {
     if (!seal_.rules.isStrict(seal_.version, bundle_.hasResourcesFolder()))
       fail(CodeSignatureErrorCode::weakResourceRules);
     if (seal_.version == 1) fail(CodeSignatureErrorCode::weakResourceEnvelope);
+  }
+
+  /// The rules leave an Info.plist in the support folder alone, because it has a slot of its own. Where the bundle has
+  /// its Info.plist elsewhere, nobody would have sealed this one.
+  void checkSecondInformation() {
+    static const std::string kName = "Info.plist";
+    if (bundle_.informationPath == kName || seal_.rules.includes(kName)) return;
+    try {
+      (void)openRegularFile(bundle_.support.get(), kName);
+      addProblem("file added", kName);
+    } catch (const QuillonSystemError&) {
+      // There is none.
+    }
   }
 
   void addProblem(std::string_view what, const std::string& path,

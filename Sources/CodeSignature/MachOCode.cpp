@@ -9,7 +9,6 @@
 namespace quillon {
 namespace {
 
-constexpr std::uint64_t kInformationLimit = 4 << 20;
 /// Hashes take one byte for every 75 of code or more; everything else in a signature is small.
 constexpr std::uint64_t kSignatureBase = 64 << 20;
 constexpr std::uint64_t kCodePerSignatureByte = 16;
@@ -76,7 +75,7 @@ const EmbeddedSignature& MachOCode::embedded() const {
 std::optional<std::string> MachOCode::informationSection() const {
   const MachOSection* section = slice_.image.findSection("__TEXT", "__info_plist");
   if (section == nullptr) return std::nullopt;
-  if (section->length > kInformationLimit) throw CodeSignatureError(CodeSignatureErrorCode::badObjectFormat);
+  if (section->length > kInformationLengthLimit) throw CodeSignatureError(CodeSignatureErrorCode::badObjectFormat);
   return readFileRangeUpTo(file_, slice_.offset + section->fileOffset, section->length);
 }
 

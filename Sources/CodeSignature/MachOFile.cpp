@@ -11,8 +11,6 @@
 namespace quillon {
 namespace {
 
-// The universal header (mach-o/fat.h) is big-endian whatever its slices are.
-constexpr std::uint32_t kUniversalMagic = 0xCAFEBABE;
 constexpr std::uint32_t kSliceLimit = 100;
 constexpr std::uint32_t kAlignmentLimit = 31;
 constexpr std::uint64_t kImageStartSize = 32;

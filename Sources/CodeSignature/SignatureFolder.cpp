@@ -89,7 +89,6 @@ void exchangeOrRename(const FileDescriptor& support, const std::string& from, co
 }
 
 /// Seals of very large bundles have tens of millions of bytes; everything else is small.
-constexpr std::size_t kSealLimit = 256 << 20;
 constexpr std::size_t kPartLimit = 64 << 20;
 
 }  // namespace
@@ -99,8 +98,7 @@ std::optional<std::string> readSignatureFile(const BundleLayout& layout, CodeSlo
   if (!name) return std::nullopt;
   try {
     const FileDescriptor folder = openFolder(layout.support.get(), std::string(kName));
-    return readWholeFile(openRegularFile(folder.get(), std::string(*name)),
-                         slot == CodeSlot::resources ? kSealLimit : kPartLimit);
+    return readWholeFile(openRegularFile(folder.get(), std::string(*name)), kPartLimit);
   } catch (const QuillonSystemError& error) {
     if (error.isPOSIX(ENOENT)) return std::nullopt;
     if (error.isPOSIX(EACCES)) throw CodeSignatureError(CodeSignatureErrorCode::notReadable);

@@ -7,8 +7,6 @@
 namespace quillon {
 namespace {
 
-constexpr std::uint32_t kMagic = 0xCAFEBABE;
-
 std::uint32_t require(const std::optional<std::uint32_t>& value) {
   if (!value) throw CodeSignatureError(CodeSignatureErrorCode::badObjectFormat);
   return *value;
@@ -38,7 +36,7 @@ std::uint64_t universalImageOffset(std::uint64_t end, std::uint32_t alignment) n
 
 std::string buildUniversalHeader(const std::vector<UniversalHeaderEntry>& entries) {
   BlobBuilder out;
-  out.u32(kMagic).u32(static_cast<std::uint32_t>(entries.size()));
+  out.u32(kUniversalMagic).u32(static_cast<std::uint32_t>(entries.size()));
   for (const UniversalHeaderEntry& entry : entries) {
     narrow(entry.offset + entry.length);
     out.u32(entry.cpuType).u32(entry.cpuSubtype).u32(narrow(entry.offset)).u32(narrow(entry.length));

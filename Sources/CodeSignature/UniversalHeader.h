@@ -7,6 +7,9 @@
 
 namespace quillon {
 
+/// First word of a universal file (FAT_MAGIC). The header is big-endian whatever its images are.
+inline constexpr std::uint32_t kUniversalMagic = 0xCAFEBABE;
+
 /// One image of a universal file, as its header describes it (mach-o/fat.h).
 struct UniversalHeaderEntry {
   /// Processor type and subtype, capability bits included.

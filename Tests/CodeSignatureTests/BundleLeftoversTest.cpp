@@ -96,6 +96,16 @@ std::string changeName(const ::testing::TestParamInfo<RootChange>& info) {
 }
 INSTANTIATE_TEST_SUITE_P(Changes, FrameworkRootChangeTest, ::testing::ValuesIn(kRootChanges), changeName);
 
+TEST_F(FrameworkRootTest, SecondInformationThatNoSlotSealsIsRefused) {
+  sign();
+
+  framework_.withFile("Versions/A/Info.plist", "<plist><dict/></plist>");
+
+  EXPECT_EQ(verdict().text("P"), "P: a sealed resource is missing or invalid\nfile added: " +
+                                     (framework_ / "Versions/A/Info.plist").string() +
+                                     "\nIn subcomponent: " + framework_.path().string() + "\n");
+}
+
 TEST_F(FrameworkRootTest, OtherVersionOfTheSameMakerIsGood) {
   framework_.withVersion("B", "#!/bin/sh\necho other\n");
   const QuillonURL other = QuillonURL::fileURL((framework_ / "Versions/B").string());

@@ -20,8 +20,8 @@ namespace {
 
 namespace fs = std::filesystem;
 using ::testing::HasSubstr;
-using ::testing::Not;
 using testing::MachOApplication;
+using ::testing::Not;
 using testing::readFile;
 using testing::TemporaryDirectory;
 using testing::writeFile;
@@ -34,8 +34,8 @@ class MachOApplicationScenarioTest : public ::testing::Test {
   [[nodiscard]] QuillonProcessResult sign(std::vector<std::string> options = {}) const {
     writeFile(folder_ / "key", testing::sharedSigningIdentity().key);
     writeFile(folder_ / "chain", testing::sharedSigningIdentity().certificates);
-    options.insert(options.begin(), {"--sign", "--key", (folder_ / "key").string(), "--certificate",
-                                     (folder_ / "chain").string()});
+    options.insert(options.begin(),
+                   {"--sign", "--key", (folder_ / "key").string(), "--certificate", (folder_ / "chain").string()});
     options.push_back(application_.path().string());
     return codesign(options);
   }
@@ -57,10 +57,9 @@ TEST_F(MachOApplicationScenarioTest, SignedApplicationVerifiesWithAllItsNestedCo
   EXPECT_EQ(signing.status, 0) << signing.output;
   EXPECT_EQ(verification.status, 0);
   EXPECT_EQ(verification.output, "");
-  for (const fs::path& code :
-       {application_.path(), application_.helper.path(), application_.service.path(), application_.plugIn.path(),
-        application_.framework.path(), application_.library, application_.tool,
-        application_.framework / "Versions/A/Helpers/tool"}) {
+  for (const fs::path& code : {application_.path(), application_.helper.path(), application_.service.path(),
+                               application_.plugIn.path(), application_.framework.path(), application_.library,
+                               application_.tool, application_.framework / "Versions/A/Helpers/tool"}) {
     EXPECT_EQ(codesign({"--verify", "--strict", "--deep", code.string()}).output, "") << code;
   }
 }
@@ -91,9 +90,8 @@ TEST_F(MachOApplicationScenarioTest, OptionsReachTheSignature) {
             "<?xml version=\"1.0\" encoding=\"UTF-8\"?>\n<plist version=\"1.0\"><dict>\n"
             "<key>com.apple.security.app-sandbox</key><true/></dict></plist>\n");
 
-  const QuillonProcessResult signing =
-      sign({"--options", "runtime", "--identifier", "com.example.other", "--timestamp", "none", "--entitlements",
-            (folder_ / "entitlements.plist").string()});
+  const QuillonProcessResult signing = sign({"--options", "runtime", "--identifier", "com.example.other", "--timestamp",
+                                             "none", "--entitlements", (folder_ / "entitlements.plist").string()});
 
   ASSERT_EQ(signing.status, 0) << signing.output;
   EXPECT_EQ(verify().output, "");
@@ -201,9 +199,7 @@ const ApplicationTampering kApplicationTamperings[] = {
     {"UnsignedTool", [](const auto& a) { writeFile(a.tool, testing::MachOBuilder(testing::kARM64).build()); },
      "code object is not signed at all", "In subcomponent: @/MacOS/tool\n"},
     {"ToolOfAnotherSigner",
-     [](const auto& a) {
-       signCode(QuillonURL::fileURL(a.tool.string()), {.replacesSignature = true});
-     },
+     [](const auto& a) { signCode(QuillonURL::fileURL(a.tool.string()), {.replacesSignature = true}); },
      "nested code is modified or invalid", "file modified: @/MacOS/tool\n"},
     {"LibraryInPlaceOfTheTool",
      [](const auto& a) { fs::copy_file(a.library, a.tool, fs::copy_options::overwrite_existing); },
@@ -234,8 +230,7 @@ const ApplicationTampering kApplicationTamperings[] = {
      "unsealed contents present in the bundle root", "file added: %/extra\n"},
     {"SignatureInTwoPlaces", [](const auto& a) { writeFile(a / "_CodeSignature/CodeEntitlements", "x"); }, kModified,
      "In architecture: x86_64\n"},
-    {"DataBehindTheProgram",
-     [](const auto& a) { writeFile(a / "MacOS/Example", readFile(a / "MacOS/Example") + "x"); },
+    {"DataBehindTheProgram", [](const auto& a) { writeFile(a / "MacOS/Example", readFile(a / "MacOS/Example") + "x"); },
      "main executable failed strict validation", ""},
 };
 std::string tamperingName(const ::testing::TestParamInfo<ApplicationTampering>& info) {
