@@ -3,7 +3,6 @@
 #include <algorithm>
 #include <iterator>
 #include <map>
-#include <ranges>
 
 #include "CodeSignature/CodeSignatureError.h"
 #include "CodeSignature/DesignatedRequirement.h"
@@ -54,7 +53,9 @@ void checkNamedHashes(const LoadedSignature& signature) {
     for (std::size_t i = 0; i < directories.size(); ++i) {
       hashes[directories[i].hashType] = identifyingHash(signature.directoryHashes[i]);
     }
-    if (!std::ranges::equal(std::views::values(hashes), *cms.listedHashes)) fail();
+    const bool isNamed = std::ranges::equal(
+        hashes, *cms.listedHashes, [](const auto& hash, const std::string& named) { return hash.second == named; });
+    if (!isNamed) fail();
   }
   if (cms.typedHashes) {
     if (cms.typedHashes->size() != directories.size()) fail();
