@@ -213,6 +213,8 @@ std::vector<MachOImageSignature> writeSignedMachOFile(const MachOFile& object, c
   std::vector<UniversalHeaderEntry> entries;
   for (std::size_t i = 0; i < object.slices.size(); ++i) {
     UniversalHeaderEntry entry = readUniversalHeaderEntry(header, i);
+    // Some tools state less than systems need, and put the images at whole pages nevertheless.
+    entry.alignment = std::max(entry.alignment, memoryPageSizeLog2(entry.cpuType));
     entry.offset = universalImageOffset(end, entry.alignment);
     entry.length = ImageSigning(object.slices[i], file, output, entry.offset, request).run(signatures[i]);
     end = entry.offset + entry.length;
