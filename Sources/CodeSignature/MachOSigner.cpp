@@ -16,7 +16,6 @@ namespace quillon {
 namespace {
 
 constexpr std::uint8_t kPageSizeLog2 = 12;
-constexpr std::uint32_t kRuntimeFlag = 0x10000;
 
 // Flags of the executable segment (cs_blobs.h).
 constexpr std::uint64_t kMainBinary = 0x1;
@@ -125,7 +124,7 @@ class ImageSigning {
     directory.flags = request_.flags;
     if (request_.identity == nullptr) directory.flags |= kCodeDirectoryAdHocFlag;
     if (request_.isRuntimeHardened) {
-      directory.flags |= kRuntimeFlag;
+      directory.flags |= kCodeDirectoryRuntimeFlag;
       directory.runtimeVersion = image_.version ? image_.version->sdk : 0;
     }
     directory.hashType = type;
