@@ -102,7 +102,9 @@ class BundleSigning {
     findNestedFiles();
   }
 
+  /// Nothing is written before everything has been refused that can be recognised without a signature.
   void run() {
+    checkLinks();
     signNestedCode();
     const std::string seal = sealResources();
     if (object_.objectFile()) {
@@ -180,6 +182,7 @@ class BundleSigning {
     CodeDirectory directory;
     directory.hashType = type;
     directory.flags = options_.identity ? 0 : kCodeDirectoryAdHocFlag;
+    if (options_.isRuntimeHardened) directory.flags |= kCodeDirectoryRuntimeFlag;
     directory.identifier = signingIdentifier(object_, options_);
     if (options_.identity) directory.team = options_.identity->team();
     const CodeRepresentation& code = object_.native();
@@ -205,7 +208,6 @@ class BundleSigning {
       if (resource.kind == ScannedResourceKind::file) {
         paths.push_back(resource.path);
       } else if (resource.kind == ScannedResourceKind::link) {
-        checkLink(resource);
         sealed.linkText = resource.linkText;
       } else {
         sealed.requirement = nested_.at(resource.path).requirement;
@@ -217,10 +219,13 @@ class BundleSigning {
     return writeSeal(seal, versionOneHashes);
   }
 
-  void checkLink(const ScannedResource& resource) const {
-    if (!isSealedDestination(outermost_.bundle()->bundle, joinedPath(support_, resource.path), resource.linkText,
-                             scopes_)) {
-      fail(CodeSignatureErrorCode::invalidLinkDestination, resource.path);
+  void checkLinks() const {
+    for (const ScannedResource& resource : scanned_) {
+      if (resource.kind != ScannedResourceKind::link) continue;
+      if (!isSealedDestination(outermost_.bundle()->bundle, joinedPath(support_, resource.path), resource.linkText,
+                               scopes_)) {
+        fail(CodeSignatureErrorCode::invalidLinkDestination, resource.path);
+      }
     }
   }
 
@@ -310,7 +315,7 @@ void BundleSigning::signNestedCode() {
 
 SignedCode signCode(const QuillonURL& item, const SigningOptions& options) {
   const CodeObject object = CodeObject::openAt(item);
-  if (!options.replacesSignature && isSigned(object)) throw QuillonError("is already signed");
+  if (!options.replacesSignature && isSigned(object)) throw CodeAlreadySignedError();
   if (object.bundle() != nullptr) {
     BundleSigning(object, object, {}, {}, options).run();
   } else {

@@ -8,9 +8,16 @@
 #include "CodeSignature/CodeHash.h"
 #include "CodeSignature/Entitlements.h"
 #include "CodeSignature/SigningIdentity.h"
+#include "QuillonCore/Values/QuillonError.h"
 #include "QuillonCore/Values/QuillonURL.h"
 
 namespace quillon {
+
+/// The code has a signature, and `SigningOptions` do not say that it is to be replaced.
+class CodeAlreadySignedError : public QuillonError {
+ public:
+  CodeAlreadySignedError() : QuillonError("is already signed") {}
+};
 
 struct SigningOptions {
   /// Absent: an ad-hoc signature, which seals the code and says nothing about who made it.
@@ -29,7 +36,7 @@ struct SigningOptions {
   /// it, and equal bundles have equal signatures only when it is the same each time.
   std::optional<std::chrono::sys_seconds> signingTime = std::nullopt;
   std::optional<Entitlements> entitlements = std::nullopt;
-  /// Whether object files run in the hardened runtime, as defined in the SDK that they were built with.
+  /// Whether the code runs in the hardened runtime: object files as defined in the SDK that they were built with.
   bool isRuntimeHardened = false;
 };
 
@@ -45,8 +52,8 @@ struct SignedCode {
 /// nested code was signed before the failure stays signed.
 ///
 /// Throws CodeSignatureError for code that could not be verified afterwards (links that lead out, special files,
-/// damaged object files), QuillonError when it is signed already, is a file of another kind, or an image has no place
-/// for a signature, and QuillonSystemError.
+/// damaged object files), CodeAlreadySignedError, QuillonError when it is a file of another kind, or an image has no
+/// place for a signature, and QuillonSystemError.
 SignedCode signCode(const QuillonURL& item, const SigningOptions& options);
 
 }  // namespace quillon

@@ -31,11 +31,6 @@ std::uint64_t roundedUp(std::uint64_t value, std::uint64_t multiple) {
   return (value + multiple - 1) / multiple * multiple;
 }
 
-std::uint64_t memoryPageSize(std::uint32_t cpuType) {
-  const bool hasLargePages = cpuType == kARM || cpuType == kARM64 || cpuType == kARM64With32BitPointers;
-  return hasLargePages ? 0x4000 : 0x1000;
-}
-
 /// Writes `value` in the image's byte order.
 void put(std::string& header, std::uint64_t offset, std::uint64_t value, unsigned width, bool isBigEndian) {
   for (unsigned i = 0; i < width; ++i) {
@@ -85,6 +80,11 @@ void requireHeaderSpace(const MachOImage& image, std::string_view start, std::ui
 
 }  // namespace
 
+std::uint32_t memoryPageSizeLog2(std::uint32_t cpuType) noexcept {
+  const bool hasLargePages = cpuType == kARM || cpuType == kARM64 || cpuType == kARM64With32BitPointers;
+  return hasLargePages ? 14 : 12;
+}
+
 MachOSignatureSpace::MachOSignatureSpace(const MachOImage& image, std::string_view start, std::uint64_t length)
     : image_(image), linkEdit_(image.findSegment("__LINKEDIT")), header_(start.substr(0, image.commandsEnd)) {
   if (linkEdit_ == nullptr) refuse("it has no __LINKEDIT segment, where the signature belongs");
@@ -114,11 +114,14 @@ std::uint64_t MachOSignatureSpace::extentOf(std::uint64_t length) noexcept {
 }
 
 std::string MachOSignatureSpace::headerFor(std::uint64_t extent) const {
-  if (codeLimit_ > UINT32_MAX || extent > UINT32_MAX) refuse("it is longer than 4 GiB");
+  // The end, too, has to be a number of 32 bits: readers add the two as such, and 32-bit images state the difference.
+  if (codeLimit_ > UINT32_MAX || extent > UINT32_MAX - codeLimit_) refuse("it is longer than 4 GiB");
   const std::uint64_t fileLength = codeLimit_ + extent - linkEdit_->fileOffset;
-  const std::uint64_t memoryLength = roundedUp(fileLength, memoryPageSize(image_.cpuType));
+  const std::uint64_t memoryLength = roundedUp(fileLength, std::uint64_t{1} << memoryPageSizeLog2(image_.cpuType));
   const std::uint64_t addressLimit = image_.is64Bit ? UINT64_MAX : UINT32_MAX;
-  if (linkEdit_->address > addressLimit - memoryLength) refuse("its __LINKEDIT segment leaves the address space");
+  if (memoryLength > addressLimit || linkEdit_->address > addressLimit - memoryLength) {
+    refuse("its __LINKEDIT segment leaves the address space");
+  }
   for (const MachOSegment& segment : image_.segments) {
     if (&segment == linkEdit_ || segment.memoryLength == 0 || segment.address < linkEdit_->address) continue;
     if (segment.address - linkEdit_->address < memoryLength) {

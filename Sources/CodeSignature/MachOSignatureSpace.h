@@ -15,6 +15,10 @@ class MachOSpaceError : public QuillonError {
   using QuillonError::QuillonError;
 };
 
+/// Base-two logarithm of the pages in which the systems of a processor map memory (and, for universal files, at what
+/// multiples an image must stand so that they can map it).
+[[nodiscard]] std::uint32_t memoryPageSizeLog2(std::uint32_t cpuType) noexcept;
+
 /// Where the signature of an image goes, and the header that says so. The signature stands at the end of the link-edit
 /// segment, which is the end of the image, in place of one that is there already.
 class MachOSignatureSpace {

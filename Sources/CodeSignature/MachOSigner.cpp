@@ -16,7 +16,6 @@ namespace quillon {
 namespace {
 
 constexpr std::uint8_t kPageSizeLog2 = 12;
-constexpr std::uint32_t kRuntimeFlag = 0x10000;
 
 // Flags of the executable segment (cs_blobs.h).
 constexpr std::uint64_t kMainBinary = 0x1;
@@ -125,7 +124,7 @@ class ImageSigning {
     directory.flags = request_.flags;
     if (request_.identity == nullptr) directory.flags |= kCodeDirectoryAdHocFlag;
     if (request_.isRuntimeHardened) {
-      directory.flags |= kRuntimeFlag;
+      directory.flags |= kCodeDirectoryRuntimeFlag;
       directory.runtimeVersion = image_.version ? image_.version->sdk : 0;
     }
     directory.hashType = type;
@@ -213,6 +212,8 @@ std::vector<MachOImageSignature> writeSignedMachOFile(const MachOFile& object, c
   std::vector<UniversalHeaderEntry> entries;
   for (std::size_t i = 0; i < object.slices.size(); ++i) {
     UniversalHeaderEntry entry = readUniversalHeaderEntry(header, i);
+    // Some tools state less than systems need, and put the images at whole pages nevertheless.
+    entry.alignment = std::max(entry.alignment, memoryPageSizeLog2(entry.cpuType));
     entry.offset = universalImageOffset(end, entry.alignment);
     entry.length = ImageSigning(object.slices[i], file, output, entry.offset, request).run(signatures[i]);
     end = entry.offset + entry.length;

@@ -66,6 +66,8 @@ FileDescriptor writeFile(const FileDescriptor& folder, const std::string& name, 
   constexpr mode_t kMode = 0644;
   FileDescriptor file(openat(folder.get(), name.c_str(), O_WRONLY | O_CREAT | O_EXCL | O_CLOEXEC | O_NOFOLLOW, kMode));
   if (file.get() < 0) throw QuillonSystemError::posix(errno, "create", name);
+  // Whoever runs the code reads its signature, whatever this process keeps to itself.
+  if (fchmod(file.get(), kMode) != 0) throw QuillonSystemError::posix(errno, "change the mode of", name);
   writeAll(file.get(), content, name);
   return file;
 }

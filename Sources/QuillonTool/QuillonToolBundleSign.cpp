@@ -18,7 +18,8 @@ constexpr std::string_view kHelp = R"(Usage: quillon bundle sign BUNDLE --key PE
        quillon bundle sign BUNDLE --ad-hoc [--identifier ID] [--force]
 
 Signs BUNDLE, and first the code nested in it that has no signature. Prints who
-signed it. After a failure the bundle keeps the signature that it had.
+signed it. After a failure the bundle keeps the signature that it had; nested
+code that was signed before stays signed.
 
 Options:
   --key PEM          File with the private key.
@@ -90,9 +91,10 @@ QuillonToolExitStatus sign(const QuillonToolArguments& arguments, const QuillonT
     return kToolFailure;
   } catch (const QuillonSystemError&) {
     throw;
+  } catch (const CodeAlreadySignedError& error) {
+    throw QuillonError("Cannot sign " + bundle.path() + ": " + error.description() + " (--force replaces a signature)");
   } catch (const QuillonError& error) {
-    const std::string_view advice = options.replacesSignature ? "" : " (--force replaces a signature)";
-    throw QuillonError("Cannot sign " + bundle.path() + ": " + error.description() + std::string(advice));
+    throw QuillonError("Cannot sign " + bundle.path() + ": " + error.description());
   }
   console.printLine(successText(options.identity));
   return kToolSuccess;

@@ -169,6 +169,26 @@ TEST(CodeSignerTest, NestedCodeIsSignedInsideOutAndAValidSignatureIsKept) {
   EXPECT_EQ(verifyCode(outer.url()).text("x"), "");
 }
 
+TEST(CodeSignerTest, LinkThatCannotBeSealedLeavesNestedCodeUntouched) {
+  const TemporaryDirectory folder;
+  SignedBundleBuilder outer(folder / "Example.app");
+  SignedBundleBuilder nested(outer / "PlugIns/Nested.bundle", "BNDL");
+  nested.withScript();
+  outer.withScript().signAdHoc();
+  const auto before = signatureFiles(nested);
+  const fs::path link = outer / "Resources/out";
+  fs::create_directories(link.parent_path());
+  fs::create_symlink("/etc/passwd", link);
+  SigningOptions options = testing::sharedSigningOptions();
+  options.signsNestedCode = true;
+
+  EXPECT_THROW(outer.sign(options), CodeSignatureError);
+
+  EXPECT_EQ(signatureFiles(nested), before);
+  fs::remove(link);
+  EXPECT_EQ(verifyCode(outer.url()).text("x"), "");
+}
+
 TEST(CodeSignerTest, BrokenNestedCodeIsReportedInsteadOfSealed) {
   const TemporaryDirectory folder;
   SignedBundleBuilder outer(folder / "Example.app");
@@ -462,6 +482,18 @@ TEST(CodeSignerObjectFileTest, UnfinishedExecutablesAreRemoved) {
 
   EXPECT_FALSE(fs::exists(bundle / "MacOS/_CodeSignature-unfinished-01"));
   EXPECT_FALSE(fs::exists(bundle / "Frameworks/_CodeSignature-unfinished-02"));
+  EXPECT_EQ(verifyCode(bundle.url()).text("x"), "");
+}
+
+TEST(CodeSignerTest, ScriptIsSignedForTheHardenedRuntime) {
+  const TemporaryDirectory folder;
+  SignedBundleBuilder bundle(folder / "Example.app");
+  SigningOptions options = testing::sharedSigningOptions();
+  options.isRuntimeHardened = true;
+
+  bundle.withScript().sign(options);
+
+  EXPECT_EQ(parseCodeDirectory(signatureFiles(bundle)["CodeDirectory"]).flags, 0x10000U);
   EXPECT_EQ(verifyCode(bundle.url()).text("x"), "");
 }
 

@@ -197,6 +197,9 @@ TEST(MachOSignatureSpaceRefusalTest, NumbersThatTheFormatCannotHoldAreRefused) {
   EXPECT_EQ(large.refusal(), "The image cannot be signed: it is longer than 4 GiB");
   EXPECT_EQ(SampleImage{MachOBuilder()}.refusal(std::uint64_t{1} << 32),
             "The image cannot be signed: it is longer than 4 GiB");
+  const SampleImage small{MachOBuilder(testing::kI386)};
+  EXPECT_EQ(small.refusal((std::uint64_t{1} << 32) - small.space().codeLimit()),
+            "The image cannot be signed: it is longer than 4 GiB");
 
   const std::string refusal = "The image cannot be signed: its __LINKEDIT segment leaves the address space";
   SampleImage high32{MachOBuilder(testing::kI386)};

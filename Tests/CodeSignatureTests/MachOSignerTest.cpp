@@ -377,6 +377,18 @@ TEST_F(MachOSignerTest, UniversalFileIsLaidOutAnewWithEveryImageSigned) {
   EXPECT_EQ(object_.slices.back().end(), object_.length);
 }
 
+TEST_F(MachOSignerTest, EveryImageStandsAtAWholePageOfItsProcessor) {
+  write(testing::buildUniversalFile({MachOBuilder(testing::kX86_64).build(), MachOBuilder().build()}, 4));
+
+  const std::vector<SignedImage> images = sign(adHocRequest());
+
+  ASSERT_EQ(images.size(), 2U);
+  EXPECT_EQ(object_.slices[0].alignment, 12U);
+  EXPECT_EQ(object_.slices[0].offset, 0x1000U);
+  EXPECT_EQ(object_.slices[1].alignment, 14U);
+  EXPECT_EQ(object_.slices[1].offset % 0x4000, 0U);
+}
+
 TEST_F(MachOSignerTest, ImageThatTheUniversalHeaderDidNotCountIsCountedAndSigned) {
   write(testing::buildUniversalFileHidingLast({MachOBuilder(testing::kX86_64).build(), MachOBuilder().build()}));
 

@@ -1,4 +1,5 @@
 #include <gtest/gtest.h>
+#include <sys/stat.h>
 
 #include <filesystem>
 
@@ -26,6 +27,21 @@ TEST(SignatureFolderTest, FolderHasExactlyTheFilesAfterwards) {
   EXPECT_EQ(testing::readFile(bundle / "_CodeSignature/CodeDirectory"), "new");
   EXPECT_FALSE(fs::exists(bundle / "_CodeSignature/old"));
   EXPECT_EQ(std::distance(fs::directory_iterator(bundle.contents()), {}), 2);  // and Info.plist
+}
+
+TEST(SignatureFolderTest, EveryoneMayReadTheFilesWhateverTheMask) {
+  const testing::TemporaryDirectory folder;
+  const testing::SignedBundleBuilder bundle(folder / "Example.app");
+  const BundleLayout layout = open(bundle);
+
+  const mode_t mask = umask(077);
+  replaceSignatureFolder(layout, {{"CodeDirectory", "new"}});
+  umask(mask);
+
+  const fs::perms file = fs::status(bundle / "_CodeSignature/CodeDirectory").permissions();
+  const fs::perms own = fs::status(bundle / "_CodeSignature").permissions();
+  EXPECT_EQ(static_cast<unsigned>(file), 0644U);
+  EXPECT_EQ(static_cast<unsigned>(own), 0755U);
 }
 
 TEST(SignatureFolderTest, LinkInItsPlaceIsReplacedNotFollowed) {

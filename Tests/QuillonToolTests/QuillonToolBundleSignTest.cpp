@@ -80,6 +80,16 @@ TEST_F(QuillonToolBundleSignTest, ReplacesASignatureOnlyWhenForced) {
   EXPECT_THAT(description(), HasSubstr("Identifier=again\n"));
 }
 
+TEST_F(QuillonToolBundleSignTest, AdvisesForceOnlyForASignature) {
+  bundle_.withFile("Resources/\xFF", "");
+
+  const ToolResult result = sign({"--ad-hoc"});
+
+  EXPECT_EQ(result.status, 1);
+  EXPECT_THAT(result.error, HasSubstr(": A file name cannot be sealed: "));
+  EXPECT_THAT(result.error, ::testing::Not(HasSubstr("--force")));
+}
+
 TEST_F(QuillonToolBundleSignTest, SaysWhereABundleCannotBeSealed) {
   bundle_.withLink("Resources/out", "/etc/passwd");
 

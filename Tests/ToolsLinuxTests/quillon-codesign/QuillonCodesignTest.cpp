@@ -234,6 +234,9 @@ TEST_F(QuillonCodesignTest, WrongArgumentsAreStatusTwoWithTheUsage) {
                                 "--sign - --options hard x",
                                 "--sign - --timestamp=http x",
                                 "--sign - -o",
+                                "--sign - --entitlements '' x",
+                                "--sign - --identifier= x",
+                                "--sign - --strict x",
                                 "--verify -o runtime x",
                                 "--verify --entitlements e x",
                                 "-d --timestamp none x"}) {

@@ -42,9 +42,11 @@ class Parser {
   }
 
   std::string value(const std::string& option, const std::optional<std::string>& attached) {
-    if (attached) return *attached;
-    if (next_ == arguments_.size()) throw CodesignArgumentError(option + " needs a value");
-    return arguments_[next_++];
+    if (!attached && next_ == arguments_.size()) throw CodesignArgumentError(option + " needs a value");
+    std::string text = attached ? *attached : arguments_[next_++];
+    // From an unset variable of a script: signed without, the code would not be what was meant.
+    if (text.empty()) throw CodesignArgumentError(option + " has an empty value");
+    return text;
   }
 
   void setVerbosity(const std::optional<std::string>& level) {
@@ -183,6 +185,7 @@ class Parser {
       }
       return;
     }
+    if (result_.isStrict) throw CodesignArgumentError("--strict belongs to --verify");
     if (result_.keyFile.empty() != result_.certificateFile.empty()) {
       throw CodesignArgumentError("--key and --certificate belong together");
     }
