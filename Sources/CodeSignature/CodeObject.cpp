@@ -22,7 +22,7 @@ BundleLayout openFolderBundle(const fs::path& path) {
 
 /// The folder that would be the bundle if `file` were its main executable.
 fs::path bundleFolderOf(const fs::path& file) {
-  const fs::path folder = file.parent_path();
+  fs::path folder = file.parent_path();
   if (folder.filename() == "MacOS" && folder.parent_path().filename() == "Contents") {
     return folder.parent_path().parent_path();
   }
@@ -118,7 +118,7 @@ std::string CodeObject::mainPath() const {
 }
 
 std::string CodeObject::formatName() const {
-  const std::string code = objectFile_ ? objectFile_->formatName() : "generic";
+  std::string code = objectFile_ ? objectFile_->formatName() : "generic";
   if (!bundle_) return code;
   const std::string kind = bundle_->isApplication() ? "app bundle" : "bundle";
   return bundle_->isInformationMain() ? kind : kind + " with " + code;

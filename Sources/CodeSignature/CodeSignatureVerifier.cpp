@@ -26,6 +26,7 @@ void checkPages(const CodeRepresentation& code, const std::vector<CodeDirectory>
   const CodeDirectory& first = directories.front();
   if (first.codeLimit > code.codeLength()) fail(CodeSignatureErrorCode::signatureFailed);
   std::vector<CodeHashType> types;
+  types.reserve(directories.size());
   for (const CodeDirectory& directory : directories) types.push_back(directory.hashType);
   const auto read = [&code](std::uint64_t offset, std::span<char> block) { return code.readCode(offset, block); };
   const std::vector<std::string> hashes = hashCodePages(read, first.codeLimit, first.pageSizeLog2, types);
