@@ -109,7 +109,8 @@ void readHashes(const BlobReader& reader, CodeDirectory& directory) {
 }
 
 std::uint32_t versionFor(const CodeDirectory& directory) {
-  if (directory.runtimeVersion != 0) return kSupportsRuntime;
+  const bool isRuntimeHardened = (directory.flags & kCodeDirectoryRuntimeFlag) != 0;
+  if (isRuntimeHardened || directory.runtimeVersion != 0) return kSupportsRuntime;
   if (directory.executableSegmentLimit != 0 || directory.executableSegmentFlags != 0) return kSupportsExecutableSegment;
   if (directory.codeLimit > UINT32_MAX) return kSupportsCodeLimit64;
   return directory.team.empty() ? kSupportsScatter : kSupportsTeam;

@@ -13,6 +13,8 @@ namespace quillon {
 
 inline constexpr std::uint32_t kCodeDirectoryAdHocFlag = 0x2;
 inline constexpr std::uint32_t kCodeDirectoryExpiresFlag = 0x400;
+/// Of code directories: the code runs in the hardened runtime (cs_blobs.h).
+inline constexpr std::uint32_t kCodeDirectoryRuntimeFlag = 0x10000;
 
 /// What a signature says about a piece of code: its name, its team, and the hashes of its pages and of the other parts
 /// (cs_blobs.h).

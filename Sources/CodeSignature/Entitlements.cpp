@@ -77,11 +77,6 @@ std::string encode(const QuillonPropertyListValue& value, std::string_view key, 
   refuse(key, "is neither a Boolean, an integer, a string, an array nor a dictionary");
 }
 
-/// Only lists that begin with markup at once: systems that read the text do not expect a byte order mark or UTF-16.
-bool isXML(std::string_view bytes) {
-  return bytes.starts_with('<');
-}
-
 std::string blob(std::uint32_t magic, std::string_view content) {
   BlobBuilder out;
   out.u32(magic).u32(static_cast<std::uint32_t>(8 + content.size())).bytes(content);
@@ -96,7 +91,8 @@ Entitlements Entitlements::read(std::string_view propertyList) {
   const auto* dictionary = entitlements.values_.getIf<QuillonPropertyListValue::Dictionary>();
   if (dictionary == nullptr) throw QuillonError("The entitlements are not a dictionary");
   const std::string der = derElement(BERTag::integer, integerContent(1)) + encodeDictionary(*dictionary, {}, 0);
-  const std::string text = isXML(propertyList) ? std::string(propertyList) : writeXMLPropertyList(entitlements.values_);
+  // Written anew: of a list that has a key twice, one reader takes the first value and another the last.
+  const std::string text = writeXMLPropertyList(entitlements.values_);
   if (text.size() > kLengthLimit) refuseLength();
   entitlements.propertyListBlob_ = blob(kPropertyListMagic, text);
   entitlements.derBlob_ = blob(kDERMagic, derElement(kEntitlements, der));

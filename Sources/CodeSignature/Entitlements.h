@@ -20,7 +20,8 @@ class Entitlements {
   /// As `read`, from a file. Throws QuillonError and QuillonSystemError.
   [[nodiscard]] static Entitlements load(const QuillonURL& file);
 
-  /// The blob of `CodeSlot::entitlements` (magic 0xfade7171). An XML property list in UTF-8 stands in it byte for byte.
+  /// The blob of `CodeSlot::entitlements` (magic 0xfade7171). The list is written
+  /// anew, so that both forms say the same even when one of its keys stood there twice.
   [[nodiscard]] const std::string& propertyListBlob() const noexcept { return propertyListBlob_; }
   /// The blob of `CodeSlot::entitlementsDER` (magic 0xfade7172):
   ///

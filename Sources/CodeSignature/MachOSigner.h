@@ -15,9 +15,6 @@
 
 namespace quillon {
 
-/// Of code directories: the code runs in the hardened runtime (cs_blobs.h).
-inline constexpr std::uint32_t kCodeDirectoryRuntimeFlag = 0x10000;
-
 /// What the signatures of all images of an object file say.
 struct MachOSigningRequest {
   std::string identifier = {};

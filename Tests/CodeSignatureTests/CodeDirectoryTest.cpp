@@ -54,6 +54,9 @@ TEST(CodeDirectoryTest, VersionIsTheLowestThatHoldsTheFields) {
   EXPECT_EQ(parseCodeDirectory(buildCodeDirectory(directory)).version, 0x20400U);
   directory.runtimeVersion = 0x000E0400;
   EXPECT_EQ(parseCodeDirectory(buildCodeDirectory(directory)).runtimeVersion, 0x000E0400U);
+  directory.runtimeVersion = 0;
+  directory.flags = kCodeDirectoryRuntimeFlag;
+  EXPECT_EQ(parseCodeDirectory(buildCodeDirectory(directory)).version, 0x20500U);
   directory.codeLimit = std::uint64_t{5} << 32;
   directory.pageSizeLog2 = 0;
   directory.pageHashes.resize(32);

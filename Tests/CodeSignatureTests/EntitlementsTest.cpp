@@ -51,17 +51,18 @@ std::string header(std::string_view magic, std::size_t length) {
   return bytes;
 }
 
-TEST(EntitlementsTest, XMLStandsInTheBlobByteForByte) {
-  const std::string text =
-      "<?xml version=\"1.0\" encoding=\"UTF-8\"?>\n<!-- kept -->\n<plist version=\"1.0\"><dict>\n"
-      "  <key>com.apple.security.app-sandbox</key> <true/>\n</dict></plist>\n";
+TEST(EntitlementsTest, KeyThatStandsTwiceHasOneValueInBothForms) {
+  const Entitlements entitlements = Entitlements::read(
+      "<plist version=\"1.0\"><dict><key>get-task-allow</key><true/><key>get-task-allow</key><false/></dict></plist>");
 
-  const Entitlements entitlements = Entitlements::read(text);
-
-  EXPECT_EQ(entitlements.propertyListBlob(), header("\xFA\xDE\x71\x71", 8 + text.size()) + text);
+  Dictionary values;
+  values.emplace("get-task-allow", false);
+  EXPECT_EQ(entitlements.propertyListBlob().substr(8), writeXMLPropertyList(QuillonPropertyListValue(values)));
+  EXPECT_EQ(entitlements.derBlob(), entitlementsOf(values).derBlob());
+  EXPECT_FALSE(entitlements.grants("get-task-allow"));
 }
 
-TEST(EntitlementsTest, BinaryListIsRewrittenAsXML) {
+TEST(EntitlementsTest, ListOfAnyFormIsWrittenAsXML) {
   Dictionary values;
   values.emplace("a", true);
   const std::string text = writeXMLPropertyList(QuillonPropertyListValue(values));
