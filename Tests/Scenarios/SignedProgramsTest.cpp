@@ -15,7 +15,9 @@
 #include <string_view>
 #include <vector>
 
+#include "CodeSignature/CodeSigner.h"
 #include "QuillonCore/Runtime/Posix/QuillonPosixProcessRunner.h"
+#include "Support/MachOApplication.h"
 #include "Support/SignatureTampering.h"
 #include "Support/SignedProgramMaker.h"
 #include "Support/TemporaryDirectory.h"
@@ -311,6 +313,12 @@ TamperingSubject made(const std::string& name, const SignedProgramRequest& reque
   return made(name, [request](const fs::path& file) { testing::makeSignedProgram(file, request); });
 }
 
+bool prepareApplication(const fs::path& folder) {
+  const testing::MachOApplication application(folder / "Example.app");
+  signCode(QuillonURL::fileURL(application.path().string()), testing::sharedSigningOptions());
+  return true;
+}
+
 std::vector<TamperingSubject> subjectsMadeHere() {
   using testing::kARM64;
   using testing::kI386;
@@ -324,6 +332,11 @@ std::vector<TamperingSubject> subjectsMadeHere() {
       made("UniversalAdHoc", {.architectures = {kARM64, kX86_64}, .isAdHoc = true}),
       made("WithRoom", testing::makeProgramWithRoom),
       made("Linked", testing::makeLinkedProgram),
+      {.name = "Application",
+       .prepare = prepareApplication,
+       .foreignSignature = signatureOfOtherProgram,
+       .code = "Example.app",
+       .program = "Example.app/Contents/MacOS/Example"},
   };
 }
 

@@ -532,7 +532,9 @@ Outcome keepAlternateDirectoryOnly(TamperedProgram& program) {
 
 Outcome useForeignSignature(TamperedProgram& program) {
   if (!program.replaceSignature(program.foreignSignature())) return std::nullopt;
-  return kModified;
+  // The other program is in no bundle and seals no resources, which is asked before the pages.
+  const bool isInBundle = program.directory(CodeSlot::codeDirectory).specialHashes.contains(CodeSlot::resources);
+  return isInBundle ? Refusal{resourcesNotFound} : kModified;
 }
 
 Outcome useForeignDirectory(TamperedProgram& program) {
