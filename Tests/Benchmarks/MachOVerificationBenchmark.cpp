@@ -73,6 +73,7 @@ void makeProgram(const fs::path& file) {
 
 Cost run(std::vector<std::string> words) {
   std::vector<char*> pointers;
+  pointers.reserve(words.size() + 1);
   for (std::string& word : words) pointers.push_back(word.data());
   pointers.push_back(nullptr);
   const auto begin = std::chrono::steady_clock::now();

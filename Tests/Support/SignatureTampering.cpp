@@ -61,7 +61,6 @@ constexpr std::string_view kMessageDigest = "\x2A\x86\x48\x86\xF7\x0D\x01\x09\x0
 constexpr std::string_view kSigningTime = "\x2A\x86\x48\x86\xF7\x0D\x01\x09\x05"sv;
 constexpr std::string_view kListedHashes = "\x2A\x86\x48\x86\xF7\x63\x64\x09\x01"sv;
 constexpr std::string_view kTypedHashes = "\x2A\x86\x48\x86\xF7\x63\x64\x09\x02"sv;
-constexpr std::string_view kTimestamp = "\x2A\x86\x48\x86\xF7\x0D\x01\x09\x10\x02\x0E"sv;
 
 using Outcome = std::optional<Refusal>;
 
