@@ -200,16 +200,18 @@ void checkDigest(const SignerInfo& signer, std::string_view content, const BEREl
   if (attribute.tag != BERTag::octetString || attribute.content != cmsDigest(signer.digest, content)) fail();
 }
 
-/// The same question put to OpenSSL's own reader.
+/// The same question put to OpenSSL's own reader. Content that is not in the message can be no other than `content`,
+/// and is not written out to be compared: it may be large.
 void checkWithGeneralReader(std::string_view message, const CMSMessageForm& form, std::string_view content) {
   const BIOHandle input = bioOver(message);
   const CMSHandle cms(d2i_CMS_bio(input.get(), nullptr));
   const BIOHandle data = form.holdsContent ? nullptr : bioOver(content);
-  const BIOHandle output(BIO_new(BIO_s_mem()));
+  const BIOHandle output(BIO_new(form.holdsContent ? BIO_s_mem() : BIO_s_null()));
   if (!cms || !output ||
       CMS_verify(cms.get(), nullptr, nullptr, data.get(), output.get(), CMS_BINARY | CMS_NO_SIGNER_CERT_VERIFY) != 1) {
     fail();
   }
+  if (!form.holdsContent) return;
   char* bytes = nullptr;
   const long length = BIO_get_mem_data(output.get(), &bytes);
   if (std::string_view(bytes, static_cast<std::size_t>(length)) != content) fail();
