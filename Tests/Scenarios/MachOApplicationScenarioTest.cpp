@@ -58,7 +58,7 @@ TEST_F(MachOApplicationScenarioTest, SignedApplicationVerifiesWithAllItsNestedCo
   EXPECT_EQ(verification.status, 0);
   EXPECT_EQ(verification.output, "");
   for (const fs::path& code : {application_.path(), application_.helper.path(), application_.service.path(),
-                               application_.plugIn.path(), application_.framework.path(), application_.library,
+                               application_.plugIn.path(), application_.framework.path(), application_.dynamicLibrary,
                                application_.tool, application_.framework / "Versions/A/Helpers/tool"}) {
     EXPECT_EQ(codesign({"--verify", "--strict", "--deep", code.string()}).output, "") << code;
   }
@@ -115,12 +115,12 @@ TEST_F(MachOApplicationScenarioTest, EqualApplicationsHaveEqualAdHocSignatures) 
 
 TEST_F(MachOApplicationScenarioTest, ValidSignaturesOfNestedCodeAreKeptUnlessAllIsSignedAgain) {
   ASSERT_EQ(sign().status, 0);
-  const std::string library = readFile(application_.library);
+  const std::string signedLibrary = readFile(application_.dynamicLibrary);
 
   ASSERT_EQ(sign({"--force"}).status, 0);
-  EXPECT_TRUE(readFile(application_.library) == library);
+  EXPECT_TRUE(readFile(application_.dynamicLibrary) == signedLibrary);
   ASSERT_EQ(codesign({"--sign", "-", "--force", "--deep", application_.path().string()}).status, 0);
-  EXPECT_FALSE(readFile(application_.library) == library);
+  EXPECT_FALSE(readFile(application_.dynamicLibrary) == signedLibrary);
   EXPECT_EQ(verify().output, "");
 }
 
@@ -194,7 +194,7 @@ const ApplicationTampering kApplicationTamperings[] = {
      "file added: @/MacOS/extra\n"},
     {"ChangedScript", [](const auto& a) { flipByte(a / "MacOS/script", 3); }, kBadResource,
      "file modified: @/MacOS/script\n"},
-    {"ChangedLibrary", [](const auto& a) { flipByte(a.library, 0x4000 + 0x1010); }, kModified,
+    {"ChangedLibrary", [](const auto& a) { flipByte(a.dynamicLibrary, 0x4000 + 0x1010); }, kModified,
      "In subcomponent: @/Frameworks/libexample.dylib\nIn architecture: x86_64\n"},
     {"UnsignedTool", [](const auto& a) { writeFile(a.tool, testing::MachOBuilder(testing::kARM64).build()); },
      "code object is not signed at all", "In subcomponent: @/MacOS/tool\n"},
@@ -202,7 +202,7 @@ const ApplicationTampering kApplicationTamperings[] = {
      [](const auto& a) { signCode(QuillonURL::fileURL(a.tool.string()), {.replacesSignature = true}); },
      "nested code is modified or invalid", "file modified: @/MacOS/tool\n"},
     {"LibraryInPlaceOfTheTool",
-     [](const auto& a) { fs::copy_file(a.library, a.tool, fs::copy_options::overwrite_existing); },
+     [](const auto& a) { fs::copy_file(a.dynamicLibrary, a.tool, fs::copy_options::overwrite_existing); },
      "nested code is modified or invalid", "file modified: @/MacOS/tool\n"},
     {"ChangedServiceResource", [](const auto& a) { writeFile(a.service / "Resources/new", "x"); }, kBadResource,
      "file added: @/XPCServices/Service.xpc/Contents/Resources/new\nIn subcomponent: @/XPCServices/Service.xpc\n"},

@@ -27,13 +27,13 @@ MachOApplication::MachOApplication(const std::filesystem::path& path)
       service(application / "XPCServices/Service.xpc", "XPC!"),
       plugIn(helper / "PlugIns/Inner.bundle", "BNDL"),
       framework(application / "Frameworks/Kit.framework", universalCode(MachOFileType::dynamicLibrary, 2)),
-      library(application / "Frameworks/libexample.dylib"),
+      dynamicLibrary(application / "Frameworks/libexample.dylib"),
       tool(application / "MacOS/tool") {
   addExecutable(application);
   addExecutable(helper);
   addExecutable(service);
   addExecutable(plugIn, MachOFileType::bundle);
-  writeFile(library, universalCode(MachOFileType::dynamicLibrary, 2));
+  writeFile(dynamicLibrary, universalCode(MachOFileType::dynamicLibrary, 2));
   writeFile(tool, MachOBuilder(kARM64).build());
   application.withFile("MacOS/script", "#!/bin/sh\n");
   application.withFile("Resources/one.txt", "first\n").withFile("Resources/de.lproj/Main.strings", "\"a\" = \"b\";\n");

@@ -18,12 +18,12 @@ class MachOApplication {
   [[nodiscard]] std::filesystem::path operator/(std::string_view below) const { return application / below; }
 
   SignedBundleBuilder application;
-  SignedBundleBuilder helper;     ///< Contents/Helpers/Helper.app
-  SignedBundleBuilder service;    ///< Contents/XPCServices/Service.xpc
-  SignedBundleBuilder plugIn;     ///< Contents/Helpers/Helper.app/Contents/PlugIns/Inner.bundle
-  FrameworkBuilder framework;     ///< Contents/Frameworks/Kit.framework, with a tool of its own in Helpers
-  std::filesystem::path library;  ///< Contents/Frameworks/libexample.dylib
-  std::filesystem::path tool;     ///< Contents/MacOS/tool
+  SignedBundleBuilder helper;            ///< Contents/Helpers/Helper.app
+  SignedBundleBuilder service;           ///< Contents/XPCServices/Service.xpc
+  SignedBundleBuilder plugIn;            ///< Contents/Helpers/Helper.app/Contents/PlugIns/Inner.bundle
+  FrameworkBuilder framework;            ///< Contents/Frameworks/Kit.framework, with a tool of its own in Helpers
+  std::filesystem::path dynamicLibrary;  ///< Contents/Frameworks/libexample.dylib
+  std::filesystem::path tool;            ///< Contents/MacOS/tool
 };
 
 }  // namespace quillon::testing
