@@ -1,5 +1,5 @@
 #!/usr/bin/env python3
-"""Writes the seed corpus of PropertyListFuzzer: makePropertyListCorpus.py corpus/PropertyListFuzzer"""
+"""Writes the seeds of PropertyListFuzzer, and the binary ones of EntitlementsFuzzer: makePropertyListCorpus.py corpus"""
 
 import datetime
 import pathlib
@@ -49,11 +49,21 @@ SEEDS = {
 }
 
 
+# Entitlements know neither data, dates nor real numbers.
+ENTITLEMENTS = {
+    "rights.binary.plist": plistlib.dumps(
+        {"get-task-allow": True, "groups": ["TEAM123456.group", -129], "nested": {"a": False}}, fmt=plistlib.FMT_BINARY),
+    "shared.binary.plist": SEEDS["shared.binary.plist"],
+}
+
+
 def main():
-    folder = pathlib.Path(sys.argv[1])
-    folder.mkdir(parents=True, exist_ok=True)
-    for name, content in SEEDS.items():
-        (folder / name).write_bytes(content)
+    corpus = pathlib.Path(sys.argv[1])
+    for target, seeds in (("PropertyListFuzzer", SEEDS), ("EntitlementsFuzzer", ENTITLEMENTS)):
+        folder = corpus / target
+        folder.mkdir(parents=True, exist_ok=True)
+        for name, content in seeds.items():
+            (folder / name).write_bytes(content)
 
 
 main()
