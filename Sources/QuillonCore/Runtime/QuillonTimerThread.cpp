@@ -32,8 +32,8 @@ class QuillonTimerThread::Schedule {
     const std::lock_guard guard(lock_);
     const Key key(time, ++lastNumber_);
     if (isStopped_) return key;
-    const bool isFirst = functions_.emplace(key, std::move(function)).first == functions_.begin();
-    if (isFirst) changed_.notify_one();
+    functions_.emplace(key, std::move(function));
+    if (functions_.begin()->first == key) changed_.notify_one();
     return key;
   }
 

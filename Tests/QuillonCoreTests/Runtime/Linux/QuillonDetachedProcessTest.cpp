@@ -72,14 +72,14 @@ TEST_F(QuillonDetachedProcessTest, InheritsNoDescriptor) {
 TEST_F(QuillonDetachedProcessTest, FindsTheDescriptorItWasGivenUnderItsNumberAndNoOther) {
   testing::writeFile(folder_ / "given", "what it says");
   const FileDescriptor given(open((folder_ / "given").c_str(), O_RDONLY | O_CLOEXEC));
-  testing::writeScript(folder_ / "program", "{ cat <&3; echo; ls /proc/$$/fd; } > \"$1\"");
+  // The shell opens its own files at 10 and above.
+  testing::writeScript(folder_ / "program",
+                       "{ cat <&3; for n in 4 5 6 7 8 9; do [ -e /proc/$$/fd/$n ] && echo $n; done; } > \"$1\"");
 
   startDetachedProcess((folder_ / "program").string(), {report_.path().string()}, QuillonProcessEnvironment::minimal,
                        given);
 
-  // The shell has its script open at 10 or above.
-  const std::string output = report_.read();
-  EXPECT_TRUE(output.starts_with("what it says\n0\n1\n10\n2\n3\n")) << output;
+  EXPECT_EQ(report_.read(), "what it says");
 }
 
 TEST_F(QuillonDetachedProcessTest, HasDefaultSignals) {
