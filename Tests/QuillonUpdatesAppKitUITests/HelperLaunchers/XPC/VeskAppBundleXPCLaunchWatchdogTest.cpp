@@ -10,6 +10,7 @@
 
 #include "QuillonCore/Runtime/QuillonTimerThread.h"
 #include "QuillonUpdatesAppKitUI/HelperLaunchers/XPC/VeskAppBundleXPCLaunchWatchdog.h"
+#include "Support/BlockingQueue.h"
 #include "Support/ManualTimers.h"
 
 namespace quillon {
@@ -263,9 +264,9 @@ TEST_F(VeskAppBundleXPCLaunchWatchdogTest, OneTimeoutAtMostUnderStress) {
     threads.clear();
     watchdog->cancel();
     // A handler whose turn had come runs before this one.
-    std::latch isIdle(1);
-    const auto last = timers->schedule(0, [&] { isIdle.count_down(); });
-    isIdle.wait();
+    testing::BlockingQueue<bool> isIdle;
+    const auto last = timers->schedule(0, [&] { isIdle.push(true); });
+    isIdle.pop();
     EXPECT_LE(timeouts, 1);
   }
 }

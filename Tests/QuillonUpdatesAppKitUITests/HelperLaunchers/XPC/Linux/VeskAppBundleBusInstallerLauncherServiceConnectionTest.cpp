@@ -54,10 +54,10 @@ class VeskAppBundleBusInstallerLauncherServiceConnectionTest : public ::testing:
         [this](const Progress& progress) { note(std::string(progress.caseName())); });
   }
 
-  /// Also does what the test has set for the callback.
+  /// Also does what the test has set for the next callback.
   void note(const std::string& callback) {
     callbacks_.push(callback);
-    if (whenCalled_) whenCalled_();
+    if (const auto called = std::exchange(whenCalled_, nullptr)) called();
   }
 
   bool launch() {
@@ -319,13 +319,17 @@ TEST_F(VeskAppBundleBusInstallerLauncherServiceConnectionTest, InvalidatingInACa
   makeConnection(std::move(sockets_.host));
   const BusPeer service(std::move(sockets_.service), BusPeer::Role::server);
   const auto call = launchAndReceive(service);
-  whenCalled_ = [this] { connection_->invalidate(); };
+  whenCalled_ = [this] {
+    connection_->invalidate();
+    callbacks_.push("invalidated");
+  };
 
   report(service, Progress::handoffStarted());
   report(service, Progress::jobSubmitted());
   reply(service, call, Result::launched());
 
   EXPECT_EQ(callbacks_.pop(), "handoffStarted");
+  EXPECT_EQ(callbacks_.pop(), "invalidated");
   connection_.reset();
   EXPECT_TRUE(callbacks_.isEmpty());
 }
@@ -368,10 +372,7 @@ TEST_F(VeskAppBundleBusInstallerLauncherServiceConnectionTest, ACallbackMaySendT
   makeConnection(std::move(sockets_.host));
   const BusPeer service(std::move(sockets_.service), BusPeer::Role::server);
   const auto first = launchAndReceive(service);
-  whenCalled_ = [this] {
-    whenCalled_ = nullptr;
-    EXPECT_TRUE(launch());
-  };
+  whenCalled_ = [this] { EXPECT_TRUE(launch()); };
 
   reply(service, first, Result::launched());
   reply(service, service.receive(), Result::helperUnavailable());
