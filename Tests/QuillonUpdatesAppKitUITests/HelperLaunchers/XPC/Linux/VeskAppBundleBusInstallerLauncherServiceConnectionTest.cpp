@@ -440,6 +440,7 @@ TEST_F(VeskAppBundleBusInstallerLauncherServiceConnectionTest, ManyThreadsMaySen
     connection->resume();
     std::latch start(4);
     std::vector<std::jthread> threads;
+    threads.reserve(3);
     for (int i = 0; i < 3; ++i) {
       threads.emplace_back([&, connection] {
         start.arrive_and_wait();
