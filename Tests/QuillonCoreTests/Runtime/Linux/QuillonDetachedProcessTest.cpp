@@ -69,6 +69,19 @@ TEST_F(QuillonDetachedProcessTest, InheritsNoDescriptor) {
   EXPECT_EQ(outputOf("[ -e " + entry + " ] && echo open || echo closed"), "closed\n");
 }
 
+TEST_F(QuillonDetachedProcessTest, FindsTheDescriptorItWasGivenUnderItsNumberAndNoOther) {
+  testing::writeFile(folder_ / "given", "what it says");
+  const FileDescriptor given(open((folder_ / "given").c_str(), O_RDONLY | O_CLOEXEC));
+  // The shell opens its own files at 10 and above.
+  testing::writeScript(folder_ / "program",
+                       "{ cat <&3; for n in 4 5 6 7 8 9; do [ -e /proc/$$/fd/$n ] && echo $n; done; } > \"$1\"");
+
+  startDetachedProcess((folder_ / "program").string(), {report_.path().string()}, QuillonProcessEnvironment::minimal,
+                       given);
+
+  EXPECT_EQ(report_.read(), "what it says");
+}
+
 TEST_F(QuillonDetachedProcessTest, HasDefaultSignals) {
   sigset_t termination;
   sigset_t previousMask;
