@@ -392,8 +392,12 @@ TEST_F(LauncherServiceScenario, ManyLaunchesLeaveNoDescriptorAndNoChild) {
   const std::size_t descriptors = host.service->descriptorCount();
 
   for (int i = 0; i < kLaunches + kAtOnce; ++i) {
-    if (i < kLaunches) ASSERT_TRUE(host.send(request()));
-    if (i >= kAtOnce) ASSERT_EQ(host.outcome().result, Result::launched());
+    if (i < kLaunches) {
+      ASSERT_TRUE(host.send(request()));
+    }
+    if (i >= kAtOnce) {
+      ASSERT_EQ(host.outcome().result, Result::launched());
+    }
   }
 
   EXPECT_EQ(host.service->descriptorCount(), descriptors);
