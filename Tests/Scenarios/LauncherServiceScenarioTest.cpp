@@ -51,7 +51,6 @@ using ::testing::AnyOf;
 using ::testing::Each;
 using ::testing::ElementsAre;
 using ::testing::HasSubstr;
-using ::testing::SizeIs;
 using ::testing::StartsWith;
 using Result = VeskAppBundleReplacementLaunchResult;
 using testing::makeApplicationBundle;
@@ -384,6 +383,7 @@ TEST_F(LauncherServiceScenario, AFloodingHostGetsAnAnswerToEachOfItsRequests) {
   int sent = 0;
   while (sent < kRequests && host.send(request())) ++sent;
   std::vector<std::string> cases;
+  cases.reserve(kRequests);
   for (int i = 0; i < sent; ++i) cases.emplace_back(host.outcome().result.caseName());
 
   EXPECT_GT(sent, 0);
@@ -396,6 +396,7 @@ TEST_F(LauncherServiceScenario, AHundredHostsAtOnceAreServedByAHundredServices) 
 
   {
     std::vector<std::jthread> hosts;
+    hosts.reserve(results.size());
     for (Result& result : results) {
       hosts.emplace_back([&] { result = HostLaunch(installed, request()).outcome.result; });
     }
