@@ -38,6 +38,7 @@
 #include "QuillonUpdatesAppKitUI/HelperLaunchers/XPC/VeskAppBundleXPCReplacementResult.h"
 #include "QuillonUpdatesAppKitUI/HelperLaunchers/XPC/VeskAppBundleXPCUpdateHelperLauncher.h"
 #include "Support/ApplicationBundleBuilder.h"
+#include "Support/ReplacementRequestBuilder.h"
 #include "Support/ReportFifo.h"
 #include "Support/SigningIdentityMaker.h"
 #include "Support/SocketPair.h"
@@ -209,18 +210,7 @@ class LauncherServiceScenario : public ::testing::Test {
   }
 
   [[nodiscard]] VeskAppBundleReplacementRequest request() const {
-    return {.stagedApplicationURL = QuillonURL::fileURL(staged.string()),
-            .installedApplicationURL = QuillonURL::fileURL(installed.string()),
-            .helperExecutableURL = std::nullopt,
-            .hostIdentity = VeskAppBundleUpdateHostIdentity{.bundleIdentifier = "org.example.App",
-                                                            .applicationVersion = "1.0",
-                                                            .applicationBuild = 1,
-                                                            .expectedTeamIdentifier = std::nullopt,
-                                                            .allowsSameBuildReplacement = false},
-            .shouldRequestAuthorizationIfNeeded = false,
-            .launchUserContext = std::nullopt,
-            .failureReportURL = std::nullopt,
-            .failureReportAttemptIdentifier = std::nullopt};
+    return testing::makeReplacementRequest(staged, installed);
   }
 
   /// Makes the installer write its arguments to a pipe.

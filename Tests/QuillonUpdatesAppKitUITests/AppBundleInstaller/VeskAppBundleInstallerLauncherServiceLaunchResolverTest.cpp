@@ -12,6 +12,7 @@
 #include "QuillonUpdatesAppKitUI/HelperLaunchers/XPC/VeskAppBundleXPCReplacementMessage.h"
 #include "QuillonUpdatesAppKitUI/HelperLaunchers/XPC/VeskAppBundleXPCReplacementMessageKeys.h"
 #include "Support/ApplicationBundleBuilder.h"
+#include "Support/ReplacementRequestBuilder.h"
 #include "Support/TemporaryDirectory.h"
 
 namespace quillon {
@@ -66,18 +67,11 @@ class VeskAppBundleInstallerLauncherServiceLaunchResolverTest : public ::testing
   static QuillonURL url(const fs::path& path) { return QuillonURL::fileURL(path.string()); }
 
   [[nodiscard]] VeskAppBundleReplacementRequest request() const {
-    return {.stagedApplicationURL = url(staged),
-            .installedApplicationURL = url(application),
-            .helperExecutableURL = std::nullopt,
-            .hostIdentity = VeskAppBundleUpdateHostIdentity{.bundleIdentifier = "org.example.App",
-                                                            .applicationVersion = "1.0",
-                                                            .applicationBuild = 1,
-                                                            .expectedTeamIdentifier = std::nullopt,
-                                                            .allowsSameBuildReplacement = true},
-            .shouldRequestAuthorizationIfNeeded = true,
-            .launchUserContext = std::nullopt,
-            .failureReportURL = std::nullopt,
-            .failureReportAttemptIdentifier = "attempt-1"};
+    VeskAppBundleReplacementRequest request = testing::makeReplacementRequest(staged, application);
+    request.hostIdentity->allowsSameBuildReplacement = true;
+    request.shouldRequestAuthorizationIfNeeded = true;
+    request.failureReportAttemptIdentifier = "attempt-1";
+    return request;
   }
 
   [[nodiscard]] VeskAppBundleXPCReplacementLaunch make(const Value::Dictionary& message) const {
