@@ -1,0 +1,47 @@
+#pragma once
+
+#include <gtest/gtest.h>
+
+#include <cstdlib>
+#include <memory>
+#include <string>
+#include <vector>
+
+#include "Support/TestMachine.h"
+
+namespace quillon::testing {
+
+/// A test suite with one TestMachine, booted before its first test.
+///
+/// Where no machine can be booted the tests are skipped, with the reason; in CI they fail, so that they never stop to
+/// run without anybody noticing.
+class MachineScenario : public ::testing::Test {
+ protected:
+  /// Where the commands and the test programs of this build are in the machine.
+  static constexpr const char* commandsFolder = "/opt/quillon/bin";
+  static constexpr const char* programsFolder = "/opt/quillon/programs";
+
+  static void SetUpTestSuite() {
+    try {
+      machine_ = std::make_unique<TestMachine>(std::vector<TestMachine::Folder>{
+          {QUILLON_BINARY_FOLDER, commandsFolder}, {QUILLON_TEST_PROGRAM_FOLDER, programsFolder}});
+    } catch (const TestMachineUnavailable& reason) {
+      whyUnavailable_ = reason.what();
+    }
+  }
+  static void TearDownTestSuite() { machine_.reset(); }
+
+  void SetUp() override {
+    if (machine_ != nullptr) return;
+    if (std::getenv("CI") != nullptr) FAIL() << "CI has to boot a test machine: " << whyUnavailable_;
+    GTEST_SKIP() << whyUnavailable_;
+  }
+
+  [[nodiscard]] static TestMachine& machine() { return *machine_; }
+
+ private:
+  inline static std::unique_ptr<TestMachine> machine_;
+  inline static std::string whyUnavailable_;
+};
+
+}  // namespace quillon::testing
