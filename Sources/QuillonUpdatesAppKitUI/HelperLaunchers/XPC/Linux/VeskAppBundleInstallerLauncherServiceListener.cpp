@@ -13,6 +13,7 @@
 #include "QuillonUpdatesAppKitUI/HelperLaunchers/VeskAppBundleReplacementLaunchResult.h"
 #include "QuillonUpdatesAppKitUI/HelperLaunchers/XPC/Linux/LauncherBusChannel.h"
 #include "QuillonUpdatesAppKitUI/HelperLaunchers/XPC/Linux/LauncherBusPeer.h"
+#include "QuillonUpdatesAppKitUI/HelperLaunchers/XPC/VeskAppBundleInstallerLauncherServiceConnectionError.h"
 #include "QuillonUpdatesAppKitUI/HelperLaunchers/XPC/VeskAppBundleXPCReplacementResult.h"
 
 namespace quillon {
@@ -32,12 +33,12 @@ class ProgressSender final : public VeskAppBundleInstallerLauncherProgressXPCPro
 
 /// The reply to a request that the service did not take or did not answer.
 Dictionary failure(std::string description) {
-  return xpcDictionary(
-      VeskAppBundleReplacementLaunchResult::protocolFailure({.phase = VeskAppBundleInstallerLaunchPhase::xpcConnection,
-                                                             .errorDomain = "Quillon.XPCConnection",
-                                                             .errorCode = std::nullopt,
-                                                             .errorDescription = std::move(description)}),
-      {});
+  return xpcDictionary(VeskAppBundleReplacementLaunchResult::protocolFailure(
+                           {.phase = VeskAppBundleInstallerLaunchPhase::xpcConnection,
+                            .errorDomain = std::string(kInstallerLauncherServiceConnectionDomain),
+                            .errorCode = std::nullopt,
+                            .errorDescription = std::move(description)}),
+                       {});
 }
 
 }  // namespace
