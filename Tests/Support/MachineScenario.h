@@ -17,8 +17,9 @@ namespace quillon::testing {
 /// run without anybody noticing.
 class MachineScenario : public ::testing::Test {
  protected:
-  /// Where the commands and the test programs of this build are in the machine.
-  static constexpr const char* commandsFolder = "/opt/quillon/bin";
+  /// Where the commands and the test programs of this build are in the machine. The commands are where they would be
+  /// installed, so that a privileged one finds the others.
+  static constexpr const char* commandsFolder = QUILLON_TOOL_FOLDER;
   static constexpr const char* programsFolder = "/opt/quillon/programs";
 
   static void SetUpTestSuite() {
@@ -37,6 +38,7 @@ class MachineScenario : public ::testing::Test {
     GTEST_SKIP() << whyUnavailable_;
   }
 
+  [[nodiscard]] static bool isBooted() { return machine_ != nullptr; }
   [[nodiscard]] static TestMachine& machine() { return *machine_; }
 
  private:

@@ -1,8 +1,8 @@
 // A polkit authentication agent that answers every dialog as it was told, for the tests that run in a machine of
 // their own: ScriptedPolkitAgent ANSWER PASSWORD RECORD COMMAND [ARGUMENT…]
 //
-// Registers for the session that it runs in, runs the command, and ends with the command's exit status (128 + signal
-// when a signal ended it). ANSWER is one of
+// Registers for the session that it runs in, with the language in LANG, runs the command, and ends with the command's
+// exit status (128 + signal when a signal ended it). ANSWER is one of
 //
 //   yes     authenticates the administrator with PASSWORD, through polkit's own helper, as an agent with windows does
 //   no      the same with a password that is wrong
@@ -195,13 +195,19 @@ class ScriptedPolkitAgent {
   }
 
  private:
+  /// Of the texts in the dialog.
+  static const char* locale() noexcept {
+    const char* const language = std::getenv("LANG");
+    return language == nullptr ? "C" : language;
+  }
+
   void registerForOwnSession() {
     char* session = nullptr;
     require(sd_pid_get_session(0, &session), "session of this process");
     sd_bus_error error = SD_BUS_ERROR_NULL;
-    const int result = sd_bus_call_method(bus_, kAuthority, kAuthorityPath, kAuthorityInterface,
-                                          "RegisterAuthenticationAgent", &error, nullptr, "(sa{sv})ss", "unix-session",
-                                          1, "session-id", "s", session, "en_US.UTF-8", kAgentPath);
+    const int result =
+        sd_bus_call_method(bus_, kAuthority, kAuthorityPath, kAuthorityInterface, "RegisterAuthenticationAgent", &error,
+                           nullptr, "(sa{sv})ss", "unix-session", 1, "session-id", "s", session, locale(), kAgentPath);
     std::free(session);
     if (result < 0) throw std::runtime_error(std::string("RegisterAuthenticationAgent: ") + error.message);
   }
