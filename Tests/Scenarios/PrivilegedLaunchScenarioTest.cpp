@@ -72,6 +72,7 @@ class PrivilegedLaunchScenario : public MachineScenario {
   void TearDown() override {
     if (!isBooted()) return;
     fs::remove(machine().root() / "home/alice/dialogs");
+    fs::remove_all(machine().root() / "home/alice/.local");
     fs::remove(machine().root() / fs::path(kRelaunched).relative_path());
     if (fs::remove(machine().root() / kPolicyFile)) restartPolkit();
   }
@@ -129,11 +130,12 @@ class PrivilegedLaunchScenario : public MachineScenario {
 
  private:
   static void makeVersion(const std::string& version, const std::string& build) {
-    testing::makeHostApplication(*versions_ / version / "Example.app",
-                        {.version = version,
-                         .build = build,
-                         .script = "echo \"relaunched " + version + " as $(id --user --name)\" > " + kRelaunched},
-                        QUILLON_BINARY_FOLDER);
+    testing::makeHostApplication(
+        *versions_ / version / "Example.app",
+        {.version = version,
+         .build = build,
+         .script = "echo \"relaunched " + version + " as $(id --user --name)\" > " + kRelaunched},
+        QUILLON_BINARY_FOLDER);
   }
 
   /// Puts a version at its place, with everything that is on its way there, and no other file.
@@ -208,11 +210,37 @@ TEST_F(PrivilegedLaunchScenario, ACancelledDialogChangesNothing) {
 TEST_F(PrivilegedLaunchScenario, AHostThatMustNotAskIsRefusedWithoutADialog) {
   const std::string before = files();
 
-  const std::string output = launch("yes", kRootsApplication, " --without-asking");
+  const std::string output = launch("yes", kRootsApplication, " 1");
 
   EXPECT_THAT(output, HasSubstr("{\"result\":\"authorizationDenied\",\"status\":-60005}\n"));
   EXPECT_EQ(files(), before);
   EXPECT_THAT(dialogs(), IsEmpty());
+}
+
+TEST_F(PrivilegedLaunchScenario, ManyLaunchesLeaveNothingBehind) {
+  const std::string output = launch("yes", kRootsApplication, " 20");
+
+  const std::string one =
+      "{\"event\":\"handoffStarted\"}\n"
+      "{\"event\":\"authorizationRequired\",\"destinationParentIsWritable\":false,"
+      "\"canPreserveInstalledOwnership\":false}\n"
+      "{\"result\":\"authorizationDenied\",\"status\":-60005}\n";
+  std::string all;
+  for (int launched = 0; launched < 20; ++launched) all += one;
+  EXPECT_EQ(output, all + "{\"descriptors\":0}\n");
+  expectNothingIsLeft();
+}
+
+TEST_F(PrivilegedLaunchScenario, ACandidateThatWasChangedIsRefusedByTheInstallerAndTheOldOneRunsAgain) {
+  writeFile(machine().root() / fs::path(kStaged).relative_path() / "Contents/Resources/version.txt", "2.1");
+
+  const std::string output = launch("yes", kRootsApplication, untilRelaunched());
+
+  EXPECT_THAT(output, AllOf(HasSubstr("{\"result\":\"launched\"}\n"), HasSubstr("relaunched 1.0 as alice\n")));
+  EXPECT_EQ(versionAt(kRootsApplication), "1.0");
+  expectNothingIsLeft();
+  EXPECT_THAT(machine().run({"find", "/home/alice/.local/share", "-type", "f", "-printf", "%u %f\\n"}).output,
+              StartsWith("alice "));
 }
 
 TEST_F(PrivilegedLaunchScenario, WithoutTheHostsActionFileTheDialogIsAboutUnits) {
@@ -220,6 +248,29 @@ TEST_F(PrivilegedLaunchScenario, WithoutTheHostsActionFileTheDialogIsAboutUnits)
 
   EXPECT_THAT(dialogs(), StartsWith("action=org.freedesktop.systemd1.manage-units\n"
                                     "message=Authentication is required to manage system services or other units.\n"));
+}
+
+TEST_F(PrivilegedLaunchScenario, WithoutAScreenNobodyIsAskedToStopWhatDoesNotRun) {
+  const std::string output = launch("yes", kRootsApplication, untilRelaunched(), {.hasSeat = false});
+
+  EXPECT_THAT(output, HasSubstr("relaunched 2.0 as alice\n"));
+  EXPECT_THAT(dialogs(), Not(HasSubstr("to stop")));
+}
+
+TEST_F(PrivilegedLaunchScenario, AServiceThatDiesUnderTheDialogIsOneFailureAndTheDialogGoes) {
+  const std::string before = files();
+
+  // The other end of the pipe: what the dialog is about is known once the agent has noted it.
+  const std::string output = launch("never", kRootsApplication,
+                                    " | (while ! grep -qs action= /home/alice/dialogs; do :; done; kill -KILL "
+                                    "$(grep -ls '[Q]uillonUpdateInstallerLauncherService' /proc/[0-9]*/cmdline | "
+                                    "cut -d/ -f3); cat; while ! grep -qs withdrawn= /home/alice/dialogs; do :; done)");
+
+  EXPECT_THAT(output, HasSubstr("{\"event\":\"authorizationBegan\"}\n{\"result\":\"protocolFailure\","
+                                "\"diagnostic\":\"phase=xpcConnection"));
+  EXPECT_THAT(output, ::testing::EndsWith("\"}\n{\"descriptors\":0}\n"));
+  EXPECT_EQ(files(), before);
+  expectNothingIsLeft();
 }
 
 TEST_F(PrivilegedLaunchScenario, WithTheHostsActionFileTheOnlyDialogIsTheHosts) {

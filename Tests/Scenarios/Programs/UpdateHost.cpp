@@ -1,11 +1,11 @@
-// A host application that has itself replaced, for tests: UpdateHost BUNDLE STAGED [--without-asking]
+// A host application that has itself replaced, for tests: UpdateHost BUNDLE STAGED [TIMES]
 //
 // Asks the launcher service in BUNDLE to replace BUNDLE by STAGED, as an application does after a download, and ends:
 // the installer waits for that. Prints a JSON object a line: each progress event as {"event": …} with its payload, then
 // {"result": …} with the status, phase or diagnostic, then {"descriptors": N}, how many file descriptors more are open
-// than before the launch. Ends with status 0 when the installer has been launched.
+// than before the first launch. Ends with status 0 when the last launch succeeded.
 //
-// --without-asking: not to ask for administrator rights.
+// With TIMES it does not allow to ask for administrator rights, and launches that often, whatever the results are.
 
 #include <cstdlib>
 #include <exception>
@@ -114,14 +114,18 @@ std::ptrdiff_t openDescriptors() {
 }  // namespace
 
 int main(int argc, char** argv) {
-  if (argc < 3 || argc > 4 || (argc == 4 && std::string_view(argv[3]) != "--without-asking")) {
-    std::cerr << "Usage: UpdateHost BUNDLE STAGED [--without-asking]\n";
+  if (argc < 3 || argc > 4) {
+    std::cerr << "Usage: UpdateHost BUNDLE STAGED [TIMES]\n";
     return kUsageStatus;
   }
   try {
     const std::ptrdiff_t before = openDescriptors();
-    const Result result = launch(QuillonURL::fileURL(argv[1]), QuillonURL::fileURL(argv[2]), argc == 3);
-    print("result", result);
+    const bool mayAsk = argc == 3;
+    Result result = Result::helperUnavailable();
+    for (int left = mayAsk ? 1 : std::stoi(argv[3]); left > 0; --left) {
+      result = launch(QuillonURL::fileURL(argv[1]), QuillonURL::fileURL(argv[2]), mayAsk);
+      print("result", result);
+    }
     print(QuillonToolJSONObject().withNumber("descriptors", openDescriptors() - before));
     return result == Result::launched() ? EXIT_SUCCESS : EXIT_FAILURE;
   } catch (const std::exception& failure) {
