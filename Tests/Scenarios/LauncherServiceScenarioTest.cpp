@@ -15,9 +15,12 @@
 #include <cstdint>
 #include <filesystem>
 #include <fstream>
+#include <functional>
+#include <iterator>
 #include <memory>
 #include <optional>
 #include <string>
+#include <thread>
 #include <utility>
 #include <variant>
 #include <vector>
@@ -25,12 +28,17 @@
 #include "CodeSignature/CodeSigner.h"
 #include "QuillonCore/Runtime/Posix/FileDescriptor.h"
 #include "QuillonCore/Runtime/Posix/QuillonPosixProcessRunner.h"
+#include "QuillonCore/Runtime/QuillonTimerThread.h"
 #include "QuillonUpdatesAppKitUI/HelperLaunchers/XPC/Linux/LauncherBusChannel.h"
+#include "QuillonUpdatesAppKitUI/HelperLaunchers/XPC/Linux/VeskAppBundleBusInstallerLauncherServiceConnectionFactory.h"
 #include "QuillonUpdatesAppKitUI/HelperLaunchers/XPC/Linux/VeskAppBundleInstallerLauncherServiceListener.h"
+#include "QuillonUpdatesAppKitUI/HelperLaunchers/XPC/VeskAppBundleInstallerLauncherServiceInfo.h"
 #include "QuillonUpdatesAppKitUI/HelperLaunchers/XPC/VeskAppBundleXPCLaunchProgress.h"
 #include "QuillonUpdatesAppKitUI/HelperLaunchers/XPC/VeskAppBundleXPCReplacementMessage.h"
 #include "QuillonUpdatesAppKitUI/HelperLaunchers/XPC/VeskAppBundleXPCReplacementResult.h"
+#include "QuillonUpdatesAppKitUI/HelperLaunchers/XPC/VeskAppBundleXPCUpdateHelperLauncher.h"
 #include "Support/ApplicationBundleBuilder.h"
+#include "Support/ReplacementRequestBuilder.h"
 #include "Support/ReportFifo.h"
 #include "Support/SigningIdentityMaker.h"
 #include "Support/SocketPair.h"
@@ -40,10 +48,10 @@ namespace quillon {
 namespace {
 
 namespace fs = std::filesystem;
+using ::testing::AnyOf;
 using ::testing::Each;
 using ::testing::ElementsAre;
 using ::testing::HasSubstr;
-using ::testing::SizeIs;
 using ::testing::StartsWith;
 using Result = VeskAppBundleReplacementLaunchResult;
 using testing::makeApplicationBundle;
@@ -111,6 +119,27 @@ struct LaunchOutcome {
   Result result;
 };
 
+/// A launch by the host's own launcher, which starts a service for it.
+class HostLaunch {
+ public:
+  using OnEvent = std::function<void(const std::string& event)>;
+
+  HostLaunch(const fs::path& application, const VeskAppBundleReplacementRequest& request, const OnEvent& onEvent = {}) {
+    constexpr std::uint64_t kMinute = 60'000'000'000;
+    VeskAppBundleXPCUpdateHelperLauncher launcher(
+        std::make_shared<VeskAppBundleBusInstallerLauncherServiceConnectionFactory>(
+            QuillonURL::fileURL(application.string())),
+        VeskAppBundleInstallerLauncherServiceInfo::serviceName("org.example.App"), kMinute, kMinute,
+        std::make_shared<QuillonTimerThread>());
+    outcome.result = launcher.launchReplacement(request, [&](const VeskAppBundleInstallerLaunchProgress& progress) {
+      outcome.events.emplace_back(progress.caseName());
+      if (onEvent) onEvent(outcome.events.back());
+    });
+  }
+
+  LaunchOutcome outcome;
+};
+
 /// A host that speaks to the service word by word.
 class HostConversation {
  public:
@@ -169,6 +198,9 @@ class HostConversation {
 class LauncherServiceScenario : public ::testing::Test {
  protected:
   void SetUp() override {
+    if (geteuid() != 0 && fs::exists("/run/systemd/system")) {
+      GTEST_SKIP() << "the system's service manager would ask for administrator rights";
+    }
     ASSERT_EQ(chmod(folder.path().c_str(), 0755), 0);
     makeApplicationBundle(installed, {.version = "1.0", .build = "1"});
     makeApplicationBundle(staged, {.version = "2.0", .build = "2"});
@@ -178,18 +210,7 @@ class LauncherServiceScenario : public ::testing::Test {
   }
 
   [[nodiscard]] VeskAppBundleReplacementRequest request() const {
-    return {.stagedApplicationURL = QuillonURL::fileURL(staged.string()),
-            .installedApplicationURL = QuillonURL::fileURL(installed.string()),
-            .helperExecutableURL = std::nullopt,
-            .hostIdentity = VeskAppBundleUpdateHostIdentity{.bundleIdentifier = "org.example.App",
-                                                            .applicationVersion = "1.0",
-                                                            .applicationBuild = 1,
-                                                            .expectedTeamIdentifier = std::nullopt,
-                                                            .allowsSameBuildReplacement = false},
-            .shouldRequestAuthorizationIfNeeded = false,
-            .launchUserContext = std::nullopt,
-            .failureReportURL = std::nullopt,
-            .failureReportAttemptIdentifier = std::nullopt};
+    return testing::makeReplacementRequest(staged, installed);
   }
 
   /// Makes the installer write its arguments to a pipe.
@@ -352,6 +373,7 @@ TEST_F(LauncherServiceScenario, AFloodingHostGetsAnAnswerToEachOfItsRequests) {
   int sent = 0;
   while (sent < kRequests && host.send(request())) ++sent;
   std::vector<std::string> cases;
+  cases.reserve(kRequests);
   for (int i = 0; i < sent; ++i) cases.emplace_back(host.outcome().result.caseName());
 
   EXPECT_GT(sent, 0);
@@ -360,14 +382,111 @@ TEST_F(LauncherServiceScenario, AFloodingHostGetsAnAnswerToEachOfItsRequests) {
 }
 
 TEST_F(LauncherServiceScenario, AHundredHostsAtOnceAreServedByAHundredServices) {
-  std::vector<std::unique_ptr<HostConversation>> hosts;
-  for (int i = 0; i < 100; ++i) {
-    hosts.push_back(std::make_unique<HostConversation>(serviceExecutable));
-    ASSERT_TRUE(hosts.back()->send(request()));
+  std::vector<Result> results(100);
+
+  {
+    std::vector<std::jthread> hosts;
+    hosts.reserve(results.size());
+    for (Result& result : results) {
+      hosts.emplace_back([&] { result = HostLaunch(installed, request()).outcome.result; });
+    }
   }
 
-  for (const auto& host : hosts) EXPECT_EQ(host->outcome().result, Result::launched());
-  for (const auto& host : hosts) EXPECT_EQ(host->end(), 0);
+  EXPECT_THAT(results, Each(Result::launched()));
+}
+
+TEST_F(LauncherServiceScenario, AHostsLauncherHearsOfTheLaunchAndOfItsResult) {
+  const testing::ReportFifo arguments = reportingInstaller();
+
+  const HostLaunch launch(installed, request());
+
+  EXPECT_EQ(launch.outcome.result, Result::launched());
+  EXPECT_THAT(launch.outcome.events, ElementsAre("handoffStarted", "jobSubmitted"));
+  EXPECT_THAT(arguments.read(), HasSubstr("--host-pid " + std::to_string(getpid()) + " "));
+}
+
+/// A launch during which the service is killed when the host hears of an event. An authorization under way needs an
+/// authorization service, and is not among them.
+class KilledLauncherServiceScenario : public LauncherServiceScenario {
+ protected:
+  void SetUp() override {
+    LauncherServiceScenario::SetUp();
+    if (IsSkipped()) return;
+    fs::create_directory(shared);
+    fs::permissions(shared, fs::perms(0777));
+    writeScript(programs / "quillon-codesign", "echo $PPID > " + process().string() + "\necho TeamIdentifier=" + kTeam);
+  }
+  void TearDown() override { fs::permissions(installed.parent_path(), fs::perms(0755)); }
+
+  /// Where the signing tool leaves the number of the service that runs it.
+  [[nodiscard]] fs::path process() const { return shared / "process"; }
+  void killService() const { ::kill(std::stoi(readFile(process())), SIGKILL); }
+
+  /// What an ordinary user's host hears when the folder of the application cannot be written; the last word is the
+  /// result. The service is killed at `fatalEvent`.
+  [[nodiscard]] std::vector<std::string> launchWithoutPermission(const std::string& fatalEvent) const {
+    fs::permissions(installed.parent_path(), fs::perms(0555));
+    const fs::path heard = shared / "heard";
+    const pid_t host = fork();
+    if (host == 0) {
+      if (geteuid() == 0 && (setgid(kOther) != 0 || setuid(kOther) != 0)) _exit(2);
+      const HostLaunch launch(installed, request(), [&](const std::string& event) {
+        if (event == fatalEvent) killService();
+      });
+      std::ofstream file(heard);
+      for (const std::string& event : launch.outcome.events) file << event << '\n';
+      file << launch.outcome.result.caseName() << '\n';
+      file.close();
+      _exit(0);
+    }
+    int status = 0;
+    EXPECT_EQ(waitpid(host, &status, 0), host);
+    EXPECT_EQ(status, 0);
+    std::ifstream file(heard);
+    return {std::istream_iterator<std::string>(file), {}};
+  }
+
+  fs::path shared = folder / "shared";
+};
+
+TEST_F(KilledLauncherServiceScenario, AtTheBeginningTheHostHearsThatTheConversationEnded) {
+  const testing::ReportFifo asked(folder / "asked");
+  const testing::ReportFifo answer(folder / "answer");
+  writeScript(programs / "quillon-codesign",
+              "echo $PPID > " + asked.path().string() + "\nread line < " + answer.path().string());
+
+  const HostLaunch launch(installed, request(), [&](const std::string& event) {
+    if (event == "handoffStarted") ::kill(std::stoi(asked.read()), SIGKILL);
+  });
+
+  EXPECT_THAT(launch.outcome.events, ElementsAre("handoffStarted"));
+  EXPECT_EQ(launch.outcome.result.caseName(), "protocolFailure");
+  writeFile(answer.path(), "\n");
+}
+
+TEST_F(KilledLauncherServiceScenario, WithoutPermissionAndWithoutBeingKilledTheHostHearsADenial) {
+  EXPECT_THAT(launchWithoutPermission("no event"),
+              ElementsAre("handoffStarted", "authorizationRequired", "authorizationDenied"));
+}
+
+TEST_F(KilledLauncherServiceScenario, WhereRightsAreNeededTheHostHearsOneResult) {
+  const std::vector<std::string> heard = launchWithoutPermission("authorizationRequired");
+
+  // The service may have answered before it was killed.
+  EXPECT_THAT(heard,
+              ElementsAre("handoffStarted", "authorizationRequired", AnyOf("protocolFailure", "authorizationDenied")));
+}
+
+TEST_F(KilledLauncherServiceScenario, OnceTheJobIsSubmittedTheHostHearsOneResultAndTheInstallerRuns) {
+  const testing::ReportFifo arguments = reportingInstaller();
+
+  const HostLaunch launch(installed, request(), [&](const std::string& event) {
+    if (event == "jobSubmitted") killService();
+  });
+
+  EXPECT_THAT(launch.outcome.events, ElementsAre("handoffStarted", "jobSubmitted"));
+  EXPECT_THAT(launch.outcome.result.caseName(), AnyOf("protocolFailure", "launched"));
+  EXPECT_THAT(arguments.read(), StartsWith("--staged-app"));
 }
 
 TEST_F(LauncherServiceScenario, APeerOfAnotherUserIsRefused) {
@@ -385,7 +504,11 @@ TEST_F(LauncherServiceScenario, APeerOfAnotherUserIsRefused) {
 }
 
 TEST_F(LauncherServiceScenario, ManyLaunchesLeaveNoDescriptorAndNoChild) {
+#if defined(__SANITIZE_ADDRESS__) || defined(__SANITIZE_THREAD__)
+  constexpr int kLaunches = 150;  // each starts two programs, which takes such a process ten times as long
+#else
   constexpr int kLaunches = 1000;
+#endif
   constexpr int kAtOnce = 4;
   HostConversation host(serviceExecutable);
   ASSERT_EQ(host.launch(request()).result, Result::launched());
@@ -410,6 +533,7 @@ class SignedLauncherServiceScenario : public LauncherServiceScenario {
  protected:
   void SetUp() override {
     LauncherServiceScenario::SetUp();
+    if (IsSkipped()) return;
     ASSERT_EQ(prctl(PR_SET_CHILD_SUBREAPER, 1), 0);
     fs::create_directories(anchor.parent_path());
     for (const fs::path& guarded : {anchor.parent_path(), anchor.parent_path().parent_path()}) {
@@ -449,8 +573,7 @@ TEST_F(SignedLauncherServiceScenario, ALaunchEndsWithTheApplicationReplacedAndSt
   // The installer waits for this host: a process that the test ends.
   const pid_t hostProcess = fork();
   if (hostProcess == 0) {
-    HostConversation host(serviceExecutable);
-    _exit(host.launch(request()).result == Result::launched() ? 0 : 1);
+    _exit(HostLaunch(installed, request()).outcome.result == Result::launched() ? 0 : 1);
   }
   int status = 0;
   ASSERT_EQ(waitpid(hostProcess, &status, 0), hostProcess);

@@ -38,7 +38,7 @@ fs::path addLauncherService(const fs::path& bundle, const fs::path& binaryFolder
                                          entry("CFBundleExecutable", "QuillonUpdateInstallerLauncherService") +
                                          "</dict></plist>\n");
   fs::create_directories(contents / "MacOS");
-  const fs::path executable = contents / "MacOS/QuillonUpdateInstallerLauncherService";
+  fs::path executable = contents / "MacOS/QuillonUpdateInstallerLauncherService";
   fs::copy_file(binaryFolder / executable.filename(), executable);
   return executable;
 }

@@ -42,6 +42,9 @@ void makeHostApplication(const fs::path& bundle, const HostApplicationDescriptio
   makeApplicationBundle(
       bundle, {.identifier = description.identifier, .version = description.version, .build = description.build});
   writeFile(bundle / "Contents/MacOS/Example", "#!/bin/sh\n" + description.script + "\n");
+  writeFile(
+      bundle / "Contents/Resources/de.lproj/Localizable.strings",
+      "\"%@ needs permission to update the installed app.\" = \"%@ darf die App nur mit Erlaubnis ersetzen.\";\n");
   copyStripped(commands / kInstaller, bundle / "Contents/MacOS" / kInstaller);
   addService(bundle, description.identifier, commands);
   SigningOptions options = sharedSigningOptions();

@@ -15,8 +15,9 @@ struct HostApplicationDescription {
 };
 
 /// Makes what a host ships: a signed bundle with the installer command and the launcher service at their places, taken
-/// from `commands` and stripped. Its team is that of `sharedSigningIdentity`, whose root has to be vouched for where
-/// the team is asked for. versionOfApplicationBundle reads it.
+/// from `commands` and stripped, and with a German text for the authorization prompt. Its team is that of
+/// `sharedSigningIdentity`, whose root has to be vouched for where the team is asked for. versionOfApplicationBundle
+/// reads it.
 void makeHostApplication(const std::filesystem::path& bundle, const HostApplicationDescription& description,
                          const std::filesystem::path& commands);
 

@@ -74,6 +74,7 @@ TEST(VeskAppBundleInstallerLaunchTasksTest, TasksMayBeStartedFromSeveralThreads)
   {
     Tasks tasks;
     std::vector<std::jthread> starters;
+    starters.reserve(4);
     for (int starter = 0; starter < 4; ++starter) {
       starters.emplace_back([&] {
         for (int i = 0; i < 25; ++i) tasks.start([&] { ++ran; });

@@ -62,37 +62,37 @@ class VeskAppBundleInstallerLauncherServiceHostIdentityResolverTest : public ::t
                      .expectedTeamIdentifier = "TEAM123456",
                      .allowsSameBuildReplacement = false};
 };
-using HostIdentityResolverTest = VeskAppBundleInstallerLauncherServiceHostIdentityResolverTest;
 
-TEST_F(HostIdentityResolverTest, ARequestThatAgreesGivesTheApplicationsOwnIdentity) {
+TEST_F(VeskAppBundleInstallerLauncherServiceHostIdentityResolverTest,
+       ARequestThatAgreesGivesTheApplicationsOwnIdentity) {
   EXPECT_EQ(make(), requested);
 }
 
-TEST_F(HostIdentityResolverTest, TheSameBuildIsAllowedWhenTheRequestAllowsIt) {
+TEST_F(VeskAppBundleInstallerLauncherServiceHostIdentityResolverTest, TheSameBuildIsAllowedWhenTheRequestAllowsIt) {
   requested.allowsSameBuildReplacement = true;
 
   EXPECT_TRUE(make().allowsSameBuildReplacement);
 }
 
-TEST_F(HostIdentityResolverTest, ARequestWithoutTeamGetsTheApplicationsTeam) {
+TEST_F(VeskAppBundleInstallerLauncherServiceHostIdentityResolverTest, ARequestWithoutTeamGetsTheApplicationsTeam) {
   requested.expectedTeamIdentifier.reset();
 
   EXPECT_EQ(make().expectedTeamIdentifier, "TEAM123456");
 }
 
-TEST_F(HostIdentityResolverTest, AnotherBundleIdentifierIsRefused) {
+TEST_F(VeskAppBundleInstallerLauncherServiceHostIdentityResolverTest, AnotherBundleIdentifierIsRefused) {
   requested.bundleIdentifier = "org.example.Other";
 
   EXPECT_THAT(refusal(), HasSubstr("bundle identifier"));
 }
 
-TEST_F(HostIdentityResolverTest, AnotherVersionIsRefused) {
+TEST_F(VeskAppBundleInstallerLauncherServiceHostIdentityResolverTest, AnotherVersionIsRefused) {
   requested.applicationVersion = "1.4";
 
   EXPECT_THAT(refusal(), HasSubstr("version"));
 }
 
-TEST_F(HostIdentityResolverTest, AnotherBuildIsRefusedOlderOrNewer) {
+TEST_F(VeskAppBundleInstallerLauncherServiceHostIdentityResolverTest, AnotherBuildIsRefusedOlderOrNewer) {
   for (const std::int64_t build : {14, 16}) {
     requested.applicationBuild = build;
 
@@ -100,7 +100,7 @@ TEST_F(HostIdentityResolverTest, AnotherBuildIsRefusedOlderOrNewer) {
   }
 }
 
-TEST_F(HostIdentityResolverTest, AnotherTeamIsRefused) {
+TEST_F(VeskAppBundleInstallerLauncherServiceHostIdentityResolverTest, AnotherTeamIsRefused) {
   for (const char* team : {"TEAM999999", "", "not set"}) {
     requested.expectedTeamIdentifier = team;
 
@@ -108,7 +108,7 @@ TEST_F(HostIdentityResolverTest, AnotherTeamIsRefused) {
   }
 }
 
-TEST_F(HostIdentityResolverTest, ARefusalSaysInTheLogWhatWasExpectedAndFound) {
+TEST_F(VeskAppBundleInstallerLauncherServiceHostIdentityResolverTest, ARefusalSaysInTheLogWhatWasExpectedAndFound) {
   requested.applicationVersion = "";
 
   try {
@@ -119,27 +119,28 @@ TEST_F(HostIdentityResolverTest, ARefusalSaysInTheLogWhatWasExpectedAndFound) {
   }
 }
 
-TEST_F(HostIdentityResolverTest, AnApplicationWithoutIdentifierIsRefused) {
+TEST_F(VeskAppBundleInstallerLauncherServiceHostIdentityResolverTest, AnApplicationWithoutIdentifierIsRefused) {
   describe({.identifier = ""});
   requested.bundleIdentifier = "";
 
   EXPECT_THAT(refusal(), HasSubstr("has no bundle identifier"));
 }
 
-TEST_F(HostIdentityResolverTest, AnApplicationWithoutInformationIsRefused) {
+TEST_F(VeskAppBundleInstallerLauncherServiceHostIdentityResolverTest, AnApplicationWithoutInformationIsRefused) {
   std::filesystem::remove(application / "Contents/Info.plist");
 
   EXPECT_THAT(refusal(), HasSubstr("has no bundle identifier"));
 }
 
-TEST_F(HostIdentityResolverTest, ABuildThatIsNoNumberIsZeroAsForTheValidator) {
+TEST_F(VeskAppBundleInstallerLauncherServiceHostIdentityResolverTest, ABuildThatIsNoNumberIsZeroAsForTheValidator) {
   describe({.version = "1.5", .build = "1.2.3"});
   requested.applicationBuild = 0;
 
   EXPECT_EQ(make().applicationBuild, 0);
 }
 
-TEST_F(HostIdentityResolverTest, AnApplicationWithoutTeamIsRefusedWhetherATeamIsAskedForOrNot) {
+TEST_F(VeskAppBundleInstallerLauncherServiceHostIdentityResolverTest,
+       AnApplicationWithoutTeamIsRefusedWhetherATeamIsAskedForOrNot) {
   tool.output = "TeamIdentifier=not set\n";
   EXPECT_THAT(refusal(), HasSubstr("not signed by a team"));
   requested.expectedTeamIdentifier = "not set";
@@ -149,27 +150,28 @@ TEST_F(HostIdentityResolverTest, AnApplicationWithoutTeamIsRefusedWhetherATeamIs
   EXPECT_THAT(refusal(), HasSubstr("not signed by a team"));
 }
 
-TEST_F(HostIdentityResolverTest, AnUnsignedApplicationIsRefused) {
+TEST_F(VeskAppBundleInstallerLauncherServiceHostIdentityResolverTest, AnUnsignedApplicationIsRefused) {
   tool = {.status = 1, .output = "App.app: code object is not signed at all\n"};
   requested.expectedTeamIdentifier.reset();
 
   EXPECT_THAT(refusal(), HasSubstr("cannot be read"));
 }
 
-TEST_F(HostIdentityResolverTest, TheTeamIsReadWithTheSigningToolsDetailedDescription) {
+TEST_F(VeskAppBundleInstallerLauncherServiceHostIdentityResolverTest,
+       TheTeamIsReadWithTheSigningToolsDetailedDescription) {
   (void)make();
 
   EXPECT_THAT(runner->commands,
               ElementsAre(ElementsAre("/tools/codesign", "-dv", "--verbose=4", application.string())));
 }
 
-TEST_F(HostIdentityResolverTest, TheFirstTeamLineCounts) {
+TEST_F(VeskAppBundleInstallerLauncherServiceHostIdentityResolverTest, TheFirstTeamLineCounts) {
   tool.output = "Signed by TeamIdentifier=NOTTHIS\nTeamIdentifier=FIRST\nTeamIdentifier=SECOND\n";
 
   EXPECT_EQ(resolver().readTeamIdentifier(url()), "FIRST");
 }
 
-TEST_F(HostIdentityResolverTest, ATeamThatCannotBeReadIsAFailedLaunch) {
+TEST_F(VeskAppBundleInstallerLauncherServiceHostIdentityResolverTest, ATeamThatCannotBeReadIsAFailedLaunch) {
   for (const QuillonProcessResult& result : {
            QuillonProcessResult{.status = 1, .output = "TeamIdentifier=TEAM123456\n"},
            QuillonProcessResult{.status = 0, .output = ""},
@@ -183,7 +185,7 @@ TEST_F(HostIdentityResolverTest, ATeamThatCannotBeReadIsAFailedLaunch) {
   }
 }
 
-TEST_F(HostIdentityResolverTest, RunningTheToolGivesItsStatusAndOutput) {
+TEST_F(VeskAppBundleInstallerLauncherServiceHostIdentityResolverTest, RunningTheToolGivesItsStatusAndOutput) {
   tool = {.status = 3, .output = "what it printed"};
 
   EXPECT_EQ(resolver().runCodesign({"a", "b"}), tool);

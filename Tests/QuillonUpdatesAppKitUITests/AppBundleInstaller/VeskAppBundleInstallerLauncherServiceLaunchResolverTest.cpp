@@ -12,6 +12,7 @@
 #include "QuillonUpdatesAppKitUI/HelperLaunchers/XPC/VeskAppBundleXPCReplacementMessage.h"
 #include "QuillonUpdatesAppKitUI/HelperLaunchers/XPC/VeskAppBundleXPCReplacementMessageKeys.h"
 #include "Support/ApplicationBundleBuilder.h"
+#include "Support/ReplacementRequestBuilder.h"
 #include "Support/TemporaryDirectory.h"
 
 namespace quillon {
@@ -66,18 +67,11 @@ class VeskAppBundleInstallerLauncherServiceLaunchResolverTest : public ::testing
   static QuillonURL url(const fs::path& path) { return QuillonURL::fileURL(path.string()); }
 
   [[nodiscard]] VeskAppBundleReplacementRequest request() const {
-    return {.stagedApplicationURL = url(staged),
-            .installedApplicationURL = url(application),
-            .helperExecutableURL = std::nullopt,
-            .hostIdentity = VeskAppBundleUpdateHostIdentity{.bundleIdentifier = "org.example.App",
-                                                            .applicationVersion = "1.0",
-                                                            .applicationBuild = 1,
-                                                            .expectedTeamIdentifier = std::nullopt,
-                                                            .allowsSameBuildReplacement = true},
-            .shouldRequestAuthorizationIfNeeded = true,
-            .launchUserContext = std::nullopt,
-            .failureReportURL = std::nullopt,
-            .failureReportAttemptIdentifier = "attempt-1"};
+    VeskAppBundleReplacementRequest request = testing::makeReplacementRequest(staged, application);
+    request.hostIdentity->allowsSameBuildReplacement = true;
+    request.shouldRequestAuthorizationIfNeeded = true;
+    request.failureReportAttemptIdentifier = "attempt-1";
+    return request;
   }
 
   [[nodiscard]] VeskAppBundleXPCReplacementLaunch make(const Value::Dictionary& message) const {
@@ -114,9 +108,9 @@ class VeskAppBundleInstallerLauncherServiceLaunchResolverTest : public ::testing
       std::make_shared<RelocatedFileManager>(std::vector{QuillonURL::fileURL("/home/jane/.local/share")});
   mutable std::vector<std::string> log;
 };
-using LaunchResolverTest = VeskAppBundleInstallerLauncherServiceLaunchResolverTest;
 
-TEST_F(LaunchResolverTest, ARequestForTheContainingApplicationBecomesACompleteLaunch) {
+TEST_F(VeskAppBundleInstallerLauncherServiceLaunchResolverTest,
+       ARequestForTheContainingApplicationBecomesACompleteLaunch) {
   const auto launch = make(request());
 
   VeskAppBundleReplacementRequest expected = request();
@@ -130,7 +124,7 @@ TEST_F(LaunchResolverTest, ARequestForTheContainingApplicationBecomesACompleteLa
   EXPECT_THAT(log, IsEmpty());
 }
 
-TEST_F(LaunchResolverTest, AMessageThatCannotBeReadIsRefusedAndTheLogSaysWhy) {
+TEST_F(VeskAppBundleInstallerLauncherServiceLaunchResolverTest, AMessageThatCannotBeReadIsRefusedAndTheLogSaysWhy) {
   auto message = VeskAppBundleXPCReplacementMessage{request()}.propertyList();
   message.insert_or_assign(std::string(Keys::applicationBuild), Value("many"));
 
@@ -140,31 +134,31 @@ TEST_F(LaunchResolverTest, AMessageThatCannotBeReadIsRefusedAndTheLogSaysWhy) {
                        HasSubstr("applicationBuild"))));
 }
 
-TEST_F(LaunchResolverTest, AnEmptyMessageIsRefused) {
+TEST_F(VeskAppBundleInstallerLauncherServiceLaunchResolverTest, AnEmptyMessageIsRefused) {
   EXPECT_EQ(refusal(Value::Dictionary{}), "The request cannot be read.");
 }
 
-TEST_F(LaunchResolverTest, ARequestWithoutHostIdentityIsRefused) {
+TEST_F(VeskAppBundleInstallerLauncherServiceLaunchResolverTest, ARequestWithoutHostIdentityIsRefused) {
   VeskAppBundleReplacementRequest anonymous = request();
   anonymous.hostIdentity.reset();
 
   EXPECT_EQ(refusal(anonymous), "The request cannot be read.");
 }
 
-TEST_F(LaunchResolverTest, AServiceOutsideOfApplicationsRefusesEverything) {
+TEST_F(VeskAppBundleInstallerLauncherServiceLaunchResolverTest, AServiceOutsideOfApplicationsRefusesEverything) {
   containing.reset();
 
   EXPECT_EQ(refusal(request()), "The service is not inside an application.");
   EXPECT_THAT(identities->asked, IsEmpty());
 }
 
-TEST_F(LaunchResolverTest, AContainingApplicationThatIsGoneIsRefused) {
+TEST_F(VeskAppBundleInstallerLauncherServiceLaunchResolverTest, AContainingApplicationThatIsGoneIsRefused) {
   containing = url(folder / "Gone.app");
 
   EXPECT_EQ(refusal(request()), "The containing application cannot be found.");
 }
 
-TEST_F(LaunchResolverTest, AnotherApplicationIsRefused) {
+TEST_F(VeskAppBundleInstallerLauncherServiceLaunchResolverTest, AnotherApplicationIsRefused) {
   testing::makeApplicationBundle(folder / "Applications/Other.app", {});
   VeskAppBundleReplacementRequest other = request();
   other.installedApplicationURL = url(folder / "Applications/Other.app");
@@ -173,7 +167,8 @@ TEST_F(LaunchResolverTest, AnotherApplicationIsRefused) {
   EXPECT_THAT(log, ElementsAre(AllOf(HasSubstr("Other.app"), HasSubstr(application.string()))));
 }
 
-TEST_F(LaunchResolverTest, AFolderInsideOrAroundTheApplicationIsAnotherApplication) {
+TEST_F(VeskAppBundleInstallerLauncherServiceLaunchResolverTest,
+       AFolderInsideOrAroundTheApplicationIsAnotherApplication) {
   for (const fs::path& place : {application / "Contents", application.parent_path()}) {
     VeskAppBundleReplacementRequest other = request();
     other.installedApplicationURL = url(place);
@@ -182,14 +177,15 @@ TEST_F(LaunchResolverTest, AFolderInsideOrAroundTheApplicationIsAnotherApplicati
   }
 }
 
-TEST_F(LaunchResolverTest, AnInstalledApplicationThatDoesNotExistIsRefused) {
+TEST_F(VeskAppBundleInstallerLauncherServiceLaunchResolverTest, AnInstalledApplicationThatDoesNotExistIsRefused) {
   VeskAppBundleReplacementRequest missing = request();
   missing.installedApplicationURL = url(folder / "None.app");
 
   EXPECT_EQ(refusal(missing), "The installed application cannot be found.");
 }
 
-TEST_F(LaunchResolverTest, LinksOnEitherSideLeadToTheSameApplicationAndAreNotPassedOn) {
+TEST_F(VeskAppBundleInstallerLauncherServiceLaunchResolverTest,
+       LinksOnEitherSideLeadToTheSameApplicationAndAreNotPassedOn) {
   fs::create_directory_symlink(application.parent_path(), folder / "First");
   fs::create_directory_symlink(application, folder / "Second.app");
   fs::create_directory_symlink(staged.parent_path(), folder / "Third");
@@ -206,27 +202,27 @@ TEST_F(LaunchResolverTest, LinksOnEitherSideLeadToTheSameApplicationAndAreNotPas
   EXPECT_THAT(identities->asked, ElementsAre(url(application)));
 }
 
-TEST_F(LaunchResolverTest, AStagedApplicationThatDoesNotExistIsRefused) {
+TEST_F(VeskAppBundleInstallerLauncherServiceLaunchResolverTest, AStagedApplicationThatDoesNotExistIsRefused) {
   VeskAppBundleReplacementRequest missing = request();
   missing.stagedApplicationURL = url(folder / "None.app");
 
   EXPECT_EQ(refusal(missing), "The staged application cannot be found.");
 }
 
-TEST_F(LaunchResolverTest, AFailureReportGoesWhereTheRequestWantsIt) {
+TEST_F(VeskAppBundleInstallerLauncherServiceLaunchResolverTest, AFailureReportGoesWhereTheRequestWantsIt) {
   VeskAppBundleReplacementRequest reporting = request();
   reporting.failureReportURL = QuillonURL::fileURL("/home/jane/Reports/Failure.plist");
 
   EXPECT_EQ(make(reporting).request.failureReportURL, reporting.failureReportURL);
 }
 
-TEST_F(LaunchResolverTest, WithoutAHomeThereIsNoPlaceForAReport) {
+TEST_F(VeskAppBundleInstallerLauncherServiceLaunchResolverTest, WithoutAHomeThereIsNoPlaceForAReport) {
   files = std::make_shared<RelocatedFileManager>(std::vector<QuillonURL>{});
 
   EXPECT_EQ(make(request()).request.failureReportURL, std::nullopt);
 }
 
-TEST_F(LaunchResolverTest, WithoutAnExecutableInstallerTheHelperIsUnavailable) {
+TEST_F(VeskAppBundleInstallerLauncherServiceLaunchResolverTest, WithoutAnExecutableInstallerTheHelperIsUnavailable) {
   const auto isUnavailable = [&] {
     try {
       (void)make(request());
@@ -245,21 +241,22 @@ TEST_F(LaunchResolverTest, WithoutAnExecutableInstallerTheHelperIsUnavailable) {
   EXPECT_THAT(identities->asked, IsEmpty());
 }
 
-TEST_F(LaunchResolverTest, AnInstallerThatIsALinkIsPassedOnAsTheFileThatWasChecked) {
+TEST_F(VeskAppBundleInstallerLauncherServiceLaunchResolverTest,
+       AnInstallerThatIsALinkIsPassedOnAsTheFileThatWasChecked) {
   fs::rename(helper, folder / "shared-installer");
   fs::create_symlink(folder / "shared-installer", helper);
 
   EXPECT_EQ(make(request()).request.helperExecutableURL, url(fs::canonical(folder.path()) / "shared-installer"));
 }
 
-TEST_F(LaunchResolverTest, AnIdentityThatIsRefusedIsARefusedLaunch) {
+TEST_F(VeskAppBundleInstallerLauncherServiceLaunchResolverTest, AnIdentityThatIsRefusedIsARefusedLaunch) {
   identities->refuses = true;
 
   EXPECT_EQ(refusal(request()), "somebody else");
   EXPECT_THAT(log, ElementsAre("VeskAppBundleInstallerLauncherServiceLaunchResolver: somebody else"));
 }
 
-TEST_F(LaunchResolverTest, AUserContextOfThePeerIsKept) {
+TEST_F(VeskAppBundleInstallerLauncherServiceLaunchResolverTest, AUserContextOfThePeerIsKept) {
   VeskAppBundleReplacementRequest own = request();
   own.launchUserContext = peer;
   own.launchUserContext->homeDirectory = "/srv/jane";
@@ -267,7 +264,7 @@ TEST_F(LaunchResolverTest, AUserContextOfThePeerIsKept) {
   EXPECT_EQ(make(own).request.launchUserContext, own.launchUserContext);
 }
 
-TEST_F(LaunchResolverTest, AUserContextOfAnotherUserIsRefused) {
+TEST_F(VeskAppBundleInstallerLauncherServiceLaunchResolverTest, AUserContextOfAnotherUserIsRefused) {
   for (const User& other : {User{0, 1000, "jane", "/home/jane"}, User{1000, 0, "jane", "/home/jane"},
                             User{1000, 1000, "root", "/home/jane"}, User{1001, 1001, "joe", "/home/joe"}}) {
     VeskAppBundleReplacementRequest foreign = request();

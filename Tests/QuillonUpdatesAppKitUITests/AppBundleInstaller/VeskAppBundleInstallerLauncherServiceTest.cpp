@@ -188,9 +188,8 @@ class VeskAppBundleInstallerLauncherServiceTest : public ::testing::Test {
  private:
   std::unique_ptr<VeskAppBundleInstallerLauncherService> service_;
 };
-using LauncherServiceTest = VeskAppBundleInstallerLauncherServiceTest;
 
-TEST_F(LauncherServiceTest, ARequestIsServedInOrderAndAnsweredLast) {
+TEST_F(VeskAppBundleInstallerLauncherServiceTest, ARequestIsServedInOrderAndAnsweredLast) {
   resolver->onResolution = [&](const auto&) { events.add("resolve"); };
   const auto usual = makeLauncher;
   makeLauncher = [&](std::int32_t host, std::shared_ptr<Budget> budget) {
@@ -213,7 +212,7 @@ TEST_F(LauncherServiceTest, ARequestIsServedInOrderAndAnsweredLast) {
                                         "authorizationBegan", "jobSubmitted", "reply launched"));
 }
 
-TEST_F(LauncherServiceTest, ResultsOfTheLauncherAreSentAsTheyAre) {
+TEST_F(VeskAppBundleInstallerLauncherServiceTest, ResultsOfTheLauncherAreSentAsTheyAre) {
   const VeskAppBundleInstallerFailureDiagnostic diagnostic{
       .phase = Phase::jobSubmission, .errorDomain = "D", .errorCode = 7, .errorDescription = "text"};
   for (const Result& result : {Result::launched(), Result::helperUnavailable(), Result::launchFailed(diagnostic),
@@ -226,7 +225,7 @@ TEST_F(LauncherServiceTest, ResultsOfTheLauncherAreSentAsTheyAre) {
   }
 }
 
-TEST_F(LauncherServiceTest, TheStatusOfARefusedAuthorizationIsDescribedInTheSystemsWords) {
+TEST_F(VeskAppBundleInstallerLauncherServiceTest, TheStatusOfARefusedAuthorizationIsDescribedInTheSystemsWords) {
   messageOfStatus = [](std::int32_t status) { return "status " + std::to_string(status); };
   launch = [](const auto&, auto&, const auto&) { return Result::authorizationDenied(-60005); };
   Message sent;
@@ -237,7 +236,7 @@ TEST_F(LauncherServiceTest, TheStatusOfARefusedAuthorizationIsDescribedInTheSyst
   EXPECT_EQ(*sent.find("errorDescription")->second.getIf<std::string>(), "status -60005");
 }
 
-TEST_F(LauncherServiceTest, ATimeoutOfZeroMakesEveryRequestTimeOutDuringTheResolution) {
+TEST_F(VeskAppBundleInstallerLauncherServiceTest, ATimeoutOfZeroMakesEveryRequestTimeOutDuringTheResolution) {
   preTimeout = 0;
   makeLauncher = [&](auto, auto) {
     events.add("launcher");
@@ -253,7 +252,7 @@ TEST_F(LauncherServiceTest, ATimeoutOfZeroMakesEveryRequestTimeOutDuringTheResol
   EXPECT_THAT(events.all(), Each("handoffStarted"));
 }
 
-TEST_F(LauncherServiceTest, HandoffStartedComesFirstEvenBeforeAnImmediateTimeout) {
+TEST_F(VeskAppBundleInstallerLauncherServiceTest, HandoffStartedComesFirstEvenBeforeAnImmediateTimeout) {
   preTimeout = 0;
 
   service().launchReplacement({}, [&](const Message& reply) {
@@ -263,19 +262,19 @@ TEST_F(LauncherServiceTest, HandoffStartedComesFirstEvenBeforeAnImmediateTimeout
   EXPECT_THAT(events.all(), ElementsAre("handoffStarted", "reply timedOut"));
 }
 
-TEST_F(LauncherServiceTest, TimeThatRunsOutWhileTheMessageIsResolvedEndsTheLaunch) {
+TEST_F(VeskAppBundleInstallerLauncherServiceTest, TimeThatRunsOutWhileTheMessageIsResolvedEndsTheLaunch) {
   resolver->onResolution = [&](const auto&) { time += preTimeout + 1; };
 
   EXPECT_THAT(repliesTo(), ElementsAre(Result::timedOut(Phase::messageResolution)));
 }
 
-TEST_F(LauncherServiceTest, AResolutionThatEndsAtTheDeadlineIsInTime) {
+TEST_F(VeskAppBundleInstallerLauncherServiceTest, AResolutionThatEndsAtTheDeadlineIsInTime) {
   resolver->onResolution = [&](const auto&) { time += preTimeout; };
 
   EXPECT_THAT(repliesTo(), ElementsAre(Result::launched()));
 }
 
-TEST_F(LauncherServiceTest, TheTimeOfALaunchBeginsWithItsRequest) {
+TEST_F(VeskAppBundleInstallerLauncherServiceTest, TheTimeOfALaunchBeginsWithItsRequest) {
   time = 500'000;
   launch = [&](const auto&, Budget& budget, const auto&) {
     EXPECT_FALSE(budget.postAuthorizationShouldProceed());
@@ -294,13 +293,13 @@ TEST_F(LauncherServiceTest, TheTimeOfALaunchBeginsWithItsRequest) {
   EXPECT_THAT(repliesTo(), ElementsAre(Result::launched()));
 }
 
-TEST_F(LauncherServiceTest, ARefusalIsAFailedLaunchThatSaysWhy) {
+TEST_F(VeskAppBundleInstallerLauncherServiceTest, ARefusalIsAFailedLaunchThatSaysWhy) {
   resolver->onResolution = [](const auto&) { throw Refusal("not this one", "secret detail"); };
 
   EXPECT_THAT(repliesTo(), ElementsAre(failed("not this one")));
 }
 
-TEST_F(LauncherServiceTest, AMissingInstallerIsAnUnavailableHelper) {
+TEST_F(VeskAppBundleInstallerLauncherServiceTest, AMissingInstallerIsAnUnavailableHelper) {
   resolver->onResolution = [](const auto&) {
     throw VeskUpdateInstallerError(VeskUpdateInstallerError::Code::replacementHelperUnavailable);
   };
@@ -308,7 +307,7 @@ TEST_F(LauncherServiceTest, AMissingInstallerIsAnUnavailableHelper) {
   EXPECT_THAT(repliesTo(), ElementsAre(Result::helperUnavailable()));
 }
 
-TEST_F(LauncherServiceTest, EveryOtherErrorOfTheResolutionIsAFailedLaunch) {
+TEST_F(VeskAppBundleInstallerLauncherServiceTest, EveryOtherErrorOfTheResolutionIsAFailedLaunch) {
   resolver->onResolution = [](const std::string& name) {
     if (name == "launch") throw VeskUpdateInstallerError::replacementLaunchFailed();
     if (name == "standard") throw std::runtime_error("out of order");
@@ -320,13 +319,13 @@ TEST_F(LauncherServiceTest, EveryOtherErrorOfTheResolutionIsAFailedLaunch) {
   EXPECT_THAT(repliesTo("number"), ElementsAre(failed("The launch could not begin.")));
 }
 
-TEST_F(LauncherServiceTest, WithoutALauncherTheHelperIsUnavailable) {
+TEST_F(VeskAppBundleInstallerLauncherServiceTest, WithoutALauncherTheHelperIsUnavailable) {
   makeLauncher = [](auto, auto) { return nullptr; };
 
   EXPECT_THAT(repliesTo(), ElementsAre(Result::helperUnavailable()));
 }
 
-TEST_F(LauncherServiceTest, ALauncherThatCannotBeMadeIsAFailedLaunch) {
+TEST_F(VeskAppBundleInstallerLauncherServiceTest, ALauncherThatCannotBeMadeIsAFailedLaunch) {
   makeLauncher = [](auto, auto) -> std::shared_ptr<VeskAppBundleUpdateHelperLaunching> {
     throw std::runtime_error("no bus");
   };
@@ -334,7 +333,7 @@ TEST_F(LauncherServiceTest, ALauncherThatCannotBeMadeIsAFailedLaunch) {
   EXPECT_THAT(repliesTo(), ElementsAre(failed("no bus")));
 }
 
-TEST_F(LauncherServiceTest, AProgressHandlerThatThrowsChangesNothing) {
+TEST_F(VeskAppBundleInstallerLauncherServiceTest, AProgressHandlerThatThrowsChangesNothing) {
   onProgress = [](const auto&) { throw std::runtime_error("nobody listens"); };
   launch = [](const auto&, auto&, const ProgressHandler& progress) {
     progress(Progress::jobSubmitted());
@@ -344,7 +343,7 @@ TEST_F(LauncherServiceTest, AProgressHandlerThatThrowsChangesNothing) {
   EXPECT_THAT(repliesTo(), ElementsAre(Result::launched()));
 }
 
-TEST_F(LauncherServiceTest, AReplyThatThrowsIsNotRepeated) {
+TEST_F(VeskAppBundleInstallerLauncherServiceTest, AReplyThatThrowsIsNotRepeated) {
   std::atomic<int> replies = 0;
   const auto reply = [&](const Message&) {
     ++replies;
@@ -361,7 +360,7 @@ TEST_F(LauncherServiceTest, AReplyThatThrowsIsNotRepeated) {
   EXPECT_EQ(replies, 2);
 }
 
-TEST_F(LauncherServiceTest, AResultThatCannotBeEncodedIsAnsweredAsAFailedConversation) {
+TEST_F(VeskAppBundleInstallerLauncherServiceTest, AResultThatCannotBeEncodedIsAnsweredAsAFailedConversation) {
   messageOfStatus = [](std::int32_t) -> std::optional<std::string> { throw std::runtime_error("no texts"); };
   launch = [](const auto&, auto&, const auto&) { return Result::authorizationCancelled(-60006); };
 
@@ -371,7 +370,7 @@ TEST_F(LauncherServiceTest, AResultThatCannotBeEncodedIsAnsweredAsAFailedConvers
   EXPECT_EQ(replies.front().caseName(), "protocolFailure");
 }
 
-TEST_F(LauncherServiceTest, AClockThatThrowsIsAFailedLaunch) {
+TEST_F(VeskAppBundleInstallerLauncherServiceTest, AClockThatThrowsIsAFailedLaunch) {
   VeskAppBundleInstallerLauncherService broken(
       resolver, 1, 1, []() -> std::uint64_t { throw std::runtime_error("no clock"); }, onProgress, makeLauncher);
   Replies replies;
@@ -381,7 +380,7 @@ TEST_F(LauncherServiceTest, AClockThatThrowsIsAFailedLaunch) {
   EXPECT_THAT(replies.all(), ElementsAre(failed("no clock")));
 }
 
-TEST_F(LauncherServiceTest, TheCallReturnsWhileTheLaunchGoesOn) {
+TEST_F(VeskAppBundleInstallerLauncherServiceTest, TheCallReturnsWhileTheLaunchGoesOn) {
   std::promise<void> gate;
   launch = [&](const auto&, auto&, const auto&) {
     gate.get_future().wait();
@@ -396,7 +395,7 @@ TEST_F(LauncherServiceTest, TheCallReturnsWhileTheLaunchGoesOn) {
   EXPECT_EQ(replies.first(), Result::launched());
 }
 
-TEST_F(LauncherServiceTest, TheFirstEventComesFromTheCallAndTheOthersFromTheLaunchsThread) {
+TEST_F(VeskAppBundleInstallerLauncherServiceTest, TheFirstEventComesFromTheCallAndTheOthersFromTheLaunchsThread) {
   std::vector<std::thread::id> threads;  // the launch's thread begins after the first event
   onProgress = [&](const auto&) { threads.push_back(std::this_thread::get_id()); };
   std::thread::id launchThread;
@@ -412,7 +411,7 @@ TEST_F(LauncherServiceTest, TheFirstEventComesFromTheCallAndTheOthersFromTheLaun
   EXPECT_THAT(threads, ElementsAre(std::this_thread::get_id(), launchThread));
 }
 
-TEST_F(LauncherServiceTest, TheDestructorWaitsForLaunchesUnderWay) {
+TEST_F(VeskAppBundleInstallerLauncherServiceTest, TheDestructorWaitsForLaunchesUnderWay) {
   std::promise<void> gate;
   launch = [&](const auto&, auto&, const auto&) {
     gate.get_future().wait();
@@ -428,7 +427,7 @@ TEST_F(LauncherServiceTest, TheDestructorWaitsForLaunchesUnderWay) {
   opener.join();
 }
 
-TEST_F(LauncherServiceTest, TwoRequestsDoNotDisturbEachOther) {
+TEST_F(VeskAppBundleInstallerLauncherServiceTest, TwoRequestsDoNotDisturbEachOther) {
   std::promise<void> gate;
   launch = [&, opened = gate.get_future().share()](const std::string& name, Budget& budget, const auto&) {
     events.add("begin " + name);
@@ -453,7 +452,7 @@ TEST_F(LauncherServiceTest, TwoRequestsDoNotDisturbEachOther) {
   EXPECT_THAT(quick.all(), SizeIs(1));
 }
 
-TEST_F(LauncherServiceTest, ARequestThatIsRefusedDoesNotWaitForALaunchUnderWay) {
+TEST_F(VeskAppBundleInstallerLauncherServiceTest, ARequestThatIsRefusedDoesNotWaitForALaunchUnderWay) {
   std::promise<void> gate;
   launch = [&](const auto&, auto&, const auto&) {
     gate.get_future().wait();
@@ -474,7 +473,7 @@ TEST_F(LauncherServiceTest, ARequestThatIsRefusedDoesNotWaitForALaunchUnderWay) 
   EXPECT_EQ(good.first(), Result::launched());
 }
 
-TEST_F(LauncherServiceTest, RequestsFromManyThreadsAreEachAnsweredOnce) {
+TEST_F(VeskAppBundleInstallerLauncherServiceTest, RequestsFromManyThreadsAreEachAnsweredOnce) {
   std::vector<Replies> all(60);
   launch = [](const auto&, auto&, const ProgressHandler& progress) {
     progress(Progress::jobSubmitted());

@@ -204,12 +204,14 @@ class ScriptedPolkitAgent {
   void registerForOwnSession() {
     char* session = nullptr;
     require(sd_pid_get_session(0, &session), "session of this process");
-    sd_bus_error error = SD_BUS_ERROR_NULL;
+    sd_bus_error error{};
     const int result =
         sd_bus_call_method(bus_, kAuthority, kAuthorityPath, kAuthorityInterface, "RegisterAuthenticationAgent", &error,
                            nullptr, "(sa{sv})ss", "unix-session", 1, "session-id", "s", session, locale(), kAgentPath);
     std::free(session);
-    if (result < 0) throw std::runtime_error(std::string("RegisterAuthenticationAgent: ") + error.message);
+    const std::string reason = error.message == nullptr ? "" : error.message;
+    sd_bus_error_free(&error);
+    if (result < 0) throw std::runtime_error("RegisterAuthenticationAgent: " + reason);
   }
 
   static int commandDidEnd(sd_event_source* source, const siginfo_t* information, void* /*unused*/) {
