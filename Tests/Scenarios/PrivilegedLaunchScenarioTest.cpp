@@ -80,6 +80,11 @@ class PrivilegedLaunchScenario : public MachineScenario {
   /// The command whose output ends a launch: what the application says when it runs again.
   static std::string untilRelaunched() { return std::string(" && timeout 30 cat ") + kRelaunched; }
 
+  /// A command that ends when the agent has noted `text`.
+  static std::string untilDialogsSay(const std::string& text) {
+    return "timeout 20 sh -c 'while ! grep -qs " + text + " /home/alice/dialogs; do :; done'";
+  }
+
   /// Has the host in `bundle` ask to be replaced, in a session of alice whose agent gives `answer`; then runs `after`
   /// in that session. What both print.
   static std::string launch(const std::string& answer, const std::string& bundle, const std::string& after = "",
@@ -154,6 +159,14 @@ class PrivilegedLaunchScenario : public MachineScenario {
 
   inline static std::unique_ptr<testing::TemporaryDirectory> versions_;
 };
+
+TEST_F(PrivilegedLaunchScenario, TheMachineHasEveryLibraryOfTheBuild) {
+  const std::string libraries =
+      machine().run({"/bin/sh", "-c", std::string("ldd ") + commandsFolder + "/* " + programsFolder + "/*"}).output;
+
+  EXPECT_THAT(libraries, HasSubstr("libsystemd.so"));
+  EXPECT_THAT(libraries, Not(HasSubstr("not found"))) << "tools/make_test_machine has to install more";
+}
 
 TEST_F(PrivilegedLaunchScenario, WhatTheUserMayReplaceIsReplacedWithoutADialog) {
   const std::string output = launch("cancel", kUsersApplication, untilRelaunched());
@@ -260,11 +273,11 @@ TEST_F(PrivilegedLaunchScenario, WithoutAScreenNobodyIsAskedToStopWhatDoesNotRun
 TEST_F(PrivilegedLaunchScenario, AServiceThatDiesUnderTheDialogIsOneFailureAndTheDialogGoes) {
   const std::string before = files();
 
-  // The other end of the pipe: what the dialog is about is known once the agent has noted it.
   const std::string output = launch("never", kRootsApplication,
-                                    " | (while ! grep -qs action= /home/alice/dialogs; do :; done; kill -KILL "
-                                    "$(grep -ls '[Q]uillonUpdateInstallerLauncherService' /proc/[0-9]*/cmdline | "
-                                    "cut -d/ -f3); cat; while ! grep -qs withdrawn= /home/alice/dialogs; do :; done)");
+                                    " | (" + untilDialogsSay("action=") +
+                                        "; kill -KILL $(grep -ls '[Q]uillonUpdateInstallerLauncherService' "
+                                        "/proc/[0-9]*/cmdline | cut -d/ -f3); cat; " +
+                                        untilDialogsSay("withdrawn=") + ")");
 
   EXPECT_THAT(output, HasSubstr("{\"event\":\"authorizationBegan\"}\n{\"result\":\"protocolFailure\","
                                 "\"diagnostic\":\"phase=xpcConnection"));
