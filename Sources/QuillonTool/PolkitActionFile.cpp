@@ -1,6 +1,7 @@
 #include "QuillonTool/PolkitActionFile.h"
 
 #include <algorithm>
+#include <cstddef>
 
 #include "QuillonCore/Text/QuillonScalars.h"
 #include "QuillonCore/Values/PropertyListCodec/PropertyListText.h"
@@ -29,44 +30,49 @@ bool isXMLCharacter(char32_t scalar) noexcept {
   return scalar >= 0x20 && isUnicodeScalar(scalar) && scalar != 0xFFFE && scalar != 0xFFFF;
 }
 
-void appendEscaped(std::string& content, char32_t scalar) {
-  switch (scalar) {
-    case '&':
-      content += "&amp;";
-      break;
-    case '<':
-      content += "&lt;";
-      break;
-    case '>':
-      content += "&gt;";
-      break;
-    case '"':
-      content += "&quot;";
-      break;
-    case '\t':
-    case '\n':
-    case '\r':
-      content += ' ';
-      break;
-    default:
-      appendUTF8(content, isXMLCharacter(scalar) ? scalar : U'\uFFFD');
-  }
-}
-
-std::string escaped(std::string_view text) {
+/// `text` with line breaks as blanks and without characters that XML has no place for.
+std::string cleaned(std::string_view text) {
   std::string content;
-  while (!text.empty()) appendEscaped(content, takeFirstScalar(text));
+  while (!text.empty()) {
+    const char32_t scalar = takeFirstScalar(text);
+    const bool isBlank = scalar == '\t' || scalar == '\n' || scalar == '\r';
+    appendUTF8(content, isBlank ? U' ' : isXMLCharacter(scalar) ? scalar : U'\uFFFD');
+  }
   return content;
 }
 
+void replaceAll(std::string& text, std::string_view part, std::string_view replacement) {
+  for (std::size_t i = text.find(part); i != std::string::npos; i = text.find(part, i + replacement.size())) {
+    text.replace(i, part.size(), replacement);
+  }
+}
+
+/// The value of an attribute.
+std::string attributeText(std::string_view text) {
+  std::string content = cleaned(text);
+  replaceAll(content, "&", "&amp;");
+  replaceAll(content, "<", "&lt;");
+  replaceAll(content, "\"", "&quot;");
+  return content;
+}
+
+/// The content of an element. Of a text with entities polkit 122 keeps only what follows the last one, so a text that
+/// looks like markup stands in a CDATA section.
+std::string elementText(std::string_view text) {
+  std::string content = cleaned(text);
+  if (content.find_first_of("&<>") == std::string::npos) return content;
+  replaceAll(content, "]]>", "]]]]><![CDATA[>");
+  return "<![CDATA[" + content + "]]>";
+}
+
 std::string element(std::string_view name, std::string_view attributes, std::string_view text) {
-  return "<" + std::string(name).append(attributes) + ">" + escaped(text) + "</" + std::string(name) + ">\n";
+  return "<" + std::string(name).append(attributes) + ">" + elementText(text) + "</" + std::string(name) + ">\n";
 }
 
 std::string elements(std::string_view name, const PolkitActionFile::Text& text) {
   std::string content = "    " + element(name, {}, text.english);
   for (const auto& [language, translation] : text.translations) {
-    content += "    " + element(name, " xml:lang=\"" + escaped(language) + "\"", translation);
+    content += "    " + element(name, " xml:lang=\"" + attributeText(language) + "\"", translation);
   }
   return content;
 }
@@ -76,7 +82,7 @@ std::string elements(std::string_view name, const PolkitActionFile::Text& text) 
 std::string PolkitActionFile::content() const {
   std::string text(kBeginning);
   text += "  " + element("vendor", {}, vendor);
-  text += "  <action id=\"" + escaped(actionIdentifier) + "\">\n";
+  text += "  <action id=\"" + attributeText(actionIdentifier) + "\">\n";
   text += elements("description", description);
   text += elements("message", message);
   return text.append(kEnd);

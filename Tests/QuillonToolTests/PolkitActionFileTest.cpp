@@ -28,7 +28,7 @@ TEST(PolkitActionFileTest, SaysWhatPolkitNeedsToKnow) {
   <action id="org.example.App.quillon-update">
     <description>Update App</description>
     <message>App needs permission.</message>
-    <message xml:lang="de">App braucht &quot;Erlaubnis&quot;</message>
+    <message xml:lang="de">App braucht "Erlaubnis"</message>
     <defaults>
       <allow_any>auth_admin_keep</allow_any>
       <allow_inactive>auth_admin_keep</allow_inactive>
@@ -43,10 +43,19 @@ TEST(PolkitActionFileTest, SaysWhatPolkitNeedsToKnow) {
 TEST(PolkitActionFileTest, TextsCannotBecomeMarkup) {
   PolkitActionFile file = kFile;
   file.vendor = "</vendor><action id=\"x\">&";
-  file.message.translations = {{"d\"e", "<yes/>"}};
+  file.message.translations = {{"d\"e<&", "<yes/>"}};
 
-  EXPECT_THAT(file.content(), HasSubstr("<vendor>&lt;/vendor&gt;&lt;action id=&quot;x&quot;&gt;&amp;</vendor>"));
-  EXPECT_THAT(file.content(), HasSubstr("<message xml:lang=\"d&quot;e\">&lt;yes/&gt;</message>"));
+  EXPECT_THAT(file.content(), HasSubstr("<vendor><![CDATA[</vendor><action id=\"x\">&]]></vendor>"));
+  EXPECT_THAT(file.content(), HasSubstr("<message xml:lang=\"d&quot;e&lt;&amp;\"><![CDATA[<yes/>]]></message>"));
+}
+
+TEST(PolkitActionFileTest, TextsHaveNoEntitiesBecausePolkitWouldCutThemThere) {
+  PolkitActionFile file = kFile;
+  file.vendor = "Foo & Co";
+  EXPECT_THAT(file.content(), HasSubstr("<vendor><![CDATA[Foo & Co]]></vendor>"));
+
+  file.vendor = "]]></vendor>";
+  EXPECT_THAT(file.content(), HasSubstr("<vendor><![CDATA[]]]]><![CDATA[></vendor>]]></vendor>"));
 }
 
 TEST(PolkitActionFileTest, CharactersThatXMLHasNoPlaceForAreReplaced) {
@@ -63,7 +72,7 @@ TEST(PolkitActionFileTest, FollowsPolkitsDocumentType) {
   }
   const testing::TemporaryDirectory folder;
   PolkitActionFile file = kFile;
-  file.vendor = "<&\x02>";
+  file.vendor = "<&\x02]]>";
   testing::writeFile(folder / "action.policy", file.content());
 
   const std::string command = "/usr/bin/xmllint --nonet --noout --dtdvalid " + documentType.string() + " '" +

@@ -43,11 +43,11 @@ TEST_F(QuillonToolPolicyTest, WritesTheActionOfTheHostsOwnRight) {
 
   EXPECT_EQ(result.status, 0);
   EXPECT_THAT(result.error, IsEmpty());
-  EXPECT_THAT(result.output, HasSubstr("<vendor>Foo &amp; Co</vendor>"));
+  EXPECT_THAT(result.output, HasSubstr("<vendor><![CDATA[Foo & Co]]></vendor>"));
   EXPECT_THAT(result.output, HasSubstr("<action id=\"org.example.App.quillon-update\">"));
-  EXPECT_THAT(result.output, HasSubstr("<description>Update Foo &amp; Co</description>"));
+  EXPECT_THAT(result.output, HasSubstr("<description><![CDATA[Update Foo & Co]]></description>"));
   EXPECT_THAT(result.output,
-              HasSubstr("<message>Foo &amp; Co needs permission to update the installed app.</message>"));
+              HasSubstr("<message><![CDATA[Foo & Co needs permission to update the installed app.]]></message>"));
   EXPECT_THAT(result.output, Not(HasSubstr("xml:lang")));
 }
 
@@ -62,10 +62,11 @@ TEST_F(QuillonToolPolicyTest, HasThePromptInEveryLanguageOfTheBundle) {
 
   const std::string output = policy().output;
 
-  EXPECT_THAT(output,
-              HasSubstr("<message xml:lang=\"de\">Foo &amp; Co darf nur mit Erlaubnis erneuert werden.</message>"));
-  EXPECT_THAT(output, HasSubstr("<message xml:lang=\"pt_BR\">Permita atualizar Foo &amp; Co.</message>"));
-  EXPECT_THAT(output, HasSubstr("<description xml:lang=\"pt_BR\">Atualizar Foo &amp; Co</description>"));
+  EXPECT_THAT(
+      output,
+      HasSubstr("<message xml:lang=\"de\"><![CDATA[Foo & Co darf nur mit Erlaubnis erneuert werden.]]></message>"));
+  EXPECT_THAT(output, HasSubstr("<message xml:lang=\"pt_BR\"><![CDATA[Permita atualizar Foo & Co.]]></message>"));
+  EXPECT_THAT(output, HasSubstr("<description xml:lang=\"pt_BR\"><![CDATA[Atualizar Foo & Co]]></description>"));
   EXPECT_THAT(output, Not(HasSubstr("\"fr\"")));
   EXPECT_THAT(output, Not(HasSubstr("\"it\"")));
 }
