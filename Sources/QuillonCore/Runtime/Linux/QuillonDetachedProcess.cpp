@@ -18,6 +18,8 @@ struct Program {
   const char* path;
   char* const* arguments;
   char* const* environment;
+  /// What the program gets as kDetachedProcessDescriptor; -1 for nothing.
+  int descriptor;
 };
 
 /// Blocks all signals while it lives, so that no handler of this process runs in a child.
@@ -51,15 +53,23 @@ void resetSignals() noexcept {
   sigprocmask(SIG_SETMASK, &none, nullptr);
 }
 
+/// Closes everything above the standard streams but the program's descriptor and `report`, both above the number that
+/// the former gets. -1 on failure.
+int keepDescriptors(int descriptor, int report) noexcept {
+  unsigned first = kDetachedProcessDescriptor;
+  if (descriptor >= 0 && dup2(descriptor, static_cast<int>(first++)) < 0) return -1;
+  const auto kept = static_cast<unsigned>(report);
+  if (kept > first && close_range(first, kept - 1, 0) != 0) return -1;
+  return close_range(kept + 1, ~0U, 0);
+}
+
 [[noreturn]] void becomeProgram(const Program& program, int report) noexcept {
   const int null = open("/dev/null", O_RDWR | O_CLOEXEC);
   if (null < 0) reportAndExit(report);
   for (int descriptor = STDIN_FILENO; descriptor <= STDERR_FILENO; ++descriptor) {
     if (dup2(null, descriptor) < 0) reportAndExit(report);
   }
-  const auto kept = static_cast<unsigned>(report);
-  if (kept > 3U && close_range(3, kept - 1, 0) != 0) reportAndExit(report);
-  if (close_range(kept + 1, ~0U, 0) != 0 || chdir("/") != 0) reportAndExit(report);
+  if (keepDescriptors(program.descriptor, report) != 0 || chdir("/") != 0) reportAndExit(report);
   resetSignals();
   execve(program.path, program.arguments, program.environment);
   reportAndExit(report);
@@ -84,11 +94,15 @@ int reportedError(int report) noexcept {
   return count == static_cast<ssize_t>(sizeof error) ? error : 0;
 }
 
+/// A copy of `descriptor` above the numbers that the child replaces.
+FileDescriptor liftedDescriptor(const FileDescriptor& descriptor) noexcept {
+  return FileDescriptor(fcntl(descriptor.get(), F_DUPFD_CLOEXEC, kDetachedProcessDescriptor + 1));
+}
+
 /// 0, or the errno value.
 int start(const Program& program) noexcept {
   QuillonPipe pipe = makePipe();
-  // Above the standard descriptors, which the child replaces.
-  FileDescriptor report(fcntl(pipe.writeEnd.get(), F_DUPFD_CLOEXEC, 3));
+  FileDescriptor report = liftedDescriptor(pipe.writeEnd);
   if (!report) return errno;
   pipe.writeEnd.reset();
   pid_t child = 0;
@@ -109,17 +123,24 @@ int start(const Program& program) noexcept {
 }  // namespace
 
 void startDetachedProcess(const std::string& executablePath, const std::vector<std::string>& arguments,
-                          QuillonProcessEnvironment environment) {
+                          QuillonProcessEnvironment environment, const FileDescriptor& descriptor) {
+  const auto fail = [&](int error) { throw QuillonSystemError::posix(error, "start", executablePath); };
+  if (!executablePath.starts_with('/')) fail(ENOENT);
   std::vector<std::string> words = {executablePath};
   words.insert(words.end(), arguments.begin(), arguments.end());
   std::vector<std::string> variables = environmentVariables(environment);
   const std::vector<char*> wordPointers = pointersToStrings(words);
   const std::vector<char*> variablePointers = pointersToStrings(variables);
-  const int error = executablePath.starts_with('/') ? start({.path = executablePath.c_str(),
-                                                             .arguments = wordPointers.data(),
-                                                             .environment = variablePointers.data()})
-                                                    : ENOENT;
-  if (error != 0) throw QuillonSystemError::posix(error, "start", executablePath);
+  FileDescriptor passed;
+  if (descriptor) {
+    passed = liftedDescriptor(descriptor);
+    if (!passed) fail(errno);
+  }
+  const int error = start({.path = executablePath.c_str(),
+                           .arguments = wordPointers.data(),
+                           .environment = variablePointers.data(),
+                           .descriptor = passed.get()});
+  if (error != 0) fail(error);
 }
 
 }  // namespace quillon

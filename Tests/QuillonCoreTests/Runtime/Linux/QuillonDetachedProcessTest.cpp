@@ -69,6 +69,19 @@ TEST_F(QuillonDetachedProcessTest, InheritsNoDescriptor) {
   EXPECT_EQ(outputOf("[ -e " + entry + " ] && echo open || echo closed"), "closed\n");
 }
 
+TEST_F(QuillonDetachedProcessTest, FindsTheDescriptorItWasGivenUnderItsNumberAndNoOther) {
+  testing::writeFile(folder_ / "given", "what it says");
+  const FileDescriptor given(open((folder_ / "given").c_str(), O_RDONLY | O_CLOEXEC));
+  testing::writeScript(folder_ / "program", "{ cat <&3; echo; ls /proc/$$/fd; } > \"$1\"");
+
+  startDetachedProcess((folder_ / "program").string(), {report_.path().string()}, QuillonProcessEnvironment::minimal,
+                       given);
+
+  // The shell has its script open at 10 or above.
+  const std::string output = report_.read();
+  EXPECT_TRUE(output.starts_with("what it says\n0\n1\n10\n2\n3\n")) << output;
+}
+
 TEST_F(QuillonDetachedProcessTest, HasDefaultSignals) {
   sigset_t termination;
   sigset_t previousMask;
