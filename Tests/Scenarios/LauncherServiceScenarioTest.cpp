@@ -150,8 +150,9 @@ class HostConversation {
         channel_(std::make_unique<LauncherBusChannel>(std::move(sockets.host), LauncherBusEnd::host)) {}
 
   bool send(const VeskAppBundleReplacementRequest& request) {
-    return channel_->call(VeskAppBundleXPCReplacementMessage{request}.propertyList()).has_value();
+    return send(VeskAppBundleXPCReplacementMessage{request}.propertyList());
   }
+  bool send(const QuillonPropertyListValue::Dictionary& message) { return channel_->call(message).has_value(); }
   /// Sends a request and waits until the service has begun to work on it.
   void begin(const VeskAppBundleReplacementRequest& request) {
     ASSERT_TRUE(send(request));
@@ -286,6 +287,35 @@ TEST_F(LauncherServiceScenario, ARefusalSaysWhyAndStartsNothing) {
                  .errorDescription = "The request names another application than the one that contains the service."}));
   EXPECT_EQ(host.end(), 0);
   EXPECT_FALSE(fs::exists(folder / "started"));
+}
+
+TEST_F(LauncherServiceScenario, AMessageThatCannotBeReadIsRefusedAndTheNextOneServed) {
+  auto mistyped = VeskAppBundleXPCReplacementMessage{request()}.propertyList();
+  mistyped.insert_or_assign("applicationBuild", QuillonPropertyListValue("42 "));
+  auto huge = VeskAppBundleXPCReplacementMessage{request()}.propertyList();
+  huge.insert_or_assign("applicationVersion", QuillonPropertyListValue(std::string(500'000, 'x')));
+  HostConversation host(serviceExecutable);
+
+  for (const auto& message : {QuillonPropertyListValue::Dictionary{}, mistyped, huge}) {
+    ASSERT_TRUE(host.send(message));
+    EXPECT_EQ(host.outcome().result.caseName(), "launchFailed");
+  }
+
+  EXPECT_EQ(host.launch(request()).result, Result::launched());
+}
+
+TEST_F(LauncherServiceScenario, NothingOfItsStarterIsLeftInTheService) {
+  constexpr int kStray = 50;
+  const FileDescriptor null(open("/dev/null", O_RDONLY | O_CLOEXEC));
+  const FileDescriptor stray(dup2(null.get(), kStray));  // inherited by what is started
+  ASSERT_EQ(stray.get(), kStray);
+  HostConversation host(serviceExecutable);
+
+  host.begin(request());
+
+  const fs::path process = "/proc/" + std::to_string(host.service->identifier());
+  EXPECT_FALSE(fs::exists(fs::symlink_status(process / "fd" / std::to_string(kStray))));
+  EXPECT_THAT(readFile(process / "limits"), ::testing::ContainsRegex("Max core file size +0 "));
 }
 
 TEST_F(LauncherServiceScenario, AServiceOutsideOfAnApplicationRefusesEveryRequest) {

@@ -23,7 +23,7 @@ constexpr std::string_view kNoTeam = "not set";
 void requireSame(std::string_view what, std::string_view requested, std::string_view own) {
   if (requested == own) return;
   throw Refusal("The request's " + std::string(what) + " is not that of the application that contains the service.",
-                "requested=" + std::string(orEmptyMark(requested)) + " own=" + std::string(orEmptyMark(own)));
+                "requested=" + printableOutput(requested) + " own=" + printableOutput(own));
 }
 
 /// Version and build as the validator of candidates reads them, so that both sides of a comparison mean the same.

@@ -4,6 +4,7 @@
 #include <utility>
 
 #include "QuillonUpdatesAppKitUI/AppBundleInstaller/VeskAppBundleInstallerLauncherServiceRefusal.h"
+#include "QuillonUpdatesAppKitUI/AppBundleReplacement/VeskAppBundleCodeSignatureOutput.h"
 #include "QuillonUpdatesAppKitUI/AppBundleReplacement/VeskAppBundleUpdateFailureReportStore.h"
 #include "QuillonUpdatesAppKitUI/HelperLaunchers/XPC/VeskAppBundleXPCMessageRefusal.h"
 #include "QuillonUpdatesAppKitUI/HelperLaunchers/XPC/VeskAppBundleXPCReplacementMessage.h"
@@ -31,7 +32,8 @@ bool isSameUser(const User& a, const User& b) {
 }
 
 std::string describe(const User& user) {
-  return std::to_string(user.userIdentifier) + ":" + std::to_string(user.groupIdentifier) + ":" + user.userName;
+  return std::to_string(user.userIdentifier) + ":" + std::to_string(user.groupIdentifier) + ":" +
+         printableOutput(user.userName);
 }
 
 }  // namespace

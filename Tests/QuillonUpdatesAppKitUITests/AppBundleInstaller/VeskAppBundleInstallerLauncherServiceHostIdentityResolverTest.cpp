@@ -119,6 +119,17 @@ TEST_F(VeskAppBundleInstallerLauncherServiceHostIdentityResolverTest, ARefusalSa
   }
 }
 
+TEST_F(VeskAppBundleInstallerLauncherServiceHostIdentityResolverTest, AHugeTextOfARequestIsShortInTheLog) {
+  requested.applicationVersion = std::string(1'000'000, 'x');
+
+  try {
+    (void)make();
+    FAIL() << "not refused";
+  } catch (const Refusal& error) {
+    EXPECT_LT(error.detail().size(), 1000U);
+  }
+}
+
 TEST_F(VeskAppBundleInstallerLauncherServiceHostIdentityResolverTest, AnApplicationWithoutIdentifierIsRefused) {
   describe({.identifier = ""});
   requested.bundleIdentifier = "";

@@ -1,0 +1,451 @@
+#include <gmock/gmock.h>
+#include <gtest/gtest.h>
+#include <sys/socket.h>
+#include <unistd.h>
+
+#include <atomic>
+#include <functional>
+#include <latch>
+#include <memory>
+#include <optional>
+#include <string>
+#include <thread>
+#include <utility>
+#include <vector>
+
+#include "QuillonCore/Values/QuillonError.h"
+#include "QuillonUpdatesAppKitUI/HelperLaunchers/XPC/Linux/LauncherBusDictionary.h"
+#include "QuillonUpdatesAppKitUI/HelperLaunchers/XPC/Linux/VeskAppBundleBusInstallerLauncherServiceConnection.h"
+#include "QuillonUpdatesAppKitUI/HelperLaunchers/XPC/Linux/VeskAppBundleInstallerLauncherServiceListener.h"
+#include "QuillonUpdatesAppKitUI/HelperLaunchers/XPC/VeskAppBundleXPCLaunchProgress.h"
+#include "QuillonUpdatesAppKitUI/HelperLaunchers/XPC/VeskAppBundleXPCReplacementResult.h"
+#include "Support/BlockingQueue.h"
+#include "Support/BusPeer.h"
+#include "Support/SocketPair.h"
+
+namespace quillon {
+namespace {
+
+using Connection = VeskAppBundleBusInstallerLauncherServiceConnection;
+using Dictionary = QuillonPropertyListValue::Dictionary;
+using Progress = VeskAppBundleInstallerLaunchProgress;
+using Result = VeskAppBundleReplacementLaunchResult;
+using testing::append;
+using testing::BlockingQueue;
+using testing::BusPeer;
+
+constexpr const char* kInterrupted = "The installer launcher XPC connection was interrupted.";
+constexpr const char* kInvalidated = "The installer launcher XPC connection was invalidated.";
+constexpr const char* kInvalidReply = "The launcher service returned an invalid result.";
+
+const Dictionary kMessage = {{"bundleIdentifier", QuillonPropertyListValue("org.example.App")}};
+
+std::string textOf(const Result& result) {
+  const auto* const failure = std::get_if<Result::ProtocolFailure>(&result.value);
+  return failure == nullptr ? std::string(result.caseName()) : failure->diagnostic.errorDescription.value_or("");
+}
+
+/// A connection whose callbacks are written down in their order.
+class VeskAppBundleBusInstallerLauncherServiceConnectionTest : public ::testing::Test {
+ protected:
+  void makeConnection(FileDescriptor socket) {
+    connection_ = std::make_shared<Connection>(
+        std::move(socket), [this](const QuillonSystemError& error) { note(error.description()); },
+        [this](const Progress& progress) { note(std::string(progress.caseName())); });
+  }
+
+  /// Also does what the test has set for the callback.
+  void note(const std::string& callback) {
+    callbacks_.push(callback);
+    if (whenCalled_) whenCalled_();
+  }
+
+  bool launch() {
+    return connection_->launchReplacement(
+        kMessage, [this] { callbacks_.push("submitted"); }, [this](const Result& result) { note(textOf(result)); });
+  }
+
+  /// A request that `service` has received.
+  BusPeer::Message launchAndReceive(const BusPeer& service) {
+    EXPECT_TRUE(launch());
+    EXPECT_EQ(callbacks_.pop(), "submitted");
+    connection_->resume();
+    return service.receive();
+  }
+
+  static void reply(const BusPeer& service, const BusPeer::Message& call, const Result& result) {
+    const auto message = BusPeer::makeReturn(call);
+    ASSERT_GE(appendLauncherBusDictionary(message.get(), xpcDictionary(result, {})), 0);
+    service.send(message);
+  }
+
+  static void report(const BusPeer& service, const Progress& progress) {
+    const auto message = service.makeSignal();
+    ASSERT_GE(appendLauncherBusDictionary(message.get(), xpcDictionary(progress)), 0);
+    service.send(message);
+  }
+
+  BlockingQueue<std::string> callbacks_;
+  std::function<void()> whenCalled_;
+  testing::SocketPair sockets_ = testing::makeSocketPair();
+  std::shared_ptr<Connection> connection_;
+};
+
+TEST_F(VeskAppBundleBusInstallerLauncherServiceConnectionTest, ARequestReachesTheListenerAndItsReplyTheHost) {
+  class Service final : public VeskAppBundleInstallerLauncherXPCProtocol {
+   public:
+    explicit Service(std::shared_ptr<VeskAppBundleInstallerLauncherProgressXPCProtocol> host)
+        : host_(std::move(host)) {}
+    void launchReplacement(const Dictionary& message, Reply reply) override {
+      EXPECT_EQ(message, kMessage);
+      host_->reportProgress(xpcDictionary(Progress::handoffStarted()));
+      host_->reportProgress(xpcDictionary(Progress::jobSubmitted()));
+      reply(xpcDictionary(Result::launched(), {}));
+    }
+
+   private:
+    std::shared_ptr<VeskAppBundleInstallerLauncherProgressXPCProtocol> host_;
+  };
+  VeskAppBundleInstallerLauncherServiceListener listener(std::move(sockets_.service));
+  Service service(listener.progressSender());
+  std::jthread thread([&] { listener.run(service); });
+  makeConnection(std::move(sockets_.host));
+  connection_->resume();
+
+  EXPECT_TRUE(launch());
+
+  EXPECT_EQ(callbacks_.pop(), "submitted");
+  EXPECT_EQ(callbacks_.pop(), "handoffStarted");
+  EXPECT_EQ(callbacks_.pop(), "jobSubmitted");
+  EXPECT_EQ(callbacks_.pop(), "launched");
+  connection_->invalidate();
+}
+
+TEST_F(VeskAppBundleBusInstallerLauncherServiceConnectionTest, NothingIsDeliveredWhileARequestIsBeingSubmitted) {
+  makeConnection(std::move(sockets_.host));
+  connection_->resume();
+  const BusPeer service(std::move(sockets_.service), BusPeer::Role::server);
+
+  const bool didSend = connection_->launchReplacement(
+      kMessage,
+      [&] {
+        // All of the service's answer is there before the submission has returned.
+        const auto call = service.receive();
+        report(service, Progress::authorizationBegan());
+        reply(service, call, Result::launched());
+        callbacks_.push("submitted");
+      },
+      [this](const Result& result) { note(textOf(result)); });
+
+  EXPECT_TRUE(didSend);
+  EXPECT_EQ(callbacks_.pop(), "submitted");
+  EXPECT_EQ(callbacks_.pop(), "authorizationBegan");
+  EXPECT_EQ(callbacks_.pop(), "launched");
+}
+
+TEST_F(VeskAppBundleBusInstallerLauncherServiceConnectionTest, ASecondReplyIsPassedOver) {
+  makeConnection(std::move(sockets_.host));
+  const BusPeer service(std::move(sockets_.service), BusPeer::Role::server);
+  const auto call = launchAndReceive(service);
+
+  reply(service, call, Result::launched());
+  reply(service, call, Result::helperUnavailable());
+  report(service, Progress::jobSubmitted());
+
+  EXPECT_EQ(callbacks_.pop(), "launched");
+  EXPECT_EQ(callbacks_.pop(), "jobSubmitted");
+}
+
+TEST_F(VeskAppBundleBusInstallerLauncherServiceConnectionTest, AReplyToNothingIsPassedOver) {
+  makeConnection(std::move(sockets_.host));
+  const BusPeer service(std::move(sockets_.service), BusPeer::Role::server);
+  const auto call = launchAndReceive(service);
+  const auto other = service.makeCall();
+  ASSERT_GE(sd_bus_message_seal(other.get(), 4711, 0), 0);
+
+  reply(service, other, Result::helperUnavailable());
+  reply(service, call, Result::launched());
+
+  EXPECT_EQ(callbacks_.pop(), "launched");
+}
+
+TEST_F(VeskAppBundleBusInstallerLauncherServiceConnectionTest, AReplyThatCannotBeReadIsAnInvalidResult) {
+  makeConnection(std::move(sockets_.host));
+  const BusPeer service(std::move(sockets_.service), BusPeer::Role::server);
+  std::vector<BusPeer::Message> calls = {launchAndReceive(service)};
+  for (int i = 0; i < 4; ++i) {
+    EXPECT_TRUE(launch());
+    EXPECT_EQ(callbacks_.pop(), "submitted");
+    calls.push_back(service.receive());
+  }
+
+  service.send(BusPeer::makeReturn(calls[0]));
+  const auto text = BusPeer::makeReturn(calls[1]);
+  append(text, "s", "launched");
+  service.send(text);
+  const auto nested = BusPeer::makeReturn(calls[2]);
+  append(nested, "a{sv}", 2, "result", "s", "launched", "more", "a{sv}", 0);
+  service.send(nested);
+  const auto unknown = BusPeer::makeReturn(calls[3]);
+  append(unknown, "a{sv}", 1, "result", "s", "perhaps");
+  service.send(unknown);
+  ASSERT_GE(sd_bus_reply_method_errorf(calls[4].get(), SD_BUS_ERROR_FAILED, "no"), 0);
+
+  for (int i = 0; i < 5; ++i) EXPECT_EQ(callbacks_.pop(), kInvalidReply);
+}
+
+TEST_F(VeskAppBundleBusInstallerLauncherServiceConnectionTest, EventsThatCannotBeReadArePassedOver) {
+  makeConnection(std::move(sockets_.host));
+  const BusPeer service(std::move(sockets_.service), BusPeer::Role::server);
+  const auto call = launchAndReceive(service);
+
+  const auto unknown = service.makeSignal();
+  append(unknown, "a{sv}", 1, "event", "s", "later");
+  service.send(unknown);
+  const auto text = service.makeSignal();
+  append(text, "s", "jobSubmitted");
+  service.send(text);
+  service.send(service.makeSignal("Other"));
+  service.send(service.makeSignal("ReportProgress", "org.example.Other"));
+  report(service, Progress::jobSubmitted());
+
+  EXPECT_EQ(callbacks_.pop(), "jobSubmitted");
+}
+
+TEST_F(VeskAppBundleBusInstallerLauncherServiceConnectionTest, AHostTakesNoRequests) {
+  makeConnection(std::move(sockets_.host));
+  const BusPeer service(std::move(sockets_.service), BusPeer::Role::server);
+  const auto call = launchAndReceive(service);
+
+  service.send(service.makeCall());
+
+  const auto answer = service.receive();
+  EXPECT_GT(sd_bus_message_is_method_error(answer.get(), SD_BUS_ERROR_UNKNOWN_METHOD), 0);
+}
+
+TEST_F(VeskAppBundleBusInstallerLauncherServiceConnectionTest, AServiceThatEndsInterruptsTheConnection) {
+  makeConnection(std::move(sockets_.host));
+  BusPeer service(std::move(sockets_.service), BusPeer::Role::server);
+  (void)launchAndReceive(service);
+
+  report(service, Progress::handoffStarted());
+  service.close();
+
+  EXPECT_EQ(callbacks_.pop(), "handoffStarted");
+  EXPECT_EQ(callbacks_.pop(), kInterrupted);
+  EXPECT_FALSE(launch());
+  connection_.reset();
+  EXPECT_TRUE(callbacks_.isEmpty());
+}
+
+TEST_F(VeskAppBundleBusInstallerLauncherServiceConnectionTest, AReplyBeforeTheEndIsDeliveredBeforeIt) {
+  makeConnection(std::move(sockets_.host));
+  BusPeer service(std::move(sockets_.service), BusPeer::Role::server);
+  const auto call = launchAndReceive(service);
+
+  reply(service, call, Result::launched());
+  service.close();
+
+  EXPECT_EQ(callbacks_.pop(), "launched");
+  EXPECT_EQ(callbacks_.pop(), kInterrupted);
+}
+
+TEST_F(VeskAppBundleBusInstallerLauncherServiceConnectionTest, AServiceThatEndsBeforeTheHandshakeInvalidatesIt) {
+  makeConnection(std::move(sockets_.host));
+  sockets_.service.reset();
+  connection_->resume();
+
+  EXPECT_EQ(callbacks_.pop(), kInvalidated);
+}
+
+TEST_F(VeskAppBundleBusInstallerLauncherServiceConnectionTest, AnotherProtocolInvalidatesTheConnection) {
+  const std::string text = "HTTP/1.1 400 Bad Request\r\nConnection: close\r\n\r\n";
+  ASSERT_EQ(write(sockets_.service.get(), text.data(), text.size()), std::ssize(text));
+  makeConnection(std::move(sockets_.host));
+  EXPECT_TRUE(launch());
+  EXPECT_EQ(callbacks_.pop(), "submitted");
+  connection_->resume();
+
+  EXPECT_EQ(callbacks_.pop(), kInvalidated);
+}
+
+TEST_F(VeskAppBundleBusInstallerLauncherServiceConnectionTest, GarbageAfterTheHandshakeInvalidatesTheConnection) {
+  const std::string text =
+      "DATA\r\nOK 0123456789abcdef0123456789abcdef\r\nERROR\r\n" + std::string(64, '\xff') + std::string(64, '\0');
+  ASSERT_EQ(write(sockets_.service.get(), text.data(), text.size()), std::ssize(text));
+  makeConnection(std::move(sockets_.host));
+  connection_->resume();
+
+  EXPECT_EQ(callbacks_.pop(), kInvalidated);
+}
+
+TEST_F(VeskAppBundleBusInstallerLauncherServiceConnectionTest, ALineTooManyInTheHandshakeDoesNoHarm) {
+  const std::string text = "DATA\r\nOK 0123456789abcdef0123456789abcdef\r\n\r\n\r\n\r\n";
+  ASSERT_EQ(write(sockets_.service.get(), text.data(), text.size()), std::ssize(text));
+  makeConnection(std::move(sockets_.host));
+  connection_->resume();
+  shutdown(sockets_.service.get(), SHUT_WR);
+
+  EXPECT_THAT(callbacks_.pop(), ::testing::AnyOf(kInterrupted, kInvalidated));
+}
+
+TEST_F(VeskAppBundleBusInstallerLauncherServiceConnectionTest, AMessageThatTheBusCannotCarryIsNotSent) {
+  makeConnection(std::move(sockets_.host));
+  connection_->resume();
+
+  const bool didSend = connection_->launchReplacement(
+      {{"stagedApplicationPath", QuillonPropertyListValue("/\xff")}}, [this] { callbacks_.push("submitted"); },
+      [this](const Result& result) { note(textOf(result)); });
+
+  EXPECT_FALSE(didSend);
+  connection_.reset();
+  EXPECT_TRUE(callbacks_.isEmpty());
+}
+
+TEST_F(VeskAppBundleBusInstallerLauncherServiceConnectionTest, NothingIsDeliveredAfterInvalidation) {
+  makeConnection(std::move(sockets_.host));
+  BusPeer service(std::move(sockets_.service), BusPeer::Role::server);
+  const auto call = launchAndReceive(service);
+
+  connection_->invalidate();
+
+  EXPECT_EQ(service.receive(), nullptr) << "the service sees the end at once";
+  EXPECT_FALSE(launch());
+  connection_.reset();
+  EXPECT_TRUE(callbacks_.isEmpty());
+}
+
+TEST_F(VeskAppBundleBusInstallerLauncherServiceConnectionTest, InvalidatingInACallbackDropsWhatCameAfter) {
+  makeConnection(std::move(sockets_.host));
+  const BusPeer service(std::move(sockets_.service), BusPeer::Role::server);
+  const auto call = launchAndReceive(service);
+  whenCalled_ = [this] { connection_->invalidate(); };
+
+  report(service, Progress::handoffStarted());
+  report(service, Progress::jobSubmitted());
+  reply(service, call, Result::launched());
+
+  EXPECT_EQ(callbacks_.pop(), "handoffStarted");
+  connection_.reset();
+  EXPECT_TRUE(callbacks_.isEmpty());
+}
+
+TEST_F(VeskAppBundleBusInstallerLauncherServiceConnectionTest, InvalidatingDuringASubmissionDropsWhatCameAfter) {
+  makeConnection(std::move(sockets_.host));
+  connection_->resume();
+  const BusPeer service(std::move(sockets_.service), BusPeer::Role::server);
+
+  const bool didSend = connection_->launchReplacement(
+      kMessage,
+      [&] {
+        reply(service, service.receive(), Result::launched());
+        connection_->invalidate();
+      },
+      [this](const Result& result) { note(textOf(result)); });
+
+  EXPECT_TRUE(didSend);
+  connection_.reset();
+  EXPECT_TRUE(callbacks_.isEmpty());
+}
+
+TEST_F(VeskAppBundleBusInstallerLauncherServiceConnectionTest, ACallbackMayLetTheLastOwnerGo) {
+  makeConnection(std::move(sockets_.host));
+  const BusPeer service(std::move(sockets_.service), BusPeer::Role::server);
+  const auto call = launchAndReceive(service);
+  whenCalled_ = [this] {
+    connection_.reset();
+    callbacks_.push("gone");
+  };
+
+  reply(service, call, Result::launched());
+
+  EXPECT_EQ(callbacks_.pop(), "launched");
+  EXPECT_EQ(callbacks_.pop(), "gone");
+  EXPECT_EQ(service.receive(), nullptr);
+}
+
+TEST_F(VeskAppBundleBusInstallerLauncherServiceConnectionTest, ACallbackMaySendTheNextRequest) {
+  makeConnection(std::move(sockets_.host));
+  const BusPeer service(std::move(sockets_.service), BusPeer::Role::server);
+  const auto first = launchAndReceive(service);
+  whenCalled_ = [this] {
+    whenCalled_ = nullptr;
+    EXPECT_TRUE(launch());
+  };
+
+  reply(service, first, Result::launched());
+  reply(service, service.receive(), Result::helperUnavailable());
+
+  EXPECT_EQ(callbacks_.pop(), "launched");
+  EXPECT_EQ(callbacks_.pop(), "submitted");
+  EXPECT_EQ(callbacks_.pop(), "helperUnavailable");
+}
+
+TEST_F(VeskAppBundleBusInstallerLauncherServiceConnectionTest, LettingGoWaitsForACallbackThatRuns) {
+  makeConnection(std::move(sockets_.host));
+  const BusPeer service(std::move(sockets_.service), BusPeer::Role::server);
+  const auto call = launchAndReceive(service);
+  std::atomic<bool> didReturn = false;
+  whenCalled_ = [&didReturn] {
+    // Other threads have every chance to get on meanwhile.
+    for (int i = 0; i < 1000; ++i) std::this_thread::yield();
+    didReturn = true;
+  };
+
+  report(service, Progress::handoffStarted());
+  EXPECT_EQ(callbacks_.pop(), "handoffStarted");
+  connection_.reset();
+
+  EXPECT_TRUE(didReturn);
+}
+
+TEST_F(VeskAppBundleBusInstallerLauncherServiceConnectionTest, AConnectionThatWasNeverResumedEndsQuietly) {
+  makeConnection(std::move(sockets_.host));
+  EXPECT_TRUE(launch());
+
+  connection_.reset();
+
+  EXPECT_EQ(callbacks_.pop(), "submitted");
+  EXPECT_TRUE(callbacks_.isEmpty());
+}
+
+TEST_F(VeskAppBundleBusInstallerLauncherServiceConnectionTest, ManyThreadsMaySendAndInvalidateAtOnce) {
+  class Service final : public VeskAppBundleInstallerLauncherXPCProtocol {
+   public:
+    void launchReplacement(const Dictionary& /*message*/, Reply reply) override {
+      reply(xpcDictionary(Result::launched(), {}));
+    }
+  };
+  for (int round = 0; round < 20; ++round) {
+    auto sockets = testing::makeSocketPair();
+    VeskAppBundleInstallerLauncherServiceListener listener(std::move(sockets.service));
+    std::jthread serving([&] {
+      Service service;
+      listener.run(service);
+    });
+    std::atomic<int> replies = 0;
+    auto connection = std::make_shared<Connection>(
+        std::move(sockets.host), [](const QuillonSystemError& error) { FAIL() << error.what(); },
+        [](const Progress& /*progress*/) {});
+    connection->resume();
+    std::latch start(4);
+    std::vector<std::jthread> threads;
+    for (int i = 0; i < 3; ++i) {
+      threads.emplace_back([&, connection] {
+        start.arrive_and_wait();
+        for (int launch = 0; launch < 10; ++launch) {
+          (void)connection->launchReplacement(
+              kMessage, [] {}, [&](const Result& /*result*/) { ++replies; });
+        }
+      });
+    }
+    start.arrive_and_wait();
+    if (round % 2 == 0) connection->invalidate();
+    threads.clear();
+    connection.reset();
+    EXPECT_LE(replies, 30);
+  }
+}
+
+}  // namespace
+}  // namespace quillon
