@@ -8,7 +8,7 @@
 #include <string>
 #include <vector>
 
-#include "Support/MachineScenario.h"
+#include "Scenarios/MachineScenario.h"
 #include "Support/TemporaryDirectory.h"
 
 namespace quillon {
@@ -55,8 +55,7 @@ class PolkitAgentScenario : public MachineScenario {
                            rule + "</allow_any><allow_inactive>" + rule + "</allow_inactive><allow_active>" + rule +
                            "</allow_active></defaults><annotate key=\"org.freedesktop.policykit.imply\">" +
                            kManageUnits + "</annotate></action></policyconfig>");
-    // polkit notices by itself, but nobody says when.
-    ASSERT_EQ(machine().run({"systemctl", "restart", "polkit.service"}).status, 0);
+    restartPolkit();
   }
 
   /// Asks polkit whether the asking shell may do `action`, with a dialog when that takes one.

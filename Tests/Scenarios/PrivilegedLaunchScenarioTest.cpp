@@ -10,9 +10,9 @@
 #include <vector>
 
 #include "QuillonCore/Runtime/Posix/QuillonPosixProcessRunner.h"
+#include "Scenarios/MachineScenario.h"
 #include "Support/ApplicationBundleBuilder.h"
 #include "Support/HostApplication.h"
-#include "Support/MachineScenario.h"
 #include "Support/SigningIdentityMaker.h"
 #include "Support/TemporaryDirectory.h"
 #include "Support/TestMachineUnits.h"
@@ -153,9 +153,6 @@ class PrivilegedLaunchScenario : public MachineScenario {
     ASSERT_EQ(copy.status, 0) << copy.output;
     ASSERT_EQ(machine().run({"chown", "-hR", owner + ":" + owner, fs::path(bundle).parent_path()}).output, "");
   }
-
-  /// polkit notices a new file by itself, but nobody says when.
-  static void restartPolkit() { ASSERT_EQ(machine().run({"systemctl", "restart", "polkit.service"}).status, 0); }
 
   inline static std::unique_ptr<testing::TemporaryDirectory> versions_;
 };

@@ -41,6 +41,15 @@ class MachineScenario : public ::testing::Test {
   [[nodiscard]] static bool isBooted() { return machine_ != nullptr; }
   [[nodiscard]] static TestMachine& machine() { return *machine_; }
 
+  /// Has polkit read its files again. It would notice by itself, but nobody could tell when.
+  static void restartPolkit() {
+    // A service that is started too often is refused, unless that is forgotten.
+    for (const char* verb : {"reset-failed", "restart"}) {
+      const TestMachineCommandResult result = machine().run({"systemctl", verb, "polkit.service"});
+      ASSERT_EQ(result.status, 0) << result.output;
+    }
+  }
+
  private:
   inline static std::unique_ptr<TestMachine> machine_;
   inline static std::string whyUnavailable_;
