@@ -70,6 +70,7 @@ std::vector<std::string> containerCommand(const fs::path& image, const std::vect
                                       "--private-network",
                                       "--register=no",
                                       "--notify-ready=yes",
+                                      "--kill-signal=SIGKILL",
                                       "--link-journal=no",
                                       "--console=pipe"};
   // Without a systemd that could give the container a unit, it stays where it is started.
@@ -138,8 +139,8 @@ void TestMachine::boot(const fs::path& image, const std::vector<Folder>& folders
   container_ = fork();
   if (container_ < 0) throw std::runtime_error("Cannot fork");
   if (container_ > 0) return;
-  // The machine must not outlive a test program that is killed.
-  prctl(PR_SET_PDEATHSIG, SIGKILL);
+  // The machine must not outlive a test program that is killed. It would outlive a systemd-nspawn that is killed.
+  prctl(PR_SET_PDEATHSIG, SIGTERM);
   if (getppid() != parent) _exit(1);
   group_.enter();
   dup2(open("/dev/null", O_RDONLY), STDIN_FILENO);
@@ -199,11 +200,14 @@ TestMachineCommandResult TestMachine::runInSession(const Session& session,
 
 void TestMachine::end() noexcept {
   if (container_ < 0) return;
-  // Without its first process the machine has no other; systemd-nspawn then cleans up and ends.
+  // systemd-nspawn kills the machine's first process, and with it all others, cleans up and ends.
   const FileDescriptor container = processDescriptor(container_);
   const auto deadline = std::chrono::steady_clock::now() + kCleanUpLimit;
-  const bool isEnding = leader_ > 0 && kill(leader_, SIGKILL) == 0;
-  if (!isEnding || waitForOne(container.get(), container.get(), deadline) < 0) kill(container_, SIGKILL);
+  kill(container_, SIGTERM);
+  if (waitForOne(container.get(), container.get(), deadline) < 0) {
+    if (leader_ > 0) kill(leader_, SIGKILL);
+    kill(container_, SIGKILL);
+  }
   waitpid(container_, nullptr, 0);
   container_ = -1;
 }
