@@ -121,6 +121,7 @@ TEST_P(VeskAppBundleSecurityAuthorizationClientContract, AuthorizationsMayBeUsed
   std::vector<std::int32_t> statuses(4, 1);
   {
     std::vector<std::jthread> threads;
+    threads.reserve(statuses.size());
     for (std::int32_t& status : statuses) {
       threads.emplace_back([this, &status] {
         const auto creation = client.createAuthorization();

@@ -1,6 +1,7 @@
 #include "Support/FakeSystemdManager.h"
 
 #include <algorithm>
+#include <string_view>
 #include <utility>
 
 namespace quillon::testing {
@@ -10,7 +11,8 @@ constexpr const char* kService = "org.freedesktop.systemd1";
 constexpr const char* kObject = "/org/freedesktop/systemd1";
 constexpr const char* kManager = "org.freedesktop.systemd1.Manager";
 
-constexpr const char* kUnit = "/org/freedesktop/systemd1/unit/some";
+constexpr const char* kOlderUnit = "/org/freedesktop/systemd1/unit/older";
+constexpr const char* kTakenUnit = "/org/freedesktop/systemd1/unit/taken";
 constexpr const char* kProperties = "org.freedesktop.DBus.Properties";
 
 std::vector<std::string> readTexts(sd_bus_message* message) {
@@ -76,22 +78,32 @@ int FakeSystemdManager::answer(sd_bus_message* message) {
                                  : sd_bus_reply_method_errorf(message, "org.freedesktop.systemd1.NoSuchUnit", "none");
   }
   if (sd_bus_message_is_method_call(message, kManager, "StartTransientUnit") > 0) return answerStart(message);
-  if (sd_bus_message_is_method_call(message, kManager, "GetUnit") > 0) {
-    service_.record("GetUnit " + readBusText(message));
-    return sd_bus_reply_method_return(message, "o", kUnit);
-  }
+  if (sd_bus_message_is_method_call(message, kManager, "GetUnit") > 0) return answerUnit(message);
   if (sd_bus_message_is_method_call(message, kProperties, "Get") > 0) return answerState(message);
   return 0;
 }
 
+int FakeSystemdManager::answerUnit(sd_bus_message* message) {
+  const std::string unit = readBusText(message);
+  service_.record("GetUnit " + unit);
+  const bool isTaken = std::ranges::find(behaviour_.takenNames, unit) != behaviour_.takenNames.end();
+  if (isTaken || behaviour_.unitExists) {
+    return sd_bus_reply_method_return(message, "o", isTaken ? kTakenUnit : kOlderUnit);
+  }
+  return sd_bus_reply_method_errorf(message, "org.freedesktop.systemd1.NoSuchUnit", "Unit not loaded.");
+}
+
 int FakeSystemdManager::answerState(sd_bus_message* message) const {
   if (readBusText(message) != "org.freedesktop.systemd1.Unit" || readBusText(message) != "ActiveState") return 0;
-  return sd_bus_reply_method_return(message, "v", "s", behaviour_.takenUnitState.c_str());
+  const std::string& olderState = isStopped_ ? behaviour_.stoppedUnitState : behaviour_.unitState;
+  const bool isTaken = std::string_view(sd_bus_message_get_path(message)) == kTakenUnit;
+  return sd_bus_reply_method_return(message, "v", "s", (isTaken ? behaviour_.takenUnitState : olderState).c_str());
 }
 
 int FakeSystemdManager::answerStop(sd_bus_message* message) {
   const std::string unit = readBusText(message);
   service_.record("StopUnit " + unit + " " + readBusText(message));
+  isStopped_ = behaviour_.unitExists;
   if (behaviour_.unitExists) return answerWithJob(message, unit, "done");
   return sd_bus_reply_method_errorf(message, "org.freedesktop.systemd1.NoSuchUnit", "Unit not loaded.");
 }

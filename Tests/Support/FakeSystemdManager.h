@@ -21,8 +21,11 @@ class FakeSystemdManager {
   };
   /// What it answers. Set before the first call reaches it.
   struct Behaviour {
-    /// Whether StopUnit finds a unit; otherwise it answers NoSuchUnit, as ResetFailedUnit does.
+    /// Whether there is a unit of every name that it is asked about.
     bool unitExists = false;
+    /// Its ActiveState, and the one it has once it was stopped.
+    std::string unitState = "active";
+    std::string stoppedUnitState = "inactive";
     /// Answer of StartTransientUnit instead of a job.
     std::optional<Error> startError = {};
     /// Units whose name StartTransientUnit finds taken.
@@ -59,12 +62,15 @@ class FakeSystemdManager {
   int answer(sd_bus_message* message);
   int answerStop(sd_bus_message* message);
   int answerStart(sd_bus_message* message);
+  int answerUnit(sd_bus_message* message);
   int answerState(sd_bus_message* message) const;
   int answerWithJob(sd_bus_message* message, const std::string& unit, const std::optional<std::string>& result);
   int tellJobRemoved(const std::string& job, const std::string& unit, const std::optional<std::string>& result) const;
 
   const Behaviour behaviour_;
+  // Of the answering thread.
   int jobs_ = 0;
+  bool isStopped_ = false;
   mutable std::mutex lock_;
   std::vector<TransientUnit> startedUnits_;  // guarded by lock_
   FakeBusService service_;                   // last: answers as soon as it is there

@@ -2,6 +2,8 @@
 
 #include <utility>
 
+#include "QuillonCore/Runtime/QuillonLocalizationBundle.h"
+#include "QuillonCore/Runtime/QuillonPreferredLanguages.h"
 #include "QuillonCore/Runtime/QuillonSystemMonotonicTime.h"
 #include "QuillonCore/Runtime/QuillonSystemServices.h"
 #include "QuillonUpdatesAppKitUI/AppBundleReplacement/VeskAppBundleReplacementOwnershipMatcher.h"
@@ -35,7 +37,10 @@ std::shared_ptr<VeskAppBundleUpdateHelperLaunching> makeSystemLaunchdHelperLaunc
       makeSystemLaunchdJobSubmitter(), [hostProcessIdentifier] { return hostProcessIdentifier; },
       std::move(launchUserContextProvider), [phaseBudget] { return phaseBudget->preAuthorizationShouldProceed(); },
       [phaseBudget] { phaseBudget->beginPostAuthorizationPhase(); },
-      [phaseBudget] { return phaseBudget->postAuthorizationShouldProceed(); }, makeSystemMonotonicTimeProvider());
+      [phaseBudget] { return phaseBudget->postAuthorizationShouldProceed(); }, makeSystemMonotonicTimeProvider(),
+      [fileManager](const QuillonURL& applicationURL, std::string_view key) {
+        return QuillonLocalizationBundle(fileManager, applicationURL, preferredLanguages()).text(key);
+      });
 }
 
 }  // namespace quillon

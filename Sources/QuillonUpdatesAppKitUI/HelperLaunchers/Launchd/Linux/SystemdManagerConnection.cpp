@@ -11,6 +11,7 @@ namespace {
 using Limit = MessageBusConnection::Limit;
 
 constexpr const char* kService = "org.freedesktop.systemd1";
+constexpr std::string_view kNoSuchUnit = "org.freedesktop.systemd1.NoSuchUnit";
 constexpr MessageBusObject kManager{
     .service = kService, .path = "/org/freedesktop/systemd1", .interface = "org.freedesktop.systemd1.Manager"};
 
@@ -61,36 +62,41 @@ SystemdManagerConnection::SystemdManagerConnection(const std::string& busAddress
   (void)bus_.call(makeCall("Subscribe"));
 }
 
-void SystemdManagerConnection::stopUnit(const std::string& name) {
-  const Message message = makeCall("StopUnit");
+std::optional<std::string> SystemdManagerConnection::activeState(const std::string& name) const {
+  try {
+    const Message question = makeCall("GetUnit");
+    require(sd_bus_message_append(question.get(), "s", name.c_str()), "call");
+    const std::string path = readObjectPath(bus_.call(question));
+    const MessageBusObject unit{
+        .service = kService, .path = path.c_str(), .interface = "org.freedesktop.DBus.Properties"};
+    const Message message = bus_.makeCall(unit, "Get");
+    require(sd_bus_message_append(message.get(), "ss", "org.freedesktop.systemd1.Unit", "ActiveState"), "call");
+    const Message reply = bus_.call(message);
+    const char* state = nullptr;
+    require(sd_bus_message_read(reply.get(), "v", "s", &state), "understand");
+    return state;
+  } catch (const QuillonSystemError& error) {
+    if (error.domain() == kNoSuchUnit) return std::nullopt;
+    throw;
+  }
+}
+
+void SystemdManagerConnection::stopUnit(const std::string& name, Interaction interaction) {
+  const Message message = makeCall("StopUnit", interaction);
   require(sd_bus_message_append(message.get(), "ss", name.c_str(), "replace"), "call");
-  (void)resultOfJob(readObjectPath(bus_.call(message)));
+  (void)resultOfJob(readObjectPath(call(message, interaction)));
 }
 
-void SystemdManagerConnection::resetFailedUnit(const std::string& name) {
-  const Message message = makeCall("ResetFailedUnit");
+void SystemdManagerConnection::resetFailedUnit(const std::string& name, Interaction interaction) {
+  const Message message = makeCall("ResetFailedUnit", interaction);
   require(sd_bus_message_append(message.get(), "s", name.c_str()), "call");
-  (void)bus_.call(message);
-}
-
-bool SystemdManagerConnection::unitIsAlive(const std::string& name) {
-  const std::string path = unitPath(name);
-  const MessageBusObject unit{
-      .service = kService, .path = path.c_str(), .interface = "org.freedesktop.DBus.Properties"};
-  const Message message = bus_.makeCall(unit, "Get");
-  require(sd_bus_message_append(message.get(), "ss", "org.freedesktop.systemd1.Unit", "ActiveState"), "call");
-  const Message reply = bus_.call(message);
-  const char* state = nullptr;
-  require(sd_bus_message_read(reply.get(), "v", "s", &state), "understand");
-  return std::string_view(state) != "inactive" && std::string_view(state) != "failed";
+  (void)call(message, interaction);
 }
 
 void SystemdManagerConnection::startTransientService(const std::string& name, const std::string& description,
                                                      const std::vector<std::string>& programArguments,
                                                      Interaction interaction) {
-  const bool mayAsk = interaction == Interaction::allowed;
-  const Message message = makeCall("StartTransientUnit");
-  require(sd_bus_message_set_allow_interactive_authorization(message.get(), mayAsk ? 1 : 0), "call");
+  const Message message = makeCall("StartTransientUnit", interaction);
   require(sd_bus_message_append(message.get(), "ss", name.c_str(), "fail"), "call");
   require(sd_bus_message_open_container(message.get(), 'a', "(sv)"), "call");
   appendTextProperty(message.get(), "Description", description.c_str());
@@ -101,7 +107,7 @@ void SystemdManagerConnection::startTransientService(const std::string& name, co
   appendCommand(message.get(), programArguments);
   require(sd_bus_message_close_container(message.get()), "call");
   require(sd_bus_message_append(message.get(), "a(sa(sv))", 0), "call");
-  const std::string result = resultOfJob(readObjectPath(bus_.call(message, mayAsk ? Limit::none : Limit::usual)));
+  const std::string result = resultOfJob(readObjectPath(call(message, interaction)));
   if (result != "done") {
     throw QuillonSystemError(kService, EIO, "The service manager could not start " + name + ": " + result + ".");
   }
@@ -127,10 +133,17 @@ SystemdManagerConnection::Message SystemdManagerConnection::makeCall(const char*
   return bus_.makeCall(kManager, member);
 }
 
-std::string SystemdManagerConnection::unitPath(const std::string& name) const {
-  const Message message = makeCall("GetUnit");
-  require(sd_bus_message_append(message.get(), "s", name.c_str()), "call");
-  return readObjectPath(bus_.call(message));
+SystemdManagerConnection::Message SystemdManagerConnection::makeCall(const char* member,
+                                                                     Interaction interaction) const {
+  Message message = makeCall(member);
+  const int mayAsk = interaction == Interaction::allowed ? 1 : 0;
+  require(sd_bus_message_set_allow_interactive_authorization(message.get(), mayAsk), "call");
+  return message;
+}
+
+SystemdManagerConnection::Message SystemdManagerConnection::call(const Message& message,
+                                                                 Interaction interaction) const {
+  return bus_.call(message, interaction == Interaction::allowed ? Limit::none : Limit::usual);
 }
 
 std::string SystemdManagerConnection::resultOfJob(const std::string& path) {

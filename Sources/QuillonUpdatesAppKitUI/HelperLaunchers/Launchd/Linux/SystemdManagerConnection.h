@@ -2,6 +2,7 @@
 
 #include <chrono>
 #include <map>
+#include <optional>
 #include <string>
 #include <vector>
 
@@ -22,12 +23,14 @@ class SystemdManagerConnection {
   SystemdManagerConnection(const SystemdManagerConnection&) = delete;
   SystemdManagerConnection& operator=(const SystemdManagerConnection&) = delete;
 
-  /// Stops a unit and waits until it has stopped.
-  void stopUnit(const std::string& name);
-  /// Forgets that a unit failed.
-  void resetFailedUnit(const std::string& name);
-  /// Whether the unit's own program runs, is about to, or is being stopped.
-  [[nodiscard]] bool unitIsAlive(const std::string& name);
+  /// What the manager says of a unit ("ActiveState"), such as "active" or "failed"; absent when it has none of that
+  /// name. Takes no rights.
+  [[nodiscard]] std::optional<std::string> activeState(const std::string& name) const;
+  /// Stops a unit and waits until it has stopped. The manager may ask the user for the right whether it was allowed to
+  /// or not, so its answer has no time limit where that is allowed.
+  void stopUnit(const std::string& name, Interaction interaction);
+  /// Forgets that a unit failed. May ask like stopUnit.
+  void resetFailedUnit(const std::string& name, Interaction interaction);
   /// Starts a transient service that runs `programArguments` (the first is the program's path), and waits until the
   /// program runs. Throws also when it cannot be executed. The manager's answer has no time limit where it may ask.
   void startTransientService(const std::string& name, const std::string& description,
@@ -40,7 +43,8 @@ class SystemdManagerConnection {
   static int noteRemovedJob(sd_bus_message* message, void* connection, sd_bus_error* error) noexcept;
 
   [[nodiscard]] Message makeCall(const char* member) const;
-  [[nodiscard]] std::string unitPath(const std::string& name) const;
+  [[nodiscard]] Message makeCall(const char* member, Interaction interaction) const;
+  [[nodiscard]] Message call(const Message& message, Interaction interaction) const;
   [[nodiscard]] std::string resultOfJob(const std::string& path);
   void processUntil(Deadline deadline, const std::string& path);
 

@@ -3,6 +3,7 @@
 #include <unistd.h>
 
 #include <cerrno>
+#include <optional>
 #include <string_view>
 
 #include "QuillonUpdatesAppKitUI/AppBundleReplacement/VeskUpdateInstallerError.h"
@@ -26,28 +27,35 @@ std::string unitName(const std::string& label, int number) {
   return systemdServiceName(number == 1 ? label : label + "-" + std::to_string(number));
 }
 
-/// Stops and forgets what is left of an older job.
-void removeJob(SystemdManagerConnection& manager, const std::string& unit) {
+/// Whether the unit's own program runs, is about to, or is being stopped.
+bool isAlive(const std::optional<std::string>& activeState) {
+  return activeState && *activeState != "inactive" && *activeState != "failed";
+}
+
+/// Stops and forgets what is left of an older job. Looks first: to stop even a unit that does not exist takes rights,
+/// which the manager could ask the user for.
+void removeJob(SystemdManagerConnection& manager, const std::string& unit, Interaction interaction) {
   try {
-    manager.stopUnit(unit);
-  } catch (const QuillonSystemError&) {  // NOLINT(bugprone-empty-catch): there is usually no such job
-  }
-  try {
-    manager.resetFailedUnit(unit);
-  } catch (const QuillonSystemError&) {  // NOLINT(bugprone-empty-catch): nor one that failed
+    std::optional<std::string> state = manager.activeState(unit);
+    if (isAlive(state)) {
+      manager.stopUnit(unit, interaction);
+      state = manager.activeState(unit);
+    }
+    if (state == "failed") manager.resetFailedUnit(unit, interaction);
+  } catch (const QuillonSystemError&) {  // NOLINT(bugprone-empty-catch): submission fails if that matters
   }
 }
 
 /// Whether the manager took the job as `unit`; false when that name is taken.
 bool tryToSubmit(SystemdManagerConnection& manager, const std::string& unit, const VeskAppBundleLaunchdJob& job,
                  Interaction interaction, const std::function<bool()>& shouldProceed) {
-  removeJob(manager, unit);
+  removeJob(manager, unit, interaction);
   requireProceeding(shouldProceed);
   try {
     manager.startTransientService(unit, job.label, job.programArguments, interaction);
     return true;
   } catch (const QuillonSystemError& error) {
-    if (error.domain() != kUnitExists || manager.unitIsAlive(unit)) throw;
+    if (error.domain() != kUnitExists || isAlive(manager.activeState(unit))) throw;
     return false;
   }
 }

@@ -15,8 +15,10 @@
 namespace quillon {
 namespace {
 
+using ::testing::Contains;
 using ::testing::ElementsAre;
 using testing::FakeSystemdManager;
+using ::testing::Not;
 using ::testing::Pair;
 using testing::PrivateBus;
 using ::testing::UnorderedElementsAre;
@@ -75,20 +77,33 @@ TEST_F(VeskAppBundleSystemdJobSubmitterTest, StartsATransientUnitThatRunsTheArgu
 }
 
 TEST_F(VeskAppBundleSystemdJobSubmitterTest, RemovesTheOlderJobFirst) {
-  const FakeSystemdManager manager(bus_.address(), {.unitExists = true});
+  const FakeSystemdManager manager(bus_.address(), {.unitExists = true, .stoppedUnitState = "failed"});
 
   EXPECT_EQ(submit(), std::nullopt);
 
-  EXPECT_THAT(manager.calls(), ElementsAre("Subscribe", "StopUnit org.example.App.quillon-updater.service replace",
+  EXPECT_THAT(manager.calls(), ElementsAre("Subscribe", "GetUnit org.example.App.quillon-updater.service",
+                                           "StopUnit org.example.App.quillon-updater.service replace",
+                                           "GetUnit org.example.App.quillon-updater.service",
                                            "ResetFailedUnit org.example.App.quillon-updater.service",
                                            "StartTransientUnit org.example.App.quillon-updater.service fail"));
 }
 
-TEST_F(VeskAppBundleSystemdJobSubmitterTest, MissingOlderJobIsNoFailure) {
+TEST_F(VeskAppBundleSystemdJobSubmitterTest, AnOlderJobThatFailedIsForgotten) {
+  const FakeSystemdManager manager(bus_.address(), {.unitExists = true, .unitState = "failed"});
+
+  EXPECT_EQ(submit(), std::nullopt);
+
+  EXPECT_THAT(manager.calls(), Contains("ResetFailedUnit org.example.App.quillon-updater.service"));
+  EXPECT_THAT(manager.calls(), Not(Contains("StopUnit org.example.App.quillon-updater.service replace")));
+}
+
+TEST_F(VeskAppBundleSystemdJobSubmitterTest, WithoutOlderJobNothingIsAskedThatTakesRights) {
   const FakeSystemdManager manager(bus_.address(), {.unitExists = false});
 
   EXPECT_EQ(submit(), std::nullopt);
-  EXPECT_EQ(manager.calls().size(), 4U);
+
+  EXPECT_THAT(manager.calls(), ElementsAre("Subscribe", "GetUnit org.example.App.quillon-updater.service",
+                                           "StartTransientUnit org.example.App.quillon-updater.service fail"));
 }
 
 TEST_F(VeskAppBundleSystemdJobSubmitterTest, NameThatLivingProcessesHoldIsNumbered) {
@@ -143,7 +158,7 @@ TEST_F(VeskAppBundleSystemdJobSubmitterTest, AsksBetweenRemovalAndSubmission) {
   const FakeSystemdManager manager(bus_.address());
 
   const auto error = submit([&] {
-    EXPECT_EQ(manager.calls().back(), "ResetFailedUnit org.example.App.quillon-updater.service");
+    EXPECT_EQ(manager.calls().back(), "GetUnit org.example.App.quillon-updater.service");
     return false;
   });
 
