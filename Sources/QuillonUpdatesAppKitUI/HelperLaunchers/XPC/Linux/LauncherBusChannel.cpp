@@ -42,8 +42,9 @@ sd_bus* makeBus(FileDescriptor socket, LauncherBusEnd end) {
   (void)socket.release();
   require(sd_bus_set_bus_client(bus, 0));
   require(sd_bus_set_anonymous(bus, 0));
-  // No message carries descriptors, and the service refuses them. The host asks all the same: a client that does not ask
-  // runs into an assertion of sd-bus 252, which ends the process, when a hostile server answers with a line too many.
+  // No message carries descriptors, and the service refuses them. The host asks all the same: a client that does not
+  // ask runs into an assertion of sd-bus 252, which ends the process, when a hostile server answers with a line too
+  // many.
   require(sd_bus_negotiate_fds(bus, end == LauncherBusEnd::host ? 1 : 0));
   if (end == LauncherBusEnd::service) {
     sd_id128_t identifier{};
