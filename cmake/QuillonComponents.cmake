@@ -69,24 +69,44 @@ function(quillon_add_command name)
   set_property(GLOBAL APPEND PROPERTY QUILLON_COMMANDS ${name})
 endfunction()
 
-# A GoogleTest executable: quillon_add_test(name LABEL unit SOURCES … LINK … [DEPENDS commands…]).
+# A GoogleTest executable: quillon_add_test(name LABEL unit SOURCES … LINK … [DEPENDS commands…] [WHOLE]).
+# WHOLE makes one test of it all, for tests that share something that takes long to make.
 function(quillon_add_test name)
   if(NOT QUILLON_BUILD_TESTS)
     return()
   endif()
-  cmake_parse_arguments(arg "" "LABEL" "SOURCES;LINK;DEPENDS" ${ARGN})
+  cmake_parse_arguments(arg "WHOLE" "LABEL" "SOURCES;LINK;DEPENDS" ${ARGN})
   add_executable(${name} ${arg_SOURCES})
   _quillon_apply_settings(${name})
   target_include_directories(${name} PRIVATE "${PROJECT_SOURCE_DIR}/Sources" "${PROJECT_SOURCE_DIR}/Tests")
   target_compile_definitions(${name} PRIVATE QUILLON_BINARY_FOLDER="${CMAKE_BINARY_DIR}/bin"
+                                             QUILLON_TEST_PROGRAM_FOLDER="${CMAKE_BINARY_DIR}/programs"
                                              QUILLON_SOURCE_FOLDER="${PROJECT_SOURCE_DIR}")
   target_link_libraries(${name} PRIVATE ${arg_LINK} GTest::gmock GTest::gtest_main)
   set_target_properties(${name} PROPERTIES RUNTIME_OUTPUT_DIRECTORY "${CMAKE_BINARY_DIR}/tests")
   if(arg_DEPENDS)
     add_dependencies(${name} ${arg_DEPENDS})
   endif()
+  if(arg_WHOLE)
+    add_test(NAME ${name} COMMAND ${name})
+    set_tests_properties(${name} PROPERTIES LABELS "${arg_LABEL}" SKIP_REGULAR_EXPRESSION "\\[  SKIPPED \\] [1-9]")
+    return()
+  endif()
   include(GoogleTest)
   gtest_discover_tests(${name} DISCOVERY_MODE PRE_TEST NO_PRETTY_VALUES PROPERTIES LABELS "${arg_LABEL}")
+endfunction()
+
+# A program that tests start, in build/<preset>/programs: quillon_add_test_program(name SOURCES … LINK …).
+function(quillon_add_test_program name)
+  if(NOT QUILLON_BUILD_TESTS)
+    return()
+  endif()
+  cmake_parse_arguments(arg "" "" "SOURCES;LINK" ${ARGN})
+  add_executable(${name} ${arg_SOURCES})
+  _quillon_apply_settings(${name})
+  target_include_directories(${name} PRIVATE "${PROJECT_SOURCE_DIR}/Sources" "${PROJECT_SOURCE_DIR}/Tests")
+  target_link_libraries(${name} PRIVATE ${arg_LINK})
+  set_target_properties(${name} PROPERTIES RUNTIME_OUTPUT_DIRECTORY "${CMAKE_BINARY_DIR}/programs")
 endfunction()
 
 # A libFuzzer target, and in every other build the same entry point replaying its corpus as a test:

@@ -2,6 +2,9 @@
 find_package(PkgConfig REQUIRED)
 find_package(Threads REQUIRED)
 find_package(OpenSSL 3.0 REQUIRED COMPONENTS Crypto)
+# Hashes several pages of code at once. Only x86-64 has it; everywhere else pages are hashed one by one.
+list(APPEND CMAKE_MODULE_PATH "${CMAKE_CURRENT_LIST_DIR}")
+find_package(IPSecMB QUIET)
 pkg_check_modules(utf8proc REQUIRED IMPORTED_TARGET libutf8proc)
 if(CMAKE_SYSTEM_NAME STREQUAL "Linux")
   pkg_check_modules(libsystemd REQUIRED IMPORTED_TARGET libsystemd>=252)

@@ -17,6 +17,7 @@ configure_package_config_file("${PROJECT_SOURCE_DIR}/cmake/QuillonConfig.cmake.i
   INSTALL_DESTINATION ${CMAKE_INSTALL_LIBDIR}/cmake/Quillon)
 write_basic_package_version_file("${CMAKE_BINARY_DIR}/QuillonConfigVersion.cmake" COMPATIBILITY SameMinorVersion)
 install(FILES "${CMAKE_BINARY_DIR}/QuillonConfig.cmake" "${CMAKE_BINARY_DIR}/QuillonConfigVersion.cmake"
+  "${PROJECT_SOURCE_DIR}/cmake/FindIPSecMB.cmake"
   DESTINATION ${CMAKE_INSTALL_LIBDIR}/cmake/Quillon)
 
 file(GLOB manual_pages CONFIGURE_DEPENDS "${PROJECT_SOURCE_DIR}/docs/man/*.1")

@@ -64,6 +64,19 @@ const EVP_MD* digestNamed(int identifier) {
   }
 }
 
+int digestOf(CodeHashType type) {
+  switch (type) {
+    case CodeHashType::sha1:
+      return NID_sha1;
+    case CodeHashType::sha256:
+    case CodeHashType::sha256Truncated:
+      return NID_sha256;
+    case CodeHashType::sha384:
+      return NID_sha384;
+  }
+  return NID_undef;
+}
+
 /// The parts of a SignerInfo as they stand in the message.
 struct SignerInfo {
   std::string_view issuer;  // with header
@@ -196,25 +209,38 @@ void checkSignatureValue(const SignerInfo& signer, X509* certificate) {
   }
 }
 
-void checkDigest(const SignerInfo& signer, std::string_view content, const BERElement& attribute) {
-  if (attribute.tag != BERTag::octetString || attribute.content != cmsDigest(signer.digest, content)) fail();
+void checkDigest(const std::string& digest, const BERElement& attribute) {
+  if (attribute.tag != BERTag::octetString || attribute.content != digest) fail();
 }
 
-/// The same question put to OpenSSL's own reader. Content that is not in the message can be no other than `content`,
-/// and is not written out to be compared: it may be large.
-void checkWithGeneralReader(std::string_view message, const CMSMessageForm& form, std::string_view content) {
-  const BIOHandle input = bioOver(message);
-  const CMSHandle cms(d2i_CMS_bio(input.get(), nullptr));
-  const BIOHandle data = form.holdsContent ? nullptr : bioOver(content);
-  const BIOHandle output(BIO_new(form.holdsContent ? BIO_s_mem() : BIO_s_null()));
-  if (!cms || !output ||
-      CMS_verify(cms.get(), nullptr, nullptr, data.get(), output.get(), CMS_BINARY | CMS_NO_SIGNER_CERT_VERIFY) != 1) {
+/// OpenSSL's reader asked whether the message signs the content that it holds, and this content only.
+void checkHeldContentWithGeneralReader(CMS_ContentInfo* message, std::string_view content) {
+  const BIOHandle output(BIO_new(BIO_s_mem()));
+  if (!output ||
+      CMS_verify(message, nullptr, nullptr, nullptr, output.get(), CMS_BINARY | CMS_NO_SIGNER_CERT_VERIFY) != 1) {
     fail();
   }
-  if (!form.holdsContent) return;
   char* bytes = nullptr;
   const long length = BIO_get_mem_data(output.get(), &bytes);
   if (std::string_view(bytes, static_cast<std::size_t>(length)) != content) fail();
+}
+
+std::string_view contentOf(const ASN1_OCTET_STRING* bytes) {
+  return {reinterpret_cast<const char*>(ASN1_STRING_get0_data(bytes)),
+          static_cast<std::size_t>(ASN1_STRING_length(bytes))};
+}
+
+/// OpenSSL's reader asked whether the message signs a digest. Given the content it would hash that once more, and it
+/// may be large.
+void checkDigestWithGeneralReader(CMS_ContentInfo* message, std::string_view digest) {
+  if (CMS_set1_signers_certs(message, nullptr, 0) != 1) fail();
+  STACK_OF(CMS_SignerInfo)* signers = CMS_get0_SignerInfos(message);
+  if (sk_CMS_SignerInfo_num(signers) != 1) fail();
+  CMS_SignerInfo* signer = sk_CMS_SignerInfo_value(signers, 0);
+  constexpr int kOnlyOneWithOneValue = -3;
+  const auto* signedDigest = static_cast<const ASN1_OCTET_STRING*>(CMS_signed_get0_data_by_OBJ(
+      signer, OBJ_nid2obj(NID_pkcs9_messageDigest), kOnlyOneWithOneValue, V_ASN1_OCTET_STRING));
+  if (signedDigest == nullptr || contentOf(signedDigest) != digest || CMS_SignerInfo_verify(signer) != 1) fail();
 }
 
 }  // namespace
@@ -252,17 +278,32 @@ const BERElement& CMSAttributes::requireSingle(std::string_view dotted) const {
   return *value;
 }
 
-CMSMessage verifyCMSMessage(std::string_view bytes, const CMSMessageForm& form, std::string_view detachedContent) {
+std::string CMSDetachedContent::digest(int digest) const {
+  const bool isKnown = knownHashType_ && digestOf(*knownHashType_) == digest;
+  return isKnown ? knownHash_ : cmsDigest(digest, bytes_);
+}
+
+CMSMessage verifyCMSMessage(std::string_view bytes, const CMSMessageForm& form,
+                            const CMSDetachedContent& detachedContent) {
   const SignedData parsed = readMessage(bytes, form);
+  const CMSDetachedContent content = parsed.content ? CMSDetachedContent(*parsed.content) : detachedContent;
+  const std::string digest = content.digest(parsed.signer.digest);
   CMSMessage message;
-  message.content = parsed.content.value_or(detachedContent);
+  message.content = content.bytes();
   message.signedAttributes = CMSAttributes::parse(parsed.signer.signedAttributes.content);
   if (!isObject(message.signedAttributes.requireSingle(kContentType), form.contentType)) fail();
-  checkDigest(parsed.signer, message.content, message.signedAttributes.requireSingle(kMessageDigest));
+  checkDigest(digest, message.signedAttributes.requireSingle(kMessageDigest));
 
   const CertificateHandle certificate = signerCertificate(parsed, message.signer);
   checkSignatureValue(parsed.signer, certificate.get());
-  checkWithGeneralReader(bytes, form, message.content);
+  const BIOHandle input = bioOver(bytes);
+  const CMSHandle generallyRead(d2i_CMS_bio(input.get(), nullptr));
+  if (!generallyRead) fail();
+  if (form.holdsContent) {
+    checkHeldContentWithGeneralReader(generallyRead.get(), message.content);
+  } else {
+    checkDigestWithGeneralReader(generallyRead.get(), digest);
+  }
 
   message.certificates = parsed.certificates;
   message.signatureValue = parsed.signer.signature;

@@ -8,6 +8,7 @@
 #include <vector>
 
 #include "CodeSignature/BERElement.h"
+#include "CodeSignature/CodeHash.h"
 
 namespace quillon {
 
@@ -40,6 +41,25 @@ struct CMSMessageForm {
   bool holdsContent = false;
 };
 
+/// Content that a message signs without holding it. Borrows the bytes.
+class CMSDetachedContent {
+ public:
+  CMSDetachedContent(std::string_view bytes) : bytes_(bytes) {}    // NOLINT(google-explicit-constructor)
+  CMSDetachedContent(const std::string& bytes) : bytes_(bytes) {}  // NOLINT(google-explicit-constructor)
+  /// Bytes whose whole hash is known already, so that they are not hashed again where the message uses it.
+  CMSDetachedContent(std::string_view bytes, CodeHashType type, std::string_view hash)
+      : bytes_(bytes), knownHashType_(type), knownHash_(hash) {}
+
+  [[nodiscard]] std::string_view bytes() const noexcept { return bytes_; }
+  /// With one of the algorithms that `cmsDigestFrom` answers.
+  [[nodiscard]] std::string digest(int digest) const;
+
+ private:
+  std::string_view bytes_;
+  std::optional<CodeHashType> knownHashType_;
+  std::string knownHash_;
+};
+
 /// A message with one signer whose signature has been checked. Whether the certificate means anything is for its chain
 /// to say. Borrows from the bytes it was read from.
 struct CMSMessage {
@@ -61,7 +81,7 @@ struct CMSMessage {
 /// but are not what signers write: no single byte of the message can be changed without being noticed. The one
 /// exception says the same before and after: signers name an RSA algorithm with its digest or without.
 [[nodiscard]] CMSMessage verifyCMSMessage(std::string_view bytes, const CMSMessageForm& form,
-                                          std::string_view detachedContent = {});
+                                          const CMSDetachedContent& detachedContent = std::string_view());
 
 /// Reads an AlgorithmIdentifier of a digest, whose parameters are absent or NULL, and answers the digest's NID. Throws
 /// CodeSignatureError(signatureFailed) for everything but SHA-1, SHA-256, SHA-384 and SHA-512.

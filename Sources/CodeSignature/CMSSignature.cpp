@@ -175,7 +175,7 @@ std::string derSignerInfo(const SigningIdentity::Content& identity, const std::v
 
 }  // namespace
 
-CMSSignature verifyCMSSignature(std::string_view message, std::string_view content) {
+CMSSignature verifyCMSSignature(std::string_view message, const CMSDetachedContent& content) {
   const CMSMessage parsed = verifyCMSMessage(message, {.contentType = kData, .version = 1}, content);
   CMSSignature signature;
   signature.signer = parsed.signer;

@@ -6,6 +6,7 @@
 #include <string_view>
 #include <vector>
 
+#include "CodeSignature/CMSMessage.h"
 #include "CodeSignature/CodeDirectory.h"
 #include "CodeSignature/SigningIdentity.h"
 
@@ -37,7 +38,7 @@ struct CMSSignature {
 /// Reads a detached message with one signer over `content` and checks its signature. Throws
 /// CodeSignatureError(signatureFailed) for everything else, also for encodings that mean the same but are not what
 /// signers write: no byte of the message can be changed without being noticed. The token is only read, not verified.
-[[nodiscard]] CMSSignature verifyCMSSignature(std::string_view message, std::string_view content);
+[[nodiscard]] CMSSignature verifyCMSSignature(std::string_view message, const CMSDetachedContent& content);
 
 /// Signs the first of `directories` in a detached message that also names the hashes of them all. The chain of
 /// `identity` is embedded whole. The message holds no time but `signingTime`: with an RSA key, equal arguments make

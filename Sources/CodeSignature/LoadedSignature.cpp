@@ -173,7 +173,9 @@ void loadCMS(const CodeRepresentation& code, const TrustAnchors& anchors, Loaded
     return;
   }
   if (signature.message.empty()) fail(CodeSignatureErrorCode::unsignedCode);
-  signature.cms = verifyCMSSignature(signature.message, signature.directories.front().blob);
+  const CodeDirectory& first = signature.directories.front();
+  signature.cms =
+      verifyCMSSignature(signature.message, {first.blob, first.hashType, signature.directoryHashes.front()});
   checkNamedHashes(signature);
   loadTimestamp(anchors, signature);
   loadCertificateChain(anchors, signature);

@@ -6,6 +6,7 @@
 #include "QuillonTool/QuillonToolBundleSign.h"
 #include "QuillonTool/QuillonToolBundleValidate.h"
 #include "QuillonTool/QuillonToolMessageShow.h"
+#include "QuillonTool/QuillonToolPolicy.h"
 #include "QuillonTool/QuillonToolReportShow.h"
 #include "QuillonTool/QuillonToolUsageError.h"
 #include "QuillonTool/QuillonToolVersionCompare.h"
@@ -21,7 +22,7 @@ bool asksForHelp(QuillonToolSubcommandList::Words words) {
 
 std::string nameOf(const QuillonToolSubcommand* subcommand) {
   std::string name = "quillon";
-  if (subcommand != nullptr) name.append(" ").append(subcommand->group).append(" ").append(subcommand->name);
+  if (subcommand != nullptr) name.append(" ").append(subcommand->title());
   return name;
 }
 
@@ -29,7 +30,7 @@ std::string nameOf(const QuillonToolSubcommand* subcommand) {
 
 QuillonToolSubcommandList allSubcommands() {
   return QuillonToolSubcommandList({versionCompareSubcommand(), bundleValidateSubcommand(), bundleSignSubcommand(),
-                                    messageShowSubcommand(), reportShowSubcommand()});
+                                    messageShowSubcommand(), reportShowSubcommand(), policySubcommand()});
 }
 
 QuillonToolExitStatus QuillonToolMain::execute(const std::vector<std::string>& words,
@@ -63,7 +64,7 @@ QuillonToolExitStatus QuillonToolMain::run(Words words, QuillonToolConsole& cons
     console.printText(information(words));
     return kToolSuccess;
   }
-  const Words arguments = words.subspan(2);
+  const Words arguments = words.subspan(subcommand->wordCount());
   if (asksForHelp(arguments)) {
     console.printText(subcommand->help);
     return kToolSuccess;

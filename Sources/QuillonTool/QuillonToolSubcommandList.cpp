@@ -19,9 +19,9 @@ std::string joined(const std::vector<std::string_view>& names) {
 }  // namespace
 
 const QuillonToolSubcommand* QuillonToolSubcommandList::find(Words words) const noexcept {
-  if (words.size() < 2) return nullptr;
   const auto found = std::ranges::find_if(subcommands_, [words](const QuillonToolSubcommand& subcommand) {
-    return subcommand.group == words[0] && subcommand.name == words[1];
+    if (words.size() < subcommand.wordCount() || subcommand.group != words[0]) return false;
+    return subcommand.name.empty() || subcommand.name == words[1];
   });
   return found == subcommands_.end() ? nullptr : &*found;
 }
@@ -34,12 +34,14 @@ std::string QuillonToolSubcommandList::help(Words words) const {
            "\nOptions:\n  --help     Print this text\n  --version  Print the version of this command\n"
            "\n'quillon COMMAND SUBCOMMAND --help' tells more about each.\n";
   }
-  if (words.size() == 1 && isGroup(words[0])) {
+  const QuillonToolSubcommand* const subcommand = find(words);
+  if (subcommand == nullptr && words.size() == 1 && isGroup(words[0])) {
     return "Usage: quillon " + words[0] + " SUBCOMMAND [ARGUMENT...]\n\nCommands:\n" + lines(words[0]);
   }
-  const QuillonToolSubcommand* const subcommand = find(words);
   if (subcommand == nullptr) throwUnknown(words);
-  if (words.size() > 2) throw QuillonToolUsageError("The word \"" + words[2] + "\" is one too many; leave it out.");
+  if (words.size() > subcommand->wordCount()) {
+    throw QuillonToolUsageError("The word \"" + words[subcommand->wordCount()] + "\" is one too many; leave it out.");
+  }
   return std::string(subcommand->help);
 }
 
@@ -83,7 +85,7 @@ std::string QuillonToolSubcommandList::lines(std::string_view group) const {
   std::string text;
   for (const QuillonToolSubcommand& subcommand : subcommands_) {
     if (!group.empty() && subcommand.group != group) continue;
-    std::string title = std::string(subcommand.group).append(" ").append(subcommand.name);
+    std::string title = subcommand.title();
     title.resize(std::max(title.size(), kNameColumnWidth), ' ');
     text.append("  ").append(title).append("  ").append(subcommand.summary).append("\n");
   }

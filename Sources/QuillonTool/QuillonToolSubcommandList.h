@@ -18,7 +18,7 @@ class QuillonToolSubcommandList {
   explicit QuillonToolSubcommandList(std::vector<QuillonToolSubcommand> subcommands)
       : subcommands_(std::move(subcommands)) {}
 
-  /// The subcommand that the first two words name; null when they name none.
+  /// The subcommand that the first words name; null when they name none.
   [[nodiscard]] const QuillonToolSubcommand* find(Words words) const noexcept;
   /// What `words` tell about: everything, one group, or one subcommand. Throws QuillonToolUsageError when they name
   /// nothing, or are more than a name.

@@ -19,8 +19,8 @@
 #include <vector>
 
 #include "CodeSignature/CodeSigner.h"
-#include "QuillonUpdatesAppKitUI/AppBundleReplacement/VeskAppBundleReplacementRequest.h"
 #include "Support/ApplicationBundleBuilder.h"
+#include "Support/ReplacementRequestBuilder.h"
 #include "Support/TemporaryDirectory.h"
 
 namespace {
@@ -37,21 +37,6 @@ void makeSigned(const fs::path& bundle, const std::string& version, const std::s
     testing::writeFile(bundle / "Contents/Resources" / ("file" + std::to_string(i)), std::string(4096, 'x'));
   }
   signCode(QuillonURL::fileURL(bundle.string()), {});
-}
-
-VeskAppBundleReplacementRequest request(const fs::path& staged, const fs::path& installed) {
-  return {.stagedApplicationURL = QuillonURL::fileURL(staged.string()),
-          .installedApplicationURL = QuillonURL::fileURL(installed.string()),
-          .helperExecutableURL = std::nullopt,
-          .hostIdentity = VeskAppBundleUpdateHostIdentity{.bundleIdentifier = "org.example.App",
-                                                          .applicationVersion = "1.0",
-                                                          .applicationBuild = 1,
-                                                          .expectedTeamIdentifier = std::nullopt,
-                                                          .allowsSameBuildReplacement = false},
-          .shouldRequestAuthorizationIfNeeded = false,
-          .launchUserContext = std::nullopt,
-          .failureReportURL = std::nullopt,
-          .failureReportAttemptIdentifier = std::nullopt};
 }
 
 pid_t start(std::vector<std::string> words) {
@@ -71,7 +56,7 @@ double millisecondsToSwap() {
   makeSigned(staged, "2.0", "2");
   const int watch = inotify_init1(IN_CLOEXEC);
   inotify_add_watch(watch, installed.parent_path().c_str(), IN_MOVED_FROM);
-  std::vector<std::string> words = request(staged, installed).helperArguments(0);
+  std::vector<std::string> words = testing::makeReplacementRequest(staged, installed).helperArguments(0);
   words.insert(words.begin(), std::string(QUILLON_BINARY_FOLDER) + "/QuillonUpdateInstaller");
 
   const auto begin = std::chrono::steady_clock::now();

@@ -111,10 +111,20 @@ TEST_F(CMSMessageTest, PartsAreThoseOfTheMessage) {
   EXPECT_EQ(message.signatureValue, testing::signatureValueOf(message_));
 }
 
+TEST_F(CMSMessageTest, ContentWhoseHashIsKnownIsNotHashedAgain) {
+  const CMSDetachedContent known(std::string_view("not looked at"), CodeHashType::sha256, directory_.fullHash());
+  const CMSDetachedContent wrong(directory_.blob, CodeHashType::sha256, codeHash(CodeHashType::sha256, "else"));
+  const CMSDetachedContent other(directory_.blob, CodeHashType::sha1, codeHash(CodeHashType::sha1, "unused"));
+
+  EXPECT_NO_THROW((void)verifyCMSMessage(message_, kDetached, known));
+  EXPECT_THROW((void)verifyCMSMessage(message_, kDetached, wrong), CodeSignatureError);
+  EXPECT_NO_THROW((void)verifyCMSMessage(message_, kDetached, other));
+}
+
 TEST_F(CMSMessageTest, ContentInTheMessageIsTheContent) {
   const std::string token = testing::TimestampAuthority::shared().token("value");
 
-  const CMSMessage message = verifyCMSMessage(token, kToken, "something else");
+  const CMSMessage message = verifyCMSMessage(token, kToken, std::string_view("something else"));
 
   EXPECT_EQ(BERReader(message.content).next(BERTag::sequence).whole, message.content);
 }

@@ -45,18 +45,21 @@ TEST_P(CodePagesExtentTest, EveryPageIsHashedWithEveryAlgorithm) {
   const std::string code = codeOf(length);
   const std::size_t pageSize = pageSizeLog2 == 0 ? std::max<std::size_t>(1, length) : std::size_t{1} << pageSizeLog2;
 
-  const auto hashes =
-      hashCodePages(readerOf(code), length, pageSizeLog2, {CodeHashType::sha1, CodeHashType::sha256Truncated});
+  const auto hashes = hashCodePages(readerOf(code), length, pageSizeLog2,
+                                    {CodeHashType::sha1, CodeHashType::sha256Truncated, CodeHashType::sha256});
 
-  ASSERT_EQ(hashes.size(), 2U);
+  ASSERT_EQ(hashes.size(), 3U);
   EXPECT_EQ(hashes[0], expectedHashes(CodeHashType::sha1, code, pageSize));
   EXPECT_EQ(hashes[1], expectedHashes(CodeHashType::sha256Truncated, code, pageSize));
+  EXPECT_EQ(hashes[2], expectedHashes(CodeHashType::sha256, code, pageSize));
 }
 
 INSTANTIATE_TEST_SUITE_P(Extents, CodePagesExtentTest,
                          ::testing::Values(Extent{0, 12}, Extent{0, 0}, Extent{1, 12}, Extent{4096, 12},
                                            Extent{4097, 12}, Extent{300'000, 0}, Extent{256 * 1024, 12},
-                                           Extent{256 * 1024 + 1, 12}, Extent{1'000'001, 14}, Extent{1'000'001, 19}));
+                                           Extent{256 * 1024 + 1, 12}, Extent{1'000'001, 14}, Extent{1'000'001, 19},
+                                           Extent{2'000'001, 12}, Extent{2'097'152, 14}, Extent{2'000'001, 18},
+                                           Extent{2'000'001, 20}));
 
 TEST(CodePagesTest, ShortReadsChangeNothing) {
   const std::string code = codeOf(20'000);
@@ -69,6 +72,13 @@ TEST(CodePagesTest, CodeThatEndsEarlyIsHashedAsFarAsItGoes) {
   const std::string hashes = hashCodePages(readerOf(code), 3 * 4096, 12, {CodeHashType::sha1}).front();
   EXPECT_EQ(hashes.substr(0, 40), expectedHashes(CodeHashType::sha1, code, 4096));
   EXPECT_EQ(hashes.size(), 60U);
+}
+
+TEST(CodePagesTest, LongCodeThatEndsBetweenPagesGetsTheHashOfNothingForTheNext) {
+  const std::string code = codeOf(1'200'000 / 4096 * 4096);
+  const std::string hashes = hashCodePages(readerOf(code), 2'000'000, 12, {CodeHashType::sha256}).front();
+  EXPECT_EQ(hashes.substr(0, code.size() / 4096 * 32 + 32),
+            expectedHashes(CodeHashType::sha256, code, 4096) + codeHash(CodeHashType::sha256, ""));
 }
 
 TEST(CodePagesTest, ErrorOfTheReaderIsPassedOn) {

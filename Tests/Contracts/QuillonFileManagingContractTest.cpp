@@ -80,6 +80,22 @@ TEST_P(QuillonFileManagingContract, ExistenceFollowsLinks) {
   EXPECT_FALSE(files->directoryExists(url("none")));
 }
 
+TEST_P(QuillonFileManagingContract, OnlyARegularFileWithAnExecuteBitIsExecutable) {
+  writeFile(folder / "program", "#!/bin/sh\n");
+  fs::permissions(folder / "program", fs::perms(0755));
+  writeFile(folder / "text", "");
+  fs::permissions(folder / "text", fs::perms(0644));
+  fs::create_symlink("program", folder / "link");
+  fs::create_symlink("nowhere", folder / "dangling");
+
+  EXPECT_TRUE(files->isExecutableFile(url("program")));
+  EXPECT_TRUE(files->isExecutableFile(url("link")));
+  EXPECT_FALSE(files->isExecutableFile(url("text")));
+  EXPECT_FALSE(files->isExecutableFile(url("")));
+  EXPECT_FALSE(files->isExecutableFile(url("dangling")));
+  EXPECT_FALSE(files->isExecutableFile(url("none")));
+}
+
 TEST_P(QuillonFileManagingContract, ReadsAFileUpToALimit) {
   writeFile(folder / "file", "12345");
 

@@ -35,6 +35,14 @@ TEST(QuillonToolMainTest, HelpCanBeAskedForInTwoWays) {
   EXPECT_EQ(run({"help", "version", "compare"}), run({"version", "compare", "--help"}));
 }
 
+TEST(QuillonToolMainTest, ASubcommandOfOneWordHasHelpToo) {
+  const ToolRun run;
+
+  EXPECT_THAT(run({"policy", "--help"}).output, StartsWith("Usage: quillon policy APP"));
+  EXPECT_EQ(run({"help", "policy"}), run({"policy", "--help"}));
+  EXPECT_THAT(run({"policy"}).error, EndsWith("\nSee 'quillon policy --help'.\n"));
+}
+
 class QuillonToolMainHelpTest : public ::testing::TestWithParam<std::vector<std::string>> {};
 
 TEST_P(QuillonToolMainHelpTest, ShowsUsageAndExitStatus) {

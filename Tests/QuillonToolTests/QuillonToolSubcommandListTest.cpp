@@ -26,7 +26,8 @@ class QuillonToolSubcommandListTest : public ::testing::Test {
 
   const QuillonToolSubcommandList list_{{{.group = "tea", .name = "brew", .summary = "Make tea", .help = "Tea!\n"},
                                          {.group = "tea", .name = "pour", .summary = "Fill a cup", .help = "Cup!\n"},
-                                         {.group = "egg", .name = "boil", .summary = "Boil it", .help = "Egg!\n"}}};
+                                         {.group = "egg", .name = "boil", .summary = "Boil it", .help = "Egg!\n"},
+                                         {.group = "eat", .name = {}, .summary = "Eat it", .help = "Meal!\n"}}};
 };
 
 TEST_F(QuillonToolSubcommandListTest, FindsASubcommandByItsTwoWords) {
@@ -36,6 +37,16 @@ TEST_F(QuillonToolSubcommandListTest, FindsASubcommandByItsTwoWords) {
 
   ASSERT_NE(found, nullptr);
   EXPECT_EQ(found->summary, "Fill a cup");
+}
+
+TEST_F(QuillonToolSubcommandListTest, ASubcommandMayHaveOneWord) {
+  const QuillonToolSubcommand* const found = list_.find(std::vector<std::string>{"eat", "brew"});
+
+  ASSERT_NE(found, nullptr);
+  EXPECT_EQ(found->summary, "Eat it");
+  EXPECT_EQ(help({"eat"}), "Meal!\n");
+  EXPECT_THAT(help({}), HasSubstr("  eat               Eat it\n"));
+  EXPECT_EQ(errorOf({"eat", "now"}), "The word \"now\" is one too many; leave it out.");
 }
 
 TEST_F(QuillonToolSubcommandListTest, FindsNothingForOtherWords) {
@@ -53,7 +64,7 @@ TEST_F(QuillonToolSubcommandListTest, ListsEverythingOneGroupOrOneSubcommand) {
 
 TEST_F(QuillonToolSubcommandListTest, SaysWhatIsWrongWithTheWordsAndWhatThereIs) {
   EXPECT_EQ(errorOf({"-x"}), "Unknown option \"-x\"; write --help, --version or a command.");
-  EXPECT_EQ(errorOf({"milk"}), "Unknown command \"milk\"; the commands are tea, egg.");
+  EXPECT_EQ(errorOf({"milk"}), "Unknown command \"milk\"; the commands are tea, egg, eat.");
   EXPECT_EQ(errorOf({"tea", "spill"}), "Unknown subcommand \"spill\" of \"tea\"; it has brew, pour.");
   EXPECT_EQ(errorOf({"tea", "brew", "now"}), "The word \"now\" is one too many; leave it out.");
 }

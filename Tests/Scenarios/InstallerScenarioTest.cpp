@@ -19,9 +19,9 @@
 
 #include "CodeSignature/CodeSigner.h"
 #include "QuillonCore/Runtime/Posix/QuillonPosixProcessRunner.h"
-#include "QuillonUpdatesAppKitUI/AppBundleReplacement/VeskAppBundleReplacementRequest.h"
 #include "QuillonUpdatesAppKitUI/AppBundleReplacement/VeskAppBundleUpdateFailureReport.h"
 #include "Support/ApplicationBundleBuilder.h"
+#include "Support/ReplacementRequestBuilder.h"
 #include "Support/TemporaryDirectory.h"
 
 namespace quillon {
@@ -32,6 +32,7 @@ using ::testing::ElementsAre;
 using ::testing::HasSubstr;
 using ::testing::IsEmpty;
 using testing::makeApplicationBundle;
+using testing::makeReplacementRequest;
 using testing::readFile;
 using testing::versionOfApplicationBundle;
 using testing::writeFile;
@@ -63,20 +64,10 @@ class InstallerScenario : public ::testing::Test {
   }
 
   [[nodiscard]] VeskAppBundleReplacementRequest request() const {
-    return {
-        .stagedApplicationURL = QuillonURL::fileURL(staged.string()),
-        .installedApplicationURL = QuillonURL::fileURL(installed.string()),
-        .helperExecutableURL = std::nullopt,
-        .hostIdentity = VeskAppBundleUpdateHostIdentity{.bundleIdentifier = "org.example.App",
-                                                        .applicationVersion = "1.0",
-                                                        .applicationBuild = 1,
-                                                        .expectedTeamIdentifier = std::nullopt,
-                                                        .allowsSameBuildReplacement = false},
-        .shouldRequestAuthorizationIfNeeded = false,
-        .launchUserContext = launchUser,
-        .failureReportURL = QuillonURL::fileURL(report.string()),
-        .failureReportAttemptIdentifier = std::nullopt,
-    };
+    VeskAppBundleReplacementRequest request = makeReplacementRequest(staged, installed);
+    request.launchUserContext = launchUser;
+    request.failureReportURL = QuillonURL::fileURL(report.string());
+    return request;
   }
 
   [[nodiscard]] static std::string command(const std::string& name) {

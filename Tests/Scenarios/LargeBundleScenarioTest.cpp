@@ -10,8 +10,8 @@
 
 #include "CodeSignature/CodeSigner.h"
 #include "QuillonCore/Runtime/Posix/QuillonPosixProcessRunner.h"
-#include "QuillonUpdatesAppKitUI/AppBundleReplacement/VeskAppBundleReplacementRequest.h"
 #include "Support/ApplicationBundleBuilder.h"
+#include "Support/ReplacementRequestBuilder.h"
 #include "Support/TemporaryDirectory.h"
 
 namespace quillon {
@@ -19,6 +19,7 @@ namespace {
 
 namespace fs = std::filesystem;
 using testing::makeApplicationBundle;
+using testing::makeReplacementRequest;
 using testing::versionOfApplicationBundle;
 
 constexpr int kFolders = 100;
@@ -48,20 +49,7 @@ TEST(LargeBundleScenario, AHundredThousandFilesAreSealedInstalledAndEachIsChecke
   makeApplicationBundle(staged, {.version = "2.0", .build = "2"});
   addManyFiles(staged / "Contents/Resources");
   signCode(QuillonURL::fileURL(staged.string()), {});
-  const VeskAppBundleReplacementRequest request{
-      .stagedApplicationURL = QuillonURL::fileURL(staged.string()),
-      .installedApplicationURL = QuillonURL::fileURL(installed.string()),
-      .helperExecutableURL = std::nullopt,
-      .hostIdentity = VeskAppBundleUpdateHostIdentity{.bundleIdentifier = "org.example.App",
-                                                      .applicationVersion = "1.0",
-                                                      .applicationBuild = 1,
-                                                      .expectedTeamIdentifier = std::nullopt,
-                                                      .allowsSameBuildReplacement = false},
-      .shouldRequestAuthorizationIfNeeded = false,
-      .launchUserContext = std::nullopt,
-      .failureReportURL = std::nullopt,
-      .failureReportAttemptIdentifier = std::nullopt,
-  };
+  const VeskAppBundleReplacementRequest request = makeReplacementRequest(staged, installed);
 
   const QuillonProcessResult result =
       QuillonPosixProcessRunner().run(command("QuillonUpdateInstaller"), request.helperArguments(0));

@@ -30,6 +30,23 @@ void makeApplicationBundle(const fs::path& bundle, const ApplicationBundleDescri
   fs::create_symlink("version.txt", contents / "Resources" / "link");
 }
 
+fs::path addLauncherService(const fs::path& bundle, const fs::path& binaryFolder, const std::string& identifier) {
+  const std::string name = identifier + ".Quillon.UpdateInstallerLauncherService";
+  const fs::path contents = bundle / "Contents/XPCServices" / (name + ".xpc") / "Contents";
+  writeFile(contents / "Info.plist", "<?xml version=\"1.0\" encoding=\"UTF-8\"?>\n<plist version=\"1.0\"><dict>\n" +
+                                         entry("CFBundlePackageType", "XPC!") + entry("CFBundleIdentifier", name) +
+                                         entry("CFBundleExecutable", "QuillonUpdateInstallerLauncherService") +
+                                         "</dict></plist>\n");
+  fs::create_directories(contents / "MacOS");
+  fs::path executable = contents / "MacOS/QuillonUpdateInstallerLauncherService";
+  fs::copy_file(binaryFolder / executable.filename(), executable);
+  return executable;
+}
+
+void addPrograms(const fs::path& bundle, const fs::path& binaryFolder, const std::vector<std::string>& names) {
+  for (const std::string& name : names) fs::copy_file(binaryFolder / name, bundle / "Contents/MacOS" / name);
+}
+
 std::string versionOfApplicationBundle(const fs::path& bundle) {
   std::error_code error;
   if (!fs::exists(fs::symlink_status(bundle, error))) return "none";

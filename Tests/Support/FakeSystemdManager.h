@@ -1,14 +1,13 @@
 #pragma once
 
-#include <systemd/sd-bus.h>
-
+#include <cstdint>
 #include <map>
-#include <memory>
 #include <mutex>
 #include <optional>
 #include <string>
-#include <thread>
 #include <vector>
+
+#include "Support/FakeBusService.h"
 
 namespace quillon::testing {
 
@@ -22,12 +21,17 @@ class FakeSystemdManager {
   };
   /// What it answers. Set before the first call reaches it.
   struct Behaviour {
-    /// Whether StopUnit finds a unit; otherwise it answers NoSuchUnit, as ResetFailedUnit does.
+    /// Whether there is a unit of every name that it is asked about.
     bool unitExists = false;
+    /// Its ActiveState, and the one it has once it was stopped.
+    std::string unitState = "active";
+    std::string stoppedUnitState = "inactive";
     /// Answer of StartTransientUnit instead of a job.
     std::optional<Error> startError = {};
     /// Units whose name StartTransientUnit finds taken.
     std::vector<std::string> takenNames = {};
+    /// ActiveState of the units whose names are taken.
+    std::string takenUnitState = "inactive";
     /// How the start job ends (org.freedesktop.systemd1(5), "JobRemoved"); absent: it never does.
     std::optional<std::string> jobResult = "done";
     /// Whether the end of a job is told before the call that began it is answered.
@@ -38,41 +42,38 @@ class FakeSystemdManager {
     std::string name;
     std::string mode;
     std::map<std::string, std::string> textProperties;
+    std::map<std::string, std::uint64_t> numberProperties;
     std::string programPath;
     std::vector<std::string> arguments;
     std::vector<std::string> flags;
+    /// Whether the manager may ask the user for the right to start it.
+    bool mayAskTheUser = false;
   };
 
   explicit FakeSystemdManager(const std::string& busAddress) : FakeSystemdManager(busAddress, Behaviour{}) {}
   /// Returns when the manager answers calls.
   FakeSystemdManager(const std::string& busAddress, Behaviour behaviour);
-  ~FakeSystemdManager();
-  FakeSystemdManager(const FakeSystemdManager&) = delete;
-  FakeSystemdManager& operator=(const FakeSystemdManager&) = delete;
 
   /// The calls in their order: member and texts, separated by blanks.
-  [[nodiscard]] std::vector<std::string> calls() const;
+  [[nodiscard]] std::vector<std::string> calls() const { return service_.calls(); }
   [[nodiscard]] std::vector<TransientUnit> startedUnits() const;
 
  private:
-  static int handle(sd_bus_message* message, void* manager, sd_bus_error* error) noexcept;
-
-  void serve(const std::stop_token& stop) const;
   int answer(sd_bus_message* message);
   int answerStop(sd_bus_message* message);
   int answerStart(sd_bus_message* message);
+  int answerUnit(sd_bus_message* message);
+  int answerState(sd_bus_message* message) const;
   int answerWithJob(sd_bus_message* message, const std::string& unit, const std::optional<std::string>& result);
   int tellJobRemoved(const std::string& job, const std::string& unit, const std::optional<std::string>& result) const;
-  void record(std::string call);
 
   const Behaviour behaviour_;
+  // Of the answering thread.
   int jobs_ = 0;
-  int stopEvent_ = -1;
-  sd_bus* bus_ = nullptr;
+  bool isStopped_ = false;
   mutable std::mutex lock_;
-  std::vector<std::string> calls_;           // guarded by lock_
   std::vector<TransientUnit> startedUnits_;  // guarded by lock_
-  std::jthread thread_;
+  FakeBusService service_;                   // last: answers as soon as it is there
 };
 
 }  // namespace quillon::testing

@@ -59,6 +59,9 @@ bool FaultInjectingFileManager::fileExists(const QuillonURL& item) const noexcep
 bool FaultInjectingFileManager::directoryExists(const QuillonURL& item) const noexcept {
   return real_->directoryExists(item);
 }
+bool FaultInjectingFileManager::isExecutableFile(const QuillonURL& item) const noexcept {
+  return real_->isExecutableFile(item);
+}
 std::string FaultInjectingFileManager::contentsOfFile(const QuillonURL& file, std::size_t limit) const {
   return real_->contentsOfFile(file, limit);
 }

@@ -2,6 +2,7 @@
 
 #include "QuillonCore/Runtime/Posix/QuillonPosixFileManager.h"
 #include "Support/ApplicationBundleBuilder.h"
+#include "Support/ReplacementRequestBuilder.h"
 
 namespace quillon::testing {
 
@@ -23,20 +24,7 @@ ReplacementWorld::ReplacementWorld()
 }
 
 VeskAppBundleReplacementRequest ReplacementWorld::request() const {
-  return {
-      .stagedApplicationURL = QuillonURL::fileURL(staged.string()),
-      .installedApplicationURL = QuillonURL::fileURL(installed.string()),
-      .helperExecutableURL = std::nullopt,
-      .hostIdentity = VeskAppBundleUpdateHostIdentity{.bundleIdentifier = "org.example.App",
-                                                      .applicationVersion = "1.0",
-                                                      .applicationBuild = 1,
-                                                      .expectedTeamIdentifier = std::nullopt,
-                                                      .allowsSameBuildReplacement = false},
-      .shouldRequestAuthorizationIfNeeded = false,
-      .launchUserContext = std::nullopt,
-      .failureReportURL = std::nullopt,
-      .failureReportAttemptIdentifier = std::nullopt,
-  };
+  return makeReplacementRequest(staged, installed);
 }
 
 VeskAppBundleReplacementExecutor ReplacementWorld::makeExecutor() {

@@ -230,6 +230,12 @@ bool QuillonPosixFileManager::directoryExists(const QuillonURL& item) const noex
   return stat(item.path().c_str(), &status) == 0 && S_ISDIR(status.st_mode);
 }
 
+bool QuillonPosixFileManager::isExecutableFile(const QuillonURL& item) const noexcept {
+  struct stat status {};
+  const char* const path = item.path().c_str();
+  return stat(path, &status) == 0 && S_ISREG(status.st_mode) && access(path, X_OK) == 0;
+}
+
 std::string QuillonPosixFileManager::contentsOfFile(const QuillonURL& file, std::size_t limit) const {
   const OpenFile opened = openRegularFile(file, "read");
   return readUpTo(opened.descriptor.get(), limit, file);

@@ -1,5 +1,7 @@
 #pragma once
 
+#include <cstdint>
+#include <functional>
 #include <memory>
 #include <optional>
 
@@ -8,6 +10,8 @@
 #include "QuillonUpdatesAppKitUI/AppBundleReplacement/VeskAppBundleReplacementRelaunching.h"
 #include "QuillonUpdatesAppKitUI/HelperLaunchers/Launchd/VeskAppBundleLaunchdJobSubmitting.h"
 #include "QuillonUpdatesAppKitUI/HelperLaunchers/Launchd/VeskAppBundleSecurityAuthorizationClient.h"
+#include "QuillonUpdatesAppKitUI/HelperLaunchers/VeskAppBundleInstallerLaunchPhaseBudget.h"
+#include "QuillonUpdatesAppKitUI/HelperLaunchers/VeskAppBundleUpdateHelperLaunching.h"
 
 namespace quillon {
 
@@ -19,5 +23,11 @@ namespace quillon {
 /// The relauncher on the platform's own services, for the user given.
 [[nodiscard]] std::shared_ptr<VeskAppBundleReplacementRelaunching> makeSystemLaunchdRelauncher(
     const std::optional<VeskAppBundleLaunchdUserContext>& launchUserContext, QuillonDiagnosticLog diagnosticLog);
+
+/// The launcher on the platform's own services, for one launch within `phaseBudget`. `launchUserContextProvider` says
+/// whose session the application is started in when a request does not.
+[[nodiscard]] std::shared_ptr<VeskAppBundleUpdateHelperLaunching> makeSystemLaunchdHelperLauncher(
+    std::int32_t hostProcessIdentifier, std::function<VeskAppBundleLaunchdUserContext()> launchUserContextProvider,
+    const std::shared_ptr<VeskAppBundleInstallerLaunchPhaseBudget>& phaseBudget);
 
 }  // namespace quillon

@@ -8,34 +8,26 @@
 namespace quillon {
 namespace {
 
-constexpr const char* kService = "org.freedesktop.systemd1";
-constexpr const char* kObject = "/org/freedesktop/systemd1";
-constexpr const char* kManager = "org.freedesktop.systemd1.Manager";
+using Limit = MessageBusConnection::Limit;
 
-/// Throws for the negative errno value that sd-bus returned.
+constexpr const char* kService = "org.freedesktop.systemd1";
+constexpr std::string_view kNoSuchUnit = "org.freedesktop.systemd1.NoSuchUnit";
+constexpr MessageBusObject kManager{
+    .service = kService, .path = "/org/freedesktop/systemd1", .interface = "org.freedesktop.systemd1.Manager"};
+
+/// How long a program may hold back its end before the manager kills it (microseconds). An installer holds it back
+/// while it exchanges bundles, which can mean to copy a large one to another volume.
+constexpr std::uint64_t kStopTimeLimit = std::uint64_t{10} * 60 * 1'000'000;
+
 void require(int result, std::string_view action) {
-  if (result < 0) throw QuillonSystemError::posix(-result, action, "the service manager");
+  requireBus(result, action, "the service manager");
 }
 
-/// A D-Bus error reply, freed.
-class BusError {
- public:
-  BusError() = default;
-  ~BusError() { sd_bus_error_free(&error_); }
-  BusError(const BusError&) = delete;
-  BusError& operator=(const BusError&) = delete;
-
-  [[nodiscard]] sd_bus_error* get() noexcept { return &error_; }
-
-  [[noreturn]] void raise(int result) const {
-    if (sd_bus_error_is_set(&error_) == 0) require(result, "call");
-    const char* const text = error_.message == nullptr ? "" : error_.message;
-    throw QuillonSystemError(error_.name, sd_bus_error_get_errno(&error_), text);
-  }
-
- private:
-  sd_bus_error error_{};
-};
+std::string readObjectPath(const MessageBusConnection::Message& reply) {
+  const char* path = nullptr;
+  require(sd_bus_message_read(reply.get(), "o", &path), "understand");
+  return path;
+}
 
 void appendTextProperty(sd_bus_message* message, const char* name, const char* value) {
   require(sd_bus_message_append(message, "(sv)", name, "s", value), "describe a job to");
@@ -62,48 +54,60 @@ void appendCommand(sd_bus_message* message, const std::vector<std::string>& prog
 }  // namespace
 
 SystemdManagerConnection::SystemdManagerConnection(const std::string& busAddress, std::chrono::milliseconds timeLimit)
-    : timeLimit_(timeLimit) {
-  constexpr std::string_view kAction = "connect to";
-  sd_bus* bus = nullptr;
-  require(sd_bus_new(&bus), kAction);
-  bus_.reset(bus);
-  require(sd_bus_set_address(bus, busAddress.c_str()), kAction);
-  require(sd_bus_set_bus_client(bus, 1), kAction);
-  const auto microseconds = std::chrono::duration_cast<std::chrono::microseconds>(timeLimit).count();
-  require(sd_bus_set_method_call_timeout(bus, static_cast<std::uint64_t>(microseconds)), kAction);
-  require(sd_bus_start(bus), kAction);
-  require(sd_bus_match_signal(bus, nullptr, kService, kObject, kManager, "JobRemoved", &noteRemovedJob, this), kAction);
+    : timeLimit_(timeLimit), bus_(busAddress, timeLimit) {
+  require(sd_bus_match_signal(bus_.get(), nullptr, kService, kManager.path, kManager.interface, "JobRemoved",
+                              &noteRemovedJob, this),
+          "connect to");
   // The manager sends signals only to those who subscribe.
-  (void)call(makeCall("Subscribe"));
+  (void)bus_.call(makeCall("Subscribe"));
 }
 
-SystemdManagerConnection::~SystemdManagerConnection() = default;
+std::optional<std::string> SystemdManagerConnection::activeState(const std::string& name) const {
+  try {
+    const Message question = makeCall("GetUnit");
+    require(sd_bus_message_append(question.get(), "s", name.c_str()), "call");
+    const std::string path = readObjectPath(bus_.call(question));
+    const MessageBusObject unit{
+        .service = kService, .path = path.c_str(), .interface = "org.freedesktop.DBus.Properties"};
+    const Message message = bus_.makeCall(unit, "Get");
+    require(sd_bus_message_append(message.get(), "ss", "org.freedesktop.systemd1.Unit", "ActiveState"), "call");
+    const Message reply = bus_.call(message);
+    const char* state = nullptr;
+    require(sd_bus_message_read(reply.get(), "v", "s", &state), "understand");
+    return state;
+  } catch (const QuillonSystemError& error) {
+    if (error.domain() == kNoSuchUnit) return std::nullopt;
+    throw;
+  }
+}
 
-void SystemdManagerConnection::stopUnit(const std::string& name) {
-  const Message message = makeCall("StopUnit");
+void SystemdManagerConnection::stopUnit(const std::string& name, Interaction interaction) {
+  const Message message = makeCall("StopUnit", interaction);
   require(sd_bus_message_append(message.get(), "ss", name.c_str(), "replace"), "call");
-  (void)resultOfJob(jobPath(call(message)));
+  (void)resultOfJob(readObjectPath(call(message, interaction)));
 }
 
-void SystemdManagerConnection::resetFailedUnit(const std::string& name) {
-  const Message message = makeCall("ResetFailedUnit");
+void SystemdManagerConnection::resetFailedUnit(const std::string& name, Interaction interaction) {
+  const Message message = makeCall("ResetFailedUnit", interaction);
   require(sd_bus_message_append(message.get(), "s", name.c_str()), "call");
-  (void)call(message);
+  (void)call(message, interaction);
 }
 
 void SystemdManagerConnection::startTransientService(const std::string& name, const std::string& description,
-                                                     const std::vector<std::string>& programArguments) {
-  const Message message = makeCall("StartTransientUnit");
+                                                     const std::vector<std::string>& programArguments,
+                                                     Interaction interaction) {
+  const Message message = makeCall("StartTransientUnit", interaction);
   require(sd_bus_message_append(message.get(), "ss", name.c_str(), "fail"), "call");
   require(sd_bus_message_open_container(message.get(), 'a', "(sv)"), "call");
   appendTextProperty(message.get(), "Description", description.c_str());
   appendTextProperty(message.get(), "Type", "exec");
   appendTextProperty(message.get(), "CollectMode", "inactive-or-failed");
   appendTextProperty(message.get(), "KillMode", "process");
+  require(sd_bus_message_append(message.get(), "(sv)", "TimeoutStopUSec", "t", kStopTimeLimit), "describe a job to");
   appendCommand(message.get(), programArguments);
   require(sd_bus_message_close_container(message.get()), "call");
   require(sd_bus_message_append(message.get(), "a(sa(sv))", 0), "call");
-  const std::string result = resultOfJob(jobPath(call(message)));
+  const std::string result = resultOfJob(readObjectPath(call(message, interaction)));
   if (result != "done") {
     throw QuillonSystemError(kService, EIO, "The service manager could not start " + name + ": " + result + ".");
   }
@@ -126,23 +130,20 @@ int SystemdManagerConnection::noteRemovedJob(sd_bus_message* message, void* conn
 }
 
 SystemdManagerConnection::Message SystemdManagerConnection::makeCall(const char* member) const {
-  sd_bus_message* message = nullptr;
-  require(sd_bus_message_new_method_call(bus_.get(), &message, kService, kObject, kManager, member), "call");
-  return Message(message);
+  return bus_.makeCall(kManager, member);
 }
 
-SystemdManagerConnection::Message SystemdManagerConnection::call(const Message& message) const {
-  BusError error;
-  sd_bus_message* reply = nullptr;
-  const int result = sd_bus_call(bus_.get(), message.get(), 0, error.get(), &reply);
-  if (result < 0) error.raise(result);
-  return Message(reply);
+SystemdManagerConnection::Message SystemdManagerConnection::makeCall(const char* member,
+                                                                     Interaction interaction) const {
+  Message message = makeCall(member);
+  const int mayAsk = interaction == Interaction::allowed ? 1 : 0;
+  require(sd_bus_message_set_allow_interactive_authorization(message.get(), mayAsk), "call");
+  return message;
 }
 
-std::string SystemdManagerConnection::jobPath(const Message& reply) {
-  const char* path = nullptr;
-  require(sd_bus_message_read(reply.get(), "o", &path), "understand");
-  return path;
+SystemdManagerConnection::Message SystemdManagerConnection::call(const Message& message,
+                                                                 Interaction interaction) const {
+  return bus_.call(message, interaction == Interaction::allowed ? Limit::none : Limit::usual);
 }
 
 std::string SystemdManagerConnection::resultOfJob(const std::string& path) {

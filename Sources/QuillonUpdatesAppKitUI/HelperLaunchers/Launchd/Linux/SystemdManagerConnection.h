@@ -1,14 +1,12 @@
 #pragma once
 
-#include <systemd/sd-bus.h>
-
 #include <chrono>
 #include <map>
-#include <memory>
+#include <optional>
 #include <string>
 #include <vector>
 
-#include "QuillonCore/Values/QuillonError.h"
+#include "QuillonUpdatesAppKitUI/HelperLaunchers/Launchd/Linux/MessageBusConnection.h"
 
 namespace quillon {
 
@@ -18,42 +16,42 @@ namespace quillon {
 /// D-Bus error as domain (or "POSIX" when the bus is not reached), its errno value and its text.
 class SystemdManagerConnection {
  public:
+  /// Whether the manager may ask the user for the right to do what it is asked.
+  enum class Interaction : bool { forbidden, allowed };
+
   SystemdManagerConnection(const std::string& busAddress, std::chrono::milliseconds timeLimit);
-  ~SystemdManagerConnection();
   SystemdManagerConnection(const SystemdManagerConnection&) = delete;
   SystemdManagerConnection& operator=(const SystemdManagerConnection&) = delete;
 
-  /// Stops a unit and waits until it has stopped.
-  void stopUnit(const std::string& name);
-  /// Forgets that a unit failed.
-  void resetFailedUnit(const std::string& name);
+  /// What the manager says of a unit ("ActiveState"), such as "active" or "failed"; absent when it has none of that
+  /// name. Takes no rights.
+  [[nodiscard]] std::optional<std::string> activeState(const std::string& name) const;
+  /// Stops a unit and waits until it has stopped. The manager may ask the user for the right whether it was allowed to
+  /// or not, so its answer has no time limit where that is allowed.
+  void stopUnit(const std::string& name, Interaction interaction);
+  /// Forgets that a unit failed. May ask like stopUnit.
+  void resetFailedUnit(const std::string& name, Interaction interaction);
   /// Starts a transient service that runs `programArguments` (the first is the program's path), and waits until the
-  /// program runs. Throws also when it cannot be executed.
+  /// program runs. Throws also when it cannot be executed. The manager's answer has no time limit where it may ask.
   void startTransientService(const std::string& name, const std::string& description,
-                             const std::vector<std::string>& programArguments);
+                             const std::vector<std::string>& programArguments, Interaction interaction);
 
  private:
-  struct MessageDeleter {
-    void operator()(sd_bus_message* message) const noexcept { sd_bus_message_unref(message); }
-  };
-  struct BusDeleter {
-    void operator()(sd_bus* bus) const noexcept { sd_bus_flush_close_unref(bus); }
-  };
-  using Message = std::unique_ptr<sd_bus_message, MessageDeleter>;
+  using Message = MessageBusConnection::Message;
   using Deadline = std::chrono::steady_clock::time_point;
 
   static int noteRemovedJob(sd_bus_message* message, void* connection, sd_bus_error* error) noexcept;
 
   [[nodiscard]] Message makeCall(const char* member) const;
-  [[nodiscard]] Message call(const Message& message) const;
-  [[nodiscard]] static std::string jobPath(const Message& reply);
+  [[nodiscard]] Message makeCall(const char* member, Interaction interaction) const;
+  [[nodiscard]] Message call(const Message& message, Interaction interaction) const;
   [[nodiscard]] std::string resultOfJob(const std::string& path);
   void processUntil(Deadline deadline, const std::string& path);
 
   const std::chrono::milliseconds timeLimit_;
   /// Results of the jobs that the manager has finished, by object path.
   std::map<std::string, std::string> removedJobs_;
-  std::unique_ptr<sd_bus, BusDeleter> bus_;
+  MessageBusConnection bus_;
 };
 
 }  // namespace quillon

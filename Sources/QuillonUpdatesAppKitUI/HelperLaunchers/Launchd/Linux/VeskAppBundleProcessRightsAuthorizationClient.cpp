@@ -7,32 +7,32 @@ namespace quillon {
 VeskAppBundleProcessRightsAuthorizationClient::VeskAppBundleProcessRightsAuthorizationClient() noexcept
     : VeskAppBundleProcessRightsAuthorizationClient(geteuid()) {}
 
+VeskAppBundleProcessRightsAuthorizationClient::VeskAppBundleProcessRightsAuthorizationClient(
+    std::uint32_t effectiveUserIdentifier) noexcept
+    : authorization_{.serviceManagementGrant = effectiveUserIdentifier == 0 ? VeskAppBundleRightGrant::kept
+                                                                            : VeskAppBundleRightGrant::none} {}
+
 VeskAppBundleSecurityAuthorizationClient::Creation
 VeskAppBundleProcessRightsAuthorizationClient::createAuthorization() noexcept {
-  // A reference is only ever handed back, so the client's own address serves as one.
-  return {.status = kAuthorizationSuccess, .authorizationRef = reinterpret_cast<VeskAppBundleAuthorizationRef>(this)};
+  return {.status = kAuthorizationSuccess, .authorizationRef = &authorization_};
 }
 
 std::int32_t VeskAppBundleProcessRightsAuthorizationClient::setRight(VeskAppBundleAuthorizationRef authorizationRef,
                                                                      std::string_view /*rightName*/,
                                                                      std::string_view /*rule*/,
                                                                      std::string_view /*description*/) noexcept {
-  return status(authorizationRef);
+  return authorizationRef == &authorization_ ? kAuthorizationSuccess : kAuthorizationInvalidRef;
 }
 
 std::int32_t VeskAppBundleProcessRightsAuthorizationClient::copyRight(VeskAppBundleAuthorizationRef authorizationRef,
                                                                       std::string_view /*rightName*/,
                                                                       std::uint32_t /*flags*/) noexcept {
-  return status(authorizationRef);
+  if (authorizationRef != &authorization_) return kAuthorizationInvalidRef;
+  const bool isRoot = authorization_.serviceManagementGrant == VeskAppBundleRightGrant::kept;
+  return isRoot ? kAuthorizationSuccess : kAuthorizationDenied;
 }
 
 void VeskAppBundleProcessRightsAuthorizationClient::freeAuthorization(
     VeskAppBundleAuthorizationRef /*authorizationRef*/) noexcept {}
-
-std::int32_t VeskAppBundleProcessRightsAuthorizationClient::status(
-    VeskAppBundleAuthorizationRef authorizationRef) const noexcept {
-  if (authorizationRef != reinterpret_cast<VeskAppBundleAuthorizationRef>(this)) return kAuthorizationInvalidRef;
-  return effectiveUserIdentifier_ == 0 ? kAuthorizationSuccess : kAuthorizationDenied;
-}
 
 }  // namespace quillon

@@ -1,5 +1,6 @@
 #pragma once
 
+#include "QuillonUpdatesAppKitUI/HelperLaunchers/Launchd/Linux/VeskAppBundleAuthorizationOpaqueRef.h"
 #include "QuillonUpdatesAppKitUI/HelperLaunchers/Launchd/VeskAppBundleSecurityAuthorizationClient.h"
 
 namespace quillon {
@@ -10,8 +11,7 @@ class VeskAppBundleProcessRightsAuthorizationClient final : public VeskAppBundle
  public:
   /// For the effective user of this process.
   VeskAppBundleProcessRightsAuthorizationClient() noexcept;
-  explicit VeskAppBundleProcessRightsAuthorizationClient(std::uint32_t effectiveUserIdentifier) noexcept
-      : effectiveUserIdentifier_(effectiveUserIdentifier) {}
+  explicit VeskAppBundleProcessRightsAuthorizationClient(std::uint32_t effectiveUserIdentifier) noexcept;
 
   [[nodiscard]] Creation createAuthorization() noexcept override;
   [[nodiscard]] std::int32_t setRight(VeskAppBundleAuthorizationRef authorizationRef, std::string_view rightName,
@@ -21,9 +21,8 @@ class VeskAppBundleProcessRightsAuthorizationClient final : public VeskAppBundle
   void freeAuthorization(VeskAppBundleAuthorizationRef authorizationRef) noexcept override;
 
  private:
-  [[nodiscard]] std::int32_t status(VeskAppBundleAuthorizationRef authorizationRef) const noexcept;
-
-  const std::uint32_t effectiveUserIdentifier_;
+  /// The one authorization of this process: what it may do does not change.
+  const VeskAppBundleAuthorizationOpaqueRef authorization_;
 };
 
 }  // namespace quillon

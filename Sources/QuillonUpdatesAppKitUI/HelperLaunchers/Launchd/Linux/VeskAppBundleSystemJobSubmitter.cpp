@@ -6,6 +6,7 @@
 #include <string>
 #include <utility>
 
+#include "QuillonUpdatesAppKitUI/HelperLaunchers/Launchd/Linux/VeskAppBundleAuthorizationOpaqueRef.h"
 #include "QuillonUpdatesAppKitUI/HelperLaunchers/Launchd/Linux/VeskAppBundleDetachedJobSubmitter.h"
 #include "QuillonUpdatesAppKitUI/HelperLaunchers/Launchd/Linux/VeskAppBundleSystemdJobSubmitter.h"
 
@@ -34,8 +35,12 @@ VeskAppBundleSystemJobSubmitter::VeskAppBundleSystemJobSubmitter(
 void VeskAppBundleSystemJobSubmitter::submit(const VeskAppBundleLaunchdJob& job,
                                              const VeskAppBundleLaunchdAuthorization& authorization,
                                              const std::function<bool()>& shouldProceed) {
-  const auto& submitter = systemdManages_(job.domain) ? systemdSubmitter_ : detachedSubmitter_;
-  submitter->submit(job, authorization, shouldProceed);
+  VeskAppBundleLaunchdJob permittedJob = job;
+  if (serviceManagementGrant(authorization) == VeskAppBundleRightGrant::none) {
+    permittedJob.domain = VeskAppBundleLaunchdJobDomain::user;
+  }
+  const auto& submitter = systemdManages_(permittedJob.domain) ? systemdSubmitter_ : detachedSubmitter_;
+  submitter->submit(permittedJob, authorization, shouldProceed);
 }
 
 }  // namespace quillon

@@ -22,8 +22,13 @@ struct VeskAppBundleSystemdBusAddresses {
 /// The unit is of type "exec": submission succeeds when the program is running. It ends with the program alone, so what
 /// an opener started lives on, and is forgotten however it ends. Arguments reach the program as they stand.
 ///
-/// An authorization is not looked at: the manager decides by whom it is asked. A diagnostic carries the D-Bus error's
-/// name, the matching errno value and its text.
+/// The manager decides by whom it is asked, through polkit. It may show the dialog once more only under an
+/// authorization for which it was shown already and whose answer polkit does not keep; its answer has no time limit
+/// then.
+///
+/// A program of the same label that still runs is told to end (SIGTERM). One that does not, such as an installer in the
+/// middle of a replacement, goes on, and the submission fails. A diagnostic carries the D-Bus error's name, the
+/// matching errno value and its text.
 class VeskAppBundleSystemdJobSubmitter final : public VeskAppBundleLaunchdJobSubmitting {
  public:
   /// How long the manager may take to stop the older job, and to start the new one.

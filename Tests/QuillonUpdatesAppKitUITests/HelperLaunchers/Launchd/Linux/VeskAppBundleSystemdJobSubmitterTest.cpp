@@ -2,10 +2,12 @@
 #include <gtest/gtest.h>
 
 #include <cerrno>
+#include <functional>
 #include <optional>
 #include <string>
 
 #include "QuillonUpdatesAppKitUI/AppBundleReplacement/VeskUpdateInstallerError.h"
+#include "QuillonUpdatesAppKitUI/HelperLaunchers/Launchd/Linux/VeskAppBundleAuthorizationOpaqueRef.h"
 #include "QuillonUpdatesAppKitUI/HelperLaunchers/Launchd/Linux/VeskAppBundleSystemdJobSubmitter.h"
 #include "Support/FakeSystemdManager.h"
 #include "Support/PrivateBus.h"
@@ -13,19 +15,21 @@
 namespace quillon {
 namespace {
 
+using ::testing::Contains;
 using ::testing::ElementsAre;
 using testing::FakeSystemdManager;
+using ::testing::Not;
 using ::testing::Pair;
 using testing::PrivateBus;
 using ::testing::UnorderedElementsAre;
 
 class VeskAppBundleSystemdJobSubmitterTest : public ::testing::Test {
  protected:
-  static std::optional<VeskUpdateInstallerError> submit(const VeskAppBundleLaunchdJob& job,
-                                                        const VeskAppBundleSystemdBusAddresses& addresses,
-                                                        const std::function<bool()>& shouldProceed,
-                                                        std::chrono::milliseconds timeLimit) {
-    const VeskAppBundleLaunchdAuthorization authorization(nullptr, nullptr);
+  std::optional<VeskUpdateInstallerError> submit(const VeskAppBundleLaunchdJob& job,
+                                                 const VeskAppBundleSystemdBusAddresses& addresses,
+                                                 const std::function<bool()>& shouldProceed,
+                                                 std::chrono::milliseconds timeLimit) const {
+    const VeskAppBundleLaunchdAuthorization authorization(&granted_, nullptr);
     try {
       VeskAppBundleSystemdJobSubmitter(addresses, timeLimit).submit(job, authorization, shouldProceed);
     } catch (const VeskUpdateInstallerError& error) {
@@ -49,6 +53,7 @@ class VeskAppBundleSystemdJobSubmitterTest : public ::testing::Test {
   }
 
   PrivateBus bus_;
+  VeskAppBundleAuthorizationOpaqueRef granted_{VeskAppBundleRightGrant::kept};
   VeskAppBundleLaunchdJob job_{.label = "org.example.App.quillon-updater",
                                .domain = VeskAppBundleLaunchdJobDomain::system,
                                .programArguments = {"/opt/installer", "--path", "/Apps/$HOME %i.app", "", "a;b"}};
@@ -72,20 +77,33 @@ TEST_F(VeskAppBundleSystemdJobSubmitterTest, StartsATransientUnitThatRunsTheArgu
 }
 
 TEST_F(VeskAppBundleSystemdJobSubmitterTest, RemovesTheOlderJobFirst) {
-  const FakeSystemdManager manager(bus_.address(), {.unitExists = true});
+  const FakeSystemdManager manager(bus_.address(), {.unitExists = true, .stoppedUnitState = "failed"});
 
   EXPECT_EQ(submit(), std::nullopt);
 
-  EXPECT_THAT(manager.calls(), ElementsAre("Subscribe", "StopUnit org.example.App.quillon-updater.service replace",
+  EXPECT_THAT(manager.calls(), ElementsAre("Subscribe", "GetUnit org.example.App.quillon-updater.service",
+                                           "StopUnit org.example.App.quillon-updater.service replace",
+                                           "GetUnit org.example.App.quillon-updater.service",
                                            "ResetFailedUnit org.example.App.quillon-updater.service",
                                            "StartTransientUnit org.example.App.quillon-updater.service fail"));
 }
 
-TEST_F(VeskAppBundleSystemdJobSubmitterTest, MissingOlderJobIsNoFailure) {
+TEST_F(VeskAppBundleSystemdJobSubmitterTest, AnOlderJobThatFailedIsForgotten) {
+  const FakeSystemdManager manager(bus_.address(), {.unitExists = true, .unitState = "failed"});
+
+  EXPECT_EQ(submit(), std::nullopt);
+
+  EXPECT_THAT(manager.calls(), Contains("ResetFailedUnit org.example.App.quillon-updater.service"));
+  EXPECT_THAT(manager.calls(), Not(Contains("StopUnit org.example.App.quillon-updater.service replace")));
+}
+
+TEST_F(VeskAppBundleSystemdJobSubmitterTest, WithoutOlderJobNothingIsAskedThatTakesRights) {
   const FakeSystemdManager manager(bus_.address(), {.unitExists = false});
 
   EXPECT_EQ(submit(), std::nullopt);
-  EXPECT_EQ(manager.calls().size(), 4U);
+
+  EXPECT_THAT(manager.calls(), ElementsAre("Subscribe", "GetUnit org.example.App.quillon-updater.service",
+                                           "StartTransientUnit org.example.App.quillon-updater.service fail"));
 }
 
 TEST_F(VeskAppBundleSystemdJobSubmitterTest, NameThatLivingProcessesHoldIsNumbered) {
@@ -100,11 +118,47 @@ TEST_F(VeskAppBundleSystemdJobSubmitterTest, NameThatLivingProcessesHoldIsNumber
   EXPECT_EQ(units[0].textProperties.at("Description"), job_.label);
 }
 
+TEST_F(VeskAppBundleSystemdJobSubmitterTest, AProgramOfTheSameLabelThatDoesNotEndIsLeftAlone) {
+  const FakeSystemdManager manager(
+      bus_.address(), {.takenNames = {"org.example.App.quillon-updater.service"}, .takenUnitState = "deactivating"});
+
+  EXPECT_EQ(submit(), launchFailure("org.freedesktop.systemd1.UnitExists", EEXIST, "Unit was already loaded."));
+
+  EXPECT_TRUE(manager.startedUnits().empty()) << "two installers would replace the same bundle";
+  EXPECT_EQ(manager.calls().back(), "GetUnit org.example.App.quillon-updater.service");
+}
+
+TEST_F(VeskAppBundleSystemdJobSubmitterTest, AProgramThatHoldsItsEndBackHasTenMinutesForThat) {
+  const FakeSystemdManager manager(bus_.address());
+
+  (void)submit();
+
+  ASSERT_EQ(manager.startedUnits().size(), 1U);
+  EXPECT_THAT(manager.startedUnits()[0].numberProperties, UnorderedElementsAre(Pair("TimeoutStopUSec", 600'000'000U)));
+}
+
+TEST_F(VeskAppBundleSystemdJobSubmitterTest, TheManagerMayAskAgainOnlyWhenAnAnswerWasNotKept) {
+  const FakeSystemdManager manager(bus_.address());
+  for (const auto grant :
+       {VeskAppBundleRightGrant::none, VeskAppBundleRightGrant::kept, VeskAppBundleRightGrant::once}) {
+    granted_.serviceManagementGrant = grant;
+    EXPECT_EQ(submit(), std::nullopt);
+  }
+  job_.domain = VeskAppBundleLaunchdJobDomain::user;
+  (void)submit(
+      job_, {.system = "unix:path=/no/such/bus", .user = bus_.address()}, [] { return true; },
+      std::chrono::seconds(20));
+
+  std::vector<bool> mayAsk;
+  for (const auto& unit : manager.startedUnits()) mayAsk.push_back(unit.mayAskTheUser);
+  EXPECT_THAT(mayAsk, ElementsAre(false, false, true, false));
+}
+
 TEST_F(VeskAppBundleSystemdJobSubmitterTest, AsksBetweenRemovalAndSubmission) {
   const FakeSystemdManager manager(bus_.address());
 
   const auto error = submit([&] {
-    EXPECT_EQ(manager.calls().back(), "ResetFailedUnit org.example.App.quillon-updater.service");
+    EXPECT_EQ(manager.calls().back(), "GetUnit org.example.App.quillon-updater.service");
     return false;
   });
 

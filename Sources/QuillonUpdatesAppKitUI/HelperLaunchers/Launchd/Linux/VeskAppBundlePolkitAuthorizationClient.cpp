@@ -1,0 +1,131 @@
+#include "QuillonUpdatesAppKitUI/HelperLaunchers/Launchd/Linux/VeskAppBundlePolkitAuthorizationClient.h"
+
+#include <exception>
+#include <utility>
+
+#include "QuillonUpdatesAppKitUI/HelperLaunchers/Launchd/Linux/PolkitAuthorityConnection.h"
+#include "QuillonUpdatesAppKitUI/HelperLaunchers/Launchd/VeskAppBundleLaunchdAuthorizationProviding.h"
+
+namespace quillon {
+namespace {
+
+using Interaction = PolkitAuthorityConnection::Interaction;
+
+constexpr std::string_view kServiceManagementAction = "org.freedesktop.systemd1.manage-units";
+constexpr std::string_view kCancelledError = "org.freedesktop.PolicyKit1.Error.Cancelled";
+
+}  // namespace
+
+VeskAppBundleSecurityAuthorizationClient::Creation
+VeskAppBundlePolkitAuthorizationClient::createAuthorization() noexcept {
+  try {
+    const auto authorization = std::make_shared<Authorization>();
+    const VeskAppBundleAuthorizationRef ref = &authorization->ref;
+    const std::lock_guard guard(lock_);
+    authorizations_.emplace(ref, authorization);
+    return {.status = kAuthorizationSuccess, .authorizationRef = ref};
+  } catch (const std::exception&) {
+    return {.status = kAuthorizationDenied, .authorizationRef = nullptr};
+  }
+}
+
+std::int32_t VeskAppBundlePolkitAuthorizationClient::setRight(VeskAppBundleAuthorizationRef authorizationRef,
+                                                              std::string_view /*rightName*/, std::string_view /*rule*/,
+                                                              std::string_view /*description*/) noexcept {
+  return find(authorizationRef) ? kAuthorizationSuccess : kAuthorizationInvalidRef;
+}
+
+std::int32_t VeskAppBundlePolkitAuthorizationClient::copyRight(VeskAppBundleAuthorizationRef authorizationRef,
+                                                               std::string_view rightName,
+                                                               std::uint32_t flags) noexcept {
+  const std::shared_ptr<Authorization> authorization = find(authorizationRef);
+  if (!authorization) return kAuthorizationInvalidRef;
+  try {
+    return ask(*authorization, rightName, flags);
+  } catch (const std::exception&) {
+    return kAuthorizationDenied;
+  }
+}
+
+void VeskAppBundlePolkitAuthorizationClient::freeAuthorization(
+    VeskAppBundleAuthorizationRef authorizationRef) noexcept {
+  try {
+    if (const auto authorization = take(authorizationRef)) revoke(authorization->temporaryAuthorizationIdentifiers);
+  } catch (const std::exception&) {  // NOLINT(bugprone-empty-catch): what polkit keeps ends with this process
+  }
+}
+
+std::shared_ptr<VeskAppBundlePolkitAuthorizationClient::Authorization> VeskAppBundlePolkitAuthorizationClient::find(
+    VeskAppBundleAuthorizationRef authorizationRef) const {
+  const std::lock_guard guard(lock_);
+  const auto found = authorizations_.find(authorizationRef);
+  return found == authorizations_.end() ? nullptr : found->second;
+}
+
+std::shared_ptr<VeskAppBundlePolkitAuthorizationClient::Authorization> VeskAppBundlePolkitAuthorizationClient::take(
+    VeskAppBundleAuthorizationRef authorizationRef) {
+  const std::lock_guard guard(lock_);
+  const auto node = authorizations_.extract(authorizationRef);
+  return node.empty() ? nullptr : node.mapped();
+}
+
+std::int32_t VeskAppBundlePolkitAuthorizationClient::ask(Authorization& authorization, std::string_view rightName,
+                                                         std::uint32_t flags) {
+  const bool isServiceManagement = rightName == kServiceManagementRightName;
+  const bool mayAsk = (flags & kAuthorizationFlagInteractionAllowed) != 0;
+  try {
+    const PolkitAuthorityConnection polkit(systemBusAddress_, timeLimit_);
+    const std::string action(isServiceManagement ? kServiceManagementAction : rightName);
+    if (!isServiceManagement && !polkit.hasAction(action)) return kAuthorizationSuccess;
+
+    const std::int32_t status = check(authorization, polkit, action, mayAsk);
+    if (isServiceManagement && status == kAuthorizationSuccess) {
+      // Not every answer is kept, and what polkit tells of that beforehand can be about another action that implies
+      // this one. So the question that systemd is going to put is put once.
+      const bool isKept = !mayAsk || polkit.checkAuthorization(action, Interaction::forbidden).isAuthorized;
+      authorization.ref.serviceManagementGrant = isKept ? VeskAppBundleRightGrant::kept : VeskAppBundleRightGrant::once;
+    }
+    return status;
+  } catch (const QuillonSystemError& error) {
+    if (error.domain() == kCancelledError) return kAuthorizationCanceled;
+    log("Cannot ask polkit", rightName,
+        error.domain() + " " + std::to_string(error.code()) + " " + error.description());
+    return kAuthorizationDenied;
+  }
+}
+
+std::int32_t VeskAppBundlePolkitAuthorizationClient::check(Authorization& authorization,
+                                                           const PolkitAuthorityConnection& polkit,
+                                                           const std::string& action, bool mayAsk) {
+  const PolkitAuthorizationResult result =
+      polkit.checkAuthorization(action, mayAsk ? Interaction::allowed : Interaction::forbidden);
+  if (result.temporaryAuthorizationIdentifier) {
+    const std::lock_guard guard(lock_);
+    authorization.temporaryAuthorizationIdentifiers.insert(*result.temporaryAuthorizationIdentifier);
+  }
+  if (result.isAuthorized) return kAuthorizationSuccess;
+  if (result.isDismissed) return kAuthorizationCanceled;
+  if (result.isChallenge && mayAsk) log("No authentication agent can ask the user", action, {});
+  return kAuthorizationDenied;
+}
+
+void VeskAppBundlePolkitAuthorizationClient::revoke(
+    const std::set<std::string>& temporaryAuthorizationIdentifiers) const {
+  for (const std::string& identifier : temporaryAuthorizationIdentifiers) {
+    try {
+      PolkitAuthorityConnection(systemBusAddress_, timeLimit_).revokeTemporaryAuthorization(identifier);
+    } catch (const QuillonSystemError& error) {
+      log("polkit keeps an answer until this process ends", identifier, error.description());
+    }
+  }
+}
+
+void VeskAppBundlePolkitAuthorizationClient::log(std::string_view failure, std::string_view rightName,
+                                                 std::string_view detail) const {
+  std::string line = "VeskAppBundlePolkitAuthorizationClient: ";
+  line.append(failure).append("; right=").append(rightName);
+  line.append(" error=").append(detail.empty() ? "<empty>" : detail);
+  diagnosticLog_(line);
+}
+
+}  // namespace quillon

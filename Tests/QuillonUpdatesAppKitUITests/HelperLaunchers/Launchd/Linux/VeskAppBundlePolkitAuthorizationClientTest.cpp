@@ -1,0 +1,231 @@
+#include <gmock/gmock.h>
+#include <gtest/gtest.h>
+
+#include <chrono>
+#include <memory>
+#include <string>
+#include <vector>
+
+#include "QuillonUpdatesAppKitUI/HelperLaunchers/Launchd/Linux/VeskAppBundlePolkitAuthorizationClient.h"
+#include "Support/FakePolkitAuthority.h"
+#include "Support/PrivateBus.h"
+
+namespace quillon {
+namespace {
+
+using ::testing::ElementsAre;
+using testing::FakePolkitAuthority;
+using ::testing::IsEmpty;
+using testing::PrivateBus;
+using ::testing::StartsWith;
+using Answer = FakePolkitAuthority::Answer;
+
+constexpr std::uint32_t kWithDialog = 3;
+constexpr std::uint32_t kWithoutDialog = 2;
+constexpr std::string_view kManagementRight = "com.apple.ServiceManagement.daemons.modify";
+constexpr const char* kManagementAction = "org.freedesktop.systemd1.manage-units";
+constexpr const char* kCustomRight = "org.example.App.quillon-update";
+
+class VeskAppBundlePolkitAuthorizationClientTest : public ::testing::Test {
+ protected:
+  void havePolkit(FakePolkitAuthority::Behaviour behaviour) {
+    polkit_ = std::make_unique<FakePolkitAuthority>(bus_.address(), std::move(behaviour));
+  }
+  void havePolkit(Answer managementAnswer) { havePolkit({.actions = {{kManagementAction, managementAnswer}}}); }
+
+  std::int32_t copy(std::string_view rightName, std::uint32_t flags) {
+    return client_.copyRight(ref(), rightName, flags);
+  }
+  VeskAppBundleAuthorizationRef ref() const { return authorization_.authorizationRef; }
+
+  PrivateBus bus_;
+  std::unique_ptr<FakePolkitAuthority> polkit_;
+  std::vector<std::string> log_;
+  VeskAppBundlePolkitAuthorizationClient client_{bus_.address(), std::chrono::milliseconds(200),
+                                                 [this](std::string_view line) { log_.emplace_back(line); }};
+  VeskAppBundleSecurityAuthorizationClient::Creation authorization_ = client_.createAuthorization();
+};
+
+TEST_F(VeskAppBundlePolkitAuthorizationClientTest, TheManagementRightIsSystemdsAction) {
+  havePolkit(Answer::kept);
+
+  EXPECT_EQ(copy(kManagementRight, kWithDialog), 0);
+
+  EXPECT_THAT(polkit_->calls(), ElementsAre("CheckAuthorization org.freedesktop.systemd1.manage-units 1",
+                                            "CheckAuthorization org.freedesktop.systemd1.manage-units 0"));
+  EXPECT_EQ(ref()->serviceManagementGrant, VeskAppBundleRightGrant::kept);
+}
+
+TEST_F(VeskAppBundlePolkitAuthorizationClientTest, WithoutInteractionPolkitIsToldToAskNobody) {
+  havePolkit(Answer::confirmed);
+
+  EXPECT_EQ(copy(kManagementRight, kWithoutDialog), -60005);
+
+  EXPECT_THAT(polkit_->calls(), ElementsAre("CheckAuthorization org.freedesktop.systemd1.manage-units 0"));
+  EXPECT_EQ(ref()->serviceManagementGrant, VeskAppBundleRightGrant::none);
+  EXPECT_THAT(log_, IsEmpty());
+}
+
+TEST_F(VeskAppBundlePolkitAuthorizationClientTest, ARightThatTakesNoDialogIsGrantedWithoutInteraction) {
+  havePolkit(Answer::granted);
+
+  EXPECT_EQ(copy(kManagementRight, kWithoutDialog), 0);
+
+  EXPECT_EQ(ref()->serviceManagementGrant, VeskAppBundleRightGrant::kept);
+}
+
+TEST_F(VeskAppBundlePolkitAuthorizationClientTest, AnAnswerThatPolkitDoesNotKeepIsToldApart) {
+  havePolkit(Answer::confirmed);
+
+  EXPECT_EQ(copy(kManagementRight, kWithDialog), 0);
+
+  EXPECT_EQ(ref()->serviceManagementGrant, VeskAppBundleRightGrant::once);
+}
+
+TEST_F(VeskAppBundlePolkitAuthorizationClientTest, ADismissedDialogIsACancellation) {
+  havePolkit(Answer::dismissed);
+
+  EXPECT_EQ(copy(kManagementRight, kWithDialog), -60006);
+
+  EXPECT_EQ(ref()->serviceManagementGrant, VeskAppBundleRightGrant::none);
+  EXPECT_THAT(log_, IsEmpty());
+}
+
+TEST_F(VeskAppBundlePolkitAuthorizationClientTest, PolkitsCancelledErrorIsACancellation) {
+  havePolkit({.actions = {{kManagementAction, Answer::kept}},
+              .checkError =
+                  FakePolkitAuthority::Error{"org.freedesktop.PolicyKit1.Error.Cancelled", "Operation was cancelled"}});
+
+  EXPECT_EQ(copy(kManagementRight, kWithDialog), -60006);
+}
+
+TEST_F(VeskAppBundlePolkitAuthorizationClientTest, AWrongPasswordIsADenial) {
+  havePolkit(Answer::refused);
+
+  EXPECT_EQ(copy(kManagementRight, kWithDialog), -60005);
+
+  EXPECT_EQ(ref()->serviceManagementGrant, VeskAppBundleRightGrant::none);
+}
+
+TEST_F(VeskAppBundlePolkitAuthorizationClientTest, ASessionWithoutAgentIsADenialThatIsLogged) {
+  havePolkit(Answer::noAgent);
+
+  EXPECT_EQ(copy(kManagementRight, kWithDialog), -60005);
+
+  EXPECT_THAT(log_, ElementsAre("VeskAppBundlePolkitAuthorizationClient: No authentication agent can ask the user; "
+                                "right=org.freedesktop.systemd1.manage-units error=<empty>"));
+}
+
+TEST_F(VeskAppBundlePolkitAuthorizationClientTest, AMachineWithoutPolkitIsADenialThatIsLogged) {
+  EXPECT_EQ(copy(kManagementRight, kWithDialog), -60005);
+  EXPECT_EQ(copy(kCustomRight, kWithDialog), -60005);
+
+  ASSERT_EQ(log_.size(), 2U);
+  EXPECT_THAT(log_[0], StartsWith("VeskAppBundlePolkitAuthorizationClient: Cannot ask polkit; "
+                                  "right=com.apple.ServiceManagement.daemons.modify "
+                                  "error=org.freedesktop.DBus.Error.ServiceUnknown"));
+}
+
+TEST_F(VeskAppBundlePolkitAuthorizationClientTest, AMachineWithoutBusIsADenialThatIsLogged) {
+  VeskAppBundlePolkitAuthorizationClient client("unix:path=/no/such/bus", std::chrono::seconds(20),
+                                                [this](std::string_view line) { log_.emplace_back(line); });
+  const auto creation = client.createAuthorization();
+
+  EXPECT_EQ(creation.status, 0) << "a launch that needs no right needs no bus";
+  EXPECT_EQ(client.setRight(creation.authorizationRef, kCustomRight, "authenticate-admin", "Prompt."), 0);
+  EXPECT_EQ(client.copyRight(creation.authorizationRef, kManagementRight, kWithDialog), -60005);
+  client.freeAuthorization(creation.authorizationRef);
+
+  EXPECT_EQ(log_.size(), 1U);
+}
+
+TEST_F(VeskAppBundlePolkitAuthorizationClientTest, AnErrorOfPolkitIsADenialThatIsLogged) {
+  havePolkit({.actions = {{kManagementAction, Answer::kept}},
+              .checkError = FakePolkitAuthority::Error{"org.freedesktop.PolicyKit1.Error.Failed", "Something\nodd"}});
+
+  EXPECT_EQ(copy(kManagementRight, kWithDialog), -60005);
+
+  EXPECT_EQ(log_.size(), 1U);
+}
+
+TEST_F(VeskAppBundlePolkitAuthorizationClientTest, APolkitThatDoesNotAnswerRunsIntoTheTimeLimitWhenNobodyIsAsked) {
+  havePolkit(Answer::silence);
+
+  EXPECT_EQ(copy(kManagementRight, kWithoutDialog), -60005);
+
+  EXPECT_EQ(log_.size(), 1U);
+}
+
+TEST_F(VeskAppBundlePolkitAuthorizationClientTest, ACustomRightIsTheActionOfItsName) {
+  havePolkit({.actions = {{kManagementAction, Answer::kept}, {kCustomRight, Answer::dismissed}}});
+
+  EXPECT_EQ(copy(kCustomRight, kWithDialog), -60006);
+
+  EXPECT_THAT(polkit_->calls(), ElementsAre("CheckAuthorization org.example.App.quillon-update 1"));
+}
+
+TEST_F(VeskAppBundlePolkitAuthorizationClientTest, ACustomRightWithoutActionFileAddsNothing) {
+  havePolkit(Answer::kept);
+
+  EXPECT_EQ(copy(kCustomRight, kWithDialog), 0);
+
+  EXPECT_THAT(polkit_->calls(), IsEmpty());
+  EXPECT_EQ(ref()->serviceManagementGrant, VeskAppBundleRightGrant::none)
+      << "a custom right is not the right to submit";
+}
+
+TEST_F(VeskAppBundlePolkitAuthorizationClientTest, ACustomRightThatIsKeptAndImpliesTheOtherTakesOneDialog) {
+  havePolkit({.actions = {{kManagementAction, Answer::refused}, {kCustomRight, Answer::kept}},
+              .implied = {{kCustomRight, kManagementAction}}});
+
+  EXPECT_EQ(copy(kCustomRight, kWithDialog), 0);
+  EXPECT_EQ(copy(kManagementRight, kWithDialog), 0);
+
+  EXPECT_EQ(ref()->serviceManagementGrant, VeskAppBundleRightGrant::kept);
+}
+
+TEST_F(VeskAppBundlePolkitAuthorizationClientTest, KeptAnswersAreTakenBackWithTheAuthorization) {
+  havePolkit({.actions = {{kManagementAction, Answer::refused}, {kCustomRight, Answer::kept}},
+              .implied = {{kCustomRight, kManagementAction}}});
+  (void)copy(kCustomRight, kWithDialog);
+  (void)copy(kManagementRight, kWithDialog);
+
+  client_.freeAuthorization(ref());
+
+  EXPECT_EQ(polkit_->calls().back(), "RevokeTemporaryAuthorizationById kept-org.example.App.quillon-update");
+  const auto next = client_.createAuthorization();
+  EXPECT_EQ(client_.copyRight(next.authorizationRef, kManagementRight, kWithoutDialog), -60005);
+}
+
+TEST_F(VeskAppBundlePolkitAuthorizationClientTest, AnAuthorizationThatNothingIsKeptForAsksNothingWhenItGoes) {
+  havePolkit(Answer::confirmed);
+  (void)copy(kManagementRight, kWithDialog);
+  const auto calls = polkit_->calls();
+
+  client_.freeAuthorization(ref());
+
+  EXPECT_EQ(polkit_->calls(), calls);
+}
+
+TEST_F(VeskAppBundlePolkitAuthorizationClientTest, AnAnswerThatCannotBeTakenBackIsLogged) {
+  havePolkit({.actions = {{kManagementAction, Answer::kept}}, .canRevoke = false});
+  (void)copy(kManagementRight, kWithDialog);
+
+  client_.freeAuthorization(ref());
+
+  EXPECT_EQ(log_.size(), 1U);
+}
+
+TEST_F(VeskAppBundlePolkitAuthorizationClientTest, AFreedReferenceIsInvalid) {
+  havePolkit(Answer::granted);
+  const auto freed = ref();
+  client_.freeAuthorization(freed);
+
+  EXPECT_EQ(client_.copyRight(freed, kManagementRight, kWithDialog), -60002);
+  EXPECT_EQ(client_.setRight(freed, kCustomRight, "authenticate-admin", "Prompt."), -60002);
+  client_.freeAuthorization(freed);
+  EXPECT_THAT(polkit_->calls(), IsEmpty());
+}
+
+}  // namespace
+}  // namespace quillon

@@ -1,0 +1,317 @@
+// The whole road of an update that the user may need rights for: an application, its launcher service, polkit with an
+// agent, systemd, the installer and the application again, each the real one, in a machine of its own.
+
+#include <gmock/gmock.h>
+#include <gtest/gtest.h>
+
+#include <filesystem>
+#include <memory>
+#include <string>
+#include <vector>
+
+#include "QuillonCore/Runtime/Posix/QuillonPosixProcessRunner.h"
+#include "Scenarios/MachineScenario.h"
+#include "Support/ApplicationBundleBuilder.h"
+#include "Support/HostApplication.h"
+#include "Support/SigningIdentityMaker.h"
+#include "Support/TemporaryDirectory.h"
+#include "Support/TestMachineUnits.h"
+
+namespace quillon {
+namespace {
+
+namespace fs = std::filesystem;
+using ::testing::AllOf;
+using ::testing::HasSubstr;
+using ::testing::IsEmpty;
+using testing::MachineScenario;
+using ::testing::Not;
+using testing::readFile;
+using ::testing::StartsWith;
+using testing::TestMachine;
+using testing::TestMachineCommandResult;
+using testing::versionOfApplicationBundle;
+using testing::writeFile;
+
+constexpr const char* kInstallerUnit = "org.example.App.quillon-updater.service";
+constexpr const char* kRelaunchUnit = "org.example.App.quillon-relaunch.service";
+constexpr const char* kPolicyFile = "usr/share/polkit-1/actions/org.example.App.policy";
+/// Where the application tells who it runs as; whoever reads it waits for it.
+constexpr const char* kRelaunched = "/home/alice/relaunched";
+
+/// Ends when no launcher service or installer runs; fails when one goes on running.
+constexpr const char* kWaitForProcesses =
+    "for process in $(grep -ls '[Q]uillonUpdateInst' /proc/[0-9]*/cmdline | cut -d/ -f3); do "
+    "timeout 20 tail --sleep-interval=0.01 --pid=$process --follow /dev/null || exit 1; done";
+
+class PrivilegedLaunchScenario : public MachineScenario {
+ protected:
+  static void SetUpTestSuite() {
+    MachineScenario::SetUpTestSuite();
+    if (!isBooted()) return;
+    versions_ = std::make_unique<testing::TemporaryDirectory>();
+    writeFile(machine().root() / fs::path(QUILLON_SYSCONFDIR).relative_path() / "quillon/anchors.d/example.pem",
+              testing::sharedSigningIdentity().root);
+    makeVersion("1.0", "1");
+    makeVersion("2.0", "2");
+  }
+  static void TearDownTestSuite() {
+    versions_.reset();
+    MachineScenario::TearDownTestSuite();
+  }
+
+  void SetUp() override {
+    MachineScenario::SetUp();
+    if (IsSkipped() || HasFatalFailure()) return;
+    place("1.0", kRootsApplication, "root");
+    place("1.0", kUsersApplication, "alice");
+    place("2.0", kStaged, "alice");
+    ASSERT_EQ(machine().run({"mkfifo", "--mode=666", kRelaunched}).output, "");
+  }
+
+  void TearDown() override {
+    if (!isBooted()) return;
+    fs::remove(machine().root() / "home/alice/dialogs");
+    fs::remove_all(machine().root() / "home/alice/.local");
+    fs::remove(machine().root() / fs::path(kRelaunched).relative_path());
+    if (fs::remove(machine().root() / kPolicyFile)) restartPolkit();
+  }
+
+  /// The command whose output ends a launch: what the application says when it runs again.
+  static std::string untilRelaunched() { return std::string(" && timeout 30 cat ") + kRelaunched; }
+
+  /// A command that ends when the agent has noted `text`.
+  static std::string untilDialogsSay(const std::string& text) {
+    return "timeout 20 sh -c 'while ! grep -qs " + text + " /home/alice/dialogs; do :; done'";
+  }
+
+  /// Has the host in `bundle` ask to be replaced, in a session of alice whose agent gives `answer`; then runs `after`
+  /// in that session. What both print.
+  static std::string launch(const std::string& answer, const std::string& bundle, const std::string& after = "",
+                            const TestMachine::Session& session = {}) {
+    const std::string programs = programsFolder;
+    const TestMachineCommandResult result = machine().runInSession(
+        session, {programs + "/ScriptedPolkitAgent", answer, TestMachine::administratorPassword, "/home/alice/dialogs",
+                  "/bin/sh", "-c", programs + "/UpdateHost " + bundle + " " + kStaged + after});
+    return result.output;
+  }
+
+  [[nodiscard]] static std::string dialogs() {
+    const fs::path record = machine().root() / "home/alice/dialogs";
+    return fs::exists(record) ? readFile(record) : std::string();
+  }
+
+  [[nodiscard]] static std::string versionAt(const std::string& bundle) {
+    return versionOfApplicationBundle(machine().root() / fs::path(bundle).relative_path());
+  }
+
+  /// Everything about every file in reach of an update, but its content: that cannot change without its times.
+  [[nodiscard]] static std::string files() {
+    return machine()
+        .run({"/bin/sh", "-c",
+              "find /opt/Applications /home/alice/Applications /home/alice/Staging -printf "
+              "'%p %i %m %u %g %s %l %T@ %C@\\n' | sort"})
+        .output;
+  }
+
+  static void installPolicy() {
+    const TestMachineCommandResult policy =
+        machine().run({std::string(commandsFolder) + "/quillon", "policy", kRootsApplication});
+    ASSERT_EQ(policy.status, 0) << policy.output;
+    writeFile(machine().root() / kPolicyFile, policy.output);
+    restartPolkit();
+  }
+
+  static void expectNothingIsLeft() {
+    testing::waitUntilUnitIsGone(machine(), kInstallerUnit);
+    testing::waitUntilUnitIsGone(machine(), kRelaunchUnit);
+    EXPECT_THAT(testing::loadedUnits(machine(), "org.example.*"), IsEmpty());
+    EXPECT_EQ(machine().run({"/bin/sh", "-c", kWaitForProcesses}).status, 0);
+  }
+
+  static constexpr const char* kRootsApplication = "/opt/Applications/Example.app";
+  static constexpr const char* kUsersApplication = "/home/alice/Applications/Example.app";
+  static constexpr const char* kStaged = "/home/alice/Staging/Example.app";
+
+ private:
+  static void makeVersion(const std::string& version, const std::string& build) {
+    testing::makeHostApplication(
+        *versions_ / version / "Example.app",
+        {.version = version,
+         .build = build,
+         .script = "echo \"relaunched " + version + " as $(id --user --name)\" > " + kRelaunched},
+        QUILLON_BINARY_FOLDER);
+  }
+
+  /// Puts a version at its place, with everything that is on its way there, and no other file.
+  static void place(const std::string& version, const std::string& bundle, const std::string& owner) {
+    const fs::path folder = machine().root() / fs::path(bundle).parent_path().relative_path();
+    fs::remove_all(folder);
+    fs::create_directories(folder);
+    const QuillonProcessResult copy = QuillonPosixProcessRunner().run(
+        "/bin/cp", {"-a", (*versions_ / version / "Example.app").string(), folder.string()});
+    ASSERT_EQ(copy.status, 0) << copy.output;
+    ASSERT_EQ(machine().run({"chown", "-hR", owner + ":" + owner, fs::path(bundle).parent_path()}).output, "");
+  }
+
+  inline static std::unique_ptr<testing::TemporaryDirectory> versions_;
+};
+
+TEST_F(PrivilegedLaunchScenario, TheMachineHasEveryLibraryOfTheBuild) {
+  const std::string libraries =
+      machine().run({"/bin/sh", "-c", std::string("ldd ") + commandsFolder + "/* " + programsFolder + "/*"}).output;
+
+  EXPECT_THAT(libraries, HasSubstr("libsystemd.so"));
+  EXPECT_THAT(libraries, Not(HasSubstr("not found"))) << "tools/make_test_machine has to install more";
+}
+
+TEST_F(PrivilegedLaunchScenario, WhatTheUserMayReplaceIsReplacedWithoutADialog) {
+  const std::string output = launch("cancel", kUsersApplication, untilRelaunched());
+
+  EXPECT_THAT(output,
+              StartsWith("{\"event\":\"handoffStarted\"}\n{\"event\":\"jobSubmitted\"}\n{\"result\":\"launched\"}\n"
+                         "{\"descriptors\":0}\n"));
+  EXPECT_THAT(output, HasSubstr("relaunched 2.0 as alice\n"));
+  EXPECT_THAT(dialogs(), IsEmpty());
+  EXPECT_EQ(versionAt(kUsersApplication), "2.0");
+  expectNothingIsLeft();
+}
+
+TEST_F(PrivilegedLaunchScenario, RootsApplicationIsReplacedWhenTheAdministratorAgrees) {
+  const std::string output = launch("yes", kRootsApplication, untilRelaunched());
+
+  EXPECT_EQ(output,
+            "{\"event\":\"handoffStarted\"}\n"
+            "{\"event\":\"authorizationRequired\",\"destinationParentIsWritable\":false,"
+            "\"canPreserveInstalledOwnership\":false}\n"
+            "{\"event\":\"authorizationBegan\"}\n"
+            "{\"event\":\"authorizationEnded\",\"tookTime\":true}\n"
+            "{\"event\":\"jobSubmitted\"}\n"
+            "{\"result\":\"launched\"}\n"
+            "{\"descriptors\":0}\n"
+            "relaunched 2.0 as alice\n");
+  EXPECT_EQ(versionAt(kRootsApplication), "2.0");
+  EXPECT_EQ(machine().run({"find", kRootsApplication, "!", "-user", "root"}).output, "");
+  expectNothingIsLeft();
+}
+
+TEST_F(PrivilegedLaunchScenario, AnAdministratorsNoChangesNothing) {
+  const std::string before = files();
+
+  const std::string output = launch("no", kRootsApplication);
+
+  EXPECT_THAT(output, HasSubstr("{\"result\":\"authorizationDenied\",\"status\":-60005}\n{\"descriptors\":0}\n"));
+  EXPECT_EQ(files(), before);
+  EXPECT_THAT(dialogs(), HasSubstr("action="));
+  expectNothingIsLeft();
+}
+
+TEST_F(PrivilegedLaunchScenario, ACancelledDialogChangesNothing) {
+  const std::string before = files();
+
+  const std::string output = launch("cancel", kRootsApplication);
+
+  EXPECT_THAT(output, HasSubstr("{\"result\":\"authorizationCancelled\",\"status\":-60006}\n{\"descriptors\":0}\n"));
+  EXPECT_EQ(files(), before);
+  EXPECT_THAT(dialogs(), HasSubstr("action="));
+  expectNothingIsLeft();
+}
+
+TEST_F(PrivilegedLaunchScenario, AHostThatMustNotAskIsRefusedWithoutADialog) {
+  const std::string before = files();
+
+  const std::string output = launch("yes", kRootsApplication, " 1");
+
+  EXPECT_THAT(output, HasSubstr("{\"result\":\"authorizationDenied\",\"status\":-60005}\n"));
+  EXPECT_EQ(files(), before);
+  EXPECT_THAT(dialogs(), IsEmpty());
+}
+
+TEST_F(PrivilegedLaunchScenario, ManyLaunchesLeaveNothingBehind) {
+  const std::string output = launch("yes", kRootsApplication, " 20");
+
+  const std::string one =
+      "{\"event\":\"handoffStarted\"}\n"
+      "{\"event\":\"authorizationRequired\",\"destinationParentIsWritable\":false,"
+      "\"canPreserveInstalledOwnership\":false}\n"
+      "{\"result\":\"authorizationDenied\",\"status\":-60005}\n";
+  std::string all;
+  for (int launched = 0; launched < 20; ++launched) all += one;
+  EXPECT_EQ(output, all + "{\"descriptors\":0}\n");
+  expectNothingIsLeft();
+}
+
+TEST_F(PrivilegedLaunchScenario, ACandidateThatWasChangedIsRefusedByTheInstallerAndTheOldOneRunsAgain) {
+  writeFile(machine().root() / fs::path(kStaged).relative_path() / "Contents/Resources/version.txt", "2.1");
+
+  const std::string output = launch("yes", kRootsApplication, untilRelaunched());
+
+  EXPECT_THAT(output, AllOf(HasSubstr("{\"result\":\"launched\"}\n"), HasSubstr("relaunched 1.0 as alice\n")));
+  EXPECT_EQ(versionAt(kRootsApplication), "1.0");
+  expectNothingIsLeft();
+  EXPECT_THAT(machine().run({"find", "/home/alice/.local/share", "-type", "f", "-printf", "%u %f\\n"}).output,
+              StartsWith("alice "));
+}
+
+TEST_F(PrivilegedLaunchScenario, WithoutTheHostsActionFileTheDialogIsAboutUnits) {
+  (void)launch("cancel", kRootsApplication);
+
+  EXPECT_THAT(dialogs(), StartsWith("action=org.freedesktop.systemd1.manage-units\n"
+                                    "message=Authentication is required to manage system services or other units.\n"));
+}
+
+TEST_F(PrivilegedLaunchScenario, WithoutAScreenNobodyIsAskedToStopWhatDoesNotRun) {
+  const std::string output = launch("yes", kRootsApplication, untilRelaunched(), {.hasSeat = false});
+
+  EXPECT_THAT(output, HasSubstr("relaunched 2.0 as alice\n"));
+  EXPECT_THAT(dialogs(), Not(HasSubstr("to stop")));
+}
+
+TEST_F(PrivilegedLaunchScenario, AServiceThatDiesUnderTheDialogIsOneFailureAndTheDialogGoes) {
+  const std::string before = files();
+
+  const std::string output = launch("never", kRootsApplication,
+                                    " | (" + untilDialogsSay("action=") +
+                                        "; kill -KILL $(grep -ls '[Q]uillonUpdateInstallerLauncherService' "
+                                        "/proc/[0-9]*/cmdline | cut -d/ -f3); cat; " +
+                                        untilDialogsSay("withdrawn=") + ")");
+
+  EXPECT_THAT(output, HasSubstr("{\"event\":\"authorizationBegan\"}\n{\"result\":\"protocolFailure\","
+                                "\"diagnostic\":\"phase=xpcConnection"));
+  EXPECT_THAT(output, ::testing::EndsWith("\"}\n{\"descriptors\":0}\n"));
+  EXPECT_EQ(files(), before);
+  expectNothingIsLeft();
+}
+
+TEST_F(PrivilegedLaunchScenario, WithTheHostsActionFileTheOnlyDialogIsTheHosts) {
+  installPolicy();
+
+  const std::string output = launch("yes", kRootsApplication, untilRelaunched());
+
+  EXPECT_THAT(output, AllOf(HasSubstr("{\"result\":\"launched\"}\n"), HasSubstr("relaunched 2.0 as alice\n")));
+  EXPECT_THAT(dialogs(), StartsWith("action=org.example.App.quillon-update\n"
+                                    "message=Example needs permission to update the installed app.\n"));
+  EXPECT_THAT(dialogs(), Not(HasSubstr("systemd1")));
+  expectNothingIsLeft();
+}
+
+TEST_F(PrivilegedLaunchScenario, TheHostsActionFileIsEnoughInASessionWithoutAScreen) {
+  installPolicy();
+
+  const std::string output = launch("yes", kRootsApplication, untilRelaunched(), {.hasSeat = false});
+
+  EXPECT_THAT(output, AllOf(HasSubstr("{\"result\":\"launched\"}\n"), HasSubstr("relaunched 2.0 as alice\n")));
+  EXPECT_THAT(dialogs(), Not(HasSubstr("systemd1")));
+}
+
+TEST_F(PrivilegedLaunchScenario, TheDialogSpeaksTheLanguageOfTheSession) {
+  installPolicy();
+
+  (void)launch("cancel", kRootsApplication, "", {.environment = {"LANG=de_DE.UTF-8"}});
+
+  EXPECT_THAT(dialogs(), StartsWith("action=org.example.App.quillon-update\n"
+                                    "message=Example darf die App nur mit Erlaubnis ersetzen.\n"));
+}
+
+}  // namespace
+}  // namespace quillon
