@@ -283,8 +283,7 @@ TEST_F(VeskAppBundleXPCUpdateHelperLauncherTest, OneResultWhicheverComesFirstUnd
     };
     VeskAppBundleXPCUpdateHelperLauncher launcher(factory, "service", 1 + round % 2 * kLongDialog, 1, timers);
 
-    // The third thread outlives the launch, so its handler must not be the test's.
-    const Result result = launcher.launchReplacement(request(), {[](const Progress& /*progress*/) {}});
+    const Result result = launcher.launchReplacement(request(), [](const Progress& /*progress*/) {});
 
     threads.clear();
     EXPECT_THAT(result.caseName(), ::testing::AnyOf("launched", "protocolFailure", "timedOut"));
