@@ -1,6 +1,7 @@
 #include "Support/FakeSystemdManager.h"
 
 #include <algorithm>
+#include <memory>
 #include <string_view>
 #include <utility>
 
@@ -58,7 +59,8 @@ FakeSystemdManager::TransientUnit readUnit(sd_bus_message* message) {
 }  // namespace
 
 FakeSystemdManager::FakeSystemdManager(const std::string& busAddress, Behaviour behaviour)
-    : behaviour_(std::move(behaviour)),
+    : busAddress_(busAddress),
+      behaviour_(std::move(behaviour)),
       service_(busAddress, kService, kObject, [this](sd_bus_message* message) { return answer(message); }) {}
 
 std::vector<FakeSystemdManager::TransientUnit> FakeSystemdManager::startedUnits() const {
@@ -129,10 +131,32 @@ int FakeSystemdManager::answerWithJob(sd_bus_message* message, const std::string
   const std::string job = "/org/freedesktop/systemd1/job/" + std::to_string(++jobs_);
   // Other jobs end, too.
   tellJobRemoved("/org/freedesktop/systemd1/job/999", "other.service", "failed");
+  if (behaviour_.forgedJobResult) forgeJobRemoved(sd_bus_message_get_sender(message), job, unit);
   if (behaviour_.signalsBeforeReply) tellJobRemoved(job, unit, result);
   const int replied = sd_bus_reply_method_return(message, "o", job.c_str());
   if (!behaviour_.signalsBeforeReply) tellJobRemoved(job, unit, result);
   return replied;
+}
+
+void FakeSystemdManager::forgeJobRemoved(const char* caller, const std::string& job, const std::string& unit) const {
+  sd_bus* forger = nullptr;
+  requireBusResult(sd_bus_new(&forger), "bus of a forger");
+  const std::unique_ptr<sd_bus, decltype(&sd_bus_flush_close_unref)> owner(forger, &sd_bus_flush_close_unref);
+  requireBusResult(sd_bus_set_address(forger, busAddress_.c_str()), "address of a forger");
+  requireBusResult(sd_bus_set_bus_client(forger, 1), "forger");
+  requireBusResult(sd_bus_start(forger), "connection of a forger");
+  sd_bus_message* signal = nullptr;
+  requireBusResult(sd_bus_message_new_signal(forger, &signal, kObject, kManager, "JobRemoved"), "forged signal");
+  const std::unique_ptr<sd_bus_message, decltype(&sd_bus_message_unref)> signalOwner(signal, &sd_bus_message_unref);
+  requireBusResult(sd_bus_message_append(signal, "uoss", std::uint32_t{1}, job.c_str(), unit.c_str(),
+                                         behaviour_.forgedJobResult->c_str()),
+                   "forged result");
+  requireBusResult(sd_bus_message_set_destination(signal, caller), "victim");
+  requireBusResult(sd_bus_send(forger, signal, nullptr), "sending of the forged signal");
+  // The bus hands messages on in the order in which they come: once it answers, the signal is on its way.
+  requireBusResult(sd_bus_call_method(forger, "org.freedesktop.DBus", "/org/freedesktop/DBus", "org.freedesktop.DBus",
+                                      "GetId", nullptr, nullptr, ""),
+                   "answer to a forger");
 }
 
 int FakeSystemdManager::tellJobRemoved(const std::string& job, const std::string& unit,

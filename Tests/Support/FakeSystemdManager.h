@@ -36,6 +36,8 @@ class FakeSystemdManager {
     std::optional<std::string> jobResult = "done";
     /// Whether the end of a job is told before the call that began it is answered.
     bool signalsBeforeReply = false;
+    /// How another peer of the bus says that the start job ended, before the manager tells.
+    std::optional<std::string> forgedJobResult = {};
   };
   /// A transient unit that it was asked to start.
   struct TransientUnit {
@@ -65,8 +67,10 @@ class FakeSystemdManager {
   int answerUnit(sd_bus_message* message);
   int answerState(sd_bus_message* message) const;
   int answerWithJob(sd_bus_message* message, const std::string& unit, const std::optional<std::string>& result);
+  void forgeJobRemoved(const char* caller, const std::string& job, const std::string& unit) const;
   int tellJobRemoved(const std::string& job, const std::string& unit, const std::optional<std::string>& result) const;
 
+  const std::string busAddress_;
   const Behaviour behaviour_;
   // Of the answering thread.
   int jobs_ = 0;

@@ -59,7 +59,10 @@ SystemdManagerConnection::SystemdManagerConnection(const std::string& busAddress
                               &noteRemovedJob, this),
           "connect to");
   // The manager sends signals only to those who subscribe.
-  (void)bus_.call(makeCall("Subscribe"));
+  const Message reply = bus_.call(makeCall("Subscribe"));
+  const char* const sender = sd_bus_message_get_sender(reply.get());
+  if (sender == nullptr) throw QuillonSystemError::posix(EPROTO, "connect to", "the service manager");
+  managerName_ = sender;
 }
 
 std::optional<std::string> SystemdManagerConnection::activeState(const std::string& name) const {
@@ -115,6 +118,11 @@ void SystemdManagerConnection::startTransientService(const std::string& name, co
 
 int SystemdManagerConnection::noteRemovedJob(sd_bus_message* message, void* connection,
                                              sd_bus_error* /*error*/) noexcept {
+  auto* const self = static_cast<SystemdManagerConnection*>(connection);
+  // Whoever may use the bus can send this signal to whom it likes, with a job of its choice, and a match for the
+  // manager's well-known name does not keep it away.
+  const char* const sender = sd_bus_message_get_sender(message);
+  if (sender == nullptr || sender != self->managerName_) return 0;
   std::uint32_t number = 0;
   const char* path = nullptr;
   const char* unit = nullptr;
@@ -122,7 +130,7 @@ int SystemdManagerConnection::noteRemovedJob(sd_bus_message* message, void* conn
   // A signal of another shape is none of the manager's; the job it should have told of then runs into the time limit.
   if (sd_bus_message_read(message, "uoss", &number, &path, &unit, &result) < 0) return 0;
   try {
-    static_cast<SystemdManagerConnection*>(connection)->removedJobs_.insert_or_assign(path, result);
+    self->removedJobs_.insert_or_assign(path, result);
     return 0;
   } catch (const std::exception&) {
     return -ENOMEM;

@@ -12,6 +12,8 @@ namespace quillon {
 
 /// A connection to one systemd manager, used by one thread.
 ///
+/// Believes only the peer that owned the manager's name on the bus when the connection was made.
+///
 /// Every operation waits for the manager, each at most the time limit, and throws QuillonSystemError: the name of the
 /// D-Bus error as domain (or "POSIX" when the bus is not reached), its errno value and its text.
 class SystemdManagerConnection {
@@ -49,6 +51,8 @@ class SystemdManagerConnection {
   void processUntil(Deadline deadline, const std::string& path);
 
   const std::chrono::milliseconds timeLimit_;
+  /// The manager's own name on the bus, such as ":1.3", which the bus gives and nobody can choose.
+  std::string managerName_;
   /// Results of the jobs that the manager has finished, by object path.
   std::map<std::string, std::string> removedJobs_;
   MessageBusConnection bus_;

@@ -189,6 +189,16 @@ TEST_F(VeskAppBundleSystemdJobSubmitterTest, ProgramThatCannotBeExecutedIsAFailu
                                     "failed."));
 }
 
+TEST_F(VeskAppBundleSystemdJobSubmitterTest, OnlyTheManagerTellsHowAJobEnded) {
+  const FakeSystemdManager manager(bus_.address(), {.jobResult = "failed", .forgedJobResult = "done"});
+
+  const auto error = submit();
+
+  ASSERT_TRUE(error.has_value()) << "anybody on the bus can send a signal of the manager's name";
+  EXPECT_EQ(std::get<VeskAppBundleInstallerFailureDiagnostic>(error->payload()).errorDomain,
+            "org.freedesktop.systemd1");
+}
+
 TEST_F(VeskAppBundleSystemdJobSubmitterTest, ManagerThatNeverAnswersRunsIntoTheTimeLimit) {
   const FakeSystemdManager manager(bus_.address(), {.jobResult = std::nullopt});
 
