@@ -74,6 +74,10 @@ int FakePolkitAuthority::reply(sd_bus_message* message, const std::string& actio
   if (!mayAsk || answer == Answer::noAgent) return replyResult(message, false, true);
   if (answer == Answer::dismissed) return replyResult(message, false, false, "polkit.dismissed", "true");
   if (answer == Answer::refused) return replyResult(message, false, false);
+  if (answer == Answer::held) {
+    open_.release();
+    released_.acquire();
+  }
   if (answer == Answer::confirmed) return replyResult(message, true, false);
   keptActions_.insert(action);
   return replyResult(message, true, false, kIdentifier, "kept-" + action);

@@ -2,6 +2,7 @@
 
 #include <map>
 #include <optional>
+#include <semaphore>
 #include <set>
 #include <string>
 #include <vector>
@@ -23,6 +24,7 @@ class FakePolkitAuthority {
     dismissed,  ///< the user closes the dialog
     noAgent,    ///< nobody can be asked
     silence,    ///< polkit never answers
+    held,       ///< the dialog is open until release(); then the user gives the password, and polkit keeps that
   };
   struct Error {
     std::string name;
@@ -44,6 +46,10 @@ class FakePolkitAuthority {
   /// The calls in their order: member and arguments, separated by blanks.
   [[nodiscard]] std::vector<std::string> calls() const { return service_.calls(); }
 
+  /// Waits until the dialog of a held question is open.
+  void waitUntilHeld() { open_.acquire(); }
+  void release() { released_.release(); }
+
  private:
   int answer(sd_bus_message* message);
   int answerCheck(sd_bus_message* message);
@@ -53,6 +59,8 @@ class FakePolkitAuthority {
   [[nodiscard]] std::string keptActionFor(const std::string& action) const;
 
   const Behaviour behaviour_;
+  std::binary_semaphore open_{0};
+  std::binary_semaphore released_{0};
   std::set<std::string> keptActions_;  // of the answering thread
   FakeBusService service_;             // last: answers as soon as it is there
 };

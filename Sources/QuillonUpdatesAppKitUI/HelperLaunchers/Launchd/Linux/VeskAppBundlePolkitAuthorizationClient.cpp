@@ -40,18 +40,24 @@ std::int32_t VeskAppBundlePolkitAuthorizationClient::copyRight(VeskAppBundleAuth
                                                                std::uint32_t flags) noexcept {
   const std::shared_ptr<Authorization> authorization = find(authorizationRef);
   if (!authorization) return kAuthorizationInvalidRef;
-  try {
-    return ask(*authorization, rightName, flags);
-  } catch (const std::exception&) {
+  if (!startAsking(authorization)) {
+    log("Another launch asks for rights or holds some", rightName, {});
     return kAuthorizationDenied;
   }
+  const std::int32_t status = askOrDeny(*authorization, rightName, flags);
+  stopAsking();
+  return status;
 }
 
 void VeskAppBundlePolkitAuthorizationClient::freeAuthorization(
     VeskAppBundleAuthorizationRef authorizationRef) noexcept {
   try {
-    if (const auto authorization = take(authorizationRef)) revoke(authorization->temporaryAuthorizationIdentifiers);
-  } catch (const std::exception&) {  // NOLINT(bugprone-empty-catch): what polkit keeps ends with this process
+    const std::shared_ptr<Authorization> authorization = take(authorizationRef);
+    if (!authorization) return;
+    revoke(authorization->temporaryAuthorizationIdentifiers);
+    const std::lock_guard guard(lock_);
+    if (holder_ == authorization) holder_ = nullptr;
+  } catch (const std::exception&) {  // NOLINT(bugprone-empty-catch): its rights stay with it, so nobody else gets any
   }
 }
 
@@ -67,6 +73,29 @@ std::shared_ptr<VeskAppBundlePolkitAuthorizationClient::Authorization> VeskAppBu
   const std::lock_guard guard(lock_);
   const auto node = authorizations_.extract(authorizationRef);
   return node.empty() ? nullptr : node.mapped();
+}
+
+bool VeskAppBundlePolkitAuthorizationClient::startAsking(const std::shared_ptr<Authorization>& authorization) {
+  const std::lock_guard guard(lock_);
+  if (isAsking_ || (holder_ != nullptr && holder_ != authorization)) return false;
+  holder_ = authorization;
+  isAsking_ = true;
+  return true;
+}
+
+void VeskAppBundlePolkitAuthorizationClient::stopAsking() {
+  const std::lock_guard guard(lock_);
+  isAsking_ = false;
+  if (holder_ != nullptr && !holder_->isGranted) holder_ = nullptr;
+}
+
+std::int32_t VeskAppBundlePolkitAuthorizationClient::askOrDeny(Authorization& authorization, std::string_view rightName,
+                                                               std::uint32_t flags) noexcept {
+  try {
+    return ask(authorization, rightName, flags);
+  } catch (const std::exception&) {
+    return kAuthorizationDenied;
+  }
 }
 
 std::int32_t VeskAppBundlePolkitAuthorizationClient::ask(Authorization& authorization, std::string_view rightName,
@@ -99,9 +128,9 @@ std::int32_t VeskAppBundlePolkitAuthorizationClient::check(Authorization& author
                                                            const std::string& action, bool mayAsk) {
   const PolkitAuthorizationResult result =
       polkit.checkAuthorization(action, mayAsk ? Interaction::allowed : Interaction::forbidden);
-  if (result.temporaryAuthorizationIdentifier) {
-    const std::lock_guard guard(lock_);
-    authorization.temporaryAuthorizationIdentifiers.insert(*result.temporaryAuthorizationIdentifier);
+  if (!takeOver(authorization, result)) {
+    log("polkit answers with what an earlier launch was granted", action, {});
+    return kAuthorizationDenied;
   }
   if (result.isAuthorized) return kAuthorizationSuccess;
   if (result.isDismissed) return kAuthorizationCanceled;
@@ -109,23 +138,40 @@ std::int32_t VeskAppBundlePolkitAuthorizationClient::check(Authorization& author
   return kAuthorizationDenied;
 }
 
-void VeskAppBundlePolkitAuthorizationClient::revoke(
-    const std::set<std::string>& temporaryAuthorizationIdentifiers) const {
+bool VeskAppBundlePolkitAuthorizationClient::takeOver(Authorization& authorization,
+                                                      const PolkitAuthorizationResult& result) {
+  const std::lock_guard guard(lock_);
+  if (const auto& identifier = result.temporaryAuthorizationIdentifier) {
+    if (unrevokedIdentifiers_.contains(*identifier)) return false;
+    authorization.temporaryAuthorizationIdentifiers.insert(*identifier);
+  }
+  if (result.isAuthorized) authorization.isGranted = true;
+  return true;
+}
+
+void VeskAppBundlePolkitAuthorizationClient::revoke(const std::set<std::string>& temporaryAuthorizationIdentifiers) {
   for (const std::string& identifier : temporaryAuthorizationIdentifiers) {
     try {
       PolkitAuthorityConnection(systemBusAddress_, timeLimit_).revokeTemporaryAuthorization(identifier);
     } catch (const QuillonSystemError& error) {
+      {
+        const std::lock_guard guard(lock_);
+        unrevokedIdentifiers_.insert(identifier);
+      }
       log("polkit keeps an answer until this process ends", identifier, error.description());
     }
   }
 }
 
 void VeskAppBundlePolkitAuthorizationClient::log(std::string_view failure, std::string_view rightName,
-                                                 std::string_view detail) const {
-  std::string line = "VeskAppBundlePolkitAuthorizationClient: ";
-  line.append(failure).append("; right=").append(rightName);
-  line.append(" error=").append(detail.empty() ? "<empty>" : detail);
-  diagnosticLog_(line);
+                                                 std::string_view detail) const noexcept {
+  try {
+    std::string line = "VeskAppBundlePolkitAuthorizationClient: ";
+    line.append(failure).append("; right=").append(rightName);
+    line.append(" error=").append(detail.empty() ? "<empty>" : detail);
+    diagnosticLog_(line);
+  } catch (const std::exception&) {  // NOLINT(bugprone-empty-catch): what is only told must not change what is decided
+  }
 }
 
 }  // namespace quillon

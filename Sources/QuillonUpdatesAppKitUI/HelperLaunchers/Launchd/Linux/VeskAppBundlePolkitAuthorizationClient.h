@@ -14,6 +14,7 @@
 namespace quillon {
 
 class PolkitAuthorityConnection;
+struct PolkitAuthorizationResult;
 
 /// Asks polkit for rights, over the system bus.
 ///
@@ -49,22 +50,35 @@ class VeskAppBundlePolkitAuthorizationClient final : public VeskAppBundleSecurit
   /// A living authorization, and the answers that polkit keeps for it.
   struct Authorization {
     VeskAppBundleAuthorizationOpaqueRef ref;
+    bool isGranted = false;                                   // anything; guarded by lock_
     std::set<std::string> temporaryAuthorizationIdentifiers;  // guarded by lock_
   };
 
   [[nodiscard]] std::shared_ptr<Authorization> find(VeskAppBundleAuthorizationRef authorizationRef) const;
   [[nodiscard]] std::shared_ptr<Authorization> take(VeskAppBundleAuthorizationRef authorizationRef);
+  /// Whether `authorization` may ask; then nobody else may until it has stopped.
+  [[nodiscard]] bool startAsking(const std::shared_ptr<Authorization>& authorization);
+  void stopAsking();
+  [[nodiscard]] std::int32_t askOrDeny(Authorization& authorization, std::string_view rightName,
+                                       std::uint32_t flags) noexcept;
   [[nodiscard]] std::int32_t ask(Authorization& authorization, std::string_view rightName, std::uint32_t flags);
   [[nodiscard]] std::int32_t check(Authorization& authorization, const PolkitAuthorityConnection& polkit,
                                    const std::string& action, bool mayAsk);
-  void revoke(const std::set<std::string>& temporaryAuthorizationIdentifiers) const;
-  void log(std::string_view failure, std::string_view rightName, std::string_view detail) const;
+  /// Whether the answer may count for `authorization`, which then owns it.
+  [[nodiscard]] bool takeOver(Authorization& authorization, const PolkitAuthorizationResult& result);
+  void revoke(const std::set<std::string>& temporaryAuthorizationIdentifiers);
+  void log(std::string_view failure, std::string_view rightName, std::string_view detail) const noexcept;
 
   const std::string systemBusAddress_;
   const std::chrono::milliseconds timeLimit_;
   const QuillonDiagnosticLog diagnosticLog_;
   mutable std::mutex lock_;
   std::map<VeskAppBundleAuthorizationRef, std::shared_ptr<Authorization>> authorizations_;  // guarded by lock_
+  /// Who asks or was granted something; null when nobody.
+  std::shared_ptr<const Authorization> holder_;  // guarded by lock_
+  bool isAsking_ = false;                        // guarded by lock_
+  /// Answers that polkit did not take back.
+  std::set<std::string> unrevokedIdentifiers_;  // guarded by lock_
 };
 
 }  // namespace quillon

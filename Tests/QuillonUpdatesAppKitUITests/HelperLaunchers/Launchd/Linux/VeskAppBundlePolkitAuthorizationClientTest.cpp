@@ -4,6 +4,7 @@
 #include <chrono>
 #include <memory>
 #include <string>
+#include <thread>
 #include <vector>
 
 #include "QuillonUpdatesAppKitUI/HelperLaunchers/Launchd/Linux/VeskAppBundlePolkitAuthorizationClient.h"
@@ -13,9 +14,11 @@
 namespace quillon {
 namespace {
 
+using ::testing::Contains;
 using ::testing::ElementsAre;
 using testing::FakePolkitAuthority;
 using ::testing::IsEmpty;
+using ::testing::Not;
 using testing::PrivateBus;
 using ::testing::StartsWith;
 using Answer = FakePolkitAuthority::Answer;
@@ -214,6 +217,92 @@ TEST_F(VeskAppBundlePolkitAuthorizationClientTest, AnAnswerThatCannotBeTakenBack
   client_.freeAuthorization(ref());
 
   EXPECT_EQ(log_.size(), 1U);
+}
+
+TEST_F(VeskAppBundlePolkitAuthorizationClientTest, WhatOneAuthorizationWasGrantedServesNoOther) {
+  havePolkit({.actions = {{kManagementAction, Answer::refused}, {kCustomRight, Answer::kept}},
+              .implied = {{kCustomRight, kManagementAction}}});
+  const auto other = client_.createAuthorization().authorizationRef;
+  ASSERT_EQ(copy(kCustomRight, kWithDialog), 0);
+  ASSERT_EQ(copy(kManagementRight, kWithDialog), 0);
+  const auto calls = polkit_->calls();
+
+  EXPECT_EQ(client_.copyRight(other, kCustomRight, kWithDialog), -60005);
+  EXPECT_EQ(client_.copyRight(other, kManagementRight, kWithoutDialog), -60005);
+
+  EXPECT_EQ(other->serviceManagementGrant, VeskAppBundleRightGrant::none);
+  EXPECT_EQ(polkit_->calls(), calls);
+  EXPECT_THAT(log_, ElementsAre("VeskAppBundlePolkitAuthorizationClient: Another launch asks for rights or holds some; "
+                                "right=org.example.App.quillon-update error=<empty>",
+                                "VeskAppBundlePolkitAuthorizationClient: Another launch asks for rights or holds some; "
+                                "right=com.apple.ServiceManagement.daemons.modify error=<empty>"));
+}
+
+TEST_F(VeskAppBundlePolkitAuthorizationClientTest, FreeingAnAuthorizationThatWasDeniedTakesNothingFromTheOther) {
+  havePolkit(Answer::kept);
+  const auto other = client_.createAuthorization().authorizationRef;
+  ASSERT_EQ(copy(kManagementRight, kWithDialog), 0);
+  ASSERT_EQ(client_.copyRight(other, kManagementRight, kWithDialog), -60005);
+
+  client_.freeAuthorization(other);
+
+  EXPECT_THAT(polkit_->calls(), Not(Contains(StartsWith("Revoke"))));
+  EXPECT_EQ(copy(kManagementRight, kWithoutDialog), 0);
+}
+
+TEST_F(VeskAppBundlePolkitAuthorizationClientTest, TheNextAuthorizationIsAskedForOnceTheGrantedOneIsFreed) {
+  havePolkit(Answer::kept);
+  const auto other = client_.createAuthorization().authorizationRef;
+  ASSERT_EQ(copy(kManagementRight, kWithDialog), 0);
+  ASSERT_EQ(client_.copyRight(other, kManagementRight, kWithDialog), -60005);
+  client_.freeAuthorization(ref());
+
+  EXPECT_EQ(client_.copyRight(other, kManagementRight, kWithoutDialog), -60005);
+  EXPECT_EQ(client_.copyRight(other, kManagementRight, kWithDialog), 0);
+
+  EXPECT_EQ(other->serviceManagementGrant, VeskAppBundleRightGrant::kept);
+}
+
+TEST_F(VeskAppBundlePolkitAuthorizationClientTest, AnAuthorizationThatWasGrantedNothingIsInNobodysWay) {
+  havePolkit({.actions = {{kManagementAction, Answer::kept}, {kCustomRight, Answer::dismissed}}});
+  const auto other = client_.createAuthorization().authorizationRef;
+  ASSERT_EQ(copy(kCustomRight, kWithDialog), -60006);
+
+  EXPECT_EQ(client_.copyRight(other, kManagementRight, kWithDialog), 0);
+}
+
+TEST_F(VeskAppBundlePolkitAuthorizationClientTest, WhileOneAuthorizationIsAskedForAnotherIsDenied) {
+  havePolkit({.actions = {{kManagementAction, Answer::held}}});
+  const auto other = client_.createAuthorization().authorizationRef;
+  std::int32_t status = 1;
+  std::jthread asking([&] { status = copy(kManagementRight, kWithDialog); });
+  polkit_->waitUntilHeld();
+
+  EXPECT_EQ(client_.copyRight(other, kManagementRight, kWithDialog), -60005);
+
+  polkit_->release();
+  asking.join();
+  EXPECT_EQ(status, 0);
+}
+
+TEST_F(VeskAppBundlePolkitAuthorizationClientTest, AnAnswerThatWasNotTakenBackCountsForNobodyElse) {
+  havePolkit({.actions = {{kManagementAction, Answer::refused}, {kCustomRight, Answer::kept}},
+              .implied = {{kCustomRight, kManagementAction}},
+              .canRevoke = false});
+  ASSERT_EQ(copy(kCustomRight, kWithDialog), 0);
+  client_.freeAuthorization(ref());
+  log_.clear();
+  const auto next = client_.createAuthorization().authorizationRef;
+
+  EXPECT_EQ(client_.copyRight(next, kCustomRight, kWithDialog), -60005);
+  EXPECT_EQ(client_.copyRight(next, kManagementRight, kWithDialog), -60005);
+
+  EXPECT_EQ(next->serviceManagementGrant, VeskAppBundleRightGrant::none);
+  EXPECT_THAT(log_,
+              ElementsAre("VeskAppBundlePolkitAuthorizationClient: polkit answers with what an earlier launch was "
+                          "granted; right=org.example.App.quillon-update error=<empty>",
+                          "VeskAppBundlePolkitAuthorizationClient: polkit answers with what an earlier launch was "
+                          "granted; right=org.freedesktop.systemd1.manage-units error=<empty>"));
 }
 
 TEST_F(VeskAppBundlePolkitAuthorizationClientTest, AFreedReferenceIsInvalid) {
