@@ -11,7 +11,6 @@ namespace {
 using Limit = MessageBusConnection::Limit;
 
 constexpr const char* kService = "org.freedesktop.systemd1";
-constexpr std::string_view kNoSuchUnit = "org.freedesktop.systemd1.NoSuchUnit";
 constexpr MessageBusObject kManager{
     .service = kService, .path = "/org/freedesktop/systemd1", .interface = "org.freedesktop.systemd1.Manager"};
 
@@ -33,6 +32,30 @@ void appendTextProperty(sd_bus_message* message, const char* name, const char* v
   require(sd_bus_message_append(message, "(sv)", name, "s", value), "describe a job to");
 }
 
+void appendTexts(sd_bus_message* message, const std::vector<std::string>& texts, std::string_view action) {
+  require(sd_bus_message_open_container(message, 'a', "s"), action);
+  for (const std::string& text : texts) require(sd_bus_message_append(message, "s", text.c_str()), action);
+  require(sd_bus_message_close_container(message), action);
+}
+
+/// An entry of ListUnitsByPatterns: name, description, whether it was loaded, its active and its exact state, the unit
+/// that it follows, its object, and the number, type and object of its job, 0 when it has none.
+std::pair<std::string, SystemdUnitState> readUnit(sd_bus_message* message) {
+  constexpr std::string_view kAction = "understand";
+  const char* name = nullptr;
+  const char* activeState = nullptr;
+  std::uint32_t job = 0;
+  require(sd_bus_message_enter_container(message, 'r', "ssssssouso"), kAction);
+  require(sd_bus_message_read(message, "s", &name), kAction);
+  require(sd_bus_message_skip(message, "ss"), kAction);
+  require(sd_bus_message_read(message, "s", &activeState), kAction);
+  require(sd_bus_message_skip(message, "sso"), kAction);
+  require(sd_bus_message_read(message, "u", &job), kAction);
+  require(sd_bus_message_skip(message, "so"), kAction);
+  require(sd_bus_message_exit_container(message), kAction);
+  return {name, {.activeState = activeState, .hasJob = job != 0}};
+}
+
 /// "ExecStartEx" has flags: without "no-env-expand" the manager would replace "$NAME" in arguments.
 void appendCommand(sd_bus_message* message, const std::vector<std::string>& programArguments) {
   constexpr std::string_view kAction = "describe a command to";
@@ -42,12 +65,8 @@ void appendCommand(sd_bus_message* message, const std::vector<std::string>& prog
   require(sd_bus_message_open_container(message, 'a', "(sasas)"), kAction);
   require(sd_bus_message_open_container(message, 'r', "sasas"), kAction);
   require(sd_bus_message_append(message, "s", programArguments.front().c_str()), kAction);
-  require(sd_bus_message_open_container(message, 'a', "s"), kAction);
-  for (const std::string& argument : programArguments) {
-    require(sd_bus_message_append(message, "s", argument.c_str()), kAction);
-  }
-  require(sd_bus_message_close_container(message), kAction);
-  require(sd_bus_message_append(message, "as", 1, "no-env-expand"), kAction);
+  appendTexts(message, programArguments, kAction);
+  appendTexts(message, {"no-env-expand"}, kAction);
   for (int open = 0; open < 4; ++open) require(sd_bus_message_close_container(message), kAction);
 }
 
@@ -65,23 +84,16 @@ SystemdManagerConnection::SystemdManagerConnection(const std::string& busAddress
   managerName_ = sender;
 }
 
-std::optional<std::string> SystemdManagerConnection::activeState(const std::string& name) const {
-  try {
-    const Message question = makeCall("GetUnit");
-    require(sd_bus_message_append(question.get(), "s", name.c_str()), "call");
-    const std::string path = readObjectPath(bus_.call(question));
-    const MessageBusObject unit{
-        .service = kService, .path = path.c_str(), .interface = "org.freedesktop.DBus.Properties"};
-    const Message message = bus_.makeCall(unit, "Get");
-    require(sd_bus_message_append(message.get(), "ss", "org.freedesktop.systemd1.Unit", "ActiveState"), "call");
-    const Message reply = bus_.call(message);
-    const char* state = nullptr;
-    require(sd_bus_message_read(reply.get(), "v", "s", &state), "understand");
-    return state;
-  } catch (const QuillonSystemError& error) {
-    if (error.domain() == kNoSuchUnit) return std::nullopt;
-    throw;
-  }
+std::map<std::string, SystemdUnitState> SystemdManagerConnection::unitStates(
+    const std::vector<std::string>& patterns) const {
+  const Message question = makeCall("ListUnitsByPatterns");
+  appendTexts(question.get(), {}, "call");  // in any state
+  appendTexts(question.get(), patterns, "call");
+  const Message reply = bus_.call(question);
+  std::map<std::string, SystemdUnitState> units;
+  require(sd_bus_message_enter_container(reply.get(), 'a', "(ssssssouso)"), "understand");
+  while (sd_bus_message_at_end(reply.get(), 0) == 0) units.insert(readUnit(reply.get()));
+  return units;
 }
 
 void SystemdManagerConnection::stopUnit(const std::string& name, Interaction interaction) {

@@ -2,13 +2,20 @@
 
 #include <chrono>
 #include <map>
-#include <optional>
 #include <string>
 #include <vector>
 
 #include "QuillonUpdatesAppKitUI/HelperLaunchers/Launchd/Linux/MessageBusConnection.h"
 
 namespace quillon {
+
+/// What a manager says of a unit that it has loaded.
+struct SystemdUnitState {
+  /// "ActiveState" (org.freedesktop.systemd1(5)), such as "active" or "failed".
+  std::string activeState;
+  /// Whether it is to be started or stopped.
+  bool hasJob = false;
+};
 
 /// A connection to one systemd manager, used by one thread.
 ///
@@ -25,9 +32,8 @@ class SystemdManagerConnection {
   SystemdManagerConnection(const SystemdManagerConnection&) = delete;
   SystemdManagerConnection& operator=(const SystemdManagerConnection&) = delete;
 
-  /// What the manager says of a unit ("ActiveState"), such as "active" or "failed"; absent when it has none of that
-  /// name. Takes no rights.
-  [[nodiscard]] std::optional<std::string> activeState(const std::string& name) const;
+  /// The loaded units whose names match one of `patterns` (fnmatch(3), without escapes), by name. Takes no rights.
+  [[nodiscard]] std::map<std::string, SystemdUnitState> unitStates(const std::vector<std::string>& patterns) const;
   /// Stops a unit and waits until it has stopped. The manager may ask the user for the right whether it was allowed to
   /// or not, so its answer has no time limit where that is allowed.
   void stopUnit(const std::string& name, Interaction interaction);

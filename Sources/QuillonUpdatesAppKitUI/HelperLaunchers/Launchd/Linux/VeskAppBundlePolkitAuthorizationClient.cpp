@@ -4,6 +4,7 @@
 #include <utility>
 
 #include "QuillonUpdatesAppKitUI/HelperLaunchers/Launchd/Linux/PolkitAuthorityConnection.h"
+#include "QuillonUpdatesAppKitUI/HelperLaunchers/Launchd/Linux/SystemdManagementRights.h"
 #include "QuillonUpdatesAppKitUI/HelperLaunchers/Launchd/VeskAppBundleLaunchdAuthorizationProviding.h"
 
 namespace quillon {
@@ -11,7 +12,6 @@ namespace {
 
 using Interaction = PolkitAuthorityConnection::Interaction;
 
-constexpr std::string_view kServiceManagementAction = "org.freedesktop.systemd1.manage-units";
 constexpr std::string_view kCancelledError = "org.freedesktop.PolicyKit1.Error.Cancelled";
 
 }  // namespace
@@ -104,7 +104,7 @@ std::int32_t VeskAppBundlePolkitAuthorizationClient::ask(Authorization& authoriz
   const bool mayAsk = (flags & kAuthorizationFlagInteractionAllowed) != 0;
   try {
     const PolkitAuthorityConnection polkit(systemBusAddress_, timeLimit_);
-    const std::string action(isServiceManagement ? kServiceManagementAction : rightName);
+    const std::string action(isServiceManagement ? kManageUnitsAction : rightName);
     if (!isServiceManagement && !polkit.hasAction(action)) return kAuthorizationSuccess;
 
     const std::int32_t status = check(authorization, polkit, action, mayAsk);

@@ -21,7 +21,12 @@ using testing::FakeSystemdManager;
 using ::testing::Not;
 using ::testing::Pair;
 using testing::PrivateBus;
+using ::testing::StartsWith;
 using ::testing::UnorderedElementsAre;
+
+constexpr const char* kUnit = "org.example.App.quillon-updater.service";
+constexpr const char* kSecondUnit = "org.example.App.quillon-updater-2.service";
+constexpr const char* kLastUnit = "org.example.App.quillon-updater-100.service";
 
 class VeskAppBundleSystemdJobSubmitterTest : public ::testing::Test {
  protected:
@@ -31,7 +36,9 @@ class VeskAppBundleSystemdJobSubmitterTest : public ::testing::Test {
                                                  std::chrono::milliseconds timeLimit) const {
     const VeskAppBundleLaunchdAuthorization authorization(&granted_, nullptr);
     try {
-      VeskAppBundleSystemdJobSubmitter(addresses, timeLimit).submit(job, authorization, shouldProceed);
+      VeskAppBundleSystemdJobSubmitter(addresses, timeLimit, [this] {
+        return mayChangeSystemUnitsSilently_;
+      }).submit(job, authorization, shouldProceed);
     } catch (const VeskUpdateInstallerError& error) {
       return error;
     }
@@ -44,6 +51,15 @@ class VeskAppBundleSystemdJobSubmitterTest : public ::testing::Test {
     return submit(job_, {.system = bus_.address(), .user = "unix:path=/no/such/bus"}, shouldProceed, timeLimit);
   }
 
+  std::optional<VeskUpdateInstallerError> submitOver(const PrivateBus& bus) const {
+    return submit(
+        job_, {.system = bus.address(), .user = "unix:path=/no/such/bus"}, [] { return true; },
+        std::chrono::seconds(20));
+  }
+
+  static VeskUpdateInstallerError stillRuns(const std::string& unit) {
+    return launchFailure("org.freedesktop.systemd1.UnitExists", EEXIST, "An older job still runs as " + unit + ".");
+  }
   static VeskUpdateInstallerError launchFailure(std::string domain, std::int64_t code, std::string description) {
     return VeskUpdateInstallerError::replacementHelperLaunchFailed(
         {.phase = VeskAppBundleInstallerLaunchPhase::jobSubmission,
@@ -53,6 +69,7 @@ class VeskAppBundleSystemdJobSubmitterTest : public ::testing::Test {
   }
 
   PrivateBus bus_;
+  bool mayChangeSystemUnitsSilently_ = true;
   VeskAppBundleAuthorizationOpaqueRef granted_{VeskAppBundleRightGrant::kept};
   VeskAppBundleLaunchdJob job_{.label = "org.example.App.quillon-updater",
                                .domain = VeskAppBundleLaunchdJobDomain::system,
@@ -77,38 +94,37 @@ TEST_F(VeskAppBundleSystemdJobSubmitterTest, StartsATransientUnitThatRunsTheArgu
 }
 
 TEST_F(VeskAppBundleSystemdJobSubmitterTest, RemovesTheOlderJobFirst) {
-  const FakeSystemdManager manager(bus_.address(), {.unitExists = true, .stoppedUnitState = "failed"});
+  const FakeSystemdManager manager(bus_.address(), {.units = {{kUnit, {"active"}}}, .stoppedUnitState = "failed"});
 
   EXPECT_EQ(submit(), std::nullopt);
 
-  EXPECT_THAT(manager.calls(), ElementsAre("Subscribe", "GetUnit org.example.App.quillon-updater.service",
-                                           "StopUnit org.example.App.quillon-updater.service replace",
-                                           "GetUnit org.example.App.quillon-updater.service",
-                                           "ResetFailedUnit org.example.App.quillon-updater.service",
-                                           "StartTransientUnit org.example.App.quillon-updater.service fail"));
+  EXPECT_THAT(
+      manager.calls(),
+      ElementsAre("Subscribe", "ListUnitsByPatterns", "StopUnit org.example.App.quillon-updater.service replace",
+                  "ListUnitsByPatterns", "ResetFailedUnit org.example.App.quillon-updater.service",
+                  "ListUnitsByPatterns", "StartTransientUnit org.example.App.quillon-updater.service fail"));
 }
 
 TEST_F(VeskAppBundleSystemdJobSubmitterTest, AnOlderJobThatFailedIsForgotten) {
-  const FakeSystemdManager manager(bus_.address(), {.unitExists = true, .unitState = "failed"});
+  const FakeSystemdManager manager(bus_.address(), {.units = {{kUnit, {"failed"}}}});
 
   EXPECT_EQ(submit(), std::nullopt);
 
   EXPECT_THAT(manager.calls(), Contains("ResetFailedUnit org.example.App.quillon-updater.service"));
-  EXPECT_THAT(manager.calls(), Not(Contains("StopUnit org.example.App.quillon-updater.service replace")));
+  EXPECT_THAT(manager.calls(), Not(Contains(StartsWith("StopUnit"))));
 }
 
 TEST_F(VeskAppBundleSystemdJobSubmitterTest, WithoutOlderJobNothingIsAskedThatTakesRights) {
-  const FakeSystemdManager manager(bus_.address(), {.unitExists = false});
+  const FakeSystemdManager manager(bus_.address());
 
   EXPECT_EQ(submit(), std::nullopt);
 
-  EXPECT_THAT(manager.calls(), ElementsAre("Subscribe", "GetUnit org.example.App.quillon-updater.service",
+  EXPECT_THAT(manager.calls(), ElementsAre("Subscribe", "ListUnitsByPatterns",
                                            "StartTransientUnit org.example.App.quillon-updater.service fail"));
 }
 
 TEST_F(VeskAppBundleSystemdJobSubmitterTest, NameThatLivingProcessesHoldIsNumbered) {
-  const FakeSystemdManager manager(bus_.address(), {.takenNames = {"org.example.App.quillon-updater.service",
-                                                                   "org.example.App.quillon-updater-2.service"}});
+  const FakeSystemdManager manager(bus_.address(), {.units = {{kUnit, {"inactive"}}, {kSecondUnit, {"inactive"}}}});
 
   EXPECT_EQ(submit(), std::nullopt);
 
@@ -116,16 +132,82 @@ TEST_F(VeskAppBundleSystemdJobSubmitterTest, NameThatLivingProcessesHoldIsNumber
   ASSERT_EQ(units.size(), 1U);
   EXPECT_EQ(units[0].name, "org.example.App.quillon-updater-3.service");
   EXPECT_EQ(units[0].textProperties.at("Description"), job_.label);
+  EXPECT_THAT(manager.calls(), Not(Contains("StartTransientUnit org.example.App.quillon-updater.service fail")))
+      << "each attempt can be a dialog";
+}
+
+TEST_F(VeskAppBundleSystemdJobSubmitterTest, AnOlderJobUnderAnyNumberIsStopped) {
+  const FakeSystemdManager manager(bus_.address(), {.units = {{kSecondUnit, {"active"}}}});
+
+  EXPECT_EQ(submit(), std::nullopt);
+
+  EXPECT_THAT(manager.calls(), Contains("StopUnit org.example.App.quillon-updater-2.service replace"));
+  EXPECT_EQ(manager.startedUnits().at(0).name, kUnit);
 }
 
 TEST_F(VeskAppBundleSystemdJobSubmitterTest, AProgramOfTheSameLabelThatDoesNotEndIsLeftAlone) {
+  for (const char* unit : {kUnit, kSecondUnit, kLastUnit}) {
+    const PrivateBus bus;
+    const FakeSystemdManager manager(bus.address(),
+                                     {.units = {{unit, {"active"}}}, .stoppedUnitState = "deactivating"});
+
+    EXPECT_EQ(submitOver(bus), stillRuns(unit));
+
+    EXPECT_TRUE(manager.startedUnits().empty()) << "two installers would replace the same bundle";
+  }
+}
+
+TEST_F(VeskAppBundleSystemdJobSubmitterTest, AProgramThatIsAboutToRunCountsAsOneThatRuns) {
   const FakeSystemdManager manager(
-      bus_.address(), {.takenNames = {"org.example.App.quillon-updater.service"}, .takenUnitState = "deactivating"});
+      bus_.address(), {.units = {{kUnit, {.activeState = "inactive", .hasJob = true}}}, .stoppedUnitState = "active"});
+
+  EXPECT_EQ(submit(), stillRuns(kUnit));
+}
+
+TEST_F(VeskAppBundleSystemdJobSubmitterTest, JobsOfOtherLabelsAreLeftAlone) {
+  const FakeSystemdManager manager(bus_.address(),
+                                   {.units = {{"org.example.App.quillon-updater-x.service", {"active"}},
+                                              {"org.example.App.quillon-updater-1.service", {"active"}},
+                                              {"org.example.App.quillon-updater-101.service", {"active"}},
+                                              {"org.example.Application.service", {"active"}}}});
+
+  EXPECT_EQ(submit(), std::nullopt);
+
+  EXPECT_THAT(manager.calls(), Not(Contains(StartsWith("StopUnit"))));
+}
+
+TEST_F(VeskAppBundleSystemdJobSubmitterTest, AnOlderJobIsFoundUnderANameWithEscapes) {
+  job_.label = "a b";
+  const FakeSystemdManager manager(bus_.address(), {.units = {{"a\\x20b-2.service", {"active"}}}});
+
+  EXPECT_EQ(submit(), std::nullopt);
+
+  EXPECT_THAT(manager.calls(), Contains("StopUnit a\\x20b-2.service replace"));
+}
+
+TEST_F(VeskAppBundleSystemdJobSubmitterTest, AnOlderJobWhoseEndWouldTakeADialogIsLeftAlone) {
+  const FakeSystemdManager manager(bus_.address(), {.units = {{kUnit, {"active"}}}});
+  mayChangeSystemUnitsSilently_ = false;
+
+  EXPECT_EQ(submit(), stillRuns(kUnit));
+
+  EXPECT_THAT(manager.calls(), Not(Contains(StartsWith("StopUnit")))) << "it asks even when it is told not to";
+}
+
+TEST_F(VeskAppBundleSystemdJobSubmitterTest, AnotherLaunchThatWasFasterIsNotJoined) {
+  const FakeSystemdManager manager(bus_.address(), {.lateUnits = {{kUnit, {"activating"}}}});
 
   EXPECT_EQ(submit(), launchFailure("org.freedesktop.systemd1.UnitExists", EEXIST, "Unit was already loaded."));
 
-  EXPECT_TRUE(manager.startedUnits().empty()) << "two installers would replace the same bundle";
-  EXPECT_EQ(manager.calls().back(), "GetUnit org.example.App.quillon-updater.service");
+  EXPECT_TRUE(manager.startedUnits().empty());
+}
+
+TEST_F(VeskAppBundleSystemdJobSubmitterTest, ANameThatIsTakenMeanwhileIsNumbered) {
+  const FakeSystemdManager manager(bus_.address(), {.lateUnits = {{kUnit, {"inactive"}}}});
+
+  EXPECT_EQ(submit(), std::nullopt);
+
+  EXPECT_EQ(manager.startedUnits().at(0).name, kSecondUnit);
 }
 
 TEST_F(VeskAppBundleSystemdJobSubmitterTest, AProgramThatHoldsItsEndBackHasTenMinutesForThat) {
@@ -158,7 +240,7 @@ TEST_F(VeskAppBundleSystemdJobSubmitterTest, AsksBetweenRemovalAndSubmission) {
   const FakeSystemdManager manager(bus_.address());
 
   const auto error = submit([&] {
-    EXPECT_EQ(manager.calls().back(), "GetUnit org.example.App.quillon-updater.service");
+    EXPECT_EQ(manager.calls().back(), "ListUnitsByPatterns");
     return false;
   });
 
@@ -168,7 +250,7 @@ TEST_F(VeskAppBundleSystemdJobSubmitterTest, AsksBetweenRemovalAndSubmission) {
 }
 
 TEST_F(VeskAppBundleSystemdJobSubmitterTest, EndOfTheJobMayBeToldBeforeTheReply) {
-  const FakeSystemdManager manager(bus_.address(), {.unitExists = true, .signalsBeforeReply = true});
+  const FakeSystemdManager manager(bus_.address(), {.units = {{kUnit, {"active"}}}, .signalsBeforeReply = true});
 
   EXPECT_EQ(submit(), std::nullopt);
 }
