@@ -44,16 +44,19 @@ class Submission {
  public:
   using Units = std::map<std::string, SystemdUnitState>;
 
+  /// `mayChangeUnitsSilently` says whether the manager stops a unit without a dialog.
   Submission(SystemdManagerConnection& manager, const VeskAppBundleLaunchdJob& job, Interaction interaction,
-             const std::function<bool()>& mayChangeUnits)
-      : manager_(manager), job_(job), interaction_(interaction), mayChangeUnits_(mayChangeUnits) {}
+             const std::function<bool()>& mayChangeUnitsSilently)
+      : manager_(manager), job_(job), interaction_(interaction), mayChangeUnitsSilently_(mayChangeUnitsSilently) {}
 
   void run(const std::function<bool()>& shouldProceed) {
     const Units older = removeOlderUnits();
     requireProceeding(shouldProceed);
     const auto living = std::ranges::find_if(older, isAlive, &Units::value_type::second);
     if (living != older.end()) throw unitExists("An older job still runs as " + living->first + ".");
-    start(older);
+    const std::string unit = start(older);
+    // Where the manager asked, it started the job only after the answer, which may have come at any time.
+    if (interaction_ == Interaction::allowed) requireStillProceeding(shouldProceed, unit);
   }
 
  private:
@@ -81,7 +84,7 @@ class Submission {
     if (std::ranges::none_of(units, [](const auto& unit) { return isAlive(unit.second) || hasFailed(unit.second); })) {
       return units;
     }
-    if (!mayChangeUnits_()) return units;
+    if (interaction_ == Interaction::forbidden && !mayChangeUnitsSilently_()) return units;
     forEach(units, isAlive, [this](const std::string& unit) { manager_.stopUnit(unit, interaction_); });
     forEach(olderUnits(), hasFailed, [this](const std::string& unit) { manager_.resetFailedUnit(unit, interaction_); });
     return olderUnits();
@@ -97,10 +100,11 @@ class Submission {
     }
   }
 
-  void start(const Units& older) {
+  /// The name of the unit that runs.
+  [[nodiscard]] std::string start(const Units& older) {
     for (int number = 1; number <= kLargestUnitNumber; ++number) {
       const std::string unit = unitName(job_.label, number);
-      if (!older.contains(unit) && tryToStart(unit)) return;
+      if (!older.contains(unit) && tryToStart(unit)) return unit;
     }
     throw unitExists("Every unit name for " + job_.label + " is taken.");
   }
@@ -119,10 +123,26 @@ class Submission {
     }
   }
 
+  void requireStillProceeding(const std::function<bool()>& shouldProceed, const std::string& unit) {
+    try {
+      requireProceeding(shouldProceed);
+    } catch (const VeskUpdateInstallerError&) {
+      stopSilently(unit);
+      throw;
+    }
+  }
+
+  void stopSilently(const std::string& unit) {
+    try {
+      if (mayChangeUnitsSilently_()) manager_.stopUnit(unit, Interaction::forbidden);
+    } catch (const QuillonSystemError&) {  // NOLINT(bugprone-empty-catch): the launch has failed in any case
+    }
+  }
+
   SystemdManagerConnection& manager_;
   const VeskAppBundleLaunchdJob& job_;
   const Interaction interaction_;
-  const std::function<bool()>& mayChangeUnits_;
+  const std::function<bool()>& mayChangeUnitsSilently_;
 };
 
 }  // namespace
@@ -152,10 +172,12 @@ void VeskAppBundleSystemdJobSubmitter::submit(const VeskAppBundleLaunchdJob& job
   try {
     requireProgram(job);
     SystemdManagerConnection manager(isSystemJob ? addresses_.system : addresses_.user, timeLimit_);
-    const std::function<bool()> mayChangeUnits = [&] {
-      return !isSystemJob || mayAsk || mayChangeSystemUnitsSilently_();
+    // The user's own manager asks nobody.
+    const std::function<bool()> mayChangeUnitsSilently = [&] {
+      return !isSystemJob || mayChangeSystemUnitsSilently_();
     };
-    Submission(manager, job, mayAsk ? Interaction::allowed : Interaction::forbidden, mayChangeUnits).run(shouldProceed);
+    Submission(manager, job, mayAsk ? Interaction::allowed : Interaction::forbidden, mayChangeUnitsSilently)
+        .run(shouldProceed);
   } catch (const QuillonSystemError& error) {
     throw jobSubmissionFailure(error);
   }

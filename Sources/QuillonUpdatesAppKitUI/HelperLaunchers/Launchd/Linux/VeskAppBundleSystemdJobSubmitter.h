@@ -25,7 +25,8 @@ struct VeskAppBundleSystemdBusAddresses {
 ///
 /// The manager decides by whom it is asked, through polkit. It may show the dialog once more only under an
 /// authorization for which it was shown already and whose answer polkit does not keep; its answer has no time limit
-/// then.
+/// then. So `shouldProceed` is asked once more after it: when it says no the submission has timed out, and the program
+/// is stopped if that takes no dialog. It goes on running otherwise.
 ///
 /// A program of the same label that still runs, under whatever number, is told to end (SIGTERM) if this process may do
 /// that without a dialog, or may ask. One that does not end, such as an installer in the middle of a replacement, goes

@@ -236,6 +236,35 @@ TEST_F(VeskAppBundleSystemdJobSubmitterTest, TheManagerMayAskAgainOnlyWhenAnAnsw
   EXPECT_THAT(mayAsk, ElementsAre(false, false, true, false));
 }
 
+TEST_F(VeskAppBundleSystemdJobSubmitterTest, ADialogThatWasOpenTooLongEndsInATimeoutAndTheJobIsStopped) {
+  const FakeSystemdManager manager(bus_.address());
+  granted_.serviceManagementGrant = VeskAppBundleRightGrant::once;
+
+  const auto error = submit([&] { return manager.startedUnits().empty(); });
+
+  EXPECT_EQ(error, VeskUpdateInstallerError::replacementHelperLaunchTimedOut(
+                       VeskAppBundleInstallerLaunchPhase::postAuthorization));
+  EXPECT_EQ(manager.calls().back(), "StopUnit org.example.App.quillon-updater.service replace");
+}
+
+TEST_F(VeskAppBundleSystemdJobSubmitterTest, AJobThatCameTooLateIsNotStoppedWithAThirdDialog) {
+  const FakeSystemdManager manager(bus_.address());
+  granted_.serviceManagementGrant = VeskAppBundleRightGrant::once;
+  mayChangeSystemUnitsSilently_ = false;
+
+  const auto error = submit([&] { return manager.startedUnits().empty(); });
+
+  EXPECT_EQ(error, VeskUpdateInstallerError::replacementHelperLaunchTimedOut(
+                       VeskAppBundleInstallerLaunchPhase::postAuthorization));
+  EXPECT_THAT(manager.calls(), Not(Contains(StartsWith("StopUnit"))));
+}
+
+TEST_F(VeskAppBundleSystemdJobSubmitterTest, AJobThatNobodyWasAskedAboutIsSubmittedOnceItRuns) {
+  const FakeSystemdManager manager(bus_.address());
+
+  EXPECT_EQ(submit([&] { return manager.startedUnits().empty(); }), std::nullopt);
+}
+
 TEST_F(VeskAppBundleSystemdJobSubmitterTest, AsksBetweenRemovalAndSubmission) {
   const FakeSystemdManager manager(bus_.address());
 
