@@ -1,6 +1,7 @@
 #pragma once
 
 #include <map>
+#include <mutex>
 #include <optional>
 #include <semaphore>
 #include <set>
@@ -39,12 +40,17 @@ class FakePolkitAuthority {
     /// Answer of CheckAuthorization instead of a result.
     std::optional<Error> checkError = {};
     bool canRevoke = true;
+    /// Whether RevokeTemporaryAuthorizationById is answered at all.
+    bool answersRevocation = true;
   };
 
   FakePolkitAuthority(const std::string& busAddress, Behaviour behaviour);
 
   /// The calls in their order: member and arguments, separated by blanks.
   [[nodiscard]] std::vector<std::string> calls() const { return service_.calls(); }
+
+  /// The peers of the bus that had answers taken back.
+  [[nodiscard]] std::set<std::string> revokingPeers() const;
 
   /// Waits until the dialog of a held question is open.
   void waitUntilHeld() { open_.acquire(); }
@@ -62,7 +68,9 @@ class FakePolkitAuthority {
   std::binary_semaphore open_{0};
   std::binary_semaphore released_{0};
   std::set<std::string> keptActions_;  // of the answering thread
-  FakeBusService service_;             // last: answers as soon as it is there
+  mutable std::mutex lock_;
+  std::set<std::string> revokingPeers_;  // guarded by lock_
+  FakeBusService service_;               // last: answers as soon as it is there
 };
 
 }  // namespace quillon::testing

@@ -1,5 +1,6 @@
 #include "QuillonUpdatesAppKitUI/HelperLaunchers/Launchd/Linux/VeskAppBundlePolkitAuthorizationClient.h"
 
+#include <cerrno>
 #include <exception>
 #include <utility>
 
@@ -150,17 +151,33 @@ bool VeskAppBundlePolkitAuthorizationClient::takeOver(Authorization& authorizati
 }
 
 void VeskAppBundlePolkitAuthorizationClient::revoke(const std::set<std::string>& temporaryAuthorizationIdentifiers) {
-  for (const std::string& identifier : temporaryAuthorizationIdentifiers) {
-    try {
-      PolkitAuthorityConnection(systemBusAddress_, timeLimit_).revokeTemporaryAuthorization(identifier);
-    } catch (const QuillonSystemError& error) {
-      {
-        const std::lock_guard guard(lock_);
-        unrevokedIdentifiers_.insert(identifier);
-      }
-      log("polkit keeps an answer until this process ends", identifier, error.description());
-    }
+  if (temporaryAuthorizationIdentifiers.empty()) return;
+  std::set<std::string> left = temporaryAuthorizationIdentifiers;
+  try {
+    const PolkitAuthorityConnection polkit(systemBusAddress_, revocationTimeLimit_);
+    std::erase_if(left, [&](const std::string& identifier) { return revoke(polkit, identifier); });
+  } catch (const QuillonSystemError& error) {
+    for (const std::string& identifier : left) logKeptAnswer(identifier, error);
   }
+  const std::lock_guard guard(lock_);
+  unrevokedIdentifiers_.merge(left);
+}
+
+bool VeskAppBundlePolkitAuthorizationClient::revoke(const PolkitAuthorityConnection& polkit,
+                                                    const std::string& identifier) const {
+  try {
+    polkit.revokeTemporaryAuthorization(identifier);
+    return true;
+  } catch (const QuillonSystemError& error) {
+    if (error.code() == ETIMEDOUT) throw;
+    logKeptAnswer(identifier, error);
+    return false;
+  }
+}
+
+void VeskAppBundlePolkitAuthorizationClient::logKeptAnswer(const std::string& identifier,
+                                                           const QuillonSystemError& error) const noexcept {
+  log("polkit keeps an answer until this process ends", identifier, error.description());
 }
 
 void VeskAppBundlePolkitAuthorizationClient::log(std::string_view failure, std::string_view rightName,

@@ -8,6 +8,7 @@
 #include <string>
 
 #include "QuillonCore/Runtime/QuillonSystemLog.h"
+#include "QuillonCore/Values/QuillonError.h"
 #include "QuillonUpdatesAppKitUI/HelperLaunchers/Launchd/Linux/VeskAppBundleAuthorizationOpaqueRef.h"
 #include "QuillonUpdatesAppKitUI/HelperLaunchers/Launchd/VeskAppBundleSecurityAuthorizationClient.h"
 
@@ -29,13 +30,17 @@ class VeskAppBundlePolkitAuthorizationClient final : public VeskAppBundleSecurit
  public:
   /// How long polkit may take when nobody is asked. A dialog has no limit.
   static constexpr std::chrono::seconds kDefaultTimeLimit{20};
+  /// How long polkit may take to take an answer back. A launch is answered only after that.
+  static constexpr std::chrono::seconds kDefaultRevocationTimeLimit{1};
   static constexpr const char* kSystemBusAddress = "unix:path=/run/dbus/system_bus_socket";
 
-  explicit VeskAppBundlePolkitAuthorizationClient(std::string systemBusAddress = kSystemBusAddress,
-                                                  std::chrono::milliseconds timeLimit = kDefaultTimeLimit,
-                                                  QuillonDiagnosticLog diagnosticLog = &writeToSystemLog)
+  explicit VeskAppBundlePolkitAuthorizationClient(
+      std::string systemBusAddress = kSystemBusAddress, std::chrono::milliseconds timeLimit = kDefaultTimeLimit,
+      QuillonDiagnosticLog diagnosticLog = &writeToSystemLog,
+      std::chrono::milliseconds revocationTimeLimit = kDefaultRevocationTimeLimit)
       : systemBusAddress_(std::move(systemBusAddress)),
         timeLimit_(timeLimit),
+        revocationTimeLimit_(revocationTimeLimit),
         diagnosticLog_(std::move(diagnosticLog)) {}
 
   /// Reaches nobody: an authorization can be made where there is no bus.
@@ -66,11 +71,16 @@ class VeskAppBundlePolkitAuthorizationClient final : public VeskAppBundleSecurit
                                    const std::string& action, bool mayAsk);
   /// Whether the answer may count for `authorization`, which then owns it.
   [[nodiscard]] bool takeOver(Authorization& authorization, const PolkitAuthorizationResult& result);
+  /// Takes kept answers back; notes those that it could not.
   void revoke(const std::set<std::string>& temporaryAuthorizationIdentifiers);
+  /// Whether polkit took an answer back. Throws when it does not reply: it is not asked again then.
+  [[nodiscard]] bool revoke(const PolkitAuthorityConnection& polkit, const std::string& identifier) const;
+  void logKeptAnswer(const std::string& identifier, const QuillonSystemError& error) const noexcept;
   void log(std::string_view failure, std::string_view rightName, std::string_view detail) const noexcept;
 
   const std::string systemBusAddress_;
   const std::chrono::milliseconds timeLimit_;
+  const std::chrono::milliseconds revocationTimeLimit_;
   const QuillonDiagnosticLog diagnosticLog_;
   mutable std::mutex lock_;
   std::map<VeskAppBundleAuthorizationRef, std::shared_ptr<Authorization>> authorizations_;  // guarded by lock_

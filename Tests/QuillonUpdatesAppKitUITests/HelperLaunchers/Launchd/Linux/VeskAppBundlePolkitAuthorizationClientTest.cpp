@@ -1,6 +1,7 @@
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
+#include <algorithm>
 #include <chrono>
 #include <memory>
 #include <string>
@@ -18,6 +19,7 @@ using ::testing::Contains;
 using ::testing::ElementsAre;
 using testing::FakePolkitAuthority;
 using ::testing::IsEmpty;
+using ::testing::IsSupersetOf;
 using ::testing::Not;
 using testing::PrivateBus;
 using ::testing::StartsWith;
@@ -28,6 +30,9 @@ constexpr std::uint32_t kWithoutDialog = 2;
 constexpr std::string_view kManagementRight = "com.apple.ServiceManagement.daemons.modify";
 constexpr const char* kManagementAction = "org.freedesktop.systemd1.manage-units";
 constexpr const char* kCustomRight = "org.example.App.quillon-update";
+
+/// For what never answers. Too short for anything that does, on a machine that is busy with other things.
+constexpr std::chrono::milliseconds kShortLimit{100};
 
 class VeskAppBundlePolkitAuthorizationClientTest : public ::testing::Test {
  protected:
@@ -44,7 +49,7 @@ class VeskAppBundlePolkitAuthorizationClientTest : public ::testing::Test {
   PrivateBus bus_;
   std::unique_ptr<FakePolkitAuthority> polkit_;
   std::vector<std::string> log_;
-  VeskAppBundlePolkitAuthorizationClient client_{bus_.address(), std::chrono::milliseconds(200),
+  VeskAppBundlePolkitAuthorizationClient client_{bus_.address(), std::chrono::seconds(20),
                                                  [this](std::string_view line) { log_.emplace_back(line); }};
   VeskAppBundleSecurityAuthorizationClient::Creation authorization_ = client_.createAuthorization();
 };
@@ -153,8 +158,11 @@ TEST_F(VeskAppBundlePolkitAuthorizationClientTest, AnErrorOfPolkitIsADenialThatI
 
 TEST_F(VeskAppBundlePolkitAuthorizationClientTest, APolkitThatDoesNotAnswerRunsIntoTheTimeLimitWhenNobodyIsAsked) {
   havePolkit(Answer::silence);
+  VeskAppBundlePolkitAuthorizationClient client(bus_.address(), kShortLimit,
+                                                [this](std::string_view line) { log_.emplace_back(line); });
+  const auto authorization = client.createAuthorization().authorizationRef;
 
-  EXPECT_EQ(copy(kManagementRight, kWithoutDialog), -60005);
+  EXPECT_EQ(client.copyRight(authorization, kManagementRight, kWithoutDialog), -60005);
 
   EXPECT_EQ(log_.size(), 1U);
 }
@@ -217,6 +225,48 @@ TEST_F(VeskAppBundlePolkitAuthorizationClientTest, AnAnswerThatCannotBeTakenBack
   client_.freeAuthorization(ref());
 
   EXPECT_EQ(log_.size(), 1U);
+}
+
+TEST_F(VeskAppBundlePolkitAuthorizationClientTest, AllAnswersAreTakenBackOverOneConnection) {
+  havePolkit({.actions = {{kManagementAction, Answer::kept}, {kCustomRight, Answer::kept}}});
+  (void)copy(kCustomRight, kWithDialog);
+  (void)copy(kManagementRight, kWithDialog);
+
+  client_.freeAuthorization(ref());
+
+  EXPECT_THAT(polkit_->calls(),
+              IsSupersetOf({"RevokeTemporaryAuthorizationById kept-org.example.App.quillon-update",
+                            "RevokeTemporaryAuthorizationById kept-org.freedesktop.systemd1.manage-units"}));
+  EXPECT_EQ(polkit_->revokingPeers().size(), 1U);
+}
+
+TEST_F(VeskAppBundlePolkitAuthorizationClientTest, AnAnswerThatIsNotTakenBackKeepsNoOtherFromBeingTakenBack) {
+  havePolkit({.actions = {{kManagementAction, Answer::kept}, {kCustomRight, Answer::kept}}, .canRevoke = false});
+  (void)copy(kCustomRight, kWithDialog);
+  (void)copy(kManagementRight, kWithDialog);
+
+  client_.freeAuthorization(ref());
+
+  EXPECT_THAT(polkit_->calls(),
+              IsSupersetOf({"RevokeTemporaryAuthorizationById kept-org.example.App.quillon-update",
+                            "RevokeTemporaryAuthorizationById kept-org.freedesktop.systemd1.manage-units"}));
+  EXPECT_EQ(log_.size(), 2U);
+}
+
+TEST_F(VeskAppBundlePolkitAuthorizationClientTest, APolkitThatIsSilentAboutARevocationIsNotWaitedForTwice) {
+  havePolkit(
+      {.actions = {{kManagementAction, Answer::kept}, {kCustomRight, Answer::kept}}, .answersRevocation = false});
+  VeskAppBundlePolkitAuthorizationClient client(
+      bus_.address(), std::chrono::seconds(20), [this](std::string_view line) { log_.emplace_back(line); },
+      kShortLimit);
+  const auto authorization = client.createAuthorization().authorizationRef;
+  ASSERT_EQ(client.copyRight(authorization, kCustomRight, kWithDialog), 0);
+  ASSERT_EQ(client.copyRight(authorization, kManagementRight, kWithDialog), 0);
+
+  client.freeAuthorization(authorization);
+
+  EXPECT_EQ(std::ranges::count_if(polkit_->calls(), [](const auto& call) { return call.starts_with("Revoke"); }), 1);
+  EXPECT_EQ(log_.size(), 2U) << "both answers are kept";
 }
 
 TEST_F(VeskAppBundlePolkitAuthorizationClientTest, WhatOneAuthorizationWasGrantedServesNoOther) {
