@@ -143,8 +143,9 @@ int FakeSystemdManager::answerStart(sd_bus_message* message) {
 int FakeSystemdManager::answerWithJob(sd_bus_message* message, const std::string& unit,
                                       const std::optional<std::string>& result) {
   const std::string job = "/org/freedesktop/systemd1/job/" + std::to_string(++jobs_);
-  // Other jobs end, too.
-  tellJobRemoved("/org/freedesktop/systemd1/job/999", "other.service", "failed");
+  for (int count = 0; count < behaviour_.otherSignals; ++count) {
+    tellJobRemoved("/org/freedesktop/systemd1/job/999", "other.service", "failed");
+  }
   if (behaviour_.forgedJobResult) forgeJobRemoved(sd_bus_message_get_sender(message), job, unit);
   if (behaviour_.signalsBeforeReply) tellJobRemoved(job, unit, result);
   const int replied = sd_bus_reply_method_return(message, "o", job.c_str());

@@ -35,6 +35,8 @@ class FakeSystemdManager {
     std::optional<Error> startError = {};
     /// How the start job ends (org.freedesktop.systemd1(5), "JobRemoved"); absent: it never does.
     std::optional<std::string> jobResult = "done";
+    /// How many ends of other jobs are told before that of each job.
+    int otherSignals = 1;
     /// Whether the end of a job is told before the call that began it is answered.
     bool signalsBeforeReply = false;
     /// How another peer of the bus says that the start job ended, before the manager tells.

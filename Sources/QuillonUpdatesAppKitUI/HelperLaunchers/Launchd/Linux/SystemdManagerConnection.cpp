@@ -72,8 +72,9 @@ void appendCommand(sd_bus_message* message, const std::vector<std::string>& prog
 
 }  // namespace
 
-SystemdManagerConnection::SystemdManagerConnection(const std::string& busAddress, std::chrono::milliseconds timeLimit)
-    : timeLimit_(timeLimit), bus_(busAddress, timeLimit) {
+SystemdManagerConnection::SystemdManagerConnection(const std::string& busAddress, std::chrono::milliseconds timeLimit,
+                                                   QuillonMonotonicTimeProvider monotonicTimeProvider)
+    : timeLimit_(timeLimit), monotonicTimeProvider_(std::move(monotonicTimeProvider)), bus_(busAddress, timeLimit) {
   require(sd_bus_match_signal(bus_.get(), nullptr, kService, kManager.path, kManager.interface, "JobRemoved",
                               &noteRemovedJob, this),
           "connect to");
@@ -99,7 +100,7 @@ std::map<std::string, SystemdUnitState> SystemdManagerConnection::unitStates(
 void SystemdManagerConnection::stopUnit(const std::string& name, Interaction interaction) {
   const Message message = makeCall("StopUnit", interaction);
   require(sd_bus_message_append(message.get(), "ss", name.c_str(), "replace"), "call");
-  (void)resultOfJob(readObjectPath(call(message, interaction)));
+  (void)resultOfJob(message, interaction);
 }
 
 void SystemdManagerConnection::resetFailedUnit(const std::string& name, Interaction interaction) {
@@ -122,7 +123,7 @@ void SystemdManagerConnection::startTransientService(const std::string& name, co
   appendCommand(message.get(), programArguments);
   require(sd_bus_message_close_container(message.get()), "call");
   require(sd_bus_message_append(message.get(), "a(sa(sv))", 0), "call");
-  const std::string result = resultOfJob(readObjectPath(call(message, interaction)));
+  const std::string result = resultOfJob(message, interaction);
   if (result != "done") {
     throw QuillonSystemError(kService, EIO, "The service manager could not start " + name + ": " + result + ".");
   }
@@ -142,7 +143,7 @@ int SystemdManagerConnection::noteRemovedJob(sd_bus_message* message, void* conn
   // A signal of another shape is none of the manager's; the job it should have told of then runs into the time limit.
   if (sd_bus_message_read(message, "uoss", &number, &path, &unit, &result) < 0) return 0;
   try {
-    self->removedJobs_.insert_or_assign(path, result);
+    if (path == self->awaitedJob_) self->awaitedResult_ = result;
     return 0;
   } catch (const std::exception&) {
     return -ENOMEM;
@@ -166,18 +167,23 @@ SystemdManagerConnection::Message SystemdManagerConnection::call(const Message& 
   return bus_.call(message, interaction == Interaction::allowed ? Limit::none : Limit::usual);
 }
 
-std::string SystemdManagerConnection::resultOfJob(const std::string& path) {
-  processUntil(std::chrono::steady_clock::now() + timeLimit_, path);
-  return removedJobs_.at(path);
+std::string SystemdManagerConnection::resultOfJob(const Message& message, Interaction interaction) {
+  const Moment begin = now();
+  // A signal that comes before the reply stays in the connection's queue, of which sd-bus limits the length.
+  awaitedJob_ = readObjectPath(call(message, interaction));
+  awaitedResult_.reset();
+  processUntil((interaction == Interaction::allowed ? now() : begin) + timeLimit_);
+  return *awaitedResult_;
 }
 
-void SystemdManagerConnection::processUntil(Deadline deadline, const std::string& path) {
-  while (!removedJobs_.contains(path)) {
+void SystemdManagerConnection::processUntil(Moment deadline) {
+  while (!awaitedResult_) {
+    // In each round: peers that send without end must not keep it waiting.
+    const auto left = std::chrono::ceil<std::chrono::microseconds>(deadline - now());
+    if (left.count() <= 0) throw QuillonSystemError::posix(ETIMEDOUT, "hear from", "the service manager");
     const int processed = sd_bus_process(bus_.get(), nullptr);
     require(processed, "hear from");
     if (processed > 0) continue;
-    const auto left = std::chrono::ceil<std::chrono::microseconds>(deadline - std::chrono::steady_clock::now());
-    if (left.count() <= 0) throw QuillonSystemError::posix(ETIMEDOUT, "hear from", "the service manager");
     const int waited = sd_bus_wait(bus_.get(), static_cast<std::uint64_t>(left.count()));
     if (waited != -EINTR) require(waited, "hear from");
   }

@@ -149,9 +149,11 @@ class Submission {
 
 VeskAppBundleSystemdJobSubmitter::VeskAppBundleSystemdJobSubmitter(VeskAppBundleSystemdBusAddresses addresses,
                                                                    std::chrono::milliseconds timeLimit,
-                                                                   std::function<bool()> mayChangeSystemUnitsSilently)
+                                                                   std::function<bool()> mayChangeSystemUnitsSilently,
+                                                                   QuillonMonotonicTimeProvider monotonicTimeProvider)
     : addresses_(std::move(addresses)),
       timeLimit_(timeLimit),
+      monotonicTimeProvider_(std::move(monotonicTimeProvider)),
       mayChangeSystemUnitsSilently_(std::move(mayChangeSystemUnitsSilently)) {
   if (mayChangeSystemUnitsSilently_) return;
   mayChangeSystemUnitsSilently_ = [address = addresses_.system, timeLimit] {
@@ -171,7 +173,8 @@ void VeskAppBundleSystemdJobSubmitter::submit(const VeskAppBundleLaunchdJob& job
   const bool mayAsk = isSystemJob && serviceManagementGrant(authorization) == VeskAppBundleRightGrant::once;
   try {
     requireProgram(job);
-    SystemdManagerConnection manager(isSystemJob ? addresses_.system : addresses_.user, timeLimit_);
+    SystemdManagerConnection manager(isSystemJob ? addresses_.system : addresses_.user, timeLimit_,
+                                     monotonicTimeProvider_);
     // The user's own manager asks nobody.
     const std::function<bool()> mayChangeUnitsSilently = [&] {
       return !isSystemJob || mayChangeSystemUnitsSilently_();

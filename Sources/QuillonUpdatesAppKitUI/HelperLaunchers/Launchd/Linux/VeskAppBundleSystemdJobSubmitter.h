@@ -4,6 +4,8 @@
 #include <functional>
 #include <string>
 
+#include "QuillonCore/Contracts/QuillonMonotonicTime.h"
+#include "QuillonCore/Runtime/QuillonSystemMonotonicTime.h"
 #include "QuillonUpdatesAppKitUI/HelperLaunchers/Launchd/VeskAppBundleLaunchdJobSubmitting.h"
 
 namespace quillon {
@@ -34,14 +36,15 @@ struct VeskAppBundleSystemdBusAddresses {
 /// the matching errno value and its text.
 class VeskAppBundleSystemdJobSubmitter final : public VeskAppBundleLaunchdJobSubmitting {
  public:
-  /// How long the manager may take to stop the older job, and to start the new one.
+  /// How long the manager may take for each thing that it is asked, such as to stop an older job, or to start one.
   static constexpr std::chrono::seconds kDefaultTimeLimit{20};
 
   /// `mayChangeSystemUnitsSilently` says whether the system's manager would stop a unit for this process without a
   /// dialog; empty: it is asked of polkit.
   explicit VeskAppBundleSystemdJobSubmitter(
       VeskAppBundleSystemdBusAddresses addresses = VeskAppBundleSystemdBusAddresses::systemDefault(),
-      std::chrono::milliseconds timeLimit = kDefaultTimeLimit, std::function<bool()> mayChangeSystemUnitsSilently = {});
+      std::chrono::milliseconds timeLimit = kDefaultTimeLimit, std::function<bool()> mayChangeSystemUnitsSilently = {},
+      QuillonMonotonicTimeProvider monotonicTimeProvider = makeSystemMonotonicTimeProvider());
 
   void submit(const VeskAppBundleLaunchdJob& job, const VeskAppBundleLaunchdAuthorization& authorization,
               const std::function<bool()>& shouldProceed) override;
@@ -49,6 +52,7 @@ class VeskAppBundleSystemdJobSubmitter final : public VeskAppBundleLaunchdJobSub
  private:
   const VeskAppBundleSystemdBusAddresses addresses_;
   const std::chrono::milliseconds timeLimit_;
+  const QuillonMonotonicTimeProvider monotonicTimeProvider_;
   std::function<bool()> mayChangeSystemUnitsSilently_;  // never changes after construction
 };
 

@@ -24,6 +24,9 @@ using testing::PrivateBus;
 using ::testing::StartsWith;
 using ::testing::UnorderedElementsAre;
 
+/// Longer than any machine takes that is busy with other things.
+constexpr std::chrono::seconds kTimeLimit{20};
+
 constexpr const char* kUnit = "org.example.App.quillon-updater.service";
 constexpr const char* kSecondUnit = "org.example.App.quillon-updater-2.service";
 constexpr const char* kLastUnit = "org.example.App.quillon-updater-100.service";
@@ -32,29 +35,25 @@ class VeskAppBundleSystemdJobSubmitterTest : public ::testing::Test {
  protected:
   std::optional<VeskUpdateInstallerError> submit(const VeskAppBundleLaunchdJob& job,
                                                  const VeskAppBundleSystemdBusAddresses& addresses,
-                                                 const std::function<bool()>& shouldProceed,
-                                                 std::chrono::milliseconds timeLimit) const {
+                                                 const std::function<bool()>& shouldProceed) const {
     const VeskAppBundleLaunchdAuthorization authorization(&granted_, nullptr);
     try {
-      VeskAppBundleSystemdJobSubmitter(addresses, timeLimit, [this] {
-        return mayChangeSystemUnitsSilently_;
-      }).submit(job, authorization, shouldProceed);
+      VeskAppBundleSystemdJobSubmitter(
+          addresses, kTimeLimit, [this] { return mayChangeSystemUnitsSilently_; },
+          [this] { return now_ += static_cast<std::uint64_t>(timePerLook_.count()); })
+          .submit(job, authorization, shouldProceed);
     } catch (const VeskUpdateInstallerError& error) {
       return error;
     }
     return std::nullopt;
   }
 
-  std::optional<VeskUpdateInstallerError> submit(
-      const std::function<bool()>& shouldProceed = [] { return true; },
-      std::chrono::milliseconds timeLimit = std::chrono::seconds(20)) {
-    return submit(job_, {.system = bus_.address(), .user = "unix:path=/no/such/bus"}, shouldProceed, timeLimit);
+  std::optional<VeskUpdateInstallerError> submit(const std::function<bool()>& shouldProceed = [] { return true; }) {
+    return submit(job_, {.system = bus_.address(), .user = "unix:path=/no/such/bus"}, shouldProceed);
   }
 
   std::optional<VeskUpdateInstallerError> submitOver(const PrivateBus& bus) const {
-    return submit(
-        job_, {.system = bus.address(), .user = "unix:path=/no/such/bus"}, [] { return true; },
-        std::chrono::seconds(20));
+    return submit(job_, {.system = bus.address(), .user = "unix:path=/no/such/bus"}, [] { return true; });
   }
 
   static VeskUpdateInstallerError stillRuns(const std::string& unit) {
@@ -70,6 +69,9 @@ class VeskAppBundleSystemdJobSubmitterTest : public ::testing::Test {
 
   PrivateBus bus_;
   bool mayChangeSystemUnitsSilently_ = true;
+  /// How far the clock goes between two looks at it.
+  std::chrono::nanoseconds timePerLook_{0};
+  mutable std::uint64_t now_ = 0;
   VeskAppBundleAuthorizationOpaqueRef granted_{VeskAppBundleRightGrant::kept};
   VeskAppBundleLaunchdJob job_{.label = "org.example.App.quillon-updater",
                                .domain = VeskAppBundleLaunchdJobDomain::system,
@@ -227,9 +229,7 @@ TEST_F(VeskAppBundleSystemdJobSubmitterTest, TheManagerMayAskAgainOnlyWhenAnAnsw
     EXPECT_EQ(submit(), std::nullopt);
   }
   job_.domain = VeskAppBundleLaunchdJobDomain::user;
-  (void)submit(
-      job_, {.system = "unix:path=/no/such/bus", .user = bus_.address()}, [] { return true; },
-      std::chrono::seconds(20));
+  (void)submit(job_, {.system = "unix:path=/no/such/bus", .user = bus_.address()}, [] { return true; });
 
   std::vector<bool> mayAsk;
   for (const auto& unit : manager.startedUnits()) mayAsk.push_back(unit.mayAskTheUser);
@@ -312,11 +312,29 @@ TEST_F(VeskAppBundleSystemdJobSubmitterTest, OnlyTheManagerTellsHowAJobEnded) {
 
 TEST_F(VeskAppBundleSystemdJobSubmitterTest, ManagerThatNeverAnswersRunsIntoTheTimeLimit) {
   const FakeSystemdManager manager(bus_.address(), {.jobResult = std::nullopt});
+  timePerLook_ = kTimeLimit;
 
-  const auto error = submit([] { return true; }, std::chrono::milliseconds(200));
+  const auto error = submit();
 
   ASSERT_TRUE(error.has_value());
   EXPECT_EQ(std::get<VeskAppBundleInstallerFailureDiagnostic>(error->payload()).errorCode, ETIMEDOUT);
+}
+
+TEST_F(VeskAppBundleSystemdJobSubmitterTest, OtherSignalsDoNotKeepItWaitingBeyondTheTimeLimit) {
+  // All of them are there before the reply; the one that is waited for is the last.
+  const FakeSystemdManager manager(bus_.address(), {.otherSignals = 100, .signalsBeforeReply = true});
+  timePerLook_ = std::chrono::nanoseconds(kTimeLimit) / 50;
+
+  const auto error = submit();
+
+  ASSERT_TRUE(error.has_value());
+  EXPECT_EQ(std::get<VeskAppBundleInstallerFailureDiagnostic>(error->payload()).errorCode, ETIMEDOUT);
+}
+
+TEST_F(VeskAppBundleSystemdJobSubmitterTest, OtherSignalsDoNotHideTheOneThatIsWaitedFor) {
+  const FakeSystemdManager manager(bus_.address(), {.otherSignals = 100, .signalsBeforeReply = true});
+
+  EXPECT_EQ(submit(), std::nullopt);
 }
 
 TEST_F(VeskAppBundleSystemdJobSubmitterTest, BusWithoutManagerIsAFailure) {
@@ -332,9 +350,7 @@ TEST_F(VeskAppBundleSystemdJobSubmitterTest, UserJobsGoToTheUsersManager) {
   job_.domain = VeskAppBundleLaunchdJobDomain::user;
 
   const auto unreachable = submit();
-  const auto reached = submit(
-      job_, {.system = "unix:path=/no/such/bus", .user = bus_.address()}, [] { return true; },
-      std::chrono::seconds(20));
+  const auto reached = submit(job_, {.system = "unix:path=/no/such/bus", .user = bus_.address()}, [] { return true; });
 
   ASSERT_TRUE(unreachable.has_value());
   EXPECT_EQ(std::get<VeskAppBundleInstallerFailureDiagnostic>(unreachable->payload()).errorCode, ENOENT);
