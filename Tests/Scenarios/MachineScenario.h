@@ -43,11 +43,11 @@ class MachineScenario : public ::testing::Test {
 
   /// Has polkit read its files again. It would notice by itself, but nobody could tell when.
   static void restartPolkit() {
-    // A service that is started too often is refused, unless that is forgotten.
-    for (const char* verb : {"reset-failed", "restart"}) {
-      const TestMachineCommandResult result = machine().run({"systemctl", verb, "polkit.service"});
-      ASSERT_EQ(result.status, 0) << result.output;
-    }
+    // A service that is started too often is refused, unless that is forgotten; there is nothing to forget of one that
+    // was not started at all.
+    (void)machine().run({"systemctl", "reset-failed", "polkit.service"});
+    const TestMachineCommandResult result = machine().run({"systemctl", "restart", "polkit.service"});
+    ASSERT_EQ(result.status, 0) << result.output;
   }
 
  private:

@@ -62,6 +62,16 @@ class PolkitAgentScenario : public MachineScenario {
   static std::string check(const std::string& action) {
     return "pkcheck --allow-user-interaction --process $$ --action-id " + action;
   }
+  /// Obtains `action` for the shell, asks for it again without a dialog, takes it back and asks once more. Says the
+  /// statuses. `revokeIn` is a command that runs the one that takes back.
+  static std::string checkThenRevoke(const std::string& action, const std::string& revokeIn = "") {
+    return "identifier=$(" + check(action) + " | sed -n 's/.*temporary_authorization_id=//p'); " +
+           "again='pkcheck --process '$$' --action-id " + action + "'; $again >/dev/null 2>&1; echo kept $?; " +
+           revokeIn +
+           "busctl call org.freedesktop.PolicyKit1 /org/freedesktop/PolicyKit1/Authority "
+           "org.freedesktop.PolicyKit1.Authority RevokeTemporaryAuthorizationById s $identifier; echo revoked $?; " +
+           "$again >/dev/null 2>&1; echo left $?";
+  }
   /// In place of the shell, so that polkit takes both for one process.
   static std::string startUnit(const std::string& name) {
     return "exec busctl --allow-interactive-authorization=no call org.freedesktop.systemd1 /org/freedesktop/systemd1 "
@@ -148,6 +158,39 @@ TEST_F(PolkitAgentScenario, AKeptActionThatImpliesManagingUnitsIsEnoughWithoutAS
   EXPECT_EQ(start.status, 0) << start.output;
   EXPECT_THAT(dialogs(), HasSubstr("action=org.example.Implying.quillon-update\nmessage=Please.\n"));
   EXPECT_THAT(dialogs(), Not(HasSubstr(kManageUnits)));
+}
+
+TEST_F(PolkitAgentScenario, AKeptAuthorizationIsTakenBackByItsIdentifier) {
+  installAction("org.example.Revoked.quillon-update", "auth_admin_keep");
+
+  for (const bool hasSeat : {true, false}) {
+    const auto answers =
+        runAnswered("yes", checkThenRevoke("org.example.Revoked.quillon-update"), {.hasSeat = hasSeat});
+
+    EXPECT_EQ(answers.output, "kept 0\nrevoked 0\nleft 2\n") << "seat: " << hasSeat;
+  }
+}
+
+TEST_F(PolkitAgentScenario, OutsideOfTheSessionAnAuthorizationIsTakenBackOnlyWhileOneIsInFrontOfAScreen) {
+  installAction("org.example.Revoked.quillon-update", "auth_admin_keep");
+  const std::string command =
+      checkThenRevoke("org.example.Revoked.quillon-update", "systemd-run --user --pipe --wait --quiet ");
+
+  EXPECT_EQ(runAnswered("yes", command).output, "kept 0\nrevoked 0\nleft 2\n");
+  EXPECT_EQ(runAnswered("yes", command, {.hasSeat = false}).output,
+            "kept 0\nCall failed: Cannot determine session the caller is in\nrevoked 1\nleft 0\n");
+}
+
+TEST_F(PolkitAgentScenario, OutsideOfTheSessionNobodyIsAskedWhileNoneIsInFrontOfAScreen) {
+  // systemd-run replaces "$$" in arguments by "$".
+  const auto answer = runAnswered("yes",
+                                  "systemd-run --user --pipe --wait --quiet sh -c 'pkcheck --allow-user-interaction "
+                                  "--process $$$$ --action-id " +
+                                      std::string(kManageUnits) + "'",
+                                  {.hasSeat = false});
+
+  EXPECT_EQ(answer.status, kCanBeObtained) << answer.output;
+  EXPECT_THAT(dialogs(), IsEmpty());
 }
 
 TEST_F(PolkitAgentScenario, AnActionThatIsNotKeptImpliesNothing) {

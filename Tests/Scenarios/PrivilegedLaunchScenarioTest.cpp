@@ -304,6 +304,19 @@ TEST_F(PrivilegedLaunchScenario, TheHostsActionFileIsEnoughInASessionWithoutAScr
   EXPECT_THAT(dialogs(), Not(HasSubstr("systemd1")));
 }
 
+TEST_F(PrivilegedLaunchScenario, AnOlderInstallerUnderAnotherNumberIsStoppedWithoutADialogOfItsOwn) {
+  installPolicy();
+  const auto older =
+      machine().run({"systemd-run", "--unit=org.example.App.quillon-updater-2", "--collect", "sleep", "600"});
+  ASSERT_EQ(older.status, 0) << older.output;
+
+  const std::string output = launch("yes", kRootsApplication, untilRelaunched());
+
+  EXPECT_THAT(output, HasSubstr("relaunched 2.0 as alice\n"));
+  EXPECT_THAT(dialogs(), Not(HasSubstr("systemd1")));
+  expectNothingIsLeft();
+}
+
 TEST_F(PrivilegedLaunchScenario, TheDialogSpeaksTheLanguageOfTheSession) {
   installPolicy();
 

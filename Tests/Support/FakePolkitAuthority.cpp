@@ -36,6 +36,11 @@ FakePolkitAuthority::FakePolkitAuthority(const std::string& busAddress, Behaviou
     : behaviour_(std::move(behaviour)),
       service_(busAddress, kService, kObject, [this](sd_bus_message* message) { return answer(message); }) {}
 
+std::set<std::string> FakePolkitAuthority::revokingPeers() const {
+  const std::lock_guard guard(lock_);
+  return revokingPeers_;
+}
+
 int FakePolkitAuthority::answer(sd_bus_message* message) {
   if (sd_bus_message_is_method_call(message, kInterface, "CheckAuthorization") > 0) return answerCheck(message);
   if (sd_bus_message_is_method_call(message, kInterface, "EnumerateActions") > 0) return answerActions(message);
@@ -74,6 +79,10 @@ int FakePolkitAuthority::reply(sd_bus_message* message, const std::string& actio
   if (!mayAsk || answer == Answer::noAgent) return replyResult(message, false, true);
   if (answer == Answer::dismissed) return replyResult(message, false, false, "polkit.dismissed", "true");
   if (answer == Answer::refused) return replyResult(message, false, false);
+  if (answer == Answer::held) {
+    open_.release();
+    released_.acquire();
+  }
   if (answer == Answer::confirmed) return replyResult(message, true, false);
   keptActions_.insert(action);
   return replyResult(message, true, false, kIdentifier, "kept-" + action);
@@ -107,6 +116,11 @@ int FakePolkitAuthority::answerActions(sd_bus_message* message) const {
 int FakePolkitAuthority::answerRevocation(sd_bus_message* message) {
   const std::string identifier = readBusText(message);
   service_.record("RevokeTemporaryAuthorizationById " + identifier);
+  {
+    const std::lock_guard guard(lock_);
+    revokingPeers_.insert(sd_bus_message_get_sender(message));
+  }
+  if (!behaviour_.answersRevocation) return 1;
   if (!behaviour_.canRevoke) {
     return sd_bus_reply_method_errorf(message, kFailed, "Cannot determine session the caller is in");
   }

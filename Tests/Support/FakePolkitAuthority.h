@@ -1,7 +1,9 @@
 #pragma once
 
 #include <map>
+#include <mutex>
 #include <optional>
+#include <semaphore>
 #include <set>
 #include <string>
 #include <vector>
@@ -23,6 +25,7 @@ class FakePolkitAuthority {
     dismissed,  ///< the user closes the dialog
     noAgent,    ///< nobody can be asked
     silence,    ///< polkit never answers
+    held,       ///< the dialog is open until release(); then the user gives the password, and polkit keeps that
   };
   struct Error {
     std::string name;
@@ -37,12 +40,21 @@ class FakePolkitAuthority {
     /// Answer of CheckAuthorization instead of a result.
     std::optional<Error> checkError = {};
     bool canRevoke = true;
+    /// Whether RevokeTemporaryAuthorizationById is answered at all.
+    bool answersRevocation = true;
   };
 
   FakePolkitAuthority(const std::string& busAddress, Behaviour behaviour);
 
   /// The calls in their order: member and arguments, separated by blanks.
   [[nodiscard]] std::vector<std::string> calls() const { return service_.calls(); }
+
+  /// The peers of the bus that had answers taken back.
+  [[nodiscard]] std::set<std::string> revokingPeers() const;
+
+  /// Waits until the dialog of a held question is open.
+  void waitUntilHeld() { open_.acquire(); }
+  void release() { released_.release(); }
 
  private:
   int answer(sd_bus_message* message);
@@ -53,8 +65,12 @@ class FakePolkitAuthority {
   [[nodiscard]] std::string keptActionFor(const std::string& action) const;
 
   const Behaviour behaviour_;
+  std::binary_semaphore open_{0};
+  std::binary_semaphore released_{0};
   std::set<std::string> keptActions_;  // of the answering thread
-  FakeBusService service_;             // last: answers as soon as it is there
+  mutable std::mutex lock_;
+  std::set<std::string> revokingPeers_;  // guarded by lock_
+  FakeBusService service_;               // last: answers as soon as it is there
 };
 
 }  // namespace quillon::testing

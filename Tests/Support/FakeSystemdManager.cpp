@@ -1,7 +1,10 @@
 #include "Support/FakeSystemdManager.h"
 
+#include <fnmatch.h>
+
 #include <algorithm>
-#include <string_view>
+#include <memory>
+#include <stdexcept>
 #include <utility>
 
 namespace quillon::testing {
@@ -11,9 +14,10 @@ constexpr const char* kService = "org.freedesktop.systemd1";
 constexpr const char* kObject = "/org/freedesktop/systemd1";
 constexpr const char* kManager = "org.freedesktop.systemd1.Manager";
 
-constexpr const char* kOlderUnit = "/org/freedesktop/systemd1/unit/older";
-constexpr const char* kTakenUnit = "/org/freedesktop/systemd1/unit/taken";
-constexpr const char* kProperties = "org.freedesktop.DBus.Properties";
+/// An error reply that says that a unit is not there.
+int replyNoSuchUnit(sd_bus_message* message) {
+  return sd_bus_reply_method_errorf(message, "org.freedesktop.systemd1.NoSuchUnit", "Unit not loaded.");
+}
 
 std::vector<std::string> readTexts(sd_bus_message* message) {
   std::vector<std::string> texts;
@@ -58,7 +62,9 @@ FakeSystemdManager::TransientUnit readUnit(sd_bus_message* message) {
 }  // namespace
 
 FakeSystemdManager::FakeSystemdManager(const std::string& busAddress, Behaviour behaviour)
-    : behaviour_(std::move(behaviour)),
+    : busAddress_(busAddress),
+      behaviour_(std::move(behaviour)),
+      units_(behaviour_.units),
       service_(busAddress, kService, kObject, [this](sd_bus_message* message) { return answer(message); }) {}
 
 std::vector<FakeSystemdManager::TransientUnit> FakeSystemdManager::startedUnits() const {
@@ -72,47 +78,57 @@ int FakeSystemdManager::answer(sd_bus_message* message) {
     return sd_bus_reply_method_return(message, "");
   }
   if (sd_bus_message_is_method_call(message, kManager, "StopUnit") > 0) return answerStop(message);
-  if (sd_bus_message_is_method_call(message, kManager, "ResetFailedUnit") > 0) {
-    service_.record("ResetFailedUnit " + readBusText(message));
-    return behaviour_.unitExists ? sd_bus_reply_method_return(message, "")
-                                 : sd_bus_reply_method_errorf(message, "org.freedesktop.systemd1.NoSuchUnit", "none");
-  }
+  if (sd_bus_message_is_method_call(message, kManager, "ResetFailedUnit") > 0) return answerReset(message);
   if (sd_bus_message_is_method_call(message, kManager, "StartTransientUnit") > 0) return answerStart(message);
-  if (sd_bus_message_is_method_call(message, kManager, "GetUnit") > 0) return answerUnit(message);
-  if (sd_bus_message_is_method_call(message, kProperties, "Get") > 0) return answerState(message);
+  if (sd_bus_message_is_method_call(message, kManager, "ListUnitsByPatterns") > 0) return answerList(message);
   return 0;
 }
 
-int FakeSystemdManager::answerUnit(sd_bus_message* message) {
-  const std::string unit = readBusText(message);
-  service_.record("GetUnit " + unit);
-  const bool isTaken = std::ranges::find(behaviour_.takenNames, unit) != behaviour_.takenNames.end();
-  if (isTaken || behaviour_.unitExists) {
-    return sd_bus_reply_method_return(message, "o", isTaken ? kTakenUnit : kOlderUnit);
+int FakeSystemdManager::answerList(sd_bus_message* message) {
+  if (!readTexts(message).empty()) throw std::runtime_error("units in every state are asked for");
+  const std::vector<std::string> patterns = readTexts(message);
+  service_.record("ListUnitsByPatterns");
+  sd_bus_message* reply = nullptr;
+  requireBusResult(sd_bus_message_new_method_return(message, &reply), "reply");
+  const std::unique_ptr<sd_bus_message, decltype(&sd_bus_message_unref)> owner(reply, &sd_bus_message_unref);
+  requireBusResult(sd_bus_message_open_container(reply, 'a', "(ssssssouso)"), "list");
+  for (const auto& [name, unit] : units_) {
+    const bool isMeant = std::ranges::any_of(patterns, [&name = name](const std::string& pattern) {
+      return fnmatch(pattern.c_str(), name.c_str(), FNM_NOESCAPE) == 0;
+    });
+    if (!isMeant) continue;
+    requireBusResult(sd_bus_message_append(reply, "(ssssssouso)", name.c_str(), "", "loaded", unit.activeState.c_str(),
+                                           "", "", kObject, std::uint32_t{unit.hasJob ? 1U : 0U}, "", kObject),
+                     "unit");
   }
-  return sd_bus_reply_method_errorf(message, "org.freedesktop.systemd1.NoSuchUnit", "Unit not loaded.");
-}
-
-int FakeSystemdManager::answerState(sd_bus_message* message) const {
-  if (readBusText(message) != "org.freedesktop.systemd1.Unit" || readBusText(message) != "ActiveState") return 0;
-  const std::string& olderState = isStopped_ ? behaviour_.stoppedUnitState : behaviour_.unitState;
-  const bool isTaken = std::string_view(sd_bus_message_get_path(message)) == kTakenUnit;
-  return sd_bus_reply_method_return(message, "v", "s", (isTaken ? behaviour_.takenUnitState : olderState).c_str());
+  requireBusResult(sd_bus_message_close_container(reply), "end of list");
+  return sd_bus_send(service_.bus(), reply, nullptr);
 }
 
 int FakeSystemdManager::answerStop(sd_bus_message* message) {
   const std::string unit = readBusText(message);
   service_.record("StopUnit " + unit + " " + readBusText(message));
-  isStopped_ = behaviour_.unitExists;
-  if (behaviour_.unitExists) return answerWithJob(message, unit, "done");
-  return sd_bus_reply_method_errorf(message, "org.freedesktop.systemd1.NoSuchUnit", "Unit not loaded.");
+  if (!units_.contains(unit)) return replyNoSuchUnit(message);
+  if (behaviour_.stoppedUnitState) {
+    units_[unit] = {.activeState = *behaviour_.stoppedUnitState};
+  } else {
+    units_.erase(unit);
+  }
+  return answerWithJob(message, unit, "done");
+}
+
+int FakeSystemdManager::answerReset(sd_bus_message* message) {
+  const std::string unit = readBusText(message);
+  service_.record("ResetFailedUnit " + unit);
+  return units_.erase(unit) > 0 ? sd_bus_reply_method_return(message, "") : replyNoSuchUnit(message);
 }
 
 int FakeSystemdManager::answerStart(sd_bus_message* message) {
   TransientUnit unit = readUnit(message);
   service_.record("StartTransientUnit " + unit.name + " " + unit.mode);
   const std::string name = unit.name;
-  if (std::ranges::find(behaviour_.takenNames, name) != behaviour_.takenNames.end()) {
+  units_.insert(behaviour_.lateUnits.begin(), behaviour_.lateUnits.end());
+  if (units_.contains(name)) {
     return sd_bus_reply_method_errorf(message, "org.freedesktop.systemd1.UnitExists", "Unit was already loaded.");
   }
   {
@@ -127,12 +143,35 @@ int FakeSystemdManager::answerStart(sd_bus_message* message) {
 int FakeSystemdManager::answerWithJob(sd_bus_message* message, const std::string& unit,
                                       const std::optional<std::string>& result) {
   const std::string job = "/org/freedesktop/systemd1/job/" + std::to_string(++jobs_);
-  // Other jobs end, too.
-  tellJobRemoved("/org/freedesktop/systemd1/job/999", "other.service", "failed");
+  for (int count = 0; count < behaviour_.otherSignals; ++count) {
+    tellJobRemoved("/org/freedesktop/systemd1/job/999", "other.service", "failed");
+  }
+  if (behaviour_.forgedJobResult) forgeJobRemoved(sd_bus_message_get_sender(message), job, unit);
   if (behaviour_.signalsBeforeReply) tellJobRemoved(job, unit, result);
   const int replied = sd_bus_reply_method_return(message, "o", job.c_str());
   if (!behaviour_.signalsBeforeReply) tellJobRemoved(job, unit, result);
   return replied;
+}
+
+void FakeSystemdManager::forgeJobRemoved(const char* caller, const std::string& job, const std::string& unit) const {
+  sd_bus* forger = nullptr;
+  requireBusResult(sd_bus_new(&forger), "bus of a forger");
+  const std::unique_ptr<sd_bus, decltype(&sd_bus_flush_close_unref)> owner(forger, &sd_bus_flush_close_unref);
+  requireBusResult(sd_bus_set_address(forger, busAddress_.c_str()), "address of a forger");
+  requireBusResult(sd_bus_set_bus_client(forger, 1), "forger");
+  requireBusResult(sd_bus_start(forger), "connection of a forger");
+  sd_bus_message* signal = nullptr;
+  requireBusResult(sd_bus_message_new_signal(forger, &signal, kObject, kManager, "JobRemoved"), "forged signal");
+  const std::unique_ptr<sd_bus_message, decltype(&sd_bus_message_unref)> signalOwner(signal, &sd_bus_message_unref);
+  requireBusResult(sd_bus_message_append(signal, "uoss", std::uint32_t{1}, job.c_str(), unit.c_str(),
+                                         behaviour_.forgedJobResult->c_str()),
+                   "forged result");
+  requireBusResult(sd_bus_message_set_destination(signal, caller), "victim");
+  requireBusResult(sd_bus_send(forger, signal, nullptr), "sending of the forged signal");
+  // The bus hands messages on in the order in which they come: once it answers, the signal is on its way.
+  requireBusResult(sd_bus_call_method(forger, "org.freedesktop.DBus", "/org/freedesktop/DBus", "org.freedesktop.DBus",
+                                      "GetId", nullptr, nullptr, ""),
+                   "answer to a forger");
 }
 
 int FakeSystemdManager::tellJobRemoved(const std::string& job, const std::string& unit,

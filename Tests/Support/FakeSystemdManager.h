@@ -19,23 +19,28 @@ class FakeSystemdManager {
     std::string name;
     std::string text;
   };
+  struct LoadedUnit {
+    std::string activeState;
+    bool hasJob = false;
+  };
   /// What it answers. Set before the first call reaches it.
   struct Behaviour {
-    /// Whether there is a unit of every name that it is asked about.
-    bool unitExists = false;
-    /// Its ActiveState, and the one it has once it was stopped.
-    std::string unitState = "active";
-    std::string stoppedUnitState = "inactive";
+    /// The units that it has loaded, by name.
+    std::map<std::string, LoadedUnit> units = {};
+    /// ActiveState of a unit once it was told to stop; absent: it is loaded no more.
+    std::optional<std::string> stoppedUnitState = {};
+    /// Units that are loaded right before it is asked to start one.
+    std::map<std::string, LoadedUnit> lateUnits = {};
     /// Answer of StartTransientUnit instead of a job.
     std::optional<Error> startError = {};
-    /// Units whose name StartTransientUnit finds taken.
-    std::vector<std::string> takenNames = {};
-    /// ActiveState of the units whose names are taken.
-    std::string takenUnitState = "inactive";
     /// How the start job ends (org.freedesktop.systemd1(5), "JobRemoved"); absent: it never does.
     std::optional<std::string> jobResult = "done";
+    /// How many ends of other jobs are told before that of each job.
+    int otherSignals = 1;
     /// Whether the end of a job is told before the call that began it is answered.
     bool signalsBeforeReply = false;
+    /// How another peer of the bus says that the start job ended, before the manager tells.
+    std::optional<std::string> forgedJobResult = {};
   };
   /// A transient unit that it was asked to start.
   struct TransientUnit {
@@ -62,15 +67,17 @@ class FakeSystemdManager {
   int answer(sd_bus_message* message);
   int answerStop(sd_bus_message* message);
   int answerStart(sd_bus_message* message);
-  int answerUnit(sd_bus_message* message);
-  int answerState(sd_bus_message* message) const;
+  int answerReset(sd_bus_message* message);
+  int answerList(sd_bus_message* message);
   int answerWithJob(sd_bus_message* message, const std::string& unit, const std::optional<std::string>& result);
+  void forgeJobRemoved(const char* caller, const std::string& job, const std::string& unit) const;
   int tellJobRemoved(const std::string& job, const std::string& unit, const std::optional<std::string>& result) const;
 
+  const std::string busAddress_;
   const Behaviour behaviour_;
   // Of the answering thread.
   int jobs_ = 0;
-  bool isStopped_ = false;
+  std::map<std::string, LoadedUnit> units_;
   mutable std::mutex lock_;
   std::vector<TransientUnit> startedUnits_;  // guarded by lock_
   FakeBusService service_;                   // last: answers as soon as it is there

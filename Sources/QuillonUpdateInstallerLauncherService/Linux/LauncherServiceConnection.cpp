@@ -79,8 +79,9 @@ void serveInheritedConnection() {
       [progressSender = listener.progressSender()](const VeskAppBundleInstallerLaunchProgress& progress) {
         progressSender->reportProgress(xpcDictionary(progress));
       },
-      [](std::int32_t host, const auto& budget) {
-        return makeSystemLaunchdHelperLauncher(host, VeskAppBundleLaunchdUserContext::currentProcess, budget);
+      [securityClient = makeSystemSecurityAuthorizationClient()](std::int32_t host, const auto& budget) {
+        return makeSystemLaunchdHelperLauncher(securityClient, host, VeskAppBundleLaunchdUserContext::currentProcess,
+                                               budget);
       });
   listener.run(service);
 }

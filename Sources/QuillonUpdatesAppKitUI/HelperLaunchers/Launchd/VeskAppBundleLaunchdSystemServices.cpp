@@ -27,13 +27,14 @@ std::shared_ptr<VeskAppBundleReplacementRelaunching> makeSystemLaunchdRelauncher
 }
 
 std::shared_ptr<VeskAppBundleUpdateHelperLaunching> makeSystemLaunchdHelperLauncher(
-    std::int32_t hostProcessIdentifier, std::function<VeskAppBundleLaunchdUserContext()> launchUserContextProvider,
+    std::shared_ptr<VeskAppBundleSecurityAuthorizationClient> securityClient, std::int32_t hostProcessIdentifier,
+    std::function<VeskAppBundleLaunchdUserContext()> launchUserContextProvider,
     const std::shared_ptr<VeskAppBundleInstallerLaunchPhaseBudget>& phaseBudget) {
   const auto fileManager = makeSystemFileManager();
   return std::make_shared<VeskAppBundleLaunchdHelperLauncher>(
       std::make_shared<VeskAppBundleReplacementWriteProbe>(fileManager),
       std::make_shared<VeskAppBundleReplacementOwnershipMatcher>(fileManager),
-      std::make_shared<VeskAppBundleSecurityAuthorizationProvider>(makeSystemSecurityAuthorizationClient()),
+      std::make_shared<VeskAppBundleSecurityAuthorizationProvider>(std::move(securityClient)),
       makeSystemLaunchdJobSubmitter(), [hostProcessIdentifier] { return hostProcessIdentifier; },
       std::move(launchUserContextProvider), [phaseBudget] { return phaseBudget->preAuthorizationShouldProceed(); },
       [phaseBudget] { phaseBudget->beginPostAuthorizationPhase(); },

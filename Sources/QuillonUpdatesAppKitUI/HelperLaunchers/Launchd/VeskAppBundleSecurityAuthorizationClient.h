@@ -18,7 +18,9 @@ inline constexpr std::uint32_t kAuthorizationFlagInteractionAllowed = 1;
 inline constexpr std::uint32_t kAuthorizationFlagExtendRights = 2;
 
 /// The calls of the operating system's authorization services, each with its status. They may wait for a dialog, and
-/// may be made on any thread.
+/// may be made on any thread, but none about an authorization while it is freed.
+///
+/// A client may deny an authorization what another one, which has not been freed, asks for or was granted.
 class VeskAppBundleSecurityAuthorizationClient {
  public:
   struct Creation {

@@ -1,9 +1,11 @@
 #include "QuillonUpdatesAppKitUI/HelperLaunchers/Launchd/Linux/VeskAppBundlePolkitAuthorizationClient.h"
 
+#include <cerrno>
 #include <exception>
 #include <utility>
 
 #include "QuillonUpdatesAppKitUI/HelperLaunchers/Launchd/Linux/PolkitAuthorityConnection.h"
+#include "QuillonUpdatesAppKitUI/HelperLaunchers/Launchd/Linux/SystemdManagementRights.h"
 #include "QuillonUpdatesAppKitUI/HelperLaunchers/Launchd/VeskAppBundleLaunchdAuthorizationProviding.h"
 
 namespace quillon {
@@ -11,7 +13,6 @@ namespace {
 
 using Interaction = PolkitAuthorityConnection::Interaction;
 
-constexpr std::string_view kServiceManagementAction = "org.freedesktop.systemd1.manage-units";
 constexpr std::string_view kCancelledError = "org.freedesktop.PolicyKit1.Error.Cancelled";
 
 }  // namespace
@@ -40,18 +41,24 @@ std::int32_t VeskAppBundlePolkitAuthorizationClient::copyRight(VeskAppBundleAuth
                                                                std::uint32_t flags) noexcept {
   const std::shared_ptr<Authorization> authorization = find(authorizationRef);
   if (!authorization) return kAuthorizationInvalidRef;
-  try {
-    return ask(*authorization, rightName, flags);
-  } catch (const std::exception&) {
+  if (!startAsking(authorization)) {
+    log("Another launch asks for rights or holds some", rightName, {});
     return kAuthorizationDenied;
   }
+  const std::int32_t status = askOrDeny(*authorization, rightName, flags);
+  stopAsking();
+  return status;
 }
 
 void VeskAppBundlePolkitAuthorizationClient::freeAuthorization(
     VeskAppBundleAuthorizationRef authorizationRef) noexcept {
   try {
-    if (const auto authorization = take(authorizationRef)) revoke(authorization->temporaryAuthorizationIdentifiers);
-  } catch (const std::exception&) {  // NOLINT(bugprone-empty-catch): what polkit keeps ends with this process
+    const std::shared_ptr<Authorization> authorization = take(authorizationRef);
+    if (!authorization) return;
+    revoke(authorization->temporaryAuthorizationIdentifiers);
+    const std::lock_guard guard(lock_);
+    if (holder_ == authorization) holder_ = nullptr;
+  } catch (const std::exception&) {  // NOLINT(bugprone-empty-catch): its rights stay with it, so nobody else gets any
   }
 }
 
@@ -69,13 +76,36 @@ std::shared_ptr<VeskAppBundlePolkitAuthorizationClient::Authorization> VeskAppBu
   return node.empty() ? nullptr : node.mapped();
 }
 
+bool VeskAppBundlePolkitAuthorizationClient::startAsking(const std::shared_ptr<Authorization>& authorization) {
+  const std::lock_guard guard(lock_);
+  if (isAsking_ || (holder_ != nullptr && holder_ != authorization)) return false;
+  holder_ = authorization;
+  isAsking_ = true;
+  return true;
+}
+
+void VeskAppBundlePolkitAuthorizationClient::stopAsking() {
+  const std::lock_guard guard(lock_);
+  isAsking_ = false;
+  if (holder_ != nullptr && !holder_->isGranted) holder_ = nullptr;
+}
+
+std::int32_t VeskAppBundlePolkitAuthorizationClient::askOrDeny(Authorization& authorization, std::string_view rightName,
+                                                               std::uint32_t flags) noexcept {
+  try {
+    return ask(authorization, rightName, flags);
+  } catch (const std::exception&) {
+    return kAuthorizationDenied;
+  }
+}
+
 std::int32_t VeskAppBundlePolkitAuthorizationClient::ask(Authorization& authorization, std::string_view rightName,
                                                          std::uint32_t flags) {
   const bool isServiceManagement = rightName == kServiceManagementRightName;
   const bool mayAsk = (flags & kAuthorizationFlagInteractionAllowed) != 0;
   try {
     const PolkitAuthorityConnection polkit(systemBusAddress_, timeLimit_);
-    const std::string action(isServiceManagement ? kServiceManagementAction : rightName);
+    const std::string action(isServiceManagement ? kManageUnitsAction : rightName);
     if (!isServiceManagement && !polkit.hasAction(action)) return kAuthorizationSuccess;
 
     const std::int32_t status = check(authorization, polkit, action, mayAsk);
@@ -99,9 +129,9 @@ std::int32_t VeskAppBundlePolkitAuthorizationClient::check(Authorization& author
                                                            const std::string& action, bool mayAsk) {
   const PolkitAuthorizationResult result =
       polkit.checkAuthorization(action, mayAsk ? Interaction::allowed : Interaction::forbidden);
-  if (result.temporaryAuthorizationIdentifier) {
-    const std::lock_guard guard(lock_);
-    authorization.temporaryAuthorizationIdentifiers.insert(*result.temporaryAuthorizationIdentifier);
+  if (!takeOver(authorization, result)) {
+    log("polkit answers with what an earlier launch was granted", action, {});
+    return kAuthorizationDenied;
   }
   if (result.isAuthorized) return kAuthorizationSuccess;
   if (result.isDismissed) return kAuthorizationCanceled;
@@ -109,23 +139,56 @@ std::int32_t VeskAppBundlePolkitAuthorizationClient::check(Authorization& author
   return kAuthorizationDenied;
 }
 
-void VeskAppBundlePolkitAuthorizationClient::revoke(
-    const std::set<std::string>& temporaryAuthorizationIdentifiers) const {
-  for (const std::string& identifier : temporaryAuthorizationIdentifiers) {
-    try {
-      PolkitAuthorityConnection(systemBusAddress_, timeLimit_).revokeTemporaryAuthorization(identifier);
-    } catch (const QuillonSystemError& error) {
-      log("polkit keeps an answer until this process ends", identifier, error.description());
-    }
+bool VeskAppBundlePolkitAuthorizationClient::takeOver(Authorization& authorization,
+                                                      const PolkitAuthorizationResult& result) {
+  const std::lock_guard guard(lock_);
+  if (const auto& identifier = result.temporaryAuthorizationIdentifier) {
+    if (unrevokedIdentifiers_.contains(*identifier)) return false;
+    authorization.temporaryAuthorizationIdentifiers.insert(*identifier);
+  }
+  if (result.isAuthorized) authorization.isGranted = true;
+  return true;
+}
+
+void VeskAppBundlePolkitAuthorizationClient::revoke(const std::set<std::string>& temporaryAuthorizationIdentifiers) {
+  if (temporaryAuthorizationIdentifiers.empty()) return;
+  std::set<std::string> left = temporaryAuthorizationIdentifiers;
+  try {
+    const PolkitAuthorityConnection polkit(systemBusAddress_, revocationTimeLimit_);
+    std::erase_if(left, [&](const std::string& identifier) { return revoke(polkit, identifier); });
+  } catch (const QuillonSystemError& error) {
+    for (const std::string& identifier : left) logKeptAnswer(identifier, error);
+  }
+  const std::lock_guard guard(lock_);
+  unrevokedIdentifiers_.merge(left);
+}
+
+bool VeskAppBundlePolkitAuthorizationClient::revoke(const PolkitAuthorityConnection& polkit,
+                                                    const std::string& identifier) const {
+  try {
+    polkit.revokeTemporaryAuthorization(identifier);
+    return true;
+  } catch (const QuillonSystemError& error) {
+    if (error.code() == ETIMEDOUT) throw;
+    logKeptAnswer(identifier, error);
+    return false;
   }
 }
 
+void VeskAppBundlePolkitAuthorizationClient::logKeptAnswer(const std::string& identifier,
+                                                           const QuillonSystemError& error) const noexcept {
+  log("polkit keeps an answer until this process ends", identifier, error.description());
+}
+
 void VeskAppBundlePolkitAuthorizationClient::log(std::string_view failure, std::string_view rightName,
-                                                 std::string_view detail) const {
-  std::string line = "VeskAppBundlePolkitAuthorizationClient: ";
-  line.append(failure).append("; right=").append(rightName);
-  line.append(" error=").append(detail.empty() ? "<empty>" : detail);
-  diagnosticLog_(line);
+                                                 std::string_view detail) const noexcept {
+  try {
+    std::string line = "VeskAppBundlePolkitAuthorizationClient: ";
+    line.append(failure).append("; right=").append(rightName);
+    line.append(" error=").append(detail.empty() ? "<empty>" : detail);
+    diagnosticLog_(line);
+  } catch (const std::exception&) {  // NOLINT(bugprone-empty-catch): what is only told must not change what is decided
+  }
 }
 
 }  // namespace quillon

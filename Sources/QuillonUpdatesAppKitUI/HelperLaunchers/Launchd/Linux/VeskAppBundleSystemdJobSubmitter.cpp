@@ -2,12 +2,16 @@
 
 #include <unistd.h>
 
+#include <algorithm>
 #include <cerrno>
-#include <optional>
+#include <map>
 #include <string_view>
+#include <utility>
+#include <vector>
 
 #include "QuillonUpdatesAppKitUI/AppBundleReplacement/VeskUpdateInstallerError.h"
 #include "QuillonUpdatesAppKitUI/HelperLaunchers/Launchd/Linux/JobSubmissionFailure.h"
+#include "QuillonUpdatesAppKitUI/HelperLaunchers/Launchd/Linux/SystemdManagementRights.h"
 #include "QuillonUpdatesAppKitUI/HelperLaunchers/Launchd/Linux/SystemdManagerConnection.h"
 #include "QuillonUpdatesAppKitUI/HelperLaunchers/Launchd/Linux/SystemdUnitName.h"
 #include "QuillonUpdatesAppKitUI/HelperLaunchers/Launchd/Linux/VeskAppBundleAuthorizationOpaqueRef.h"
@@ -18,8 +22,7 @@ namespace {
 using Interaction = SystemdManagerConnection::Interaction;
 
 /// A unit whose program has ended stays loaded while processes that it started live, such as an opened application.
-/// Those must not be ended, so its name is taken for as long; the next name is tried then. A unit whose program still
-/// runs would not stop: that program is left alone, and no second one runs beside it.
+/// Those must not be ended, so its name is taken for as long, and another one is numbered.
 constexpr int kLargestUnitNumber = 100;
 constexpr std::string_view kUnitExists = "org.freedesktop.systemd1.UnitExists";
 
@@ -28,47 +31,135 @@ std::string unitName(const std::string& label, int number) {
 }
 
 /// Whether the unit's own program runs, is about to, or is being stopped.
-bool isAlive(const std::optional<std::string>& activeState) {
-  return activeState && *activeState != "inactive" && *activeState != "failed";
+bool isAlive(const SystemdUnitState& unit) {
+  return unit.hasJob || (unit.activeState != "inactive" && unit.activeState != "failed");
 }
 
-/// Stops and forgets what is left of an older job. Looks first: to stop even a unit that does not exist takes rights,
-/// which the manager could ask the user for.
-void removeJob(SystemdManagerConnection& manager, const std::string& unit, Interaction interaction) {
-  try {
-    std::optional<std::string> state = manager.activeState(unit);
-    if (isAlive(state)) {
-      manager.stopUnit(unit, interaction);
-      state = manager.activeState(unit);
+bool hasFailed(const SystemdUnitState& unit) {
+  return unit.activeState == "failed";
+}
+
+/// One job on its way to a manager.
+class Submission {
+ public:
+  using Units = std::map<std::string, SystemdUnitState>;
+
+  /// `mayChangeUnitsSilently` says whether the manager stops a unit without a dialog.
+  Submission(SystemdManagerConnection& manager, const VeskAppBundleLaunchdJob& job, Interaction interaction,
+             const std::function<bool()>& mayChangeUnitsSilently)
+      : manager_(manager), job_(job), interaction_(interaction), mayChangeUnitsSilently_(mayChangeUnitsSilently) {}
+
+  void run(const std::function<bool()>& shouldProceed) {
+    const Units older = removeOlderUnits();
+    requireProceeding(shouldProceed);
+    const auto living = std::ranges::find_if(older, isAlive, &Units::value_type::second);
+    if (living != older.end()) throw unitExists("An older job still runs as " + living->first + ".");
+    const std::string unit = start(older);
+    // Where the manager asked, it started the job only after the answer, which may have come at any time.
+    if (interaction_ == Interaction::allowed) requireStillProceeding(shouldProceed, unit);
+  }
+
+ private:
+  static QuillonSystemError unitExists(const std::string& description) {
+    return {std::string(kUnitExists), EEXIST, description};
+  }
+
+  /// The units of every number that the manager has for the job's label.
+  [[nodiscard]] Units olderUnits() const {
+    std::vector<std::string> patterns = {unitName(job_.label, 1), systemdServiceName(job_.label + "-")};
+    patterns[1].insert(patterns[1].rfind('.'), "*");
+    // Manager and pattern need not agree on what a backslash is for; units of other labels are sorted out below.
+    for (std::string& pattern : patterns) std::ranges::replace(pattern, '\\', '?');
+    Units loaded = manager_.unitStates(patterns);
+    Units units;
+    for (int number = 1; number <= kLargestUnitNumber; ++number)
+      units.insert(loaded.extract(unitName(job_.label, number)));
+    return units;
+  }
+
+  /// Stops and forgets what is left of older jobs; what is left all the same. Looks first: to stop even a unit that
+  /// does not exist takes rights, which the manager would ask the user for.
+  [[nodiscard]] Units removeOlderUnits() {
+    Units units = olderUnits();
+    if (std::ranges::none_of(units, [](const auto& unit) { return isAlive(unit.second) || hasFailed(unit.second); })) {
+      return units;
     }
-    if (state == "failed") manager.resetFailedUnit(unit, interaction);
-  } catch (const QuillonSystemError&) {  // NOLINT(bugprone-empty-catch): submission fails if that matters
+    if (interaction_ == Interaction::forbidden && !mayChangeUnitsSilently_()) return units;
+    forEach(units, isAlive, [this](const std::string& unit) { manager_.stopUnit(unit, interaction_); });
+    forEach(olderUnits(), hasFailed, [this](const std::string& unit) { manager_.resetFailedUnit(unit, interaction_); });
+    return olderUnits();
   }
-}
 
-/// Whether the manager took the job as `unit`; false when that name is taken.
-bool tryToSubmit(SystemdManagerConnection& manager, const std::string& unit, const VeskAppBundleLaunchdJob& job,
-                 Interaction interaction, const std::function<bool()>& shouldProceed) {
-  removeJob(manager, unit, interaction);
-  requireProceeding(shouldProceed);
-  try {
-    manager.startTransientService(unit, job.label, job.programArguments, interaction);
-    return true;
-  } catch (const QuillonSystemError& error) {
-    if (error.domain() != kUnitExists || isAlive(manager.activeState(unit))) throw;
-    return false;
+  static void forEach(const Units& units, bool (*isMeant)(const SystemdUnitState&),
+                      const std::function<void(const std::string&)>& change) {
+    for (const auto& unit : units) {
+      try {
+        if (isMeant(unit.second)) change(unit.first);
+      } catch (const QuillonSystemError&) {  // NOLINT(bugprone-empty-catch): what is left says whether that matters
+      }
+    }
   }
-}
 
-void submitTo(SystemdManagerConnection& manager, const VeskAppBundleLaunchdJob& job, Interaction interaction,
-              const std::function<bool()>& shouldProceed) {
-  for (int number = 1; number <= kLargestUnitNumber; ++number) {
-    if (tryToSubmit(manager, unitName(job.label, number), job, interaction, shouldProceed)) return;
+  /// The name of the unit that runs.
+  [[nodiscard]] std::string start(const Units& older) {
+    for (int number = 1; number <= kLargestUnitNumber; ++number) {
+      const std::string unit = unitName(job_.label, number);
+      if (!older.contains(unit) && tryToStart(unit)) return unit;
+    }
+    throw unitExists("Every unit name for " + job_.label + " is taken.");
   }
-  throw QuillonSystemError(std::string(kUnitExists), EEXIST, "Every unit name for " + job.label + " is taken.");
-}
+
+  /// False when the name was taken meanwhile. Throws when that was by a program that lives: by another launch.
+  [[nodiscard]] bool tryToStart(const std::string& unit) {
+    try {
+      manager_.startTransientService(unit, job_.label, job_.programArguments, interaction_);
+      return true;
+    } catch (const QuillonSystemError& error) {
+      if (error.domain() != kUnitExists) throw;
+      const Units units = olderUnits();
+      const auto found = units.find(unit);
+      if (found != units.end() && isAlive(found->second)) throw;
+      return false;
+    }
+  }
+
+  void requireStillProceeding(const std::function<bool()>& shouldProceed, const std::string& unit) {
+    try {
+      requireProceeding(shouldProceed);
+    } catch (const VeskUpdateInstallerError&) {
+      stopSilently(unit);
+      throw;
+    }
+  }
+
+  void stopSilently(const std::string& unit) {
+    try {
+      if (mayChangeUnitsSilently_()) manager_.stopUnit(unit, Interaction::forbidden);
+    } catch (const QuillonSystemError&) {  // NOLINT(bugprone-empty-catch): the launch has failed in any case
+    }
+  }
+
+  SystemdManagerConnection& manager_;
+  const VeskAppBundleLaunchdJob& job_;
+  const Interaction interaction_;
+  const std::function<bool()>& mayChangeUnitsSilently_;
+};
 
 }  // namespace
+
+VeskAppBundleSystemdJobSubmitter::VeskAppBundleSystemdJobSubmitter(VeskAppBundleSystemdBusAddresses addresses,
+                                                                   std::chrono::milliseconds timeLimit,
+                                                                   std::function<bool()> mayChangeSystemUnitsSilently,
+                                                                   QuillonMonotonicTimeProvider monotonicTimeProvider)
+    : addresses_(std::move(addresses)),
+      timeLimit_(timeLimit),
+      monotonicTimeProvider_(std::move(monotonicTimeProvider)),
+      mayChangeSystemUnitsSilently_(std::move(mayChangeSystemUnitsSilently)) {
+  if (mayChangeSystemUnitsSilently_) return;
+  mayChangeSystemUnitsSilently_ = [address = addresses_.system, timeLimit] {
+    return mayManageUnitsWithoutDialog(address, timeLimit, geteuid());
+  };
+}
 
 VeskAppBundleSystemdBusAddresses VeskAppBundleSystemdBusAddresses::systemDefault() {
   return {.system = "unix:path=/run/dbus/system_bus_socket",
@@ -82,8 +173,14 @@ void VeskAppBundleSystemdJobSubmitter::submit(const VeskAppBundleLaunchdJob& job
   const bool mayAsk = isSystemJob && serviceManagementGrant(authorization) == VeskAppBundleRightGrant::once;
   try {
     requireProgram(job);
-    SystemdManagerConnection manager(isSystemJob ? addresses_.system : addresses_.user, timeLimit_);
-    submitTo(manager, job, mayAsk ? Interaction::allowed : Interaction::forbidden, shouldProceed);
+    SystemdManagerConnection manager(isSystemJob ? addresses_.system : addresses_.user, timeLimit_,
+                                     monotonicTimeProvider_);
+    // The user's own manager asks nobody.
+    const std::function<bool()> mayChangeUnitsSilently = [&] {
+      return !isSystemJob || mayChangeSystemUnitsSilently_();
+    };
+    Submission(manager, job, mayAsk ? Interaction::allowed : Interaction::forbidden, mayChangeUnitsSilently)
+        .run(shouldProceed);
   } catch (const QuillonSystemError& error) {
     throw jobSubmissionFailure(error);
   }

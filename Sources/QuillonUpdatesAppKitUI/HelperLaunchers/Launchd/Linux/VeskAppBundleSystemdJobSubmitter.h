@@ -1,8 +1,11 @@
 #pragma once
 
 #include <chrono>
+#include <functional>
 #include <string>
 
+#include "QuillonCore/Contracts/QuillonMonotonicTime.h"
+#include "QuillonCore/Runtime/QuillonSystemMonotonicTime.h"
 #include "QuillonUpdatesAppKitUI/HelperLaunchers/Launchd/VeskAppBundleLaunchdJobSubmitting.h"
 
 namespace quillon {
@@ -24,20 +27,24 @@ struct VeskAppBundleSystemdBusAddresses {
 ///
 /// The manager decides by whom it is asked, through polkit. It may show the dialog once more only under an
 /// authorization for which it was shown already and whose answer polkit does not keep; its answer has no time limit
-/// then.
+/// then. So `shouldProceed` is asked once more after it: when it says no the submission has timed out, and the program
+/// is stopped if that takes no dialog. It goes on running otherwise.
 ///
-/// A program of the same label that still runs is told to end (SIGTERM). One that does not, such as an installer in the
-/// middle of a replacement, goes on, and the submission fails. A diagnostic carries the D-Bus error's name, the
-/// matching errno value and its text.
+/// A program of the same label that still runs, under whatever number, is told to end (SIGTERM) if this process may do
+/// that without a dialog, or may ask. One that does not end, such as an installer in the middle of a replacement, goes
+/// on, and the submission fails: the manager runs one program of a label. A diagnostic carries the D-Bus error's name,
+/// the matching errno value and its text.
 class VeskAppBundleSystemdJobSubmitter final : public VeskAppBundleLaunchdJobSubmitting {
  public:
-  /// How long the manager may take to stop the older job, and to start the new one.
+  /// How long the manager may take for each thing that it is asked, such as to stop an older job, or to start one.
   static constexpr std::chrono::seconds kDefaultTimeLimit{20};
 
+  /// `mayChangeSystemUnitsSilently` says whether the system's manager would stop a unit for this process without a
+  /// dialog; empty: it is asked of polkit.
   explicit VeskAppBundleSystemdJobSubmitter(
       VeskAppBundleSystemdBusAddresses addresses = VeskAppBundleSystemdBusAddresses::systemDefault(),
-      std::chrono::milliseconds timeLimit = kDefaultTimeLimit)
-      : addresses_(std::move(addresses)), timeLimit_(timeLimit) {}
+      std::chrono::milliseconds timeLimit = kDefaultTimeLimit, std::function<bool()> mayChangeSystemUnitsSilently = {},
+      QuillonMonotonicTimeProvider monotonicTimeProvider = makeSystemMonotonicTimeProvider());
 
   void submit(const VeskAppBundleLaunchdJob& job, const VeskAppBundleLaunchdAuthorization& authorization,
               const std::function<bool()>& shouldProceed) override;
@@ -45,6 +52,8 @@ class VeskAppBundleSystemdJobSubmitter final : public VeskAppBundleLaunchdJobSub
  private:
   const VeskAppBundleSystemdBusAddresses addresses_;
   const std::chrono::milliseconds timeLimit_;
+  const QuillonMonotonicTimeProvider monotonicTimeProvider_;
+  std::function<bool()> mayChangeSystemUnitsSilently_;  // never changes after construction
 };
 
 }  // namespace quillon

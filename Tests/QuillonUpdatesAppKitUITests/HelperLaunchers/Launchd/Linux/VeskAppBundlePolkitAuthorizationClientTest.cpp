@@ -1,9 +1,11 @@
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
+#include <algorithm>
 #include <chrono>
 #include <memory>
 #include <string>
+#include <thread>
 #include <vector>
 
 #include "QuillonUpdatesAppKitUI/HelperLaunchers/Launchd/Linux/VeskAppBundlePolkitAuthorizationClient.h"
@@ -13,9 +15,12 @@
 namespace quillon {
 namespace {
 
+using ::testing::Contains;
 using ::testing::ElementsAre;
 using testing::FakePolkitAuthority;
 using ::testing::IsEmpty;
+using ::testing::IsSupersetOf;
+using ::testing::Not;
 using testing::PrivateBus;
 using ::testing::StartsWith;
 using Answer = FakePolkitAuthority::Answer;
@@ -25,6 +30,9 @@ constexpr std::uint32_t kWithoutDialog = 2;
 constexpr std::string_view kManagementRight = "com.apple.ServiceManagement.daemons.modify";
 constexpr const char* kManagementAction = "org.freedesktop.systemd1.manage-units";
 constexpr const char* kCustomRight = "org.example.App.quillon-update";
+
+/// For what never answers. Too short for anything that does, on a machine that is busy with other things.
+constexpr std::chrono::milliseconds kShortLimit{100};
 
 class VeskAppBundlePolkitAuthorizationClientTest : public ::testing::Test {
  protected:
@@ -41,7 +49,7 @@ class VeskAppBundlePolkitAuthorizationClientTest : public ::testing::Test {
   PrivateBus bus_;
   std::unique_ptr<FakePolkitAuthority> polkit_;
   std::vector<std::string> log_;
-  VeskAppBundlePolkitAuthorizationClient client_{bus_.address(), std::chrono::milliseconds(200),
+  VeskAppBundlePolkitAuthorizationClient client_{bus_.address(), std::chrono::seconds(20),
                                                  [this](std::string_view line) { log_.emplace_back(line); }};
   VeskAppBundleSecurityAuthorizationClient::Creation authorization_ = client_.createAuthorization();
 };
@@ -150,8 +158,11 @@ TEST_F(VeskAppBundlePolkitAuthorizationClientTest, AnErrorOfPolkitIsADenialThatI
 
 TEST_F(VeskAppBundlePolkitAuthorizationClientTest, APolkitThatDoesNotAnswerRunsIntoTheTimeLimitWhenNobodyIsAsked) {
   havePolkit(Answer::silence);
+  VeskAppBundlePolkitAuthorizationClient client(bus_.address(), kShortLimit,
+                                                [this](std::string_view line) { log_.emplace_back(line); });
+  const auto authorization = client.createAuthorization().authorizationRef;
 
-  EXPECT_EQ(copy(kManagementRight, kWithoutDialog), -60005);
+  EXPECT_EQ(client.copyRight(authorization, kManagementRight, kWithoutDialog), -60005);
 
   EXPECT_EQ(log_.size(), 1U);
 }
@@ -214,6 +225,134 @@ TEST_F(VeskAppBundlePolkitAuthorizationClientTest, AnAnswerThatCannotBeTakenBack
   client_.freeAuthorization(ref());
 
   EXPECT_EQ(log_.size(), 1U);
+}
+
+TEST_F(VeskAppBundlePolkitAuthorizationClientTest, AllAnswersAreTakenBackOverOneConnection) {
+  havePolkit({.actions = {{kManagementAction, Answer::kept}, {kCustomRight, Answer::kept}}});
+  (void)copy(kCustomRight, kWithDialog);
+  (void)copy(kManagementRight, kWithDialog);
+
+  client_.freeAuthorization(ref());
+
+  EXPECT_THAT(polkit_->calls(),
+              IsSupersetOf({"RevokeTemporaryAuthorizationById kept-org.example.App.quillon-update",
+                            "RevokeTemporaryAuthorizationById kept-org.freedesktop.systemd1.manage-units"}));
+  EXPECT_EQ(polkit_->revokingPeers().size(), 1U);
+}
+
+TEST_F(VeskAppBundlePolkitAuthorizationClientTest, AnAnswerThatIsNotTakenBackKeepsNoOtherFromBeingTakenBack) {
+  havePolkit({.actions = {{kManagementAction, Answer::kept}, {kCustomRight, Answer::kept}}, .canRevoke = false});
+  (void)copy(kCustomRight, kWithDialog);
+  (void)copy(kManagementRight, kWithDialog);
+
+  client_.freeAuthorization(ref());
+
+  EXPECT_THAT(polkit_->calls(),
+              IsSupersetOf({"RevokeTemporaryAuthorizationById kept-org.example.App.quillon-update",
+                            "RevokeTemporaryAuthorizationById kept-org.freedesktop.systemd1.manage-units"}));
+  EXPECT_EQ(log_.size(), 2U);
+}
+
+TEST_F(VeskAppBundlePolkitAuthorizationClientTest, APolkitThatIsSilentAboutARevocationIsNotWaitedForTwice) {
+  havePolkit(
+      {.actions = {{kManagementAction, Answer::kept}, {kCustomRight, Answer::kept}}, .answersRevocation = false});
+  VeskAppBundlePolkitAuthorizationClient client(
+      bus_.address(), std::chrono::seconds(20), [this](std::string_view line) { log_.emplace_back(line); },
+      kShortLimit);
+  const auto authorization = client.createAuthorization().authorizationRef;
+  ASSERT_EQ(client.copyRight(authorization, kCustomRight, kWithDialog), 0);
+  ASSERT_EQ(client.copyRight(authorization, kManagementRight, kWithDialog), 0);
+
+  client.freeAuthorization(authorization);
+
+  EXPECT_EQ(std::ranges::count_if(polkit_->calls(), [](const auto& call) { return call.starts_with("Revoke"); }), 1);
+  EXPECT_EQ(log_.size(), 2U) << "both answers are kept";
+}
+
+TEST_F(VeskAppBundlePolkitAuthorizationClientTest, WhatOneAuthorizationWasGrantedServesNoOther) {
+  havePolkit({.actions = {{kManagementAction, Answer::refused}, {kCustomRight, Answer::kept}},
+              .implied = {{kCustomRight, kManagementAction}}});
+  const auto other = client_.createAuthorization().authorizationRef;
+  ASSERT_EQ(copy(kCustomRight, kWithDialog), 0);
+  ASSERT_EQ(copy(kManagementRight, kWithDialog), 0);
+  const auto calls = polkit_->calls();
+
+  EXPECT_EQ(client_.copyRight(other, kCustomRight, kWithDialog), -60005);
+  EXPECT_EQ(client_.copyRight(other, kManagementRight, kWithoutDialog), -60005);
+
+  EXPECT_EQ(other->serviceManagementGrant, VeskAppBundleRightGrant::none);
+  EXPECT_EQ(polkit_->calls(), calls);
+  EXPECT_THAT(log_, ElementsAre("VeskAppBundlePolkitAuthorizationClient: Another launch asks for rights or holds some; "
+                                "right=org.example.App.quillon-update error=<empty>",
+                                "VeskAppBundlePolkitAuthorizationClient: Another launch asks for rights or holds some; "
+                                "right=com.apple.ServiceManagement.daemons.modify error=<empty>"));
+}
+
+TEST_F(VeskAppBundlePolkitAuthorizationClientTest, FreeingAnAuthorizationThatWasDeniedTakesNothingFromTheOther) {
+  havePolkit(Answer::kept);
+  const auto other = client_.createAuthorization().authorizationRef;
+  ASSERT_EQ(copy(kManagementRight, kWithDialog), 0);
+  ASSERT_EQ(client_.copyRight(other, kManagementRight, kWithDialog), -60005);
+
+  client_.freeAuthorization(other);
+
+  EXPECT_THAT(polkit_->calls(), Not(Contains(StartsWith("Revoke"))));
+  EXPECT_EQ(copy(kManagementRight, kWithoutDialog), 0);
+}
+
+TEST_F(VeskAppBundlePolkitAuthorizationClientTest, TheNextAuthorizationIsAskedForOnceTheGrantedOneIsFreed) {
+  havePolkit(Answer::kept);
+  const auto other = client_.createAuthorization().authorizationRef;
+  ASSERT_EQ(copy(kManagementRight, kWithDialog), 0);
+  ASSERT_EQ(client_.copyRight(other, kManagementRight, kWithDialog), -60005);
+  client_.freeAuthorization(ref());
+
+  EXPECT_EQ(client_.copyRight(other, kManagementRight, kWithoutDialog), -60005);
+  EXPECT_EQ(client_.copyRight(other, kManagementRight, kWithDialog), 0);
+
+  EXPECT_EQ(other->serviceManagementGrant, VeskAppBundleRightGrant::kept);
+}
+
+TEST_F(VeskAppBundlePolkitAuthorizationClientTest, AnAuthorizationThatWasGrantedNothingIsInNobodysWay) {
+  havePolkit({.actions = {{kManagementAction, Answer::kept}, {kCustomRight, Answer::dismissed}}});
+  const auto other = client_.createAuthorization().authorizationRef;
+  ASSERT_EQ(copy(kCustomRight, kWithDialog), -60006);
+
+  EXPECT_EQ(client_.copyRight(other, kManagementRight, kWithDialog), 0);
+}
+
+TEST_F(VeskAppBundlePolkitAuthorizationClientTest, WhileOneAuthorizationIsAskedForAnotherIsDenied) {
+  havePolkit({.actions = {{kManagementAction, Answer::held}}});
+  const auto other = client_.createAuthorization().authorizationRef;
+  std::int32_t status = 1;
+  std::jthread asking([&] { status = copy(kManagementRight, kWithDialog); });
+  polkit_->waitUntilHeld();
+
+  EXPECT_EQ(client_.copyRight(other, kManagementRight, kWithDialog), -60005);
+
+  polkit_->release();
+  asking.join();
+  EXPECT_EQ(status, 0);
+}
+
+TEST_F(VeskAppBundlePolkitAuthorizationClientTest, AnAnswerThatWasNotTakenBackCountsForNobodyElse) {
+  havePolkit({.actions = {{kManagementAction, Answer::refused}, {kCustomRight, Answer::kept}},
+              .implied = {{kCustomRight, kManagementAction}},
+              .canRevoke = false});
+  ASSERT_EQ(copy(kCustomRight, kWithDialog), 0);
+  client_.freeAuthorization(ref());
+  log_.clear();
+  const auto next = client_.createAuthorization().authorizationRef;
+
+  EXPECT_EQ(client_.copyRight(next, kCustomRight, kWithDialog), -60005);
+  EXPECT_EQ(client_.copyRight(next, kManagementRight, kWithDialog), -60005);
+
+  EXPECT_EQ(next->serviceManagementGrant, VeskAppBundleRightGrant::none);
+  EXPECT_THAT(log_,
+              ElementsAre("VeskAppBundlePolkitAuthorizationClient: polkit answers with what an earlier launch was "
+                          "granted; right=org.example.App.quillon-update error=<empty>",
+                          "VeskAppBundlePolkitAuthorizationClient: polkit answers with what an earlier launch was "
+                          "granted; right=org.freedesktop.systemd1.manage-units error=<empty>"));
 }
 
 TEST_F(VeskAppBundlePolkitAuthorizationClientTest, AFreedReferenceIsInvalid) {
