@@ -94,6 +94,7 @@ TEST(QuillonTimerThreadTest, ManyThreadsMayScheduleAndCancelAtOnce) {
   auto timers = std::make_unique<QuillonTimerThread>();
   std::latch start(kThreads);
   std::vector<std::jthread> threads;
+  threads.reserve(kThreads);
   for (std::size_t i = 0; i < kThreads; ++i) {
     threads.emplace_back([&, i] {
       start.arrive_and_wait();

@@ -25,7 +25,6 @@ using Progress = VeskAppBundleInstallerLaunchProgress;
 using Result = VeskAppBundleReplacementLaunchResult;
 using ::testing::ElementsAre;
 using testing::FakeLauncherServiceConnectionFactory;
-using ::testing::IsEmpty;
 using testing::ManualTimers;
 
 constexpr std::uint64_t kBefore = 1000;
@@ -328,7 +327,7 @@ TEST_F(VeskAppBundleXPCUpdateHelperLauncherTest, OneResultWhicheverComesFirstUnd
         handler(Progress::authorizationEnded(1));
       });
     };
-    VeskAppBundleXPCUpdateHelperLauncher launcher(factory, "service", 1 + round % 2 * kLongDialog, 1, timers);
+    VeskAppBundleXPCUpdateHelperLauncher launcher(factory, "service", round % 2 == 0 ? 1 : kLongDialog, 1, timers);
 
     // The third thread may outlive the launch: it calls the launcher's copy.
     const VeskAppBundleInstallerLaunchProgressHandler passOver = [](const Progress& /*progress*/) {};
