@@ -7,6 +7,7 @@
 #include <limits>
 #include <memory>
 #include <ostream>
+#include <stdexcept>
 #include <string>
 #include <utility>
 
@@ -156,6 +157,34 @@ TEST_P(QuillonTimerSchedulingContract, AFunctionIsDestroyedOnceItIsCancelled) {
   timer->cancel();
 
   EXPECT_TRUE(watched.expired());
+}
+
+TEST_P(QuillonTimerSchedulingContract, AFunctionThatHasRunMayBeTheLastOwnerOfAnotherTimer) {
+  std::shared_ptr<QuillonTimer> other = schedule(kNever, "other");
+  const auto owner = scheduler_.timers->schedule(0, [this, owned = std::move(other)] { ran_.push("owner"); });
+  const auto next = schedule(kMillisecond, "next");
+  letTimePass();
+
+  EXPECT_EQ(ran_.pop(), "owner");
+  EXPECT_EQ(ran_.pop(), "next");
+}
+
+TEST_P(QuillonTimerSchedulingContract, AFunctionThatIsCancelledMayBeTheLastOwnerOfAnotherTimer) {
+  std::shared_ptr<QuillonTimer> other = schedule(kNever, "other");
+  const std::weak_ptr<QuillonTimer> watched = other;
+  const auto owner = scheduler_.timers->schedule(kNever, [owned = std::move(other)] { owned->cancel(); });
+
+  owner->cancel();
+
+  EXPECT_TRUE(watched.expired());
+}
+
+TEST_P(QuillonTimerSchedulingContract, ATimerWithoutAFunctionIsRefused) {
+  EXPECT_THROW((void)scheduler_.timers->schedule(0, nullptr), std::invalid_argument);
+  const auto next = schedule(0, "next");
+  letTimePass();
+
+  EXPECT_EQ(ran_.pop(), "next");
 }
 
 TEST_P(QuillonTimerSchedulingContract, ATimerMayOutliveItsScheduler) {

@@ -27,6 +27,8 @@ BusPeer::BusPeer(FileDescriptor socket, Role role) {
   bus_.reset(bus);
   require(sd_bus_set_fd(bus, socket.get(), socket.get()), "sd_bus_set_fd");
   (void)socket.release();
+  // As the launcher's service: no message carries any.
+  require(sd_bus_negotiate_fds(bus, role == Role::client ? 1 : 0), "sd_bus_negotiate_fds");
   if (role == Role::server) {
     sd_id128_t identifier{};
     require(sd_id128_randomize(&identifier), "sd_id128_randomize");
@@ -62,14 +64,21 @@ BusPeer::Message BusPeer::makeReturn(const Message& call) {
   return owned(message);
 }
 
-bool BusPeer::trySend(const Message& message) const {
+int BusPeer::resultOfSending(const Message& message) const {
   // With a cookie to fill, the message expects a reply where its kind can.
   std::uint64_t cookie = 0;
-  return sd_bus_send(bus_.get(), message.get(), &cookie) >= 0;
+  return sd_bus_send(bus_.get(), message.get(), &cookie);
+}
+
+bool BusPeer::trySend(const Message& message) const {
+  const int result = resultOfSending(message);
+  if (result == -ECONNRESET || result == -ENOTCONN) return false;
+  require(result, "send");
+  return true;
 }
 
 void BusPeer::send(const Message& message) const {
-  require(trySend(message) ? 0 : -EPIPE, "send");
+  require(resultOfSending(message), "send");
 }
 
 BusPeer::Message BusPeer::receive() const {

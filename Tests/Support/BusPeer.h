@@ -31,13 +31,16 @@ class BusPeer {
 
   /// The same as send(); false when the other end is gone.
   [[nodiscard]] bool trySend(const Message& message) const;
-  /// Sends what has been put together; as much as the socket takes.
+  /// Sends what has been put together; as much as the socket takes. Throws std::system_error for what went wrong.
   void send(const Message& message) const;
   /// What the other end sends next, waited for; null when it is gone.
   [[nodiscard]] Message receive() const;
   void close();
 
  private:
+  /// 0 or more, or a negative errno value.
+  [[nodiscard]] int resultOfSending(const Message& message) const;
+
   struct BusDeleter {
     void operator()(sd_bus* bus) const noexcept { sd_bus_close_unref(bus); }
   };

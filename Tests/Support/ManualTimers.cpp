@@ -3,6 +3,7 @@
 #include <limits>
 #include <map>
 #include <mutex>
+#include <stdexcept>
 #include <utility>
 
 namespace quillon::testing {
@@ -42,9 +43,12 @@ class ManualTimers::Schedule {
     const std::uint64_t end = timeAfter(nanoseconds);
     while (!functions_.empty() && functions_.begin()->first.first <= end) {
       now_ = functions_.begin()->first.first;
-      const auto due = functions_.extract(functions_.begin());
-      guard.unlock();
-      due.mapped()();
+      {
+        // Destroyed without the lock: what the function holds may call back.
+        const auto due = functions_.extract(functions_.begin());
+        guard.unlock();
+        due.mapped()();
+      }
       guard.lock();
     }
     now_ = end;
@@ -103,6 +107,7 @@ ManualTimers::~ManualTimers() {
 }
 
 std::unique_ptr<QuillonTimer> ManualTimers::schedule(std::uint64_t nanoseconds, std::function<void()> function) {
+  if (!function) throw std::invalid_argument("a timer without a function");
   auto timer = std::make_unique<Timer>(schedule_, schedule_->add(nanoseconds, std::move(function)));
   if (const auto afterScheduling = schedule_->afterScheduling()) afterScheduling();
   return timer;

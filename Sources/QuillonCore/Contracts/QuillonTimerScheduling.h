@@ -25,7 +25,7 @@ class QuillonTimerScheduling {
   /// first. More time than the clock has left is the end of the clock. Functions run one after the other in the order
   /// of their times, equal times in the order of scheduling, and never within a call of this port; each must be short
   /// and must not throw. A function that has run or was cancelled is destroyed. From any thread. A timer may outlive
-  /// what scheduled it, and then never runs.
+  /// what scheduled it, and then never runs. Throws std::invalid_argument for an empty function.
   [[nodiscard]] virtual std::unique_ptr<QuillonTimer> schedule(std::uint64_t nanoseconds,
                                                                std::function<void()> function) = 0;
 };

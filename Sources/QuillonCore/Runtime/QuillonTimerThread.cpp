@@ -6,6 +6,7 @@
 #include <limits>
 #include <map>
 #include <mutex>
+#include <stdexcept>
 #include <utility>
 
 namespace quillon {
@@ -101,6 +102,8 @@ QuillonTimerThread::~QuillonTimerThread() {
 }
 
 std::unique_ptr<QuillonTimer> QuillonTimerThread::schedule(std::uint64_t nanoseconds, std::function<void()> function) {
+  // To the thread, an empty function is the end.
+  if (!function) throw std::invalid_argument("a timer without a function");
   return std::make_unique<Timer>(schedule_, schedule_->add(timeAfter(nanoseconds), std::move(function)));
 }
 

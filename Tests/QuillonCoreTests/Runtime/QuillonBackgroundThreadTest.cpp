@@ -1,8 +1,8 @@
 #include <gtest/gtest.h>
 
-#include <atomic>
 #include <memory>
 #include <optional>
+#include <string>
 #include <thread>
 
 #include "QuillonCore/Runtime/QuillonBackgroundThread.h"
@@ -12,15 +12,26 @@ namespace quillon {
 namespace {
 
 TEST(QuillonBackgroundThreadTest, LettingItGoWaitsForItsEnd) {
-  std::atomic<bool> didEnd = false;
-  std::optional<QuillonBackgroundThread> thread(std::in_place, [&didEnd] {
+  testing::BlockingQueue<bool> isLettingGo;
+  testing::BlockingQueue<bool> isReleased;
+  testing::BlockingQueue<std::string> order;
+  std::optional<QuillonBackgroundThread> thread(std::in_place, [&] {
+    isReleased.pop();
+    order.push("the thread ends");
+  });
+  const std::jthread releasing([&] {
+    isLettingGo.pop();
+    // The thread that lets go has every chance to get past it.
     for (int i = 0; i < 1000; ++i) std::this_thread::yield();
-    didEnd = true;
+    isReleased.push(true);
   });
 
+  isLettingGo.push(true);
   thread.reset();
+  order.push("let go");
 
-  EXPECT_TRUE(didEnd);
+  EXPECT_EQ(order.pop(), "the thread ends");
+  EXPECT_EQ(order.pop(), "let go");
 }
 
 TEST(QuillonBackgroundThreadTest, OnItsOwnThreadItGoesOnAlone) {

@@ -1,10 +1,13 @@
 #include <gtest/gtest.h>
 
+#include <array>
 #include <atomic>
 #include <latch>
 #include <limits>
 #include <memory>
+#include <string>
 #include <thread>
+#include <utility>
 #include <vector>
 
 #include "QuillonCore/Runtime/QuillonTimerThread.h"
@@ -57,43 +60,70 @@ TEST(QuillonTimerThreadTest, AFunctionMayLetTheLastOwnerGo) {
 
 TEST(QuillonTimerThreadTest, DestroyingItWaitsForAFunctionThatRuns) {
   BlockingQueue<bool> isRunning;
-  std::atomic<bool> didReturn = false;
+  BlockingQueue<bool> isLettingGo;
+  BlockingQueue<bool> isReleased;
+  BlockingQueue<std::string> order;
   auto timers = std::make_unique<QuillonTimerThread>();
   const auto timer = timers->schedule(0, [&] {
     isRunning.push(true);
-    // Other threads have every chance to get on meanwhile.
+    isReleased.pop();
+    order.push("the function returns");
+  });
+  const std::jthread releasing([&] {
+    isLettingGo.pop();
+    // The thread that lets go has every chance to get past it.
     for (int i = 0; i < 1000; ++i) std::this_thread::yield();
-    didReturn = true;
+    isReleased.push(true);
   });
 
   isRunning.pop();
+  isLettingGo.push(true);
   timers.reset();
+  order.push("let go");
 
-  EXPECT_TRUE(didReturn);
+  EXPECT_EQ(order.pop(), "the function returns");
+  EXPECT_EQ(order.pop(), "let go");
 }
 
 TEST(QuillonTimerThreadTest, ManyThreadsMayScheduleAndCancelAtOnce) {
-  constexpr int kThreads = 4;
-  constexpr int kTimers = 200;
-  std::atomic<int> runs = 0;
+  constexpr std::size_t kThreads = 4;
+  constexpr std::size_t kTimers = 200;
+  std::vector<std::atomic<int>> runs(kThreads * kTimers);
+  std::array<std::vector<std::unique_ptr<QuillonTimer>>, kThreads> kept;
+  BlockingQueue<bool> keptRuns;
   auto timers = std::make_unique<QuillonTimerThread>();
   std::latch start(kThreads);
   std::vector<std::jthread> threads;
   threads.reserve(kThreads);
-  for (int i = 0; i < kThreads; ++i) {
-    threads.emplace_back([&] {
+  for (std::size_t i = 0; i < kThreads; ++i) {
+    threads.emplace_back([&, i] {
       start.arrive_and_wait();
-      for (int count = 0; count < kTimers; ++count) {
-        auto timer = timers->schedule(static_cast<std::uint64_t>(count % 3), [&] { ++runs; });
-        if (count % 2 == 0) std::this_thread::yield();
-        timer->cancel();
+      for (std::size_t count = 0; count < kTimers; ++count) {
+        const bool isKept = count % 2 == 0;
+        auto timer = timers->schedule(count % 3, [&runs, &keptRuns, number = i * kTimers + count, isKept] {
+          ++runs[number];
+          if (isKept) keptRuns.push(true);
+        });
+        if (isKept) {
+          kept[i].push_back(std::move(timer));
+        } else {
+          timer->cancel();
+        }
       }
     });
   }
+  for (std::size_t count = 0; count < kThreads * kTimers / 2; ++count) keptRuns.pop();
   threads.clear();
   timers.reset();
 
-  EXPECT_LE(runs, kThreads * kTimers);
+  EXPECT_TRUE(keptRuns.isEmpty());
+  for (std::size_t number = 0; number < runs.size(); ++number) {
+    // One that was cancelled may have had its turn before.
+    EXPECT_LE(runs[number], 1);
+    if (number % 2 == 0) {
+      EXPECT_EQ(runs[number], 1);
+    }
+  }
 }
 
 }  // namespace

@@ -81,6 +81,7 @@ VeskAppBundleReplacementLaunchResult VeskAppBundleXPCUpdateHelperLauncher::launc
       std::make_shared<Launch>(preAuthorizationTimeoutNanoseconds_, postAuthorizationTimeoutNanoseconds_, timers_);
   const auto connection = connectionFactory_->make(
       serviceName_, [launch](const QuillonSystemError& error) { launch->finish(connectionFailure(error)); },
+      // A copy of the handler: an event may still be on its way when the launch returns.
       [launch, progressHandler](const Progress& progress) {
         // The watchdog first: the caller's handler takes the time it takes.
         launch->didProgress(progress);
@@ -96,7 +97,7 @@ VeskAppBundleReplacementLaunchResult VeskAppBundleXPCUpdateHelperLauncher::launc
       VeskAppBundleXPCReplacementMessage{request}.propertyList(), [launch] { launch->didSubmitRequest(); },
       [launch](const Result& result) { launch->finish(result); });
   if (!didSend) launch->finish(Result::helperUnavailable());
-  // Destroying the connection, on return, waits for a progress handler that runs.
+  // A connection whose last owner is this one waits, on return, for a progress handler that runs.
   return launch->outcome();
 }
 

@@ -12,7 +12,8 @@ namespace quillon {
 
 /// Has the host's launcher service start the installer.
 ///
-/// Progress is reported on a thread of the connection, one event at a time, and not after the launch has returned.
+/// Progress is reported on a thread of the connection, one event at a time, to a copy of the handler. Connections that
+/// wait for their callbacks when they are let go report none after the launch has returned.
 class VeskAppBundleXPCUpdateHelperLauncher final : public VeskAppBundleUpdateHelperLaunching {
  public:
   /// Timeouts in nanoseconds, for the time before and the time after the administrator dialog; 0 is no limit.

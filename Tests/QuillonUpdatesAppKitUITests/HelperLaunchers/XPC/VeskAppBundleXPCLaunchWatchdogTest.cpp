@@ -106,6 +106,13 @@ TEST_F(VeskAppBundleXPCLaunchWatchdogTest, CancelledItCannotBeArmedAgain) {
   EXPECT_EQ(timers_->scheduledCount(), 1U);
 }
 
+TEST_F(VeskAppBundleXPCLaunchWatchdogTest, CancelledWithoutATimerItCannotBeArmedAgain) {
+  watchdog_->cancel();
+  arm(10);
+
+  EXPECT_EQ(timers_->scheduledCount(), 0U);
+}
+
 TEST_F(VeskAppBundleXPCLaunchWatchdogTest, AfterATimeoutItCannotBeArmedAgain) {
   arm(10);
   timers_->advance(10);
@@ -148,6 +155,28 @@ TEST_F(VeskAppBundleXPCLaunchWatchdogTest, ATimerThatIsCancelledInItsTurnDoesNot
   turn();
 
   EXPECT_THAT(timeouts_, IsEmpty());
+}
+
+TEST_F(VeskAppBundleXPCLaunchWatchdogTest, ATimerWhosePauseIsFollowedByACancellationDoesNothing) {
+  arm(10);
+  const auto turn = timers_->takeNext();
+  watchdog_->pause();
+  watchdog_->cancel();
+
+  turn();
+
+  EXPECT_THAT(timeouts_, IsEmpty());
+}
+
+TEST_F(VeskAppBundleXPCLaunchWatchdogTest, AnOlderTimerDoesNothingOnceTheLatestHasRunOut) {
+  arm(10, Phase::preAuthorization);
+  const auto older = timers_->takeNext();
+  arm(20, Phase::postAuthorization);
+  timers_->takeNext()();
+
+  older();
+
+  EXPECT_THAT(timeouts_, ElementsAre(Phase::postAuthorization));
 }
 
 TEST_F(VeskAppBundleXPCLaunchWatchdogTest, ATimerThatIsReplacedInItsTurnDoesNothing) {

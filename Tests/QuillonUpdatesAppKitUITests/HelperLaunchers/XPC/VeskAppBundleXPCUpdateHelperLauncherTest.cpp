@@ -133,6 +133,22 @@ TEST_F(VeskAppBundleXPCUpdateHelperLauncherTest, ProgressIsPassedOnInItsOrder) {
                                      "authorizationEnded", "jobSubmitted"));
 }
 
+TEST_F(VeskAppBundleXPCUpdateHelperLauncherTest, AnEventThatIsLateFindsTheHandlerItWasMeantFor) {
+  whenSubmitted([](const Connection::Reply& reply) { reply(Result::launched()); });
+  std::vector<std::string> late;
+  VeskAppBundleXPCUpdateHelperLauncher launcher(factory_, "service", kBefore, kAfter, timers_);
+  {
+    const VeskAppBundleInstallerLaunchProgressHandler handler = [&late](const Progress& progress) {
+      late.emplace_back(progress.caseName());
+    };
+    EXPECT_EQ(launcher.launchReplacement(request(), handler), Result::launched());
+  }
+
+  factory_->progressHandler(Progress::jobSubmitted());
+
+  EXPECT_THAT(late, ElementsAre("jobSubmitted"));
+}
+
 TEST_F(VeskAppBundleXPCUpdateHelperLauncherTest, TheTimeBeforeTheDialogIsLimited) {
   whenSubmitted([this](const Connection::Reply& /*reply*/) {
     factory_->progressHandler(Progress::handoffStarted());
@@ -231,6 +247,37 @@ TEST_F(VeskAppBundleXPCUpdateHelperLauncherTest, AnInvalidationAfterTheReplyChan
   factory_->errorHandler(installerLauncherServiceConnectionInvalidated());
 }
 
+TEST_F(VeskAppBundleXPCUpdateHelperLauncherTest, AReplyAfterAnErrorChangesNothing) {
+  whenSubmitted([this](const Connection::Reply& reply) {
+    factory_->errorHandler(installerLauncherServiceConnectionInterrupted());
+    reply(Result::launched());
+  });
+
+  EXPECT_EQ(launch().caseName(), "protocolFailure");
+  EXPECT_THAT(factory_->connection->calls(), ElementsAre("resume", "launchReplacement", "invalidate"));
+}
+
+TEST_F(VeskAppBundleXPCUpdateHelperLauncherTest, AnErrorAfterATimeoutChangesNothing) {
+  whenSubmitted([this](const Connection::Reply& /*reply*/) {
+    timers_->advance(kBefore);
+    factory_->errorHandler(installerLauncherServiceConnectionInterrupted());
+  });
+
+  EXPECT_EQ(launch(), Result::timedOut(Phase::preAuthorization));
+  EXPECT_THAT(factory_->connection->calls(), ElementsAre("resume", "launchReplacement", "invalidate"));
+}
+
+TEST_F(VeskAppBundleXPCUpdateHelperLauncherTest, ATimersTurnAfterAnErrorChangesNothing) {
+  whenSubmitted([this](const Connection::Reply& /*reply*/) {
+    const auto turn = timers_->takeNext();
+    factory_->errorHandler(installerLauncherServiceConnectionInterrupted());
+    turn();
+  });
+
+  EXPECT_EQ(launch().caseName(), "protocolFailure");
+  EXPECT_THAT(factory_->connection->calls(), ElementsAre("resume", "launchReplacement", "invalidate"));
+}
+
 TEST_F(VeskAppBundleXPCUpdateHelperLauncherTest, TheOutcomeCancelsTheTimer) {
   whenSubmitted([](const Connection::Reply& reply) { reply(Result::launched()); });
 
@@ -282,7 +329,9 @@ TEST_F(VeskAppBundleXPCUpdateHelperLauncherTest, OneResultWhicheverComesFirstUnd
     };
     VeskAppBundleXPCUpdateHelperLauncher launcher(factory, "service", round % 2 == 0 ? 1 : kLongDialog, 1, timers);
 
-    const Result result = launcher.launchReplacement(request(), [](const Progress& /*progress*/) {});
+    // The third thread may outlive the launch: it calls the launcher's copy.
+    const VeskAppBundleInstallerLaunchProgressHandler passOver = [](const Progress& /*progress*/) {};
+    const Result result = launcher.launchReplacement(request(), passOver);
 
     threads.clear();
     EXPECT_THAT(result.caseName(), ::testing::AnyOf("launched", "protocolFailure", "timedOut"));

@@ -42,9 +42,9 @@ sd_bus* makeBus(FileDescriptor socket, LauncherBusEnd end) {
   (void)socket.release();
   require(sd_bus_set_bus_client(bus, 0));
   require(sd_bus_set_anonymous(bus, 0));
-  // No message carries descriptors, and the service refuses them. The host asks all the same: a client that does not
-  // ask runs into an assertion of sd-bus 252, which ends the process, when a hostile server answers with a line too
-  // many.
+  // No message carries descriptors, and the service refuses to. The host asks all the same: a client that does not ask
+  // runs into an assertion of sd-bus 252, which ends the process, when a hostile server answers with a line too many.
+  // With one that agrees there is no conversation; step() sees to that.
   require(sd_bus_negotiate_fds(bus, end == LauncherBusEnd::host ? 1 : 0));
   if (end == LauncherBusEnd::service) {
     sd_id128_t identifier{};
@@ -147,7 +147,7 @@ std::optional<LauncherBusMessage> LauncherBusChannel::next() {
       if (!isCongested() || (std::exchange(found, short{0}) & ~POLLIN) != 0) {
         Step step = this->step();
         if (step.message) return std::move(step.message);
-        if (sd_bus_is_open(bus_.get()) <= 0 || didFail_) break;
+        if (isOver()) break;
         if (step.didProgress) continue;
       }
       events = wantedEvents();
@@ -166,12 +166,29 @@ LauncherBusEnding LauncherBusChannel::ending() const noexcept {
   return didConnect_ && !didFail_ ? LauncherBusEnding::otherEndGone : LauncherBusEnding::broken;
 }
 
+bool LauncherBusChannel::didEndByItself() const noexcept {
+  const std::lock_guard guard(lock_);
+  return !isClosed_ && isOver();
+}
+
+int LauncherBusChannel::longestWaitMilliseconds() const noexcept {
+  const std::lock_guard guard(lock_);
+  return waitMilliseconds();
+}
+
 void LauncherBusChannel::waitWhileHeld() {
   std::unique_lock guard(holdLock_);
   holdChanged_.wait(guard, [this] { return holdCount_ == 0 || isClosed_; });
 }
 
+bool LauncherBusChannel::isOver() const noexcept {
+  return didFail_ || sd_bus_is_open(bus_.get()) <= 0;
+}
+
 bool LauncherBusChannel::isCongested() const noexcept {
+  // Until the handshake is over everything waits, and room in the socket changes nothing. On a bus that is over nothing
+  // waits for room any more.
+  if (!didConnect_ || isOver()) return false;
   std::uint64_t count = 0;
   return sd_bus_get_n_queued_write(bus_.get(), &count) >= 0 && count > kLargestQueue;
 }
@@ -181,7 +198,12 @@ LauncherBusChannel::Step LauncherBusChannel::step() {
   const int result = sd_bus_process(bus_.get(), &message);
   const Message owner(message);
   if (result < 0) didFail_ = true;
-  if (sd_bus_is_ready(bus_.get()) > 0) didConnect_ = true;
+  // The step that ends the handshake reads no message, so that no descriptor has been received when this is found out:
+  // sd-bus would keep those of a message that is never completed.
+  if (sd_bus_is_ready(bus_.get()) > 0 && !std::exchange(didConnect_, true) &&
+      sd_bus_can_send(bus_.get(), SD_BUS_TYPE_UNIX_FD) > 0) {
+    didFail_ = true;
+  }
   return {.didProgress = result > 0, .message = message == nullptr ? std::nullopt : interpreted(message)};
 }
 
@@ -218,11 +240,13 @@ std::optional<LauncherBusMessage> LauncherBusChannel::interpretedCall(sd_bus_mes
 }
 
 bool LauncherBusChannel::send(sd_bus_message* message, std::uint64_t* cookie) {
-  if (isClosed_ || sd_bus_send(bus_.get(), message, cookie) < 0) return false;
-  // The reader waits for what arrives; from here on also for room to write.
+  if (isClosed_) return false;
+  const bool didSend = sd_bus_send(bus_.get(), message, cookie) >= 0;
+  // The reader waits for what arrives; from here on also for room to write. Or it finds the bus closed, of which the
+  // socket says nothing when the other end only stopped to receive.
   std::uint64_t waiting = 0;
-  if (sd_bus_get_n_queued_write(bus_.get(), &waiting) >= 0 && waiting > 0) wake();
-  return true;
+  if (isOver() || (sd_bus_get_n_queued_write(bus_.get(), &waiting) >= 0 && waiting > 0)) wake();
+  return didSend;
 }
 
 short LauncherBusChannel::wantedEvents() const noexcept {
@@ -232,6 +256,8 @@ short LauncherBusChannel::wantedEvents() const noexcept {
 
 int LauncherBusChannel::waitMilliseconds() const noexcept {
   using std::chrono::microseconds;
+  // sd-bus gives the handshake 90 seconds. How long a host waits for its service is for the launch to say.
+  if (end_ == LauncherBusEnd::host && !didConnect_) return -1;
   constexpr std::uint64_t kForever = std::numeric_limits<std::uint64_t>::max();
   std::uint64_t end = kForever;
   if (sd_bus_get_timeout(bus_.get(), &end) < 0 || end == kForever) return -1;

@@ -53,7 +53,8 @@ enum class LauncherBusEnding : std::uint8_t {
 /// sd-bus objects belong to one thread at a time. All calls on them are made under one lock, which is never held while
 /// waiting, so that a message leaves on the thread that sends it and no other thread has to be woken. A host is sent no
 /// requests and a service neither answers nor events; what arrives against this, or is no message of the launcher, is
-/// refused or passed over. A channel whose other end does not read what was written to it reads no further.
+/// refused or passed over. A channel whose other end does not read what was written to it reads no further. No message
+/// carries descriptors; a conversation whose other end wants to send some is over.
 class LauncherBusChannel {
  public:
   /// Throws QuillonSystemError for what is no connected socket.
@@ -62,8 +63,8 @@ class LauncherBusChannel {
   LauncherBusChannel(const LauncherBusChannel&) = delete;
   LauncherBusChannel& operator=(const LauncherBusChannel&) = delete;
 
-  /// Keeps next() from doing anything while it lives: no message is taken up, and what the socket did not take at once
-  /// goes on its way afterwards. To be short. For any thread.
+  /// Keeps next() from doing anything while it lives, but for one message that is being taken already: no further one
+  /// is taken up, and what the socket did not take at once goes on its way afterwards. To be short. For any thread.
   class Hold {
    public:
     explicit Hold(LauncherBusChannel& channel);
@@ -84,14 +85,19 @@ class LauncherBusChannel {
   bool reply(std::uint64_t callIdentifier, const QuillonPropertyListValue::Dictionary& reply);
   /// Sends an event. False when it cannot be sent.
   bool reportProgress(const QuillonPropertyListValue::Dictionary& progress);
-  /// Ends the conversation: the other end finds the socket closed, and next() returns. What was written arrives.
+  /// Ends the conversation: the other end finds the socket closed, and next() returns. What the socket took by then
+  /// arrives; what still waits for room in it, or for the handshake, does not.
   void close() noexcept;
+  /// Whether the conversation has ended without close(); next() returns soon.
+  [[nodiscard]] bool didEndByItself() const noexcept;
 
   // For one thread.
 
   /// Waits for a message. Absent when there will be none; then ending() says why.
   [[nodiscard]] std::optional<LauncherBusMessage> next();
   [[nodiscard]] LauncherBusEnding ending() const noexcept;
+  /// How long next() would wait for the socket; -1 without limit.
+  [[nodiscard]] int longestWaitMilliseconds() const noexcept;
 
  private:
   struct MessageDeleter {
@@ -108,6 +114,7 @@ class LauncherBusChannel {
   };
 
   // Called with lock_ held.
+  [[nodiscard]] bool isOver() const noexcept;
   [[nodiscard]] bool isCongested() const noexcept;
   [[nodiscard]] Step step();
   [[nodiscard]] std::optional<LauncherBusMessage> interpreted(sd_bus_message* message);

@@ -10,6 +10,11 @@
 namespace quillon {
 
 // A dictionary on the bus, "a{sv}". Flat, as the messages of the launcher are: texts, Booleans, integers and reals.
+//
+// The limits here are of what is sent and of what is handed on. Either end can make the other one hold more: sd-bus
+// receives a message whole before it can be read, up to D-Bus's own limit of 128 MiB (D-Bus specification, "Message
+// Format"), in memory that grows with what has arrived. The limit cannot be set, and the socket cannot be looked at
+// beforehand: how much of the next message sd-bus has read already is known to it alone.
 
 /// D-Bus signature of a dictionary.
 inline constexpr const char* kLauncherBusDictionarySignature = "a{sv}";

@@ -1,5 +1,6 @@
 #include "QuillonUpdatesAppKitUI/HelperLaunchers/XPC/Linux/VeskAppBundleBusInstallerLauncherServiceConnection.h"
 
+#include <algorithm>
 #include <cstdint>
 #include <exception>
 #include <map>
@@ -8,6 +9,7 @@
 #include <variant>
 
 #include "QuillonUpdatesAppKitUI/HelperLaunchers/XPC/Linux/LauncherBusChannel.h"
+#include "QuillonUpdatesAppKitUI/HelperLaunchers/XPC/Linux/LauncherBusDictionary.h"
 #include "QuillonUpdatesAppKitUI/HelperLaunchers/XPC/VeskAppBundleInstallerLauncherProgressReceiver.h"
 #include "QuillonUpdatesAppKitUI/HelperLaunchers/XPC/VeskAppBundleInstallerLauncherServiceConnectionError.h"
 #include "QuillonUpdatesAppKitUI/HelperLaunchers/XPC/VeskAppBundleXPCReplacementResult.h"
@@ -30,20 +32,14 @@ class VeskAppBundleBusInstallerLauncherServiceConnection::Conversation {
     // Nothing that the service answers is taken up before the request is known here and to the caller.
     const LauncherBusChannel::Hold hold(channel_);
     const auto identifier = channel_.call(message);
-    if (!identifier || !keep(*identifier, std::move(reply))) return false;
-    didSubmitRequest();
-    return true;
+    if (identifier && keep(*identifier, std::move(reply))) {
+      didSubmitRequest();
+      return true;
+    }
+    return fitsLauncherBus(message) && didFail();
   }
 
-  void invalidate() noexcept {
-    std::map<std::uint64_t, Reply> dropped;
-    {
-      const std::lock_guard guard(lock_);
-      didEnd_ = true;
-      dropped.swap(replies_);
-    }
-    channel_.close();
-  }
+  void invalidate() noexcept { (void)end(State::invalidated); }
 
   /// Receives until the conversation ends.
   void serve() {
@@ -57,22 +53,41 @@ class VeskAppBundleBusInstallerLauncherServiceConnection::Conversation {
 
   /// Reports the end, unless it has been reported or the connection invalidated.
   void fail(const QuillonSystemError& error) {
-    if (didEnd()) return;
-    invalidate();
-    errorHandler_(error);
+    if (end(State::failed)) errorHandler_(error);
   }
 
  private:
+  /// In the order in which one follows the other.
+  enum class State : std::uint8_t { open, failed, invalidated };
+
+  /// Whether the conversation was open until this.
+  bool end(State state) noexcept {
+    // Destroyed last: what the callbacks hold may be the connection's last owner.
+    std::map<std::uint64_t, Reply> dropped;
+    bool wasOpen = false;
+    {
+      const std::lock_guard guard(lock_);
+      wasOpen = state_ == State::open;
+      state_ = std::max(state_, state);
+      dropped.swap(replies_);
+    }
+    channel_.close();
+    return wasOpen;
+  }
+
   /// Keeps the reply's callback. False when the connection has ended meanwhile.
   bool keep(std::uint64_t identifier, Reply reply) {
     const std::lock_guard guard(lock_);
-    if (!didEnd_) replies_.emplace(identifier, std::move(reply));
-    return !didEnd_;
+    if (state_ != State::open) return false;
+    replies_.emplace(identifier, std::move(reply));
+    return true;
   }
 
-  [[nodiscard]] bool didEnd() {
+  /// Whether there is an error that the error handler has heard of or is going to.
+  [[nodiscard]] bool didFail() {
+    const bool isGoingToFail = channel_.didEndByItself();
     const std::lock_guard guard(lock_);
-    return didEnd_;
+    return state_ == State::failed || (state_ == State::open && isGoingToFail);
   }
 
   void deliver(const LauncherBusReply& message) {
@@ -85,16 +100,14 @@ class VeskAppBundleBusInstallerLauncherServiceConnection::Conversation {
     if (reply) reply.mapped()(replacementLaunchResult(message.reply));
   }
 
-  void deliver(const LauncherBusProgress& message) {
-    if (!didEnd()) progressReceiver_.reportProgress(message.progress);
-  }
+  void deliver(const LauncherBusProgress& message) { progressReceiver_.reportProgress(message.progress); }
 
   LauncherBusChannel channel_;
   const ErrorHandler errorHandler_;
   VeskAppBundleInstallerLauncherProgressReceiver progressReceiver_;
   std::mutex lock_;
   std::map<std::uint64_t, Reply> replies_;  // of requests without reply; guarded by lock_
-  bool didEnd_ = false;                     // guarded by lock_
+  State state_ = State::open;               // guarded by lock_
 };
 
 VeskAppBundleBusInstallerLauncherServiceConnection::VeskAppBundleBusInstallerLauncherServiceConnection(
@@ -107,21 +120,27 @@ VeskAppBundleBusInstallerLauncherServiceConnection::~VeskAppBundleBusInstallerLa
 }
 
 void VeskAppBundleBusInstallerLauncherServiceConnection::resume() noexcept {
+  // A callback may let this connection's last owner go.
+  const auto conversation = conversation_;
   try {
-    thread_ = std::make_unique<QuillonBackgroundThread>([conversation = conversation_] { conversation->serve(); });
+    thread_ = std::make_unique<QuillonBackgroundThread>([conversation] { conversation->serve(); });
   } catch (const std::exception&) {
     // Without a thread nothing will ever arrive.
-    conversation_->fail(installerLauncherServiceConnectionInvalidated());
+    conversation->fail(installerLauncherServiceConnectionInvalidated());
   }
 }
 
 bool VeskAppBundleBusInstallerLauncherServiceConnection::launchReplacement(
     const Dictionary& message, const std::function<void()>& didSubmitRequest, Reply reply) noexcept {
-  return conversation_->launch(message, didSubmitRequest, std::move(reply));
+  // A callback may let this connection's last owner go.
+  const auto conversation = conversation_;
+  return conversation->launch(message, didSubmitRequest, std::move(reply));
 }
 
 void VeskAppBundleBusInstallerLauncherServiceConnection::invalidate() noexcept {
-  conversation_->invalidate();
+  // What the dropped callbacks hold may be this connection's last owner.
+  const auto conversation = conversation_;
+  conversation->invalidate();
 }
 
 }  // namespace quillon

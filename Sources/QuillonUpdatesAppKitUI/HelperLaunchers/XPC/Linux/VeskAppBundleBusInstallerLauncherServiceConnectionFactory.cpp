@@ -57,9 +57,12 @@ VeskAppBundleBusInstallerLauncherServiceConnectionFactory::make(
   if (!isSingleComponent(serviceName)) return nullptr;
   try {
     Ends ends = makeEnds();
-    startDetachedProcess(executablePath(hostBundleURL_, serviceName), {}, environmentForOwnPrivileges(), ends.service);
-    return std::make_shared<VeskAppBundleBusInstallerLauncherServiceConnection>(
+    // Before the service: what begins the handshake waits in the socket, so that one which ends at once cannot keep the
+    // connection from being made, and its end is an error of the connection like any other.
+    auto connection = std::make_shared<VeskAppBundleBusInstallerLauncherServiceConnection>(
         std::move(ends.host), std::move(errorHandler), std::move(progressHandler));
+    startDetachedProcess(executablePath(hostBundleURL_, serviceName), {}, environmentForOwnPrivileges(), ends.service);
+    return connection;
   } catch (const std::exception&) {
     // There is no service to talk to, for whatever reason: the answer says so.
     return nullptr;

@@ -11,13 +11,16 @@
 #include "QuillonCore/Values/QuillonError.h"
 #include "QuillonUpdatesAppKitUI/HelperLaunchers/XPC/Linux/LauncherBusChannel.h"
 #include "Support/BlockingQueue.h"
+#include "Support/BusPeer.h"
 #include "Support/SocketPair.h"
+#include "Support/ThreadState.h"
 
 namespace quillon {
 namespace {
 
 using Dictionary = QuillonPropertyListValue::Dictionary;
 using testing::BlockingQueue;
+using testing::BusPeer;
 
 const Dictionary kRequest = {{"kind", QuillonPropertyListValue("request")}};
 const Dictionary kReply = {{"kind", QuillonPropertyListValue("reply")}};
@@ -123,6 +126,124 @@ TEST(LauncherBusChannelEndTest, AnEndThatClosesWhileItIsWaitedForReturns) {
 
   EXPECT_EQ(channel.next(), std::nullopt);
   EXPECT_EQ(channel.ending(), LauncherBusEnding::closed);
+}
+
+TEST(LauncherBusChannelWaitTest, AHostWaitsForTheHandshakeAsLongAsItsLaunchLets) {
+  auto sockets = testing::makeSocketPair();
+  const LauncherBusChannel host(std::move(sockets.host), LauncherBusEnd::host);
+  const LauncherBusChannel service(std::move(sockets.service), LauncherBusEnd::service);
+
+  EXPECT_EQ(host.longestWaitMilliseconds(), -1);
+  EXPECT_GT(service.longestWaitMilliseconds(), 0);
+}
+
+TEST(LauncherBusChannelWaitTest, ManyRequestsBeforeTheHandshakeDoNotKeepTheHostBusy) {
+  constexpr int kRequests = 200;
+  auto sockets = testing::makeSocketPair();
+  LauncherBusChannel host(std::move(sockets.host), LauncherBusEnd::host);
+  for (int i = 0; i < kRequests; ++i) ASSERT_TRUE(host.call(kRequest));
+  BlockingQueue<pid_t> thread;
+  const std::jthread reading([&] {
+    thread.push(gettid());
+    EXPECT_EQ(host.next(), std::nullopt);
+  });
+
+  EXPECT_TRUE(testing::waitUntilAsleep(thread.pop()));
+
+  LauncherBusChannel service(std::move(sockets.service), LauncherBusEnd::service);
+  for (int i = 0; i < kRequests; ++i) EXPECT_TRUE(service.next());
+  host.close();
+}
+
+/// A host's channel, read by a thread that does not go on before the test says so.
+class LauncherBusChannelHoldTest : public ::testing::Test {
+ protected:
+  void SetUp() override {
+    thread_ = threads_.pop();
+    goOn_.push(true);
+    ASSERT_TRUE(service_.connect());
+    ASSERT_TRUE(testing::waitUntilAsleep(thread_));
+  }
+  void TearDown() override {
+    host_.close();
+    goOn_.push(true);
+  }
+
+  void read() {
+    threads_.push(gettid());
+    bool isThereMore = true;
+    while (isThereMore) {
+      goOn_.pop();
+      auto message = host_.next();
+      isThereMore = message.has_value();
+      messages_.push(std::move(message));
+    }
+  }
+
+  void sendEvent() const {
+    const auto event = service_.makeSignal();
+    testing::append(event, "a{sv}", 0);
+    service_.send(event);
+  }
+
+  /// Whether the reader waits and has brought nothing.
+  [[nodiscard]] bool isKeptWaiting() const { return testing::waitUntilAsleep(thread_) && messages_.isEmpty(); }
+
+  testing::SocketPair sockets_ = testing::makeSocketPair();
+  LauncherBusChannel host_{std::move(sockets_.host), LauncherBusEnd::host};
+  BusPeer service_{std::move(sockets_.service), BusPeer::Role::server};
+  BlockingQueue<std::optional<LauncherBusMessage>> messages_;
+  BlockingQueue<pid_t> threads_;
+  BlockingQueue<bool> goOn_;
+  pid_t thread_ = 0;
+  std::jthread reader_{[this] { read(); }};
+};
+
+TEST_F(LauncherBusChannelHoldTest, AMessageWaitsUntilTheChannelIsReleased) {
+  std::optional<LauncherBusChannel::Hold> hold(std::in_place, host_);
+  sendEvent();
+  EXPECT_TRUE(isKeptWaiting());
+
+  hold.reset();
+
+  EXPECT_TRUE(messages_.pop());
+}
+
+TEST_F(LauncherBusChannelHoldTest, ClosingEndsTheWaitOfAHeldChannel) {
+  const LauncherBusChannel::Hold hold(host_);
+  sendEvent();
+  EXPECT_TRUE(isKeptWaiting());
+
+  host_.close();
+
+  EXPECT_EQ(messages_.pop(), std::nullopt);
+  EXPECT_EQ(host_.ending(), LauncherBusEnding::closed);
+}
+
+TEST_F(LauncherBusChannelHoldTest, TheLastOfTwoHoldersReleasesTheChannel) {
+  std::optional<LauncherBusChannel::Hold> first(std::in_place, host_);
+  std::optional<LauncherBusChannel::Hold> second(std::in_place, host_);
+  sendEvent();
+  first.reset();
+  EXPECT_TRUE(isKeptWaiting());
+
+  second.reset();
+
+  EXPECT_TRUE(messages_.pop());
+}
+
+TEST_F(LauncherBusChannelHoldTest, AMessageThatWasTakenBeforeIsNotTakenBack) {
+  sendEvent();
+  sendEvent();
+  const auto first = messages_.pop();
+  std::optional<LauncherBusChannel::Hold> hold(std::in_place, host_);
+  goOn_.push(true);
+  EXPECT_TRUE(first);
+  EXPECT_TRUE(isKeptWaiting());
+
+  hold.reset();
+
+  EXPECT_TRUE(messages_.pop());
 }
 
 TEST(LauncherBusChannelEndTest, WhatIsNoSocketIsRefused) {

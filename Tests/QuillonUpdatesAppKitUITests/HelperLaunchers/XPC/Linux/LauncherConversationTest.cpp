@@ -5,6 +5,7 @@
 #include <sys/socket.h>
 #include <unistd.h>
 
+#include <cstdint>
 #include <functional>
 #include <memory>
 #include <string>
@@ -20,6 +21,7 @@
 #include "QuillonUpdatesAppKitUI/HelperLaunchers/XPC/VeskAppBundleXPCReplacementMessage.h"
 #include "QuillonUpdatesAppKitUI/HelperLaunchers/XPC/VeskAppBundleXPCReplacementResult.h"
 #include "QuillonUpdatesAppKitUI/HelperLaunchers/XPC/VeskAppBundleXPCUpdateHelperLauncher.h"
+#include "Support/BlockingQueue.h"
 #include "Support/BusPeer.h"
 #include "Support/SocketPair.h"
 
@@ -45,14 +47,68 @@ class SocketConnectionFactory final : public VeskAppBundleInstallerLauncherServi
       const std::string& /*serviceName*/, ErrorHandler errorHandler,
       VeskAppBundleInstallerLaunchProgressHandler progressHandler) noexcept override {
     auto sockets = testing::makeSocketPair();
-    thread_ = std::jthread(service_, std::move(sockets.service));
-    return std::make_shared<VeskAppBundleBusInstallerLauncherServiceConnection>(
+    auto connection = std::make_shared<VeskAppBundleBusInstallerLauncherServiceConnection>(
         std::move(sockets.host), std::move(errorHandler), std::move(progressHandler));
+    thread_ = std::jthread(service_, std::move(sockets.service));
+    return connection;
   }
 
  private:
   const Service service_;
   std::jthread thread_;
+};
+
+/// Connects a launch with a service that has ended, whose error is reported before or after the request is sent.
+class EndedServiceFactory final : public VeskAppBundleInstallerLauncherServiceConnectionMaking {
+ public:
+  enum class Order : std::uint8_t { errorFirst, requestFirst };
+
+  explicit EndedServiceFactory(Order order) : order_(order) {}
+
+  std::shared_ptr<VeskAppBundleInstallerLauncherServiceConnection> make(
+      const std::string& /*serviceName*/, ErrorHandler errorHandler,
+      VeskAppBundleInstallerLaunchProgressHandler progressHandler) noexcept override {
+    auto sockets = testing::makeSocketPair();
+    return std::make_shared<Connection>(order_, std::move(sockets.host), errorHandler, std::move(progressHandler));
+  }
+
+ private:
+  class Connection final : public VeskAppBundleInstallerLauncherServiceConnection {
+   public:
+    Connection(Order order, FileDescriptor socket, const ErrorHandler& errorHandler,
+               VeskAppBundleInstallerLaunchProgressHandler progressHandler)
+        : order_(order),
+          connection_(
+              std::move(socket),
+              [this, errorHandler](const QuillonSystemError& error) {
+                errorHandler(error);
+                isReported_.push(true);
+              },
+              std::move(progressHandler)) {}
+
+    void resume() noexcept override {
+      if (order_ == Order::errorFirst) report();
+    }
+    bool launchReplacement(const QuillonPropertyListValue::Dictionary& message,
+                           const std::function<void()>& didSubmitRequest, Reply reply) noexcept override {
+      const bool didSend = connection_.launchReplacement(message, didSubmitRequest, std::move(reply));
+      if (order_ == Order::requestFirst) report();
+      return didSend;
+    }
+    void invalidate() noexcept override { connection_.invalidate(); }
+
+   private:
+    void report() {
+      connection_.resume();
+      isReported_.pop();
+    }
+
+    const Order order_;
+    testing::BlockingQueue<bool> isReported_;
+    VeskAppBundleBusInstallerLauncherServiceConnection connection_;
+  };
+
+  const Order order_;
 };
 
 /// The events of a launch with a dialog.
@@ -92,8 +148,12 @@ class LauncherConversationTest : public ::testing::Test {
  protected:
   Result launch(SocketConnectionFactory::Service service, std::uint64_t before = kNoLimit,
                 std::uint64_t after = kNoLimit) {
-    VeskAppBundleXPCUpdateHelperLauncher launcher(std::make_shared<SocketConnectionFactory>(std::move(service)),
-                                                  "service", before, after, timers_);
+    return launch(std::make_shared<SocketConnectionFactory>(std::move(service)), before, after);
+  }
+
+  Result launch(std::shared_ptr<VeskAppBundleInstallerLauncherServiceConnectionMaking> factory,
+                std::uint64_t before = kNoLimit, std::uint64_t after = kNoLimit) {
+    VeskAppBundleXPCUpdateHelperLauncher launcher(std::move(factory), "service", before, after, timers_);
     return launcher.launchReplacement({.stagedApplicationURL = QuillonURL::fileURL("/staging/Example.app"),
                                        .installedApplicationURL = QuillonURL::fileURL("/Applications/Example.app"),
                                        .helperExecutableURL = std::nullopt,
@@ -208,6 +268,17 @@ TEST_F(LauncherConversationTest, AServiceThatIsNoneInvalidatesTheConnection) {
   });
 
   EXPECT_EQ(result, failure(installerLauncherServiceConnectionInvalidated()));
+}
+
+TEST_F(LauncherConversationTest, AServiceThatHasEndedIsAnErrorInEitherOrder) {
+  using Order = EndedServiceFactory::Order;
+  for (const Order order : {Order::errorFirst, Order::requestFirst}) {
+    SCOPED_TRACE(order == Order::errorFirst ? "error first" : "request first");
+
+    const auto result = launch(std::make_shared<EndedServiceFactory>(order));
+
+    EXPECT_EQ(result, failure(installerLauncherServiceConnectionInvalidated()));
+  }
 }
 
 TEST_F(LauncherConversationTest, AServiceThatAnswersTwiceIsHeardOnce) {

@@ -1,12 +1,16 @@
+#include <fcntl.h>
+#include <gmock/gmock.h>
 #include <gtest/gtest.h>
 #include <sys/wait.h>
 #include <unistd.h>
 
 #include <cerrno>
+#include <cstdlib>
 #include <filesystem>
 #include <sstream>
 #include <string>
 
+#include "QuillonCore/Runtime/Posix/FileDescriptor.h"
 #include "QuillonUpdatesAppKitUI/HelperLaunchers/XPC/Linux/VeskAppBundleBusInstallerLauncherServiceConnectionFactory.h"
 #include "Support/BlockingQueue.h"
 #include "Support/ReportFifo.h"
@@ -19,6 +23,11 @@ constexpr const char* kServiceName = "org.example.App.Quillon.UpdateInstallerLau
 
 class VeskAppBundleBusInstallerLauncherServiceConnectionFactoryTest : public ::testing::Test {
  protected:
+  void installProgram(const std::filesystem::path& program) const {
+    std::filesystem::create_directories(servicePath().parent_path());
+    std::filesystem::copy_file(program, servicePath());
+  }
+
   [[nodiscard]] std::filesystem::path servicePath() const {
     return folder_ / "Example.app/Contents/XPCServices" / (std::string(kServiceName) + ".xpc") /
            "Contents/MacOS/QuillonUpdateInstallerLauncherService";
@@ -43,15 +52,22 @@ class VeskAppBundleBusInstallerLauncherServiceConnectionFactoryTest : public ::t
 };
 
 TEST_F(VeskAppBundleBusInstallerLauncherServiceConnectionFactoryTest, TheServiceGetsTheSocketAndNothingElse) {
-  installService("{ readlink /proc/$$/fd/0 /proc/$$/fd/3; [ -e /proc/$$/fd/4 ] || echo nothing; } > " +
-                 report_.path().string());
+  // Inheritable, and so is what a program of root's must not get.
+  const FileDescriptor inheritable(fcntl(STDERR_FILENO, F_DUPFD, 57));
+  setenv("QUILLON_TEST_VARIABLE", "its value", 1);
+  installProgram(std::filesystem::path(QUILLON_TEST_PROGRAM_FOLDER) / "StartConditionsReporter");
 
   const auto connection = make();
-
   ASSERT_TRUE(connection);
   const std::string output = report_.read();
-  EXPECT_TRUE(output.starts_with("/dev/null\nsocket:[")) << output;
-  EXPECT_TRUE(output.ends_with("]\nnothing\n")) << output;
+
+  unsetenv("QUILLON_TEST_VARIABLE");
+  EXPECT_THAT(output, ::testing::MatchesRegex("0 /dev/null\n1 /dev/null\n2 /dev/null\n3 socket:.[0-9]+.\n[A-Z][^$]*"));
+  if (geteuid() == 0) {
+    EXPECT_THAT(output, ::testing::EndsWith("]\nPATH=/usr/bin:/bin\nLANG=C.UTF-8\n"));
+  } else {
+    EXPECT_THAT(output, ::testing::HasSubstr("\nQUILLON_TEST_VARIABLE=its value\n"));
+  }
 }
 
 TEST_F(VeskAppBundleBusInstallerLauncherServiceConnectionFactoryTest, TheServiceIsNoChildAndHasItsOwnSession) {
@@ -79,6 +95,9 @@ TEST_F(VeskAppBundleBusInstallerLauncherServiceConnectionFactoryTest, AServiceTh
   connection->resume();
 
   EXPECT_EQ(errors_.pop(), "The installer launcher XPC connection was invalidated.");
+  EXPECT_TRUE(connection->launchReplacement(
+      {}, [] {}, [](const auto& /*result*/) {}));
+  EXPECT_TRUE(errors_.isEmpty());
 }
 
 TEST_F(VeskAppBundleBusInstallerLauncherServiceConnectionFactoryTest, TheServiceHearsTheEndOfTheConnection) {

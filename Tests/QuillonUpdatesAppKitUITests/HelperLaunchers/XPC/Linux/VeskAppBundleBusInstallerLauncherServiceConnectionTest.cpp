@@ -1,10 +1,17 @@
+#include <fcntl.h>
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
+#include <pthread.h>
 #include <sys/socket.h>
 #include <unistd.h>
 
+#include <algorithm>
+#include <array>
 #include <atomic>
+#include <cstddef>
+#include <filesystem>
 #include <functional>
+#include <iterator>
 #include <latch>
 #include <memory>
 #include <optional>
@@ -22,6 +29,7 @@
 #include "Support/BlockingQueue.h"
 #include "Support/BusPeer.h"
 #include "Support/SocketPair.h"
+#include "Support/ThreadState.h"
 
 namespace quillon {
 namespace {
@@ -43,6 +51,29 @@ const Dictionary kMessage = {{"bundleIdentifier", QuillonPropertyListValue("org.
 std::string textOf(const Result& result) {
   const auto* const failure = std::get_if<Result::ProtocolFailure>(&result.value);
   return failure == nullptr ? std::string(result.caseName()) : failure->diagnostic.errorDescription.value_or("");
+}
+
+/// Sends `bytes` and, with them, a copy of the socket itself.
+bool sendWithDescriptor(const FileDescriptor& socket, std::string bytes) {
+  iovec part{.iov_base = bytes.data(), .iov_len = bytes.size()};
+  alignas(cmsghdr) std::array<unsigned char, CMSG_SPACE(sizeof(int))> control{};
+  msghdr message{};
+  message.msg_iov = &part;
+  message.msg_iovlen = 1;
+  message.msg_control = control.data();
+  message.msg_controllen = control.size();
+  cmsghdr* const attached = CMSG_FIRSTHDR(&message);
+  attached->cmsg_level = SOL_SOCKET;
+  attached->cmsg_type = SCM_RIGHTS;
+  attached->cmsg_len = CMSG_LEN(sizeof(int));
+  const int descriptor = socket.get();
+  std::copy_n(reinterpret_cast<const unsigned char*>(&descriptor), sizeof descriptor, CMSG_DATA(attached));
+  return sendmsg(socket.get(), &message, MSG_NOSIGNAL) == std::ssize(bytes);
+}
+
+std::ptrdiff_t openDescriptorCount() {
+  const std::filesystem::directory_iterator descriptors("/proc/self/fd");
+  return std::distance(begin(descriptors), end(descriptors));
 }
 
 /// A connection whose callbacks are written down in their order.
@@ -83,13 +114,14 @@ class VeskAppBundleBusInstallerLauncherServiceConnectionTest : public ::testing:
   static void reply(const BusPeer& service, const BusPeer::Message& call, const Result& result) {
     const auto message = BusPeer::makeReturn(call);
     ASSERT_GE(appendLauncherBusDictionary(message.get(), xpcDictionary(result, {})), 0);
-    service.send(message);
+    // To nobody, when the host has ended the conversation meanwhile.
+    (void)service.trySend(message);
   }
 
   static void report(const BusPeer& service, const Progress& progress) {
     const auto message = service.makeSignal();
     ASSERT_GE(appendLauncherBusDictionary(message.get(), xpcDictionary(progress)), 0);
-    service.send(message);
+    (void)service.trySend(message);
   }
 
   BlockingQueue<std::string> callbacks_;
@@ -241,8 +273,73 @@ TEST_F(VeskAppBundleBusInstallerLauncherServiceConnectionTest, AServiceThatEndsI
 
   EXPECT_EQ(callbacks_.pop(), "handoffStarted");
   EXPECT_EQ(callbacks_.pop(), kInterrupted);
-  EXPECT_FALSE(launch());
   connection_.reset();
+  EXPECT_TRUE(callbacks_.isEmpty());
+}
+
+TEST_F(VeskAppBundleBusInstallerLauncherServiceConnectionTest, ARequestAfterTheErrorHasHadItsError) {
+  makeConnection(std::move(sockets_.host));
+  sockets_.service.reset();
+  connection_->resume();
+  EXPECT_EQ(callbacks_.pop(), kInvalidated);
+
+  EXPECT_TRUE(launch());
+  connection_->invalidate();
+  EXPECT_FALSE(launch());
+
+  connection_.reset();
+  EXPECT_TRUE(callbacks_.isEmpty());
+}
+
+TEST_F(VeskAppBundleBusInstallerLauncherServiceConnectionTest, ARequestBeforeTheErrorIsReportedGetsThatError) {
+  makeConnection(std::move(sockets_.host));
+  const FileDescriptor other(fcntl(sockets_.service.get(), F_DUPFD_CLOEXEC, 0));
+  const BusPeer service(std::move(sockets_.service), BusPeer::Role::server);
+  (void)launchAndReceive(service);
+  BlockingQueue<bool> goOn;
+  whenCalled_ = [&goOn] { goOn.pop(); };
+  report(service, Progress::handoffStarted());
+  EXPECT_EQ(callbacks_.pop(), "handoffStarted");
+
+  // The thread that would report the error is busy.
+  shutdown(other.get(), SHUT_RD);
+  EXPECT_TRUE(launch());
+  EXPECT_TRUE(callbacks_.isEmpty());
+  goOn.push(true);
+
+  EXPECT_EQ(callbacks_.pop(), kInterrupted);
+  connection_.reset();
+  EXPECT_TRUE(callbacks_.isEmpty());
+}
+
+TEST_F(VeskAppBundleBusInstallerLauncherServiceConnectionTest, AServiceThatOnlyStopsToReceiveInterruptsTheConnection) {
+  makeConnection(std::move(sockets_.host));
+  const FileDescriptor other(fcntl(sockets_.service.get(), F_DUPFD_CLOEXEC, 0));
+  const BusPeer service(std::move(sockets_.service), BusPeer::Role::server);
+  (void)launchAndReceive(service);
+
+  shutdown(other.get(), SHUT_RD);
+  EXPECT_TRUE(launch());
+
+  EXPECT_EQ(callbacks_.pop(), kInterrupted);
+}
+
+TEST_F(VeskAppBundleBusInstallerLauncherServiceConnectionTest, WithoutAThreadToReceiveTheConnectionIsInvalidated) {
+  makeConnection(std::move(sockets_.host));
+  pthread_attr_t usual;
+  pthread_attr_t tooLarge;
+  ASSERT_EQ(pthread_getattr_default_np(&usual), 0);
+  ASSERT_EQ(pthread_getattr_default_np(&tooLarge), 0);
+  // No address space has room for such a stack.
+  ASSERT_EQ(pthread_attr_setstacksize(&tooLarge, std::size_t{1} << 60), 0);
+  ASSERT_EQ(pthread_setattr_default_np(&tooLarge), 0);
+
+  connection_->resume();
+
+  ASSERT_EQ(pthread_setattr_default_np(&usual), 0);
+  ASSERT_FALSE(callbacks_.isEmpty());
+  EXPECT_EQ(callbacks_.pop(), kInvalidated);
+  EXPECT_TRUE(launch());
   EXPECT_TRUE(callbacks_.isEmpty());
 }
 
@@ -297,6 +394,39 @@ TEST_F(VeskAppBundleBusInstallerLauncherServiceConnectionTest, ALineTooManyInThe
   EXPECT_THAT(callbacks_.pop(), ::testing::AnyOf(kInterrupted, kInvalidated));
 }
 
+TEST_F(VeskAppBundleBusInstallerLauncherServiceConnectionTest,
+       AServiceThatWantsToSendDescriptorsInvalidatesTheConnection) {
+  const std::string handshake = "DATA\r\nOK 0123456789abcdef0123456789abcdef\r\nAGREE_UNIX_FD\r\n";
+  // An event of 1,000 bytes, in little-endian order, which never arrives whole.
+  const std::string header("l\4\0\1\xe8\3\0\0\1\0\0\0\x64\0\0\0", 16);
+  for (const std::size_t together : {0U, 1U, 15U, 16U}) {
+    SCOPED_TRACE(together);
+    auto sockets = testing::makeSocketPair();
+    makeConnection(std::move(sockets.host));
+    const std::string first = handshake + header.substr(0, together);
+    ASSERT_EQ(write(sockets.service.get(), first.data(), first.size()), std::ssize(first));
+    ASSERT_TRUE(sendWithDescriptor(sockets.service, header.substr(together) + "more"));
+    shutdown(sockets.service.get(), SHUT_WR);
+    const auto before = openDescriptorCount();
+
+    connection_->resume();
+
+    EXPECT_EQ(callbacks_.pop(), kInvalidated);
+    EXPECT_LE(openDescriptorCount(), before);
+  }
+}
+
+TEST_F(VeskAppBundleBusInstallerLauncherServiceConnectionTest, DescriptorsAmongTheHandshakeInvalidateTheConnection) {
+  makeConnection(std::move(sockets_.host));
+  ASSERT_TRUE(sendWithDescriptor(sockets_.service, "DATA\r\nOK 0123456789abcdef0123456789abcdef\r\nAGREE_UNIX_FD\r\n"));
+  const auto before = openDescriptorCount();
+
+  connection_->resume();
+
+  EXPECT_EQ(callbacks_.pop(), kInvalidated);
+  EXPECT_LE(openDescriptorCount(), before);
+}
+
 TEST_F(VeskAppBundleBusInstallerLauncherServiceConnectionTest, AMessageThatTheBusCannotCarryIsNotSent) {
   makeConnection(std::move(sockets_.host));
   connection_->resume();
@@ -319,6 +449,24 @@ TEST_F(VeskAppBundleBusInstallerLauncherServiceConnectionTest, NothingIsDelivere
 
   EXPECT_EQ(service.receive(), nullptr) << "the service sees the end at once";
   EXPECT_FALSE(launch());
+  connection_.reset();
+  EXPECT_TRUE(callbacks_.isEmpty());
+}
+
+TEST_F(VeskAppBundleBusInstallerLauncherServiceConnectionTest, WhatWaitsIsNotDeliveredAfterInvalidation) {
+  makeConnection(std::move(sockets_.host));
+  const BusPeer service(std::move(sockets_.service), BusPeer::Role::server);
+  const auto call = launchAndReceive(service);
+  BlockingQueue<bool> goOn;
+  whenCalled_ = [&goOn] { goOn.pop(); };
+  report(service, Progress::handoffStarted());
+  report(service, Progress::jobSubmitted());
+  reply(service, call, Result::launched());
+  EXPECT_EQ(callbacks_.pop(), "handoffStarted");
+
+  connection_->invalidate();
+  goOn.push(true);
+
   connection_.reset();
   EXPECT_TRUE(callbacks_.isEmpty());
 }
@@ -377,6 +525,36 @@ TEST_F(VeskAppBundleBusInstallerLauncherServiceConnectionTest, ACallbackMayLetTh
   EXPECT_EQ(service.receive(), nullptr);
 }
 
+TEST_F(VeskAppBundleBusInstallerLauncherServiceConnectionTest, ASubmissionMayLetTheLastOwnerGo) {
+  makeConnection(std::move(sockets_.host));
+  connection_->resume();
+  Connection& connection = *connection_;
+
+  const bool didSend = connection.launchReplacement(
+      kMessage,
+      [this] {
+        connection_.reset();
+        callbacks_.push("gone");
+      },
+      [this](const Result& result) { note(textOf(result)); });
+
+  EXPECT_TRUE(didSend);
+  EXPECT_EQ(callbacks_.pop(), "gone");
+  EXPECT_TRUE(callbacks_.isEmpty());
+}
+
+TEST_F(VeskAppBundleBusInstallerLauncherServiceConnectionTest, ADroppedReplyMayBeTheLastOwner) {
+  makeConnection(std::move(sockets_.host));
+  Connection& connection = *connection_;
+  const std::weak_ptr<Connection> watched = connection_;
+  EXPECT_TRUE(connection.launchReplacement(
+      kMessage, [] {}, [owner = std::move(connection_)](const Result& /*result*/) { (void)owner; }));
+
+  connection.invalidate();
+
+  EXPECT_TRUE(watched.expired());
+}
+
 TEST_F(VeskAppBundleBusInstallerLauncherServiceConnectionTest, ACallbackMaySendTheNextRequest) {
   makeConnection(std::move(sockets_.host));
   const BusPeer service(std::move(sockets_.service), BusPeer::Role::server);
@@ -395,18 +573,24 @@ TEST_F(VeskAppBundleBusInstallerLauncherServiceConnectionTest, LettingGoWaitsFor
   makeConnection(std::move(sockets_.host));
   const BusPeer service(std::move(sockets_.service), BusPeer::Role::server);
   const auto call = launchAndReceive(service);
-  std::atomic<bool> didReturn = false;
-  whenCalled_ = [&didReturn] {
-    // Other threads have every chance to get on meanwhile.
-    for (int i = 0; i < 1000; ++i) std::this_thread::yield();
-    didReturn = true;
+  BlockingQueue<bool> isReleased;
+  whenCalled_ = [&] {
+    isReleased.pop();
+    callbacks_.push("returned");
   };
-
   report(service, Progress::handoffStarted());
   EXPECT_EQ(callbacks_.pop(), "handoffStarted");
-  connection_.reset();
 
-  EXPECT_TRUE(didReturn);
+  const std::jthread releasing([&isReleased, waiting = gettid()] {
+    // Until the thread that lets go waits, for the callback or for what the callback has written down.
+    EXPECT_TRUE(testing::waitUntilAsleep(waiting));
+    isReleased.push(true);
+  });
+  connection_.reset();
+  callbacks_.push("let go");
+
+  EXPECT_EQ(callbacks_.pop(), "returned");
+  EXPECT_EQ(callbacks_.pop(), "let go");
 }
 
 TEST_F(VeskAppBundleBusInstallerLauncherServiceConnectionTest, AConnectionThatWasNeverResumedEndsQuietly) {
@@ -433,7 +617,8 @@ TEST_F(VeskAppBundleBusInstallerLauncherServiceConnectionTest, ManyThreadsMaySen
       Service service;
       listener.run(service);
     });
-    std::atomic<int> replies = 0;
+    BlockingQueue<std::string> replies;
+    std::atomic<int> accepted = 0;
     auto connection = std::make_shared<Connection>(
         std::move(sockets.host), [](const QuillonSystemError& error) { FAIL() << error.what(); },
         [](const Progress& /*progress*/) {});
@@ -445,16 +630,24 @@ TEST_F(VeskAppBundleBusInstallerLauncherServiceConnectionTest, ManyThreadsMaySen
       threads.emplace_back([&, connection] {
         start.arrive_and_wait();
         for (int launch = 0; launch < 10; ++launch) {
-          (void)connection->launchReplacement(
-              kMessage, [] {}, [&](const Result& /*result*/) { ++replies; });
+          const bool didSend = connection->launchReplacement(
+              kMessage, [] {}, [&](const Result& result) { replies.push(textOf(result)); });
+          if (didSend) ++accepted;
         }
       });
     }
     start.arrive_and_wait();
-    if (round % 2 == 0) connection->invalidate();
+    const bool isInvalidated = round % 2 == 0;
+    if (isInvalidated) connection->invalidate();
     threads.clear();
+    if (!isInvalidated) {
+      EXPECT_EQ(accepted, 30);
+      for (int reply = 0; reply < 30; ++reply) EXPECT_EQ(replies.pop(), "launched");
+    }
     connection.reset();
-    EXPECT_LE(replies, 30);
+    int left = 0;
+    for (; !replies.isEmpty(); ++left) EXPECT_EQ(replies.pop(), "launched");
+    EXPECT_LE(left, isInvalidated ? accepted.load() : 0);
   }
 }
 
