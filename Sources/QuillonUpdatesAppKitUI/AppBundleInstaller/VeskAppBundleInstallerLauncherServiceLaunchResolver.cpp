@@ -99,9 +99,10 @@ QuillonURL VeskAppBundleInstallerLauncherServiceLaunchResolver::resolveLinks(con
 
 QuillonURL VeskAppBundleInstallerLauncherServiceLaunchResolver::locateHelper(const QuillonURL& application) const {
   using Error = VeskUpdateInstallerError;
+  QuillonURL helper = application.appendingPathComponent(kHelperPath);
   try {
-    QuillonURL helper = fileManager_->resolvingSymbolicLinks(application.appendingPathComponent(kHelperPath));
-    if (fileManager_->isExecutableFile(helper)) return helper;
+    // A link on the way may lead out of the application, and of what its signature covers.
+    if (fileManager_->resolvingSymbolicLinks(helper) == helper && fileManager_->isExecutableFile(helper)) return helper;
   } catch (const QuillonSystemError&) {  // NOLINT(bugprone-empty-catch): what cannot be found is not there
   }
   throw Error(Error::Code::replacementHelperUnavailable);

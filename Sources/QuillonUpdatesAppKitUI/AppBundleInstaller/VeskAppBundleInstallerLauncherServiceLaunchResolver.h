@@ -16,8 +16,8 @@ namespace quillon {
 
 /// Lets a host replace the application that contains the service, and nothing else, as itself, and as nobody else.
 ///
-/// Symbolic links are resolved once: the paths that were checked are those of the launch. Each refusal goes once to
-/// the diagnostic log.
+/// Symbolic links are resolved once: the paths that were checked are those of the launch. An installer behind a link
+/// inside the application counts as none. Each refusal goes once to the diagnostic log.
 class VeskAppBundleInstallerLauncherServiceLaunchResolver final
     : public VeskAppBundleInstallerLauncherServiceLaunchResolving {
  public:

@@ -97,10 +97,20 @@ class VeskAppBundleInstallerLauncherServiceLaunchResolverTest : public ::testing
     }
   }
 
+  [[nodiscard]] bool helperIsUnavailable() const {
+    try {
+      (void)make(request());
+      return false;
+    } catch (const VeskUpdateInstallerError& error) {
+      return error.code() == VeskUpdateInstallerError::Code::replacementHelperUnavailable;
+    }
+  }
+
   testing::TemporaryDirectory folder;
   fs::path application = fs::canonical(folder.path()) / "Applications/App.app";
   fs::path staged = fs::canonical(folder.path()) / "Staging/App.app";
-  fs::path helper = application / "Contents/MacOS/QuillonUpdateInstaller";
+  fs::path programs = application / "Contents/MacOS";
+  fs::path helper = programs / "QuillonUpdateInstaller";
   std::optional<QuillonURL> containing;
   User peer{.userIdentifier = 1000, .groupIdentifier = 1000, .userName = "jane", .homeDirectory = "/home/jane"};
   std::shared_ptr<FakeHostIdentityResolver> identities = std::make_shared<FakeHostIdentityResolver>();
@@ -223,30 +233,38 @@ TEST_F(VeskAppBundleInstallerLauncherServiceLaunchResolverTest, WithoutAHomeTher
 }
 
 TEST_F(VeskAppBundleInstallerLauncherServiceLaunchResolverTest, WithoutAnExecutableInstallerTheHelperIsUnavailable) {
-  const auto isUnavailable = [&] {
-    try {
-      (void)make(request());
-      return false;
-    } catch (const VeskUpdateInstallerError& error) {
-      return error.code() == VeskUpdateInstallerError::Code::replacementHelperUnavailable;
-    }
-  };
-
   fs::permissions(helper, fs::perms(0644));
-  EXPECT_TRUE(isUnavailable());
+  EXPECT_TRUE(helperIsUnavailable());
   fs::remove(helper);
-  EXPECT_TRUE(isUnavailable());
+  EXPECT_TRUE(helperIsUnavailable());
   fs::create_directory(helper);
-  EXPECT_TRUE(isUnavailable());
+  EXPECT_TRUE(helperIsUnavailable());
   EXPECT_THAT(identities->asked, IsEmpty());
 }
 
-TEST_F(VeskAppBundleInstallerLauncherServiceLaunchResolverTest,
-       AnInstallerThatIsALinkIsPassedOnAsTheFileThatWasChecked) {
-  fs::rename(helper, folder / "shared-installer");
-  fs::create_symlink(folder / "shared-installer", helper);
+TEST_F(VeskAppBundleInstallerLauncherServiceLaunchResolverTest, AnInstallerThatIsALinkCountsAsNone) {
+  for (const fs::path& target : {folder / "shared-installer", programs / "OtherInstaller"}) {
+    fs::rename(helper, target);
+    fs::create_symlink(target, helper);
 
-  EXPECT_EQ(make(request()).request.helperExecutableURL, url(fs::canonical(folder.path()) / "shared-installer"));
+    EXPECT_TRUE(helperIsUnavailable()) << target;
+
+    fs::rename(target, helper);
+  }
+  EXPECT_THAT(identities->asked, IsEmpty());
+}
+
+TEST_F(VeskAppBundleInstallerLauncherServiceLaunchResolverTest, AnInstallerInALinkedFolderCountsAsNone) {
+  for (const fs::path& linked : {programs, application / "Contents"}) {
+    fs::rename(linked, folder / "elsewhere");
+    fs::create_directory_symlink(folder / "elsewhere", linked);
+
+    EXPECT_TRUE(helperIsUnavailable()) << linked;
+
+    fs::remove(linked);
+    fs::rename(folder / "elsewhere", linked);
+  }
+  EXPECT_THAT(identities->asked, IsEmpty());
 }
 
 TEST_F(VeskAppBundleInstallerLauncherServiceLaunchResolverTest, AnIdentityThatIsRefusedIsARefusedLaunch) {
