@@ -221,9 +221,26 @@ TEST_F(VeskAppBundleInstallerLauncherServiceLaunchResolverTest, AStagedApplicati
 
 TEST_F(VeskAppBundleInstallerLauncherServiceLaunchResolverTest, AFailureReportGoesWhereTheRequestWantsIt) {
   VeskAppBundleReplacementRequest reporting = request();
-  reporting.failureReportURL = QuillonURL::fileURL("/home/jane/Reports/Failure.plist");
+  reporting.failureReportURL = url(fs::canonical(folder.path()) / "Reports/Failure.plist");
 
   EXPECT_EQ(make(reporting).request.failureReportURL, reporting.failureReportURL);
+}
+
+TEST_F(VeskAppBundleInstallerLauncherServiceLaunchResolverTest, LinksToAFailureReportAreResolvedAndNotPassedOn) {
+  fs::create_directory_symlink(staged.parent_path(), folder / "Reports");
+  VeskAppBundleReplacementRequest reporting = request();
+  reporting.failureReportURL = url(folder / "Reports/Failure.plist");
+
+  EXPECT_EQ(make(reporting).request.failureReportURL, url(staged.parent_path() / "Failure.plist"));
+}
+
+TEST_F(VeskAppBundleInstallerLauncherServiceLaunchResolverTest,
+       AFailureReportWhereTheUserMayNotWriteIsRefusedAndTheLogSaysWhere) {
+  VeskAppBundleReplacementRequest reporting = request();
+  reporting.failureReportURL = url(helper / "Failure.plist");  // below a file
+
+  EXPECT_EQ(refusal(reporting), "The user may not write to the folder of the failure report.");
+  EXPECT_THAT(log, ElementsAre(HasSubstr((helper / "Failure.plist").string())));
 }
 
 TEST_F(VeskAppBundleInstallerLauncherServiceLaunchResolverTest, WithoutAHomeThereIsNoPlaceForAReport) {
@@ -274,12 +291,12 @@ TEST_F(VeskAppBundleInstallerLauncherServiceLaunchResolverTest, AnIdentityThatIs
   EXPECT_THAT(log, ElementsAre("VeskAppBundleInstallerLauncherServiceLaunchResolver: somebody else"));
 }
 
-TEST_F(VeskAppBundleInstallerLauncherServiceLaunchResolverTest, AUserContextOfThePeerIsKept) {
+TEST_F(VeskAppBundleInstallerLauncherServiceLaunchResolverTest, AUserContextOfThePeerGetsThePeersOwnHome) {
   VeskAppBundleReplacementRequest own = request();
   own.launchUserContext = peer;
   own.launchUserContext->homeDirectory = "/srv/jane";
 
-  EXPECT_EQ(make(own).request.launchUserContext, own.launchUserContext);
+  EXPECT_EQ(make(own).request.launchUserContext, peer);
 }
 
 TEST_F(VeskAppBundleInstallerLauncherServiceLaunchResolverTest, AUserContextOfAnotherUserIsRefused) {
