@@ -5,6 +5,7 @@
 #include <sys/stat.h>
 #include <unistd.h>
 
+#include <chrono>
 #include <csignal>
 #include <memory>
 #include <string>
@@ -27,6 +28,12 @@ namespace {
 using Listener = VeskAppBundleInstallerLauncherServiceListener;
 using LaunchResolver = VeskAppBundleInstallerLauncherServiceLaunchResolver;
 using Service = VeskAppBundleInstallerLauncherService;
+
+/// For the only program that a request is resolved with, on the thread that reads the connection. Below the time that a
+/// launch has before the dialog, so that what the host hears is what went wrong.
+constexpr std::chrono::seconds kCodeSigningToolTimeLimit(8);
+static_assert(kCodeSigningToolTimeLimit <
+              std::chrono::nanoseconds(Service::kDefaultPreAuthorizationTimeoutNanoseconds));
 
 void isolateProcess() noexcept {
   constexpr int kConnection = kInstallerLauncherServiceDescriptor;
@@ -57,7 +64,7 @@ std::shared_ptr<LaunchResolver> makeLaunchResolver(std::int32_t hostProcessIdent
   return std::make_shared<LaunchResolver>(
       defaultContainingApplicationURL,
       std::make_shared<VeskAppBundleInstallerLauncherServiceHostIdentityResolver>(
-          fileManager, makeSystemProcessRunner(), codeSigningToolPath()),
+          fileManager, makeSystemProcessRunner(kCodeSigningToolTimeLimit), codeSigningToolPath()),
       // The listener takes no peer of another user, so this process's user is the host's.
       VeskAppBundleLaunchdUserContext::currentProcess, [hostProcessIdentifier] { return hostProcessIdentifier; },
       fileManager);
