@@ -40,8 +40,8 @@ void isolateProcess() noexcept {
   static_assert(kConnection == STDERR_FILENO + 1, "what is closed begins right behind it");
   close_range(kConnection + 1, ~0U, 0);
   fcntl(kConnection, F_SETFD, FD_CLOEXEC);
-  // A service that shares the host's terminal is not what the user wants to interrupt there. When the host goes, the
-  // connection ends, and with it the service, but not before the launches under way.
+  // The host's connection factory starts the service in a session of its own, where no terminal sends these. For any
+  // other starter it is alike: the end of the connection ends the service, and not before the launches under way.
   for (const int signal : {SIGINT, SIGHUP, SIGQUIT}) std::signal(signal, SIG_IGN);
   rlimit cores{};
   if (getrlimit(RLIMIT_CORE, &cores) != 0) return;
