@@ -10,8 +10,8 @@
 #include <systemd/sd-id128.h>
 
 #include <algorithm>
+#include <atomic>
 #include <chrono>
-#include <condition_variable>
 #include <cstdint>
 #include <cstdio>
 #include <cstdlib>
@@ -19,7 +19,7 @@
 #include <functional>
 #include <limits>
 #include <memory>
-#include <mutex>
+#include <semaphore>
 #include <thread>
 #include <utility>
 #include <vector>
@@ -103,30 +103,21 @@ class OurConversation {
 
   void launch() {
     const bool didSend = connection_->launchReplacement(
-        VeskAppBundleXPCReplacementMessage{request()}.propertyList(), [] {},
-        [this](const Result& result) { finish(result); });
+        message_.propertyList(), [] {}, [this](const Result& result) { finish(result); });
     require(didSend, "the request could not be sent");
-    std::unique_lock guard(lock_);
-    finished_.wait(guard, [this] { return std::exchange(isFinished_, false); });
-    require(std::exchange(eventCount_, 0) == 3, "events are missing");
+    finished_.acquire();
+    require(eventCount_.exchange(0) == 3, "events are missing");
   }
 
  private:
   void finish(const Result& result) {
     require(result == Result::launched(), "the launch failed");
-    const std::lock_guard guard(lock_);
-    isFinished_ = true;
-    finished_.notify_one();
-  }
-  void note() {
-    const std::lock_guard guard(lock_);
-    ++eventCount_;
+    finished_.release();
   }
 
-  std::mutex lock_;
-  std::condition_variable finished_;
-  bool isFinished_ = false;  // guarded by lock_
-  int eventCount_ = 0;       // guarded by lock_
+  const VeskAppBundleXPCReplacementMessage message_{request()};
+  std::binary_semaphore finished_{0};
+  std::atomic<int> eventCount_ = 0;
   testing::SocketPair sockets_ = testing::makeSocketPair();
   VeskAppBundleInstallerLauncherServiceListener listener_{std::move(sockets_.service)};
   FakeService service_{listener_.progressSender()};
@@ -134,7 +125,7 @@ class OurConversation {
   std::shared_ptr<VeskAppBundleBusInstallerLauncherServiceConnection> connection_ =
       std::make_shared<VeskAppBundleBusInstallerLauncherServiceConnection>(
           std::move(sockets_.host), [](const QuillonSystemError& error) { fail(error.what()); },
-          [this](const Progress& /*event*/) { note(); });
+          [this](const Progress& /*event*/) { ++eventCount_; });
 };
 
 /// One end of a conversation that is nothing but sd-bus.

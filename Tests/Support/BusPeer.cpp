@@ -2,6 +2,7 @@
 
 #include <systemd/sd-id128.h>
 
+#include <cerrno>
 #include <cstdint>
 #include <limits>
 #include <string>
@@ -61,10 +62,14 @@ BusPeer::Message BusPeer::makeReturn(const Message& call) {
   return owned(message);
 }
 
-void BusPeer::send(const Message& message) const {
+bool BusPeer::trySend(const Message& message) const {
   // With a cookie to fill, the message expects a reply where its kind can.
   std::uint64_t cookie = 0;
-  require(sd_bus_send(bus_.get(), message.get(), &cookie), "send");
+  return sd_bus_send(bus_.get(), message.get(), &cookie) >= 0;
+}
+
+void BusPeer::send(const Message& message) const {
+  require(trySend(message) ? 0 : -EPIPE, "send");
 }
 
 BusPeer::Message BusPeer::receive() const {

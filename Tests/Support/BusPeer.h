@@ -29,6 +29,8 @@ class BusPeer {
   [[nodiscard]] Message makeSignal(const char* member = "ReportProgress", const char* interface = kInterface) const;
   [[nodiscard]] static Message makeReturn(const Message& call);
 
+  /// The same as send(); false when the other end is gone.
+  [[nodiscard]] bool trySend(const Message& message) const;
   /// Sends what has been put together; as much as the socket takes.
   void send(const Message& message) const;
   /// What the other end sends next, waited for; null when it is gone.

@@ -79,6 +79,7 @@ TEST(QuillonTimerThreadTest, ManyThreadsMayScheduleAndCancelAtOnce) {
   auto timers = std::make_unique<QuillonTimerThread>();
   std::latch start(kThreads);
   std::vector<std::jthread> threads;
+  threads.reserve(kThreads);
   for (int i = 0; i < kThreads; ++i) {
     threads.emplace_back([&] {
       start.arrive_and_wait();

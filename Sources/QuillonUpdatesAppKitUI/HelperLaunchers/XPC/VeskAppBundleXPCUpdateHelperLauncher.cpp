@@ -81,7 +81,7 @@ VeskAppBundleReplacementLaunchResult VeskAppBundleXPCUpdateHelperLauncher::launc
       std::make_shared<Launch>(preAuthorizationTimeoutNanoseconds_, postAuthorizationTimeoutNanoseconds_, timers_);
   const auto connection = connectionFactory_->make(
       serviceName_, [launch](const QuillonSystemError& error) { launch->finish(connectionFailure(error)); },
-      [launch, &progressHandler](const Progress& progress) {
+      [launch, progressHandler](const Progress& progress) {
         // The watchdog first: the caller's handler takes the time it takes.
         launch->didProgress(progress);
         progressHandler(progress);

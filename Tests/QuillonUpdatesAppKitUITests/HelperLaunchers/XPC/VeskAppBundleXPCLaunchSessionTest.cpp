@@ -100,6 +100,7 @@ TEST_F(VeskAppBundleXPCLaunchSessionTest, CompletesOnceUnderStress) {
     const auto connection = std::make_shared<FakeLauncherServiceConnection>();
     std::latch start(kThreads);
     std::vector<std::jthread> threads;
+    threads.reserve(kThreads);
     for (int i = 0; i < kThreads; ++i) {
       threads.emplace_back([&, i] {
         start.arrive_and_wait();

@@ -250,6 +250,7 @@ TEST_F(VeskAppBundleXPCLaunchWatchdogTest, OneTimeoutAtMostUnderStress) {
     const auto watchdog = std::make_shared<VeskAppBundleXPCLaunchWatchdog>(1, 1, timers);
     std::latch start(kThreads);
     std::vector<std::jthread> threads;
+    threads.reserve(kThreads);
     for (int i = 0; i < kThreads; ++i) {
       threads.emplace_back([&, i] {
         start.arrive_and_wait();

@@ -25,7 +25,6 @@ using Progress = VeskAppBundleInstallerLaunchProgress;
 using Result = VeskAppBundleReplacementLaunchResult;
 using ::testing::ElementsAre;
 using testing::FakeLauncherServiceConnectionFactory;
-using ::testing::IsEmpty;
 using testing::ManualTimers;
 
 constexpr std::uint64_t kBefore = 1000;
@@ -281,10 +280,9 @@ TEST_F(VeskAppBundleXPCUpdateHelperLauncherTest, OneResultWhicheverComesFirstUnd
         handler(Progress::authorizationEnded(1));
       });
     };
-    VeskAppBundleXPCUpdateHelperLauncher launcher(factory, "service", 1 + round % 2 * kLongDialog, 1, timers);
+    VeskAppBundleXPCUpdateHelperLauncher launcher(factory, "service", round % 2 == 0 ? 1 : kLongDialog, 1, timers);
 
-    // The third thread outlives the launch, so its handler must not be the test's.
-    const Result result = launcher.launchReplacement(request(), {[](const Progress& /*progress*/) {}});
+    const Result result = launcher.launchReplacement(request(), [](const Progress& /*progress*/) {});
 
     threads.clear();
     EXPECT_THAT(result.caseName(), ::testing::AnyOf("launched", "protocolFailure", "timedOut"));

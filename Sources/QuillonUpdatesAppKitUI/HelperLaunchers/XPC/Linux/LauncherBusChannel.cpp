@@ -76,6 +76,19 @@ bool equals(const char* text, std::string_view other) noexcept {
 LauncherBusChannel::LauncherBusChannel(FileDescriptor socket, LauncherBusEnd end)
     : end_(end), socket_(duplicate(socket)), wake_(makeWake()), bus_(makeBus(std::move(socket), end)) {}
 
+LauncherBusChannel::Hold::Hold(LauncherBusChannel& channel) : channel_(channel) {
+  const std::lock_guard guard(channel_.holdLock_);
+  ++channel_.holdCount_;
+}
+
+LauncherBusChannel::Hold::~Hold() {
+  {
+    const std::lock_guard guard(channel_.holdLock_);
+    --channel_.holdCount_;
+  }
+  channel_.holdChanged_.notify_all();
+}
+
 LauncherBusChannel::~LauncherBusChannel() {
   close();
 }
@@ -111,16 +124,25 @@ bool LauncherBusChannel::reportProgress(const QuillonPropertyListValue::Dictiona
 }
 
 void LauncherBusChannel::close() noexcept {
-  if (!isClosed_.exchange(true)) shutdown(socket_.get(), SHUT_RDWR);
+  if (isClosed_.exchange(true)) return;
+  shutdown(socket_.get(), SHUT_RDWR);
+  // With the lock, so that nobody is between looking and waiting.
+  const std::lock_guard guard(holdLock_);
+  holdChanged_.notify_all();
 }
 
 std::optional<LauncherBusMessage> LauncherBusChannel::next() {
   short found = 0;
-  while (!isClosed_) {
+  while (true) {
     short events = 0;
     int milliseconds = 0;
+    // Outside the other lock, which a sender has for as long as it writes.
+    waitWhileHeld();
+    if (isClosed_) break;
     {
       const std::lock_guard guard(lock_);
+      // What answers a held request came after this lock was taken to send it.
+      if (holdCount_ != 0) continue;
       // After a look at the socket one step is taken, whatever else waits to be written.
       if (!isCongested() || (std::exchange(found, short{0}) & ~POLLIN) != 0) {
         Step step = this->step();
@@ -142,6 +164,11 @@ LauncherBusEnding LauncherBusChannel::ending() const noexcept {
   if (isClosed_) return LauncherBusEnding::closed;
   const std::lock_guard guard(lock_);
   return didConnect_ && !didFail_ ? LauncherBusEnding::otherEndGone : LauncherBusEnding::broken;
+}
+
+void LauncherBusChannel::waitWhileHeld() {
+  std::unique_lock guard(holdLock_);
+  holdChanged_.wait(guard, [this] { return holdCount_ == 0 || isClosed_; });
 }
 
 bool LauncherBusChannel::isCongested() const noexcept {

@@ -3,6 +3,7 @@
 #include <systemd/sd-bus.h>
 
 #include <atomic>
+#include <condition_variable>
 #include <cstdint>
 #include <map>
 #include <memory>
@@ -61,6 +62,19 @@ class LauncherBusChannel {
   LauncherBusChannel(const LauncherBusChannel&) = delete;
   LauncherBusChannel& operator=(const LauncherBusChannel&) = delete;
 
+  /// Keeps next() from doing anything while it lives: no message is taken up, and what the socket did not take at once
+  /// goes on its way afterwards. To be short. For any thread.
+  class Hold {
+   public:
+    explicit Hold(LauncherBusChannel& channel);
+    ~Hold();
+    Hold(const Hold&) = delete;
+    Hold& operator=(const Hold&) = delete;
+
+   private:
+    LauncherBusChannel& channel_;
+  };
+
   // For any thread.
 
   /// Sends a request. Its identifier; absent when it cannot be sent.
@@ -102,6 +116,8 @@ class LauncherBusChannel {
   [[nodiscard]] short wantedEvents() const noexcept;
   [[nodiscard]] int waitMilliseconds() const noexcept;
 
+  /// Waits until nobody holds the channel, or it is closed.
+  void waitWhileHeld();
   /// Waits for the socket; what poll(2) found there.
   [[nodiscard]] short wait(short events, int milliseconds) const noexcept;
   void wake() const noexcept;
@@ -112,6 +128,10 @@ class LauncherBusChannel {
   /// Readable when the reader is to look again.
   FileDescriptor wake_;
   std::atomic<bool> isClosed_ = false;
+
+  std::mutex holdLock_;
+  std::condition_variable holdChanged_;
+  std::atomic<int> holdCount_ = 0;  // changed under holdLock_
 
   mutable std::mutex lock_;
   std::unique_ptr<sd_bus, BusDeleter> bus_;   // guarded by lock_

@@ -29,17 +29,17 @@ std::size_t textLength(const QuillonPropertyListValue& value) noexcept {
   return text == nullptr ? 0 : text->size();
 }
 
-int appendValue(sd_bus_message* message, const QuillonPropertyListValue& value) noexcept {
+int appendEntry(sd_bus_message* message, const char* key, const QuillonPropertyListValue& value) noexcept {
   if (const auto* const text = value.getIf<std::string>()) {
-    return sd_bus_message_append(message, "v", "s", text->c_str());
+    return sd_bus_message_append(message, "{sv}", key, "s", text->c_str());
   }
   if (const auto* const boolean = value.getIf<bool>()) {
-    return sd_bus_message_append(message, "v", "b", static_cast<int>(*boolean));
+    return sd_bus_message_append(message, "{sv}", key, "b", static_cast<int>(*boolean));
   }
   if (const auto* const integer = value.getIf<std::int64_t>()) {
-    return sd_bus_message_append(message, "v", "x", *integer);
+    return sd_bus_message_append(message, "{sv}", key, "x", *integer);
   }
-  if (const auto* const real = value.getIf<double>()) return sd_bus_message_append(message, "v", "d", *real);
+  if (const auto* const real = value.getIf<double>()) return sd_bus_message_append(message, "{sv}", key, "d", *real);
   return -EINVAL;
 }
 
@@ -150,10 +150,7 @@ bool fitsLauncherBus(const Dictionary& dictionary) noexcept {
 int appendLauncherBusDictionary(sd_bus_message* message, const Dictionary& dictionary) noexcept {
   int result = sd_bus_message_open_container(message, SD_BUS_TYPE_ARRAY, "{sv}");
   for (auto entry = dictionary.begin(); result >= 0 && entry != dictionary.end(); ++entry) {
-    result = sd_bus_message_open_container(message, SD_BUS_TYPE_DICT_ENTRY, "sv");
-    if (result >= 0) result = sd_bus_message_append(message, "s", entry->first.c_str());
-    if (result >= 0) result = appendValue(message, entry->second);
-    if (result >= 0) result = sd_bus_message_close_container(message);
+    result = appendEntry(message, entry->first.c_str(), entry->second);
   }
   return result < 0 ? result : sd_bus_message_close_container(message);
 }

@@ -1,11 +1,9 @@
 #include "QuillonUpdatesAppKitUI/HelperLaunchers/XPC/Linux/VeskAppBundleBusInstallerLauncherServiceConnection.h"
 
-#include <condition_variable>
 #include <cstdint>
 #include <exception>
 #include <map>
 #include <mutex>
-#include <optional>
 #include <utility>
 #include <variant>
 
@@ -29,20 +27,11 @@ class VeskAppBundleBusInstallerLauncherServiceConnection::Conversation {
         progressReceiver_(std::move(progressHandler)) {}
 
   [[nodiscard]] bool launch(const Dictionary& message, const std::function<void()>& didSubmitRequest, Reply reply) {
-    {
-      const std::lock_guard guard(lock_);
-      if (didEnd_) return false;
-      const auto identifier = channel_.call(message);
-      if (!identifier) return false;
-      replies_.emplace(*identifier, std::move(reply));
-      ++submissionCount_;
-    }
+    // Nothing that the service answers is taken up before the request is known here and to the caller.
+    const LauncherBusChannel::Hold hold(channel_);
+    const auto identifier = channel_.call(message);
+    if (!identifier || !keep(*identifier, std::move(reply))) return false;
     didSubmitRequest();
-    {
-      const std::lock_guard guard(lock_);
-      --submissionCount_;
-    }
-    changed_.notify_all();
     return true;
   }
 
@@ -53,7 +42,6 @@ class VeskAppBundleBusInstallerLauncherServiceConnection::Conversation {
       didEnd_ = true;
       dropped.swap(replies_);
     }
-    changed_.notify_all();
     channel_.close();
   }
 
@@ -69,47 +57,43 @@ class VeskAppBundleBusInstallerLauncherServiceConnection::Conversation {
 
   /// Reports the end, unless it has been reported or the connection invalidated.
   void fail(const QuillonSystemError& error) {
-    {
-      std::unique_lock guard(lock_);
-      if (!isToDeliver(guard)) return;
-    }
+    if (didEnd()) return;
     invalidate();
     errorHandler_(error);
   }
 
  private:
-  /// Waits until no request is being submitted. Whether the connection still delivers.
-  [[nodiscard]] bool isToDeliver(std::unique_lock<std::mutex>& guard) {
-    changed_.wait(guard, [this] { return didEnd_ || submissionCount_ == 0; });
+  /// Keeps the reply's callback. False when the connection has ended meanwhile.
+  bool keep(std::uint64_t identifier, Reply reply) {
+    const std::lock_guard guard(lock_);
+    if (!didEnd_) replies_.emplace(identifier, std::move(reply));
     return !didEnd_;
+  }
+
+  [[nodiscard]] bool didEnd() {
+    const std::lock_guard guard(lock_);
+    return didEnd_;
   }
 
   void deliver(const LauncherBusReply& message) {
     decltype(replies_)::node_type reply;
     {
-      std::unique_lock guard(lock_);
-      if (!isToDeliver(guard)) return;
-      // A second reply, or one to nothing, finds none here.
+      const std::lock_guard guard(lock_);
+      // A second reply, or one to nothing, finds none here; nor does one after the end.
       reply = replies_.extract(message.identifier);
     }
     if (reply) reply.mapped()(replacementLaunchResult(message.reply));
   }
 
   void deliver(const LauncherBusProgress& message) {
-    {
-      std::unique_lock guard(lock_);
-      if (!isToDeliver(guard)) return;
-    }
-    progressReceiver_.reportProgress(message.progress);
+    if (!didEnd()) progressReceiver_.reportProgress(message.progress);
   }
 
   LauncherBusChannel channel_;
   const ErrorHandler errorHandler_;
   VeskAppBundleInstallerLauncherProgressReceiver progressReceiver_;
   std::mutex lock_;
-  std::condition_variable changed_;
   std::map<std::uint64_t, Reply> replies_;  // of requests without reply; guarded by lock_
-  int submissionCount_ = 0;                 // requests whose didSubmitRequest runs; guarded by lock_
   bool didEnd_ = false;                     // guarded by lock_
 };
 

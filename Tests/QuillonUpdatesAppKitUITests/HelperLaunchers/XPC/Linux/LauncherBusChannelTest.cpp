@@ -11,7 +11,6 @@
 #include "QuillonCore/Values/QuillonError.h"
 #include "QuillonUpdatesAppKitUI/HelperLaunchers/XPC/Linux/LauncherBusChannel.h"
 #include "Support/BlockingQueue.h"
-#include "Support/BusPeer.h"
 #include "Support/SocketPair.h"
 
 namespace quillon {
@@ -19,7 +18,6 @@ namespace {
 
 using Dictionary = QuillonPropertyListValue::Dictionary;
 using testing::BlockingQueue;
-using testing::BusPeer;
 
 const Dictionary kRequest = {{"kind", QuillonPropertyListValue("request")}};
 const Dictionary kReply = {{"kind", QuillonPropertyListValue("reply")}};

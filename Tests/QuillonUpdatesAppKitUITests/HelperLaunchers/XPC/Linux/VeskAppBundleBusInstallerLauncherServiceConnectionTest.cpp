@@ -73,6 +73,13 @@ class VeskAppBundleBusInstallerLauncherServiceConnectionTest : public ::testing:
     return service.receive();
   }
 
+  /// Waits until both ends have the handshake behind them.
+  static void connect(const BusPeer& service) {
+    ASSERT_TRUE(service.connect());
+    service.send(service.makeCall());
+    ASSERT_TRUE(service.receive());
+  }
+
   static void reply(const BusPeer& service, const BusPeer::Message& call, const Result& result) {
     const auto message = BusPeer::makeReturn(call);
     ASSERT_GE(appendLauncherBusDictionary(message.get(), xpcDictionary(result, {})), 0);
@@ -125,6 +132,7 @@ TEST_F(VeskAppBundleBusInstallerLauncherServiceConnectionTest, NothingIsDelivere
   makeConnection(std::move(sockets_.host));
   connection_->resume();
   const BusPeer service(std::move(sockets_.service), BusPeer::Role::server);
+  connect(service);
 
   const bool didSend = connection_->launchReplacement(
       kMessage,
@@ -338,6 +346,7 @@ TEST_F(VeskAppBundleBusInstallerLauncherServiceConnectionTest, InvalidatingDurin
   makeConnection(std::move(sockets_.host));
   connection_->resume();
   const BusPeer service(std::move(sockets_.service), BusPeer::Role::server);
+  connect(service);
 
   const bool didSend = connection_->launchReplacement(
       kMessage,
@@ -431,6 +440,7 @@ TEST_F(VeskAppBundleBusInstallerLauncherServiceConnectionTest, ManyThreadsMaySen
     connection->resume();
     std::latch start(4);
     std::vector<std::jthread> threads;
+    threads.reserve(3);
     for (int i = 0; i < 3; ++i) {
       threads.emplace_back([&, connection] {
         start.arrive_and_wait();

@@ -274,18 +274,22 @@ TEST_P(VeskAppBundleInstallerLauncherServiceListenerBytesTest, AnEndThatDoesNotS
   EXPECT_TRUE(service.requests.isEmpty());
 }
 
+/// The byte that every handshake begins with, then `lines`.
+std::string nulAnd(const std::string& lines) {
+  return std::string(1, '\0') + lines;
+}
+
 std::string handshakeAnd(const std::string& bytes) {
   std::string user;
   for (const char digit : std::to_string(geteuid())) user.append("3").append(1, digit);
-  return std::string(1, '\0') + "AUTH EXTERNAL " + user + "\r\nBEGIN\r\n" + bytes;
+  return nulAnd("AUTH EXTERNAL " + user + "\r\nBEGIN\r\n" + bytes);
 }
 
 INSTANTIATE_TEST_SUITE_P(Hostile, VeskAppBundleInstallerLauncherServiceListenerBytesTest,
-                         ::testing::Values(std::string(), std::string(1, '\0'), "GET / HTTP/1.1\r\n\r\n",
-                                           std::string(4096, '\xff'), std::string("\0AUTH ANONYMOUS\r\nBEGIN\r\n", 24),
-                                           std::string("\0AUTH EXTERNAL 39\r\n", 20),
-                                           std::string("\0AUTH EXTERNAL 393939\r\nBEGIN\r\n", 31), handshakeAnd(""),
-                                           handshakeAnd("l\1\0\1"), handshakeAnd(std::string(64, '\0')),
+                         ::testing::Values("", nulAnd(""), "GET / HTTP/1.1\r\n\r\n", std::string(4096, '\xff'),
+                                           nulAnd("AUTH ANONYMOUS\r\nBEGIN\r\n"), nulAnd("AUTH EXTERNAL 39\r\n"),
+                                           nulAnd("AUTH EXTERNAL 393939\r\nBEGIN\r\n"), handshakeAnd(""),
+                                           handshakeAnd("l\1"), handshakeAnd(std::string(64, '\0')),
                                            handshakeAnd("l" + std::string(63, '\xff')),
                                            handshakeAnd("l" + std::string(63, '\1'))));
 
