@@ -15,6 +15,7 @@
 #include <memory>
 #include <ostream>
 #include <string>
+#include <utility>
 
 #include "QuillonCore/Contracts/QuillonFileManaging.h"
 #include "QuillonCore/Runtime/Posix/QuillonPosixFileManager.h"
@@ -94,6 +95,41 @@ TEST_P(QuillonFileManagingContract, OnlyARegularFileWithAnExecuteBitIsExecutable
   EXPECT_FALSE(files->isExecutableFile(url("")));
   EXPECT_FALSE(files->isExecutableFile(url("dangling")));
   EXPECT_FALSE(files->isExecutableFile(url("none")));
+}
+
+TEST_P(QuillonFileManagingContract, OnlyAFolderIsAWritableFolder) {
+  fs::create_directory(folder / "folder");
+  fs::create_symlink("folder", folder / "link");
+  fs::create_symlink("nowhere", folder / "dangling");
+  writeFile(folder / "program", "");
+  fs::permissions(folder / "program", fs::perms(0777));
+
+  EXPECT_TRUE(files->isWritableDirectory(url("folder")));
+  EXPECT_TRUE(files->isWritableDirectory(url("link")));
+  EXPECT_FALSE(files->isWritableDirectory(url("dangling")));
+  EXPECT_FALSE(files->isWritableDirectory(url("program")));
+  EXPECT_FALSE(files->isWritableDirectory(url("none")));
+}
+
+TEST_P(QuillonFileManagingContract, AFolderIsWritableOnlyWithTheRightsToCreateItemsInIt) {
+  fs::permissions(folder.path(), fs::perms(0755));
+  for (const auto& [name, mode] : {std::pair{"both", 0777}, {"read", 0555}, {"write", 0666}}) {
+    fs::create_directory(folder / name);
+    fs::permissions(folder / name, fs::perms(mode));
+  }
+
+  const pid_t child = fork();
+  if (child == 0) {
+    const bool isOrdinary = geteuid() != 0 || setuid(65534) == 0;
+    _exit(isOrdinary && files->isWritableDirectory(url("both")) && !files->isWritableDirectory(url("read")) &&
+                  !files->isWritableDirectory(url("write"))
+              ? 0
+              : 1);
+  }
+
+  int status = 0;
+  ASSERT_EQ(waitpid(child, &status, 0), child);
+  EXPECT_EQ(status, 0);
 }
 
 TEST_P(QuillonFileManagingContract, ReadsAFileUpToALimit) {

@@ -20,6 +20,7 @@
 #include <memory>
 #include <optional>
 #include <string>
+#include <string_view>
 #include <thread>
 #include <utility>
 #include <variant>
@@ -112,6 +113,13 @@ class ServiceProcess {
  private:
   pid_t process_ = 0;
 };
+
+/// The signals that a process ignores, by the lines of its /proc/PID/status; without the C library's own, 32 and 33.
+std::uint32_t ignoredSignals(const std::string& status) {
+  constexpr std::string_view kName = "SigIgn:";
+  const auto all = std::stoull(status.substr(status.find(kName) + kName.size()), nullptr, 16);
+  return static_cast<std::uint32_t>(all & 0x7FFFFFFF);
+}
 
 /// What a host heard of one launch.
 struct LaunchOutcome {
@@ -366,6 +374,23 @@ TEST_F(LauncherServiceScenario, ALaunchUnderWaySurvivesTheSignalsOfTheTerminalAn
 
   EXPECT_THAT(arguments.read(), StartsWith("--staged-app"));
   EXPECT_EQ(host.service->wait(), 0);
+}
+
+TEST_F(LauncherServiceScenario, WhatItStartsDoesNotIgnoreTheSignalsThatItIgnoresItself) {
+  const testing::ReportFifo ofInstaller(folder / "installer-signals");
+  const fs::path ofTool = folder / "tool-signals";
+  const auto tell = [](const fs::path& file) { return "grep SigIgn: /proc/$$/status > " + file.string(); };
+  writeScript(programs / "QuillonUpdateInstaller", tell(ofInstaller.path()));
+  writeScript(programs / "quillon-codesign", tell(ofTool) + "\necho TeamIdentifier=" + kTeam);
+  HostConversation host(serviceExecutable);
+
+  ASSERT_EQ(host.launch(request()).result, Result::launched());
+
+  const fs::path ofService = "/proc/" + std::to_string(host.service->identifier()) + "/status";
+  constexpr std::uint32_t kSignalsOfTheTerminal = 1U << (SIGHUP - 1) | 1U << (SIGINT - 1) | 1U << (SIGQUIT - 1);
+  EXPECT_EQ(ignoredSignals(readFile(ofService)) & kSignalsOfTheTerminal, kSignalsOfTheTerminal);
+  EXPECT_EQ(ignoredSignals(ofInstaller.read()), 0U);
+  EXPECT_EQ(ignoredSignals(readFile(ofTool)), 0U);
 }
 
 TEST_F(LauncherServiceScenario, AHostThatSendsAndGoesLeavesNoServiceBehind) {

@@ -39,10 +39,18 @@ constexpr const char* kPolicyFile = "usr/share/polkit-1/actions/org.example.App.
 /// Where the application tells who it runs as; whoever reads it waits for it.
 constexpr const char* kRelaunched = "/home/alice/relaunched";
 
+/// As many as leave something behind that shows, and take some seconds.
+constexpr int kManyLaunches = 100;
+
 /// Ends when no launcher service or installer runs; fails when one goes on running.
 constexpr const char* kWaitForProcesses =
     "for process in $(grep -ls '[Q]uillonUpdateInst' /proc/[0-9]*/cmdline | cut -d/ -f3); do "
     "timeout 20 tail --sleep-interval=0.01 --pid=$process --follow /dev/null || exit 1; done";
+
+/// Ends when the manager of the session's user has no unit of the application loaded; fails when one stays.
+constexpr const char* kWaitForUnitsOfUser =
+    "timeout 20 sh -c 'until units=$(systemctl --user list-units --all --plain --no-legend \"org.example.*\") && "
+    "[ -z \"$units\" ]; do :; done'";
 
 class PrivilegedLaunchScenario : public MachineScenario {
  protected:
@@ -228,7 +236,7 @@ TEST_F(PrivilegedLaunchScenario, AHostThatMustNotAskIsRefusedWithoutADialog) {
 }
 
 TEST_F(PrivilegedLaunchScenario, ManyLaunchesLeaveNothingBehind) {
-  const std::string output = launch("yes", kRootsApplication, " 20");
+  const std::string output = launch("yes", kRootsApplication, " " + std::to_string(kManyLaunches));
 
   const std::string one =
       "{\"event\":\"handoffStarted\"}\n"
@@ -236,8 +244,20 @@ TEST_F(PrivilegedLaunchScenario, ManyLaunchesLeaveNothingBehind) {
       "\"canPreserveInstalledOwnership\":false}\n"
       "{\"result\":\"authorizationDenied\",\"status\":-60005}\n";
   std::string all;
-  for (int launched = 0; launched < 20; ++launched) all += one;
+  for (int launched = 0; launched < kManyLaunches; ++launched) all += one;
   EXPECT_EQ(output, all + "{\"descriptors\":0}\n");
+  expectNothingIsLeft();
+}
+
+TEST_F(PrivilegedLaunchScenario, ManyJobsOfOneLabelLeaveNoUnitBehind) {
+  const std::string output =
+      launch("cancel", kUsersApplication,
+             " " + std::to_string(kManyLaunches) + untilRelaunched() + " && " + kWaitForUnitsOfUser + " && echo gone");
+
+  const std::string one = "{\"event\":\"handoffStarted\"}\n{\"event\":\"jobSubmitted\"}\n{\"result\":\"launched\"}\n";
+  std::string all;
+  for (int launched = 0; launched < kManyLaunches; ++launched) all += one;
+  EXPECT_EQ(output, all + "{\"descriptors\":0}\nrelaunched 2.0 as alice\ngone\n");
   expectNothingIsLeft();
 }
 

@@ -62,6 +62,9 @@ bool FaultInjectingFileManager::directoryExists(const QuillonURL& item) const no
 bool FaultInjectingFileManager::isExecutableFile(const QuillonURL& item) const noexcept {
   return real_->isExecutableFile(item);
 }
+bool FaultInjectingFileManager::isWritableDirectory(const QuillonURL& item) const noexcept {
+  return real_->isWritableDirectory(item);
+}
 std::string FaultInjectingFileManager::contentsOfFile(const QuillonURL& file, std::size_t limit) const {
   return real_->contentsOfFile(file, limit);
 }

@@ -25,6 +25,7 @@ class FaultInjectingFileManager final : public QuillonFileManaging {
   [[nodiscard]] bool fileExists(const QuillonURL& item) const noexcept override;
   [[nodiscard]] bool directoryExists(const QuillonURL& item) const noexcept override;
   [[nodiscard]] bool isExecutableFile(const QuillonURL& item) const noexcept override;
+  [[nodiscard]] bool isWritableDirectory(const QuillonURL& item) const noexcept override;
   [[nodiscard]] std::string contentsOfFile(const QuillonURL& file, std::size_t limit) const override;
   [[nodiscard]] std::vector<std::string> contentsOfDirectory(const QuillonURL& directory) const override;
   [[nodiscard]] QuillonURL resolvingSymbolicLinks(const QuillonURL& item) const override;

@@ -76,6 +76,8 @@ class QuillonFileManaging {
   [[nodiscard]] virtual bool directoryExists(const QuillonURL& item) const noexcept = 0;
   /// Whether `item`, links followed, is a regular file that this process may execute. Any failure answers false.
   [[nodiscard]] virtual bool isExecutableFile(const QuillonURL& item) const noexcept = 0;
+  /// Whether `item`, links followed, is a folder in which this process may create items. Any failure answers false.
+  [[nodiscard]] virtual bool isWritableDirectory(const QuillonURL& item) const noexcept = 0;
   /// The bytes of a regular file. Throws EFBIG when it holds more than `limit`, EISDIR or EINVAL when it is no file.
   [[nodiscard]] virtual std::string contentsOfFile(const QuillonURL& file, std::size_t limit) const = 0;
   /// Names in a folder, sorted by bytes, without "." and "..".

@@ -1,6 +1,8 @@
 #pragma once
 
+#include <chrono>
 #include <memory>
+#include <optional>
 
 #include "QuillonCore/Contracts/QuillonFileManaging.h"
 #include "QuillonCore/Contracts/QuillonProcessRunning.h"
@@ -12,8 +14,10 @@ namespace quillon {
 
 /// The platform's file system.
 [[nodiscard]] std::shared_ptr<QuillonFileManaging> makeSystemFileManager();
-/// Runs commands with the environment that this process's privileges allow: its own, or a minimal one as root.
-[[nodiscard]] std::shared_ptr<QuillonProcessRunning> makeSystemProcessRunner();
+/// Runs commands with the environment that this process's privileges allow: its own, or a minimal one as root. A
+/// command that runs longer than `timeLimit`, if there is one, is killed and has failed.
+[[nodiscard]] std::shared_ptr<QuillonProcessRunning> makeSystemProcessRunner(
+    std::optional<std::chrono::nanoseconds> timeLimit = std::nullopt);
 /// The user's desktop.
 [[nodiscard]] std::shared_ptr<QuillonWorkspaceOpening> makeSystemWorkspace();
 

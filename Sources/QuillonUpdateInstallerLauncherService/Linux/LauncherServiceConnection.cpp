@@ -5,6 +5,7 @@
 #include <sys/stat.h>
 #include <unistd.h>
 
+#include <chrono>
 #include <csignal>
 #include <memory>
 #include <string>
@@ -28,13 +29,19 @@ using Listener = VeskAppBundleInstallerLauncherServiceListener;
 using LaunchResolver = VeskAppBundleInstallerLauncherServiceLaunchResolver;
 using Service = VeskAppBundleInstallerLauncherService;
 
+/// For the only program that a request is resolved with, on the thread that reads the connection. Below the time that a
+/// launch has before the dialog, so that what the host hears is what went wrong.
+constexpr std::chrono::seconds kCodeSigningToolTimeLimit(8);
+static_assert(kCodeSigningToolTimeLimit <
+              std::chrono::nanoseconds(Service::kDefaultPreAuthorizationTimeoutNanoseconds));
+
 void isolateProcess() noexcept {
   constexpr int kConnection = kInstallerLauncherServiceDescriptor;
   static_assert(kConnection == STDERR_FILENO + 1, "what is closed begins right behind it");
   close_range(kConnection + 1, ~0U, 0);
   fcntl(kConnection, F_SETFD, FD_CLOEXEC);
-  // A service that shares the host's terminal is not what the user wants to interrupt there. When the host goes, the
-  // connection ends, and with it the service, but not before the launches under way.
+  // The host's connection factory starts the service in a session of its own, where no terminal sends these. For any
+  // other starter it is alike: the end of the connection ends the service, and not before the launches under way.
   for (const int signal : {SIGINT, SIGHUP, SIGQUIT}) std::signal(signal, SIG_IGN);
   rlimit cores{};
   if (getrlimit(RLIMIT_CORE, &cores) != 0) return;
@@ -57,7 +64,7 @@ std::shared_ptr<LaunchResolver> makeLaunchResolver(std::int32_t hostProcessIdent
   return std::make_shared<LaunchResolver>(
       defaultContainingApplicationURL,
       std::make_shared<VeskAppBundleInstallerLauncherServiceHostIdentityResolver>(
-          fileManager, makeSystemProcessRunner(), codeSigningToolPath()),
+          fileManager, makeSystemProcessRunner(kCodeSigningToolTimeLimit), codeSigningToolPath()),
       // The listener takes no peer of another user, so this process's user is the host's.
       VeskAppBundleLaunchdUserContext::currentProcess, [hostProcessIdentifier] { return hostProcessIdentifier; },
       fileManager);

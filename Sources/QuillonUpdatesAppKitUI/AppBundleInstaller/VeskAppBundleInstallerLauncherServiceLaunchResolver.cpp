@@ -3,6 +3,7 @@
 #include <string>
 #include <utility>
 
+#include "QuillonUpdatesAppKitUI/AppBundleInstaller/VeskAppBundleFailureReportPlace.h"
 #include "QuillonUpdatesAppKitUI/AppBundleInstaller/VeskAppBundleInstallerLauncherServiceRefusal.h"
 #include "QuillonUpdatesAppKitUI/AppBundleReplacement/VeskAppBundleCodeSignatureOutput.h"
 #include "QuillonUpdatesAppKitUI/AppBundleReplacement/VeskAppBundleUpdateFailureReportStore.h"
@@ -65,15 +66,11 @@ Launch VeskAppBundleInstallerLauncherServiceLaunchResolver::resolve(const Messag
   VeskAppBundleReplacementRequest request = readRequest(message);
   request.installedApplicationURL = resolveContainingApplication(request.installedApplicationURL);
   request.stagedApplicationURL = resolveLinks(request.stagedApplicationURL, "staged");
-  if (!request.failureReportURL) {
-    // Where the host looks: this process has the host's user and environment, a privileged installer has not.
-    const VeskAppBundleUpdateFailureReportStore store(fileManager_);
-    request.failureReportURL = store.reportURL(request.hostIdentity->bundleIdentifier);
-  }
+  request.failureReportURL = resolveFailureReport(request.failureReportURL, request.hostIdentity->bundleIdentifier);
   request.helperExecutableURL = locateHelper(request.installedApplicationURL);
   request.hostIdentity =
       hostIdentityResolver_->makeHostIdentity(request.installedApplicationURL, *request.hostIdentity);
-  request.launchUserContext = completeUser(request.launchUserContext);
+  request.launchUserContext = ownUser(request.launchUserContext);
   return {.request = std::move(request), .hostProcessIdentifier = hostProcessIdentifierProvider_()};
 }
 
@@ -97,20 +94,31 @@ QuillonURL VeskAppBundleInstallerLauncherServiceLaunchResolver::resolveLinks(con
   }
 }
 
+std::optional<QuillonURL> VeskAppBundleInstallerLauncherServiceLaunchResolver::resolveFailureReport(
+    const std::optional<QuillonURL>& requested, std::string_view bundleIdentifier) const {
+  if (!requested) {
+    // Where the host looks: this process has the host's user and environment, a privileged installer has not.
+    return VeskAppBundleUpdateFailureReportStore(fileManager_).reportURL(bundleIdentifier);
+  }
+  std::optional<QuillonURL> place = failureReportPlace(*fileManager_, *requested);
+  if (!place) throw Refusal("The user may not write to the folder of the failure report.", requested->path());
+  return place;
+}
+
 QuillonURL VeskAppBundleInstallerLauncherServiceLaunchResolver::locateHelper(const QuillonURL& application) const {
   using Error = VeskUpdateInstallerError;
+  QuillonURL helper = application.appendingPathComponent(kHelperPath);
   try {
-    QuillonURL helper = fileManager_->resolvingSymbolicLinks(application.appendingPathComponent(kHelperPath));
-    if (fileManager_->isExecutableFile(helper)) return helper;
+    // A link on the way may lead out of the application, and of what its signature covers.
+    if (fileManager_->resolvingSymbolicLinks(helper) == helper && fileManager_->isExecutableFile(helper)) return helper;
   } catch (const QuillonSystemError&) {  // NOLINT(bugprone-empty-catch): what cannot be found is not there
   }
   throw Error(Error::Code::replacementHelperUnavailable);
 }
 
-User VeskAppBundleInstallerLauncherServiceLaunchResolver::completeUser(const std::optional<User>& requested) const {
+User VeskAppBundleInstallerLauncherServiceLaunchResolver::ownUser(const std::optional<User>& requested) const {
   User own = launchUserContextProvider_();
-  if (!requested) return own;
-  if (isSameUser(*requested, own)) return *requested;
+  if (!requested || isSameUser(*requested, own)) return own;
   throw Refusal("The request is for another user than the one who sent it.",
                 "requested=" + describe(*requested) + " own=" + describe(own));
 }

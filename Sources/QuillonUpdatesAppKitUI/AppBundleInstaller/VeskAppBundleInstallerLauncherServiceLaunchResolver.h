@@ -16,8 +16,9 @@ namespace quillon {
 
 /// Lets a host replace the application that contains the service, and nothing else, as itself, and as nobody else.
 ///
-/// Symbolic links are resolved once: the paths that were checked are those of the launch. Each refusal goes once to
-/// the diagnostic log.
+/// Symbolic links are resolved once: the paths that were checked are those of the launch. An installer behind a link
+/// inside the application counts as none. The application is started as the peer, with the peer's own home, and a
+/// failure report goes to a place where the peer may write. Each refusal goes once to the diagnostic log.
 class VeskAppBundleInstallerLauncherServiceLaunchResolver final
     : public VeskAppBundleInstallerLauncherServiceLaunchResolving {
  public:
@@ -41,8 +42,11 @@ class VeskAppBundleInstallerLauncherServiceLaunchResolver final
   [[nodiscard]] VeskAppBundleXPCReplacementLaunch resolve(const QuillonPropertyListValue::Dictionary& message) const;
   [[nodiscard]] QuillonURL resolveContainingApplication(const QuillonURL& requestedApplication) const;
   [[nodiscard]] QuillonURL resolveLinks(const QuillonURL& item, std::string_view what) const;
+  [[nodiscard]] std::optional<QuillonURL> resolveFailureReport(const std::optional<QuillonURL>& requested,
+                                                               std::string_view bundleIdentifier) const;
   [[nodiscard]] QuillonURL locateHelper(const QuillonURL& application) const;
-  [[nodiscard]] VeskAppBundleLaunchdUserContext completeUser(
+  /// The peer, unless `requested` is somebody else.
+  [[nodiscard]] VeskAppBundleLaunchdUserContext ownUser(
       const std::optional<VeskAppBundleLaunchdUserContext>& requested) const;
 
   std::function<std::optional<QuillonURL>()> containingApplicationURLProvider_;

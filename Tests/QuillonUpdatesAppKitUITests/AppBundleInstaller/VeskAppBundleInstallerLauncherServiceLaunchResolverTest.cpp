@@ -97,10 +97,20 @@ class VeskAppBundleInstallerLauncherServiceLaunchResolverTest : public ::testing
     }
   }
 
+  [[nodiscard]] bool helperIsUnavailable() const {
+    try {
+      (void)make(request());
+      return false;
+    } catch (const VeskUpdateInstallerError& error) {
+      return error.code() == VeskUpdateInstallerError::Code::replacementHelperUnavailable;
+    }
+  }
+
   testing::TemporaryDirectory folder;
   fs::path application = fs::canonical(folder.path()) / "Applications/App.app";
   fs::path staged = fs::canonical(folder.path()) / "Staging/App.app";
-  fs::path helper = application / "Contents/MacOS/QuillonUpdateInstaller";
+  fs::path programs = application / "Contents/MacOS";
+  fs::path helper = programs / "QuillonUpdateInstaller";
   std::optional<QuillonURL> containing;
   User peer{.userIdentifier = 1000, .groupIdentifier = 1000, .userName = "jane", .homeDirectory = "/home/jane"};
   std::shared_ptr<FakeHostIdentityResolver> identities = std::make_shared<FakeHostIdentityResolver>();
@@ -211,9 +221,26 @@ TEST_F(VeskAppBundleInstallerLauncherServiceLaunchResolverTest, AStagedApplicati
 
 TEST_F(VeskAppBundleInstallerLauncherServiceLaunchResolverTest, AFailureReportGoesWhereTheRequestWantsIt) {
   VeskAppBundleReplacementRequest reporting = request();
-  reporting.failureReportURL = QuillonURL::fileURL("/home/jane/Reports/Failure.plist");
+  reporting.failureReportURL = url(fs::canonical(folder.path()) / "Reports/Failure.plist");
 
   EXPECT_EQ(make(reporting).request.failureReportURL, reporting.failureReportURL);
+}
+
+TEST_F(VeskAppBundleInstallerLauncherServiceLaunchResolverTest, LinksToAFailureReportAreResolvedAndNotPassedOn) {
+  fs::create_directory_symlink(staged.parent_path(), folder / "Reports");
+  VeskAppBundleReplacementRequest reporting = request();
+  reporting.failureReportURL = url(folder / "Reports/Failure.plist");
+
+  EXPECT_EQ(make(reporting).request.failureReportURL, url(staged.parent_path() / "Failure.plist"));
+}
+
+TEST_F(VeskAppBundleInstallerLauncherServiceLaunchResolverTest,
+       AFailureReportWhereTheUserMayNotWriteIsRefusedAndTheLogSaysWhere) {
+  VeskAppBundleReplacementRequest reporting = request();
+  reporting.failureReportURL = url(helper / "Failure.plist");  // below a file
+
+  EXPECT_EQ(refusal(reporting), "The user may not write to the folder of the failure report.");
+  EXPECT_THAT(log, ElementsAre(HasSubstr((helper / "Failure.plist").string())));
 }
 
 TEST_F(VeskAppBundleInstallerLauncherServiceLaunchResolverTest, WithoutAHomeThereIsNoPlaceForAReport) {
@@ -223,30 +250,38 @@ TEST_F(VeskAppBundleInstallerLauncherServiceLaunchResolverTest, WithoutAHomeTher
 }
 
 TEST_F(VeskAppBundleInstallerLauncherServiceLaunchResolverTest, WithoutAnExecutableInstallerTheHelperIsUnavailable) {
-  const auto isUnavailable = [&] {
-    try {
-      (void)make(request());
-      return false;
-    } catch (const VeskUpdateInstallerError& error) {
-      return error.code() == VeskUpdateInstallerError::Code::replacementHelperUnavailable;
-    }
-  };
-
   fs::permissions(helper, fs::perms(0644));
-  EXPECT_TRUE(isUnavailable());
+  EXPECT_TRUE(helperIsUnavailable());
   fs::remove(helper);
-  EXPECT_TRUE(isUnavailable());
+  EXPECT_TRUE(helperIsUnavailable());
   fs::create_directory(helper);
-  EXPECT_TRUE(isUnavailable());
+  EXPECT_TRUE(helperIsUnavailable());
   EXPECT_THAT(identities->asked, IsEmpty());
 }
 
-TEST_F(VeskAppBundleInstallerLauncherServiceLaunchResolverTest,
-       AnInstallerThatIsALinkIsPassedOnAsTheFileThatWasChecked) {
-  fs::rename(helper, folder / "shared-installer");
-  fs::create_symlink(folder / "shared-installer", helper);
+TEST_F(VeskAppBundleInstallerLauncherServiceLaunchResolverTest, AnInstallerThatIsALinkCountsAsNone) {
+  for (const fs::path& target : {folder / "shared-installer", programs / "OtherInstaller"}) {
+    fs::rename(helper, target);
+    fs::create_symlink(target, helper);
 
-  EXPECT_EQ(make(request()).request.helperExecutableURL, url(fs::canonical(folder.path()) / "shared-installer"));
+    EXPECT_TRUE(helperIsUnavailable()) << target;
+
+    fs::rename(target, helper);
+  }
+  EXPECT_THAT(identities->asked, IsEmpty());
+}
+
+TEST_F(VeskAppBundleInstallerLauncherServiceLaunchResolverTest, AnInstallerInALinkedFolderCountsAsNone) {
+  for (const fs::path& linked : {programs, application / "Contents"}) {
+    fs::rename(linked, folder / "elsewhere");
+    fs::create_directory_symlink(folder / "elsewhere", linked);
+
+    EXPECT_TRUE(helperIsUnavailable()) << linked;
+
+    fs::remove(linked);
+    fs::rename(folder / "elsewhere", linked);
+  }
+  EXPECT_THAT(identities->asked, IsEmpty());
 }
 
 TEST_F(VeskAppBundleInstallerLauncherServiceLaunchResolverTest, AnIdentityThatIsRefusedIsARefusedLaunch) {
@@ -256,12 +291,12 @@ TEST_F(VeskAppBundleInstallerLauncherServiceLaunchResolverTest, AnIdentityThatIs
   EXPECT_THAT(log, ElementsAre("VeskAppBundleInstallerLauncherServiceLaunchResolver: somebody else"));
 }
 
-TEST_F(VeskAppBundleInstallerLauncherServiceLaunchResolverTest, AUserContextOfThePeerIsKept) {
+TEST_F(VeskAppBundleInstallerLauncherServiceLaunchResolverTest, AUserContextOfThePeerGetsThePeersOwnHome) {
   VeskAppBundleReplacementRequest own = request();
   own.launchUserContext = peer;
   own.launchUserContext->homeDirectory = "/srv/jane";
 
-  EXPECT_EQ(make(own).request.launchUserContext, own.launchUserContext);
+  EXPECT_EQ(make(own).request.launchUserContext, peer);
 }
 
 TEST_F(VeskAppBundleInstallerLauncherServiceLaunchResolverTest, AUserContextOfAnotherUserIsRefused) {

@@ -64,7 +64,9 @@ int keepDescriptors(int descriptor, int report) noexcept {
 }
 
 [[noreturn]] void becomeProgram(const Program& program, int report) noexcept {
-  const int null = open("/dev/null", O_RDWR | O_CLOEXEC);
+  // Without O_CLOEXEC, which would stay when this is one of the standard descriptors already because the parent has it
+  // closed. Above them it is closed below.
+  const int null = open("/dev/null", O_RDWR);
   if (null < 0) reportAndExit(report);
   for (int descriptor = STDIN_FILENO; descriptor <= STDERR_FILENO; ++descriptor) {
     if (dup2(null, descriptor) < 0) reportAndExit(report);

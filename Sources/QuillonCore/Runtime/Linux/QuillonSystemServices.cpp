@@ -10,8 +10,8 @@ std::shared_ptr<QuillonFileManaging> makeSystemFileManager() {
   return std::make_shared<QuillonPosixFileManager>();
 }
 
-std::shared_ptr<QuillonProcessRunning> makeSystemProcessRunner() {
-  return std::make_shared<QuillonPosixProcessRunner>();
+std::shared_ptr<QuillonProcessRunning> makeSystemProcessRunner(std::optional<std::chrono::nanoseconds> timeLimit) {
+  return std::make_shared<QuillonPosixProcessRunner>(environmentForOwnPrivileges(), timeLimit);
 }
 
 std::shared_ptr<QuillonWorkspaceOpening> makeSystemWorkspace() {

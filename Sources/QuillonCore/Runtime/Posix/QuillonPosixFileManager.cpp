@@ -236,6 +236,10 @@ bool QuillonPosixFileManager::isExecutableFile(const QuillonURL& item) const noe
   return stat(path, &status) == 0 && S_ISREG(status.st_mode) && access(path, X_OK) == 0;
 }
 
+bool QuillonPosixFileManager::isWritableDirectory(const QuillonURL& item) const noexcept {
+  return directoryExists(item) && access(item.path().c_str(), W_OK | X_OK) == 0;
+}
+
 std::string QuillonPosixFileManager::contentsOfFile(const QuillonURL& file, std::size_t limit) const {
   const OpenFile opened = openRegularFile(file, "read");
   return readUpTo(opened.descriptor.get(), limit, file);

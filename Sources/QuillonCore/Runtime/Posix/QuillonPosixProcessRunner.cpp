@@ -9,8 +9,10 @@
 #include <algorithm>
 #include <array>
 #include <cerrno>
+#include <chrono>
 #include <csignal>
 #include <exception>
+#include <limits>
 #include <optional>
 #include <string_view>
 
@@ -23,10 +25,32 @@ namespace {
 
 constexpr std::size_t kLargestOutput = std::size_t{16} * 1024 * 1024;
 
+/// When a child has had its time.
+class Deadline {
+ public:
+  /// Without a limit that time never comes.
+  Deadline(std::optional<std::chrono::nanoseconds> limit, const QuillonMonotonicTimeProvider& monotonicTimeProvider)
+      : limit_(limit), monotonicTimeProvider_(monotonicTimeProvider), begin_(limit ? monotonicTimeProvider() : 0) {}
+
+  /// Milliseconds that are left, rounded up, as poll(2) wants them: 0 when it has passed, -1 without a limit.
+  [[nodiscard]] int pollTimeout() const {
+    if (!limit_) return -1;
+    const auto elapsed = std::chrono::nanoseconds(monotonicTimeProvider_() - begin_);
+    if (elapsed >= *limit_) return 0;
+    const auto left = std::chrono::ceil<std::chrono::milliseconds>(*limit_ - elapsed).count();
+    return static_cast<int>(std::min<std::int64_t>(left, std::numeric_limits<int>::max()));
+  }
+
+ private:
+  const std::optional<std::chrono::nanoseconds> limit_;
+  const QuillonMonotonicTimeProvider& monotonicTimeProvider_;
+  const std::uint64_t begin_;
+};
+
 /// Everything that posix_spawn is told about a child, other than what it runs.
 class SpawnSettings {
  public:
-  explicit SpawnSettings(int output) noexcept {
+  SpawnSettings(int output, bool hasOwnGroup) noexcept {
     if (!keep(posix_spawn_file_actions_init(&actions_))) return;
     hasActions_ = true;
     if (!keep(posix_spawnattr_init(&attributes_))) return;
@@ -35,10 +59,13 @@ class SpawnSettings {
     sigset_t none;
     sigfillset(&all);
     sigemptyset(&none);
+    // Group 0 stands for a new one that the child leads.
+    const auto flags =
+        static_cast<short>(POSIX_SPAWN_SETSIGDEF | POSIX_SPAWN_SETSIGMASK | (hasOwnGroup ? POSIX_SPAWN_SETPGROUP : 0));
     // A short circuit: the first failure is the one that is kept.
     (void)(keep(posix_spawnattr_setsigdefault(&attributes_, &all)) &&
            keep(posix_spawnattr_setsigmask(&attributes_, &none)) &&
-           keep(posix_spawnattr_setflags(&attributes_, POSIX_SPAWN_SETSIGDEF | POSIX_SPAWN_SETSIGMASK)) &&
+           keep(posix_spawnattr_setflags(&attributes_, flags)) && keep(posix_spawnattr_setpgroup(&attributes_, 0)) &&
            keep(posix_spawn_file_actions_addopen(&actions_, STDIN_FILENO, "/dev/null", O_RDONLY, 0)) &&
            keep(posix_spawn_file_actions_adddup2(&actions_, output, STDOUT_FILENO)) &&
            keep(posix_spawn_file_actions_adddup2(&actions_, output, STDERR_FILENO)) &&
@@ -85,6 +112,24 @@ class Child {
   /// Readable once the child has ended; -1 where the system cannot tell.
   [[nodiscard]] int endDescriptor() const noexcept { return end_.get(); }
 
+  /// Whether the child has ended when `deadline` comes; waits until one of both is so.
+  [[nodiscard]] bool endsBefore(const Deadline& deadline) const {
+    while (!hasEnded()) {
+      const int left = deadline.pollTimeout();
+      if (left == 0) return false;
+      pollfd end = {.fd = end_.get(), .events = POLLIN, .revents = 0};
+      (void)poll(&end, 1, end_ ? left : std::min(left, kLookAgainMilliseconds));
+    }
+    return true;
+  }
+
+  /// Kills the child and the process group that it leads.
+  void kill() const noexcept {
+    if (process_ < 0) return;
+    ::kill(-process_, SIGKILL);
+    ::kill(process_, SIGKILL);  // it may have changed its group
+  }
+
   /// Waits for the end; the status as a shell reports it.
   std::int32_t wait() noexcept {
     if (process_ < 0) return status_;
@@ -100,6 +145,15 @@ class Child {
   }
 
  private:
+  /// How often to look where the system gives no descriptor of the end.
+  static constexpr int kLookAgainMilliseconds = 10;
+
+  [[nodiscard]] bool hasEnded() const noexcept {
+    siginfo_t end{};
+    // What fails for a child is waiting for one whose status somebody else took.
+    return waitid(P_PID, static_cast<id_t>(process_), &end, WEXITED | WNOHANG | WNOWAIT) != 0 || end.si_pid != 0;
+  }
+
   pid_t process_;
   FileDescriptor end_;
   std::int32_t status_ = 1;
@@ -127,20 +181,22 @@ void readWaiting(int descriptor, std::string& output) {
   }
 }
 
-std::string readUntilEnd(int descriptor, const Child& child) {
+/// Reads until the output or the child has ended, or `deadline` has come.
+std::string readUntilEnd(int descriptor, const Child& child, const Deadline& deadline) {
   std::string output;
   for (;;) {
+    const int left = deadline.pollTimeout();
     std::array<pollfd, 2> events = {{{.fd = descriptor, .events = POLLIN, .revents = 0},
                                      {.fd = child.endDescriptor(), .events = POLLIN, .revents = 0}}};
-    if (poll(events.data(), events.size(), -1) < 0) {
+    if (poll(events.data(), events.size(), left) < 0) {
       if (errno == EINTR) continue;
       return output;
     }
-    if (events[1].revents != 0) {
+    if (events[1].revents != 0 || left == 0) {
       readWaiting(descriptor, output);
       return output;
     }
-    if (readSome(descriptor, kLargestOutput, output) == 0) return output;
+    if (events[0].revents != 0 && readSome(descriptor, kLargestOutput, output) == 0) return output;
   }
 }
 
@@ -152,21 +208,37 @@ bool isUTF8(std::string_view text) noexcept {
   return true;
 }
 
+/// Adds to what a child has put out that it got no further.
+void addTimeLimitLine(std::string& output, const std::string& executablePath, std::chrono::nanoseconds limit) {
+  if (!output.empty() && !output.ends_with('\n')) output += '\n';
+  const auto milliseconds = std::chrono::duration_cast<std::chrono::milliseconds>(limit).count();
+  output += executablePath + ": killed when its time limit of " + std::to_string(milliseconds) + " ms was over\n";
+}
+
 QuillonProcessResult runChild(const std::string& executablePath, const std::vector<std::string>& arguments,
-                              QuillonProcessEnvironment environment) {
+                              QuillonProcessEnvironment environment, std::optional<std::chrono::nanoseconds> timeLimit,
+                              const QuillonMonotonicTimeProvider& monotonicTimeProvider) {
   std::vector<std::string> words = {executablePath};
   words.insert(words.end(), arguments.begin(), arguments.end());
   QuillonPipe pipe = makePipe();
   if (!pipe.writeEnd || !executablePath.starts_with('/')) return {};
-  const auto process = SpawnSettings(pipe.writeEnd.get()).spawn(executablePath, std::move(words), environment);
+  const SpawnSettings settings(pipe.writeEnd.get(), timeLimit.has_value());
+  const Deadline deadline(timeLimit, monotonicTimeProvider);
+  const auto process = settings.spawn(executablePath, std::move(words), environment);
   if (!process) return {};
   Child child(*process);
   pipe.writeEnd.reset();
-  std::string output = readUntilEnd(pipe.readEnd.get(), child);
+  std::string output = readUntilEnd(pipe.readEnd.get(), child, deadline);
+  // Before its output is closed: a child that writes would end of that.
+  const bool isLate = timeLimit && !child.endsBefore(deadline);
+  if (isLate) child.kill();
   // A child still writing behind the reader's back, after an error of poll, must not wait for it forever.
   pipe.readEnd.reset();
   const std::int32_t status = child.wait();
-  return {.status = status, .output = isUTF8(output) ? std::move(output) : std::string()};
+  if (!isUTF8(output)) output.clear();
+  // Between the look and the signal it may have ended by itself after all.
+  if (isLate && status == 128 + SIGKILL) addTimeLimitLine(output, executablePath, *timeLimit);
+  return {.status = status, .output = std::move(output)};
 }
 
 }  // namespace
@@ -174,7 +246,7 @@ QuillonProcessResult runChild(const std::string& executablePath, const std::vect
 QuillonProcessResult QuillonPosixProcessRunner::run(const std::string& executablePath,
                                                     const std::vector<std::string>& arguments) noexcept {
   try {
-    return runChild(executablePath, arguments, environment_);
+    return runChild(executablePath, arguments, environment_, timeLimit_, monotonicTimeProvider_);
   } catch (const std::exception&) {  // no memory: the child was not started, or its output is lost
     return {};
   }

@@ -1,5 +1,6 @@
 #include <fcntl.h>
 #include <gtest/gtest.h>
+#include <sys/wait.h>
 #include <unistd.h>
 
 #include <cerrno>
@@ -110,6 +111,34 @@ TEST_F(QuillonDetachedProcessTest, ReportsWhatCannotBeExecuted) {
   EXPECT_EQ(errorOfStarting(folder_.path().string()), EACCES);
   EXPECT_EQ(errorOfStarting("sh"), ENOENT) << "nothing is searched";
   EXPECT_EQ(errorOfStarting("/bin/true"), std::nullopt);
+}
+
+TEST_F(QuillonDetachedProcessTest, HasStandardStreamsWhicheverOnesItsStarterHasClosed) {
+  testing::writeFile(folder_ / "given", "what it says");
+  testing::writeScript(folder_ / "program",
+                       "streams=$(readlink /proc/$$/fd/0 /proc/$$/fd/1 /proc/$$/fd/2)\n"
+                       "{ echo \"$streams\"; cat <&3; } > \"$1\"");
+  const auto startWithClosedStreams = [&](unsigned closed) noexcept {
+    const FileDescriptor given(fcntl(open((folder_ / "given").c_str(), O_RDONLY | O_CLOEXEC), F_DUPFD_CLOEXEC, 10));
+    for (int stream = STDIN_FILENO; stream <= STDERR_FILENO; ++stream) {
+      if ((closed >> stream & 1U) != 0) close(stream);
+    }
+    startDetachedProcess((folder_ / "program").string(), {report_.path().string()}, QuillonProcessEnvironment::minimal,
+                         given);
+  };
+
+  for (unsigned closed = 1; closed < 8; ++closed) {
+    SCOPED_TRACE(closed);
+    const pid_t starter = fork();
+    if (starter == 0) {
+      startWithClosedStreams(closed);
+      _exit(0);
+    }
+    int status = -1;
+    ASSERT_EQ(waitpid(starter, &status, 0), starter);
+    ASSERT_EQ(status, 0);
+    EXPECT_EQ(report_.read(), "/dev/null\n/dev/null\n/dev/null\nwhat it says");
+  }
 }
 
 TEST_F(QuillonDetachedProcessTest, WorksWithoutStandardStreams) {

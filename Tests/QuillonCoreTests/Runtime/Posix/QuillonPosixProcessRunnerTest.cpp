@@ -2,9 +2,12 @@
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 #include <sys/stat.h>
+#include <sys/wait.h>
 #include <unistd.h>
 
+#include <array>
 #include <cerrno>
+#include <chrono>
 #include <csignal>
 #include <cstdint>
 #include <string>
@@ -12,6 +15,7 @@
 
 #include "QuillonCore/Runtime/Posix/FileDescriptor.h"
 #include "QuillonCore/Runtime/Posix/QuillonPosixProcessRunner.h"
+#include "Support/ReportFifo.h"
 #include "Support/TemporaryDirectory.h"
 
 namespace quillon {
@@ -142,6 +146,89 @@ TEST(QuillonPosixProcessRunnerTest, InheritedEnvironmentIsThisProcesss) {
 
   unsetenv("QUILLON_TEST_VARIABLE");
   EXPECT_THAT(output, HasSubstr("QUILLON_TEST_VARIABLE=value\n"));
+}
+
+/// Children that wait for something that does not come.
+class QuillonPosixProcessRunnerTimeLimitTest : public ::testing::Test {
+ protected:
+  using Limit = std::chrono::nanoseconds;
+
+  static QuillonProcessResult runShell(const std::string& script, Limit limit) {
+    return QuillonPosixProcessRunner(QuillonProcessEnvironment::minimal, limit).run("/bin/sh", {"-c", script});
+  }
+
+  /// With a limit that is over once the child has put something out, however long that takes.
+  static QuillonProcessResult runShellUntilItsFirstOutput(const std::string& script) {
+    const Limit limit = std::chrono::hours(1);
+    int looks = 0;
+    // Looked at when the limit begins, before the output is waited for, and after it has come.
+    const auto clock = [&looks, limit] { return looks++ < 2 ? 0 : static_cast<std::uint64_t>(limit.count()); };
+    return QuillonPosixProcessRunner(QuillonProcessEnvironment::minimal, limit, clock).run("/bin/sh", {"-c", script});
+  }
+
+  static void expectNoChildIsLeft() {
+    EXPECT_EQ(waitpid(-1, nullptr, WNOHANG), -1);
+    EXPECT_EQ(errno, ECHILD);
+  }
+
+  TemporaryDirectory folder_;
+  testing::ReportFifo fifo_{folder_ / "fifo"};
+  /// What a script does that has to be killed.
+  std::string hang_ = "read line < " + fifo_.path().string();
+};
+
+TEST_F(QuillonPosixProcessRunnerTimeLimitTest, AChildThatWaitsForEverIsKilledAndTheOutputSaysSo) {
+  const QuillonProcessResult result = runShell(hang_, std::chrono::milliseconds(50));
+
+  EXPECT_EQ(result, (QuillonProcessResult{.status = 128 + SIGKILL,
+                                          .output = "/bin/sh: killed when its time limit of 50 ms was over\n"}));
+  expectNoChildIsLeft();
+}
+
+TEST_F(QuillonPosixProcessRunnerTimeLimitTest, TheOutputIsKeptAsFarAsItCame) {
+  const QuillonProcessResult result = runShellUntilItsFirstOutput("printf begun; " + hang_);
+
+  EXPECT_EQ(result.status, 128 + SIGKILL);
+  EXPECT_EQ(result.output, "begun\n/bin/sh: killed when its time limit of 3600000 ms was over\n");
+}
+
+TEST_F(QuillonPosixProcessRunnerTimeLimitTest, WhatTheChildHasStartedIsKilledWithIt) {
+  const testing::ReportFifo held(folder_ / "held");
+  const FileDescriptor noWriterYet(open(held.path().c_str(), O_RDONLY | O_NONBLOCK | O_CLOEXEC));
+  const FileDescriptor release(open(fifo_.path().c_str(), O_RDWR | O_CLOEXEC));
+  ASSERT_TRUE(noWriterYet && release);
+
+  const QuillonProcessResult result = runShellUntilItsFirstOutput("exec 3> " + held.path().string() + "; { " + hang_ +
+                                                                  "; echo survived >&3; } & echo begun; wait");
+
+  ASSERT_EQ(result.status, 128 + SIGKILL);
+  ASSERT_EQ(write(release.get(), "\n", 1), 1);
+  fcntl(noWriterYet.get(), F_SETFL, 0);
+  std::array<char, 16> said{};
+  EXPECT_EQ(read(noWriterYet.get(), said.data(), said.size()), 0) << said.data();
+}
+
+TEST_F(QuillonPosixProcessRunnerTimeLimitTest, AChildThatHasClosedItsOutputIsKilledToo) {
+  const QuillonProcessResult result = runShell("exec >&- 2>&-; " + hang_, std::chrono::milliseconds(50));
+
+  EXPECT_EQ(result.status, 128 + SIGKILL);
+  expectNoChildIsLeft();
+}
+
+TEST_F(QuillonPosixProcessRunnerTimeLimitTest, AChildThatNeverStopsWritingIsKilledToo) {
+  const QuillonProcessResult result = runShell("exec yes", std::chrono::milliseconds(50));
+
+  EXPECT_EQ(result.status, 128 + SIGKILL);
+  EXPECT_TRUE(result.output.ends_with("/bin/sh: killed when its time limit of 50 ms was over\n"));
+}
+
+TEST_F(QuillonPosixProcessRunnerTimeLimitTest, AChildThatEndsInTimeIsAsWithoutALimit) {
+  EXPECT_EQ(runShell("echo one; exit 7", std::chrono::hours(1)),
+            (QuillonProcessResult{.status = 7, .output = "one\n"}));
+  EXPECT_EQ(runShell("exec >&- 2>&-; exit 3", std::chrono::hours(1)),
+            (QuillonProcessResult{.status = 3, .output = ""}));
+  EXPECT_EQ(runShell("kill -KILL $$", std::chrono::hours(1)),
+            (QuillonProcessResult{.status = 128 + SIGKILL, .output = ""}));
 }
 
 }  // namespace
