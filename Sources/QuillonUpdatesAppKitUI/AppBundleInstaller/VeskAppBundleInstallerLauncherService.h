@@ -30,9 +30,9 @@ class VeskAppBundleInstallerLauncherService final : public VeskAppBundleInstalle
   /// Before the dialog there are some looks at the disk and one run of the signing tool: well below a second, ten on a
   /// machine that hardly moves.
   static constexpr std::uint64_t kDefaultPreAuthorizationTimeoutNanoseconds = 10'000'000'000;
-  /// After it the service manager is asked to remove an older job, and this is looked at before the job is started. What
-  /// it is asked ends by itself after 20 s at most, with an error that says more than a timeout of ours, such as that an
-  /// older installer does not end; so this is longer.
+  /// After it the service manager is asked to remove an older job, and this is looked at before the job is started.
+  /// What it is asked ends by itself after 20 s at most, with an error that says more than a timeout of ours, such as
+  /// that an older installer does not end; so this is longer.
   static constexpr std::uint64_t kDefaultPostAuthorizationTimeoutNanoseconds = 30'000'000'000;
 
   /// Timeouts in nanoseconds, of which 0 lets no launch proceed. `progressHandler` is called on the thread of the call
