@@ -72,8 +72,9 @@ class Submission {
     for (std::string& pattern : patterns) std::ranges::replace(pattern, '\\', '?');
     Units loaded = manager_.unitStates(patterns);
     Units units;
-    for (int number = 1; number <= kLargestUnitNumber; ++number)
+    for (int number = 1; number <= kLargestUnitNumber; ++number) {
       units.insert(loaded.extract(unitName(job_.label, number)));
+    }
     return units;
   }
 
@@ -103,22 +104,20 @@ class Submission {
   /// The name of the unit that runs.
   [[nodiscard]] std::string start(const Units& older) {
     for (int number = 1; number <= kLargestUnitNumber; ++number) {
-      const std::string unit = unitName(job_.label, number);
+      std::string unit = unitName(job_.label, number);
       if (!older.contains(unit) && tryToStart(unit)) return unit;
     }
     throw unitExists("Every unit name for " + job_.label + " is taken.");
   }
 
-  /// False when the name was taken meanwhile. Throws when that was by a program that lives: by another launch.
+  /// False when the name was taken meanwhile. Throws when a program lives under one: that of another launch.
   [[nodiscard]] bool tryToStart(const std::string& unit) {
     try {
       manager_.startTransientService(unit, job_.label, job_.programArguments, interaction_);
       return true;
     } catch (const QuillonSystemError& error) {
       if (error.domain() != kUnitExists) throw;
-      const Units units = olderUnits();
-      const auto found = units.find(unit);
-      if (found != units.end() && isAlive(found->second)) throw;
+      if (std::ranges::any_of(olderUnits(), isAlive, &Units::value_type::second)) throw;
       return false;
     }
   }
