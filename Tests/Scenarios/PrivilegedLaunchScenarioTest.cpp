@@ -6,6 +6,7 @@
 
 #include <filesystem>
 #include <memory>
+#include <sstream>
 #include <string>
 #include <vector>
 
@@ -22,11 +23,13 @@ namespace {
 
 namespace fs = std::filesystem;
 using ::testing::AllOf;
+using ::testing::AnyOf;
 using ::testing::HasSubstr;
 using ::testing::IsEmpty;
 using testing::MachineScenario;
 using ::testing::Not;
 using testing::readFile;
+using ::testing::SizeIs;
 using ::testing::StartsWith;
 using testing::TestMachine;
 using testing::TestMachineCommandResult;
@@ -51,6 +54,15 @@ constexpr const char* kWaitForProcesses =
 constexpr const char* kWaitForUnitsOfUser =
     "timeout 20 sh -c 'until units=$(systemctl --user list-units --all --plain --no-legend \"org.example.*\") && "
     "[ -z \"$units\" ]; do :; done'";
+
+std::vector<std::string> linesWith(const std::string& output, const std::string& text) {
+  std::vector<std::string> found;
+  std::istringstream lines(output);
+  for (std::string line; std::getline(lines, line);) {
+    if (line.find(text) != std::string::npos) found.push_back(line);
+  }
+  return found;
+}
 
 class PrivilegedLaunchScenario : public MachineScenario {
  protected:
@@ -302,6 +314,34 @@ TEST_F(PrivilegedLaunchScenario, AServiceThatDiesUnderTheDialogIsOneFailureAndTh
   EXPECT_EQ(files(), before);
   expectNothingIsLeft();
 }
+
+/// The events of a launch with a dialog, at each of which the service is killed.
+class KilledServiceScenario : public PrivilegedLaunchScenario, public ::testing::WithParamInterface<const char*> {};
+
+TEST_P(KilledServiceScenario, TheHostHearsOneResultAndAWholeApplicationIsInstalled) {
+  // A file, so that an application which is started again does not wait for a reader.
+  ASSERT_EQ(machine().run({"/bin/sh", "-c", std::string("rm ") + kRelaunched}).output, "");
+  const std::string killAtEvent = std::string(" | while read -r line; do echo \"$line\"; case \"$line\" in *") +
+                                  GetParam() +
+                                  "*) kill -KILL $(grep -ls '[Q]uillonUpdateInstallerLauncherService' "
+                                  "/proc/[0-9]*/cmdline | cut -d/ -f3);; esac; done";
+
+  const std::string output = launch("yes", kRootsApplication, killAtEvent);
+
+  EXPECT_THAT(linesWith(output, "\"event\":\"" + std::string(GetParam()) + "\""), SizeIs(1)) << output;
+  EXPECT_THAT(linesWith(output, "\"result\":"), SizeIs(1)) << output;
+  // The service may have gone on before it was killed.
+  EXPECT_THAT(linesWith(output, "\"result\":").front(), AnyOf(HasSubstr("protocolFailure"), HasSubstr("launched")));
+  expectNothingIsLeft();
+  EXPECT_THAT(versionAt(kRootsApplication), AnyOf("1.0", "2.0"));
+  const std::string codesign = std::string(commandsFolder) + "/quillon-codesign";
+  EXPECT_EQ(machine().run({codesign, "--verify", "--strict", "--deep", kRootsApplication}).output, "");
+}
+
+INSTANTIATE_TEST_SUITE_P(Events, KilledServiceScenario,
+                         ::testing::Values("handoffStarted", "authorizationRequired", "authorizationBegan",
+                                           "authorizationEnded", "jobSubmitted"),
+                         [](const auto& event) { return std::string(event.param); });
 
 TEST_F(PrivilegedLaunchScenario, WithTheHostsActionFileTheOnlyDialogIsTheHosts) {
   installPolicy();
