@@ -40,4 +40,9 @@ bool isPunctuation(char32_t scalar) noexcept {
   return category >= UTF8PROC_CATEGORY_PC && category <= UTF8PROC_CATEGORY_PO;
 }
 
+bool isLetter(char32_t scalar) noexcept {
+  const utf8proc_category_t category = categoryOf(scalar);
+  return category >= UTF8PROC_CATEGORY_LU && category <= UTF8PROC_CATEGORY_LO;
+}
+
 }  // namespace quillon

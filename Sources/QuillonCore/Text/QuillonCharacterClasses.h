@@ -17,4 +17,7 @@ namespace quillon {
 /// Whether `scalar` is punctuation (general categories P*). Symbols such as '+' are not.
 [[nodiscard]] bool isPunctuation(char32_t scalar) noexcept;
 
+/// Whether `scalar` is a letter of any script (general categories L*).
+[[nodiscard]] bool isLetter(char32_t scalar) noexcept;
+
 }  // namespace quillon

@@ -47,9 +47,18 @@ TEST(QuillonCharacterClassesTest, PunctuationExcludesSymbols) {
   }
 }
 
+TEST(QuillonCharacterClassesTest, LettersAreThoseOfAnyScript) {
+  for (const char32_t c : std::u32string_view(U"aZ\u00E4\u01C5\u02B0\u03A9\u0416\u05D0\u4E2D\U0001D400")) {
+    EXPECT_TRUE(isLetter(c)) << static_cast<std::uint32_t>(c);
+  }
+  for (const char32_t c : std::u32string_view(U"0.-+ \u0301\u0661\u2160\u20AC")) {
+    EXPECT_FALSE(isLetter(c)) << static_cast<std::uint32_t>(c);
+  }
+}
+
 TEST(QuillonCharacterClassesTest, SurrogatesAndUnassignedScalarsHaveNoClass) {
   for (const char32_t c : {char32_t{0xDC80}, char32_t{0x0378}, char32_t{0x10FFFF}, char32_t{0x110000}}) {
-    EXPECT_FALSE(isDecimalDigit(c) || isWhitespaceOrNewline(c) || isPunctuation(c));
+    EXPECT_FALSE(isDecimalDigit(c) || isWhitespaceOrNewline(c) || isPunctuation(c) || isLetter(c));
   }
 }
 

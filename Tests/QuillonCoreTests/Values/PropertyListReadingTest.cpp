@@ -16,5 +16,15 @@ TEST(PropertyListReadingTest, AStringIsReadAndEverythingElseIsEmpty) {
   EXPECT_EQ(stringOrEmpty(dictionary, "missing"), "");
 }
 
+TEST(PropertyListReadingTest, AStringOfADocumentIsReadAndEverythingElseIsEmpty) {
+  const QuillonPropertyListDocument document("{text = value; list = (); data = <00>;}");
+
+  EXPECT_EQ(stringOrEmpty(document.root(), "text"), "value");
+  EXPECT_EQ(stringOrEmpty(document.root(), "list"), "");
+  EXPECT_EQ(stringOrEmpty(document.root(), "data"), "");
+  EXPECT_EQ(stringOrEmpty(document.root(), "missing"), "");
+  EXPECT_EQ(stringOrEmpty(*document.root().find("list"), "text"), "") << "no dictionary";
+}
+
 }  // namespace
 }  // namespace quillon

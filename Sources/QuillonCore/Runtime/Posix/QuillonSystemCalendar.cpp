@@ -97,7 +97,7 @@ class SystemCalendar final : public QuillonCalendar {
     if (count > kMostDays || count < -kMostDays) return std::nullopt;
     const auto second = floor<seconds>(date);
     const std::optional<local_seconds> local = localTime(second);
-    if (!local) return std::nullopt;
+    if (!local || *local < kEarliest) return std::nullopt;
     const std::optional<sys_seconds> moment = firstMoment(*local + days(count));
     if (!moment) return std::nullopt;
     return *moment + (date - second);
