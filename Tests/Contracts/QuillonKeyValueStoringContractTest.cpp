@@ -170,6 +170,7 @@ TEST_P(QuillonKeyValueStoringContract, ThreadsThatWriteDifferentKeysLoseNothing)
   std::barrier start(kThreads);
   {
     std::vector<std::jthread> threads;
+    threads.reserve(kThreads);
     for (int thread = 0; thread < kThreads; ++thread) {
       threads.emplace_back([this, thread, &start] {
         start.arrive_and_wait();
