@@ -98,22 +98,28 @@ std::optional<QuillonPropertyListValue> QuillonLinuxUserDefaults::objectForKey(s
 void QuillonLinuxUserDefaults::set(const std::optional<QuillonPropertyListValue>& value, std::string_view key) {
   if (!value) return removeObject(key);
   createPrivateFolders(*fileManager_, folder_);
-  change([&](Dictionary& settings) { settings.insert_or_assign(std::string(key), *value); });
+  change([&](Dictionary& settings) {
+    const auto found = settings.find(key);
+    if (found != settings.end() && found->second == *value) return false;
+    settings.insert_or_assign(std::string(key), *value);
+    return true;
+  });
 }
 
 void QuillonLinuxUserDefaults::removeObject(std::string_view key) {
   if (!fileManager_->itemStatus(file_)) return;
   change([&](Dictionary& settings) {
-    if (const auto found = settings.find(key); found != settings.end()) settings.erase(found);
+    const auto found = settings.find(key);
+    if (found == settings.end()) return false;
+    settings.erase(found);
+    return true;
   });
 }
 
 void QuillonLinuxUserDefaults::change(const Change& change) const {
   const QuillonFileLock lock(lockFile_);
   auto [settings, isDamaged] = contents();
-  const Dictionary before = settings;
-  change(settings);
-  if (settings != before) write(std::move(settings), isDamaged);
+  if (change(settings)) write(std::move(settings), isDamaged);
 }
 
 /// Throws where reading fails for another reason than the file itself: what is not known must not be overwritten.

@@ -44,7 +44,8 @@ class QuillonLinuxUserDefaults final : public QuillonKeyValueStoring {
     QuillonPropertyListValue::Dictionary settings;
     bool isDamaged = false;
   };
-  using Change = std::function<void(QuillonPropertyListValue::Dictionary&)>;
+  /// Answers whether there is something to write.
+  using Change = std::function<bool(QuillonPropertyListValue::Dictionary&)>;
 
   [[nodiscard]] Contents contents() const;
   void change(const Change& change) const;
