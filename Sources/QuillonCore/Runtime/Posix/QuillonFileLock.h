@@ -6,6 +6,7 @@
 namespace quillon {
 
 /// Holds the lock of a file: one holder at a time, whatever thread or process it is in. A process that dies lets go.
+/// Guards files: memory that threads share needs a mutex besides, for the system orders only files by it.
 /// Not recursive: a thread that takes the same lock twice waits for itself.
 class QuillonFileLock {
  public:

@@ -322,7 +322,7 @@ TEST_F(QuillonLinuxUserDefaultsTest, AnotherProcessWaitsUntilAWriterIsDone) {
   // Right before this process writes, with what it has read.
   files_->beforeChange(files_->changes() + 1, [&] {
     const FileDescriptor lock(open((folder_ / "settings/UserDefaults.lock").c_str(), O_RDWR | O_CLOEXEC));
-    isLocked = flock(lock.get(), LOCK_EX | LOCK_NB) != 0 && errno == EWOULDBLOCK;
+    isLocked = flock(lock.get(), LOCK_SH | LOCK_NB) != 0 && errno == EWOULDBLOCK;
     mayStart.send();
   });
 
