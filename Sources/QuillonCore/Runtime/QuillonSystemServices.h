@@ -3,8 +3,10 @@
 #include <chrono>
 #include <memory>
 #include <optional>
+#include <string_view>
 
 #include "QuillonCore/Contracts/QuillonFileManaging.h"
+#include "QuillonCore/Contracts/QuillonKeyValueStoring.h"
 #include "QuillonCore/Contracts/QuillonProcessRunning.h"
 #include "QuillonCore/Contracts/QuillonWorkspaceOpening.h"
 
@@ -20,5 +22,8 @@ namespace quillon {
     std::optional<std::chrono::nanoseconds> timeLimit = std::nullopt);
 /// The user's desktop.
 [[nodiscard]] std::shared_ptr<QuillonWorkspaceOpening> makeSystemWorkspace();
+/// The settings of this user for the application with `bundleIdentifier`. Throws QuillonSystemError: EINVAL for an
+/// identifier that is no single path component, ENOENT when the user has no home.
+[[nodiscard]] std::shared_ptr<QuillonKeyValueStoring> makeSystemUserDefaults(std::string_view bundleIdentifier);
 
 }  // namespace quillon

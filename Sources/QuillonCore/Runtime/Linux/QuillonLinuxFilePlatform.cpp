@@ -1,5 +1,4 @@
 #include <fcntl.h>
-#include <pwd.h>
 #include <sys/stat.h>
 #include <sys/syscall.h>
 #include <sys/xattr.h>
@@ -14,7 +13,9 @@
 #include <cstdlib>
 #include <string_view>
 #include <system_error>
+#include <utility>
 
+#include "QuillonCore/Runtime/Linux/QuillonLinuxBaseDirectory.h"
 #include "QuillonCore/Runtime/Posix/QuillonPosixPlatform.h"
 
 namespace quillon {
@@ -161,21 +162,8 @@ int synchronizeVolume(int folder) noexcept {
 }
 
 std::vector<QuillonURL> systemApplicationSupportDirectories() {
-  // A privileged process believes no variable that its caller may have set.
-  const char* const data = secure_getenv("XDG_DATA_HOME");
-  if (geteuid() != 0 && data != nullptr && data[0] == '/') return {QuillonURL::fileURL(data)};
-  std::string home;
-  const char* const variable = geteuid() == 0 ? nullptr : secure_getenv("HOME");
-  if (variable != nullptr && variable[0] == '/') {
-    home = variable;
-  } else {
-    passwd record{};
-    passwd* found = nullptr;
-    std::array<char, 16384> storage{};
-    if (getpwuid_r(geteuid(), &record, storage.data(), storage.size(), &found) != 0 || found == nullptr) return {};
-    home = found->pw_dir;
-  }
-  return {QuillonURL::fileURL(home).appendingPathComponent(".local/share")};
+  if (auto folder = baseDirectory("XDG_DATA_HOME", ".local/share")) return {*std::move(folder)};
+  return {};
 }
 
 }  // namespace quillon
