@@ -1,6 +1,6 @@
 #pragma once
 
-#include <chrono>
+#include "QuillonCore/Values/QuillonDate.h"
 
 namespace quillon {
 
@@ -10,7 +10,7 @@ class QuillonClock {
   virtual ~QuillonClock() = default;
 
   /// The date and time at this moment, in microseconds since 1970 without leap seconds.
-  [[nodiscard]] virtual std::chrono::sys_time<std::chrono::microseconds> now() const noexcept = 0;
+  [[nodiscard]] virtual QuillonDate now() const noexcept = 0;
 };
 
 }  // namespace quillon

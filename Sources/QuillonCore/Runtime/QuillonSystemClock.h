@@ -7,7 +7,7 @@ namespace quillon {
 /// The machine's clock, read at each call. It goes back when somebody sets it back.
 class QuillonSystemClock final : public QuillonClock {
  public:
-  [[nodiscard]] std::chrono::sys_time<std::chrono::microseconds> now() const noexcept override {
+  [[nodiscard]] QuillonDate now() const noexcept override {
     return std::chrono::floor<std::chrono::microseconds>(std::chrono::system_clock::now());
   }
 
