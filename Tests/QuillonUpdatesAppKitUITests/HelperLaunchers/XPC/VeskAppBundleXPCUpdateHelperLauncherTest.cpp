@@ -15,6 +15,7 @@
 #include "QuillonUpdatesAppKitUI/HelperLaunchers/XPC/VeskAppBundleXPCUpdateHelperLauncher.h"
 #include "Support/FakeLauncherServiceConnection.h"
 #include "Support/ManualTimers.h"
+#include "Support/ReplacementRequestBuilder.h"
 
 namespace quillon {
 namespace {
@@ -32,18 +33,10 @@ constexpr std::uint64_t kAfter = 2000;
 constexpr std::uint64_t kLongDialog = 1'000'000'000'000;
 
 VeskAppBundleReplacementRequest request() {
-  return {.stagedApplicationURL = QuillonURL::fileURL("/staging/Example.app"),
-          .installedApplicationURL = QuillonURL::fileURL("/Applications/Example.app"),
-          .helperExecutableURL = std::nullopt,
-          .hostIdentity = VeskAppBundleUpdateHostIdentity{.bundleIdentifier = "org.example.App",
-                                                          .applicationVersion = "1.0",
-                                                          .applicationBuild = 1,
-                                                          .expectedTeamIdentifier = std::nullopt,
-                                                          .allowsSameBuildReplacement = false},
-          .shouldRequestAuthorizationIfNeeded = true,
-          .launchUserContext = std::nullopt,
-          .failureReportURL = std::nullopt,
-          .failureReportAttemptIdentifier = std::nullopt};
+  VeskAppBundleReplacementRequest request =
+      testing::makeReplacementRequest("/staging/Example.app", "/Applications/Example.app");
+  request.shouldRequestAuthorizationIfNeeded = true;
+  return request;
 }
 
 /// The service is what each test does when the request has been submitted, on the launching thread.
