@@ -1,0 +1,26 @@
+#pragma once
+
+#include <cstdint>
+#include <string_view>
+
+#include "QuillonCore/Contracts/QuillonFileManaging.h"
+#include "QuillonCore/Values/QuillonURL.h"
+
+namespace quillon {
+
+/// The bytes of a downloaded archive, wherever they are kept.
+///
+/// An archive can be larger than what anybody wants to hold in memory or to copy: an implementation that kept the bytes
+/// in a file without name gives that file its name instead.
+class VeskUpdateInstallerDownloadedData {
+ public:
+  virtual ~VeskUpdateInstallerDownloadedData() = default;
+
+  [[nodiscard]] virtual std::uint64_t size() const noexcept = 0;
+
+  /// Puts the bytes at `file` as a whole, replacing what is there (mode 0644): after a failure nothing new is there.
+  /// May be called again for another place after a failure. Throws QuillonSystemError.
+  virtual void writeAtomically(const QuillonFileManaging& fileManager, const QuillonURL& file) = 0;
+};
+
+}  // namespace quillon
