@@ -38,11 +38,7 @@ QuillonFileType typeOf(mode_t mode) noexcept {
 }
 
 std::int64_t changeTimeOf(const struct stat& status) noexcept {
-#ifdef st_ctime  // a macro where the fields have the names of POSIX.1-2008
-  const timespec& time = status.st_ctim;
-#else
-  const timespec& time = status.st_ctimespec;
-#endif
+  const timespec time = fileTimes(status).change;
   return std::int64_t{time.tv_sec} * 1'000'000'000 + time.tv_nsec;
 }
 
@@ -156,8 +152,9 @@ class OwnerVisitor final : public QuillonPosixTreeVisitor {
 
  private:
   void change(const QuillonPosixTreeItem& item) const {
-    if (fchownat(item.folder, item.name, user_, group_, AT_SYMLINK_NOFOLLOW) == 0 || errno == ENOENT) return;
-    throw QuillonSystemError::posix(errno, "change the owner of", pathForMessages(item.folder, item.name));
+    const int code = changeOwnerOfItem(item.folder, item.name, user_, group_);
+    if (code == 0 || code == ENOENT) return;
+    throw QuillonSystemError::posix(code, "change the owner of", pathForMessages(item.folder, item.name));
   }
 
   uid_t user_;
@@ -390,9 +387,8 @@ void QuillonPosixFileManager::removeEmptyDirectory(const QuillonURL& directory) 
 void QuillonPosixFileManager::changeOwner(const QuillonURL& item, std::uint32_t userIdentifier,
                                           std::uint32_t groupIdentifier) const {
   const QuillonPosixPlace place = openPlace(item, "change the owner of");
-  if (fchownat(place.folder.get(), place.name.c_str(), userIdentifier, groupIdentifier, AT_SYMLINK_NOFOLLOW) != 0) {
-    fail("change the owner of", item);
-  }
+  const int code = changeOwnerOfItem(place.folder.get(), place.name.c_str(), userIdentifier, groupIdentifier);
+  if (code != 0) throw QuillonSystemError::posix(code, "change the owner of", item.path());
 }
 
 void QuillonPosixFileManager::changeOwnerOfDescendants(const QuillonURL& directory, std::uint32_t userIdentifier,

@@ -2,7 +2,7 @@
 
 #include <cerrno>
 
-#include "QuillonUpdatesAppKitUI/HelperLaunchers/Launchd/Linux/JobSubmissionFailure.h"
+#include "QuillonUpdatesAppKitUI/HelperLaunchers/Launchd/JobSubmissionFailure.h"
 
 namespace quillon {
 namespace {

@@ -1,4 +1,4 @@
-#include "QuillonUpdatesAppKitUI/HelperLaunchers/Launchd/Linux/JobSubmissionFailure.h"
+#include "QuillonUpdatesAppKitUI/HelperLaunchers/Launchd/JobSubmissionFailure.h"
 
 #include <cerrno>
 

@@ -1,8 +1,8 @@
 #include "QuillonCore/Runtime/QuillonSystemLog.h"
 
-#include <syslog.h>
-
 #include <exception>
+
+#include "QuillonCore/Runtime/QuillonSystemLogPlatform.h"
 
 namespace quillon {
 
@@ -23,7 +23,7 @@ std::string withControlCharactersEscaped(std::string_view line) {
 
 void writeToSystemLog(std::string_view line) noexcept {
   try {
-    syslog(LOG_USER | LOG_NOTICE, "%s", withControlCharactersEscaped(line).c_str());
+    writeSystemLogLine(withControlCharactersEscaped(line).c_str());
   } catch (const std::exception&) {  // NOLINT(bugprone-empty-catch): a log line that finds no memory is dropped
   }
 }
