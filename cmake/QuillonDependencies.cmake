@@ -1,10 +1,12 @@
 # Libraries come from the system's packages; nothing is downloaded while configuring.
 find_package(PkgConfig REQUIRED)
 find_package(Threads REQUIRED)
-find_package(OpenSSL 3.0 REQUIRED COMPONENTS Crypto)
-# Hashes several pages of code at once. Only x86-64 has it; everywhere else pages are hashed one by one.
-list(APPEND CMAKE_MODULE_PATH "${CMAKE_CURRENT_LIST_DIR}")
-find_package(IPSecMB QUIET)
+if(NOT APPLE)  # for the code signatures, which macOS reads and makes itself
+  find_package(OpenSSL 3.0 REQUIRED COMPONENTS Crypto)
+  # Hashes several pages of code at once. Only x86-64 has it; everywhere else pages are hashed one by one.
+  list(APPEND CMAKE_MODULE_PATH "${CMAKE_CURRENT_LIST_DIR}")
+  find_package(IPSecMB QUIET)
+endif()
 pkg_check_modules(utf8proc REQUIRED IMPORTED_TARGET libutf8proc)
 if(CMAKE_SYSTEM_NAME STREQUAL "Linux")
   pkg_check_modules(libsystemd REQUIRED IMPORTED_TARGET libsystemd>=252)
