@@ -4,7 +4,7 @@
 
 #import "QuillonCore/Runtime/Apple/QuillonFoundationConversion.h"
 #import "QuillonCore/Runtime/Apple/QuillonObjectReference.h"
-#include "QuillonUpdatesAppKitUI/AppBundleInstaller/Apple/VeskAppBundleInstallerLauncherServiceMaking.h"
+#include "QuillonUpdatesAppKitUI/AppBundleInstaller/VeskAppBundleInstallerLauncherServiceMaking.h"
 #import "QuillonUpdatesAppKitUI/HelperLaunchers/XPC/Apple/VeskAppBundleXPCMessageConversion.h"
 
 namespace {

@@ -1,6 +1,6 @@
 #pragma once
 
-#include "QuillonUpdatesAppKitUI/AppBundleInstaller/Apple/VeskAppBundleInstallerLauncherServiceMaking.h"
+#include "QuillonUpdatesAppKitUI/AppBundleInstaller/VeskAppBundleInstallerLauncherServiceMaking.h"
 
 namespace quillon {
 

@@ -158,13 +158,13 @@ TEST_F(VeskAppBundleXPCConversationTest, AReplyWaitsUntilTheRequestIsKnownToBeSu
 TEST_F(VeskAppBundleXPCConversationTest, WhatWaitsForARequestIsDroppedByAnInvalidation) {
   std::jthread system;
 
-  conversation.launch([&](Request) { return true; },
-                      [&] {
-                        system = std::jthread([&] { progress(); });
-                        conversation.invalidate();
-                        system.join();
-                      },
-                      [](const Result&) {});
+  (void)conversation.launch([&](Request) { return true; },
+                            [&] {
+                              system = std::jthread([&] { progress(); });
+                              conversation.invalidate();
+                              system.join();
+                            },
+                            [](const Result&) {});
 
   EXPECT_THAT(heard, IsEmpty());
 }
