@@ -1,4 +1,5 @@
-# Puts what an application needs to update itself into its bundle, on macOS.
+# Puts what an application needs to update itself into its bundle, on macOS; for projects that add this one by
+# add_subdirectory, and for the example.
 
 set(_QUILLON_SERVICE_INFORMATION "${CMAKE_CURRENT_LIST_DIR}/macos/LauncherService.Info.plist.in")
 
@@ -7,7 +8,7 @@ set(_QUILLON_SERVICE_INFORMATION "${CMAKE_CURRENT_LIST_DIR}/macos/LauncherServic
 # `application` is a MACOSX_BUNDLE target with that bundle identifier. After it is linked, its bundle gets
 #   Contents/MacOS/QuillonUpdateInstaller
 #   Contents/XPCServices/<identifier>.Quillon.UpdateInstallerLauncherService.xpc
-# They are signed with the bundle, from the inside out; see docs/macos.md.
+# The service has the version of the calling project. They are signed with the bundle, from the inside out; see docs/macos.md.
 function(quillon_embed_updates application)
   cmake_parse_arguments(arg "" "BUNDLE_IDENTIFIER" "" ${ARGN})
   if(NOT arg_BUNDLE_IDENTIFIER)

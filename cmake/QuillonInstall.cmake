@@ -20,13 +20,6 @@ install(FILES "${CMAKE_BINARY_DIR}/QuillonConfig.cmake" "${CMAKE_BINARY_DIR}/Qui
   "${PROJECT_SOURCE_DIR}/cmake/FindIPSecMB.cmake"
   DESTINATION ${CMAKE_INSTALL_LIBDIR}/cmake/Quillon)
 
-if(APPLE)
-  install(FILES "${PROJECT_SOURCE_DIR}/cmake/QuillonEmbedding.cmake"
-    DESTINATION ${CMAKE_INSTALL_LIBDIR}/cmake/Quillon)
-  install(FILES "${PROJECT_SOURCE_DIR}/cmake/macos/LauncherService.Info.plist.in"
-    DESTINATION ${CMAKE_INSTALL_LIBDIR}/cmake/Quillon/macos)
-endif()
-
 file(GLOB manual_pages CONFIGURE_DEPENDS "${PROJECT_SOURCE_DIR}/docs/man/*.1")
 install(FILES ${manual_pages} DESTINATION ${CMAKE_INSTALL_MANDIR}/man1)
 install(FILES "${PROJECT_SOURCE_DIR}/LICENSE" DESTINATION ${CMAKE_INSTALL_DOCDIR})
