@@ -60,6 +60,14 @@ QuillonFileStatus statusOf(const struct stat& status) noexcept {
   throw QuillonSystemError::posix(code, action, item.path());
 }
 
+/// `path` by names, also where it begins with a folder that is held open: not every realpath(3) knows such paths.
+std::string ordinaryPath(const std::string& path) {
+  const auto held = openDirectoryInPath(path);
+  if (!held) return path;
+  std::string folder = currentPathOfOpenDirectory(held->descriptor);
+  return folder.starts_with('/') ? folder.append(held->rest) : path;
+}
+
 struct OpenFile {
   FileDescriptor descriptor;
   struct stat status {};
@@ -254,7 +262,7 @@ std::vector<std::string> QuillonPosixFileManager::contentsOfDirectory(const Quil
 
 QuillonURL QuillonPosixFileManager::resolvingSymbolicLinks(const QuillonURL& item) const {
   std::array<char, PATH_MAX> resolved{};
-  if (realpath(item.path().c_str(), resolved.data()) == nullptr) fail("resolve", item);
+  if (realpath(ordinaryPath(item.path()).c_str(), resolved.data()) == nullptr) fail("resolve", item);
   return QuillonURL::fileURL(resolved.data());
 }
 
