@@ -18,13 +18,15 @@ using Reference = QuillonObjectReference<NSUserDefaults>;
 
 /// None for what names no store.
 Reference defaultsOf(std::string_view bundleIdentifier) {
-  NSString* const identifier = toNSString(bundleIdentifier);
-  if ([identifier length] == 0 || bundleIdentifier.find('/') != std::string_view::npos) return {};
-  // The process's own settings are no suite: asked for as one, they are nil.
-  if ([identifier isEqualToString:[[NSBundle mainBundle] bundleIdentifier]]) {
-    return Reference::retain([NSUserDefaults standardUserDefaults]);
+  @autoreleasepool {
+    NSString* const identifier = toNSString(bundleIdentifier);
+    if ([identifier length] == 0 || bundleIdentifier.find('/') != std::string_view::npos) return {};
+    // The process's own settings are no suite: asked for as one, they are nil.
+    if ([identifier isEqualToString:[[NSBundle mainBundle] bundleIdentifier]]) {
+      return Reference::retain([NSUserDefaults standardUserDefaults]);
+    }
+    return Reference::adopt([[NSUserDefaults alloc] initWithSuiteName:identifier]);
   }
-  return Reference::adopt([[NSUserDefaults alloc] initWithSuiteName:identifier]);
 }
 
 /// Throws QuillonPropertyListError for what no property list holds.

@@ -1,5 +1,5 @@
-// What this system calls of ServiceManagement, for a cross build whose platform headers lack the framework. Written from
-// the framework's public documentation; a Mac has the framework itself, and this file is not used there.
+// What this system calls of ServiceManagement, for a cross build whose platform headers lack the framework. Written
+// from the framework's public documentation; a Mac has the framework itself, and this file is not used there.
 
 #pragma once
 
@@ -15,8 +15,7 @@ extern const CFStringRef kSMDomainSystemLaunchd;
 
 Boolean SMJobSubmit(CFStringRef domain, CFDictionaryRef job, AuthorizationRef auth, CFErrorRef* outError)
     API_DEPRECATED("SMJobSubmit has no replacement for one-shot jobs", macos(10.6, 10.10));
-Boolean SMJobRemove(CFStringRef domain, CFStringRef jobLabel, AuthorizationRef auth, Boolean wait,
-                    CFErrorRef* outError)
+Boolean SMJobRemove(CFStringRef domain, CFStringRef jobLabel, AuthorizationRef auth, Boolean wait, CFErrorRef* outError)
     API_DEPRECATED("SMJobRemove has no replacement for one-shot jobs", macos(10.6, 10.10));
 
 CF_EXTERN_C_END
