@@ -170,6 +170,13 @@ struct QuillonPropertyListNode::Entries {
   [[nodiscard]] EntryIterator end() const noexcept { return last; }
 };
 
+inline std::optional<QuillonPropertyListNode> QuillonPropertyListNode::find(std::string_view key) const noexcept {
+  if (!isDictionary()) return std::nullopt;
+  const PropertyListRecord* found = tree_->find(*record_, key);
+  if (found == nullptr) return std::nullopt;
+  return QuillonPropertyListNode(*tree_, *found);
+}
+
 inline QuillonPropertyListNode::Elements QuillonPropertyListNode::elements() const noexcept {
   return {ElementIterator(*this, 0), ElementIterator(*this, isArray() ? size() : 0)};
 }
