@@ -12,7 +12,7 @@ using std::chrono::year_month_day;
 bool isForm(std::string_view text) noexcept {
   if (text.size() != 10) return false;
   bool isForm = text[4] == '-' && text[7] == '-';
-  for (const std::size_t i : {0, 1, 2, 3, 5, 6, 8, 9}) isForm &= text[i] >= '0' && text[i] <= '9';
+  for (const std::size_t i : {0U, 1U, 2U, 3U, 5U, 6U, 8U, 9U}) isForm &= text[i] >= '0' && text[i] <= '9';
   return isForm;
 }
 
