@@ -267,6 +267,31 @@ void libplist(benchmark::State& state) {
   state.SetBytesProcessed(static_cast<std::int64_t>(bytes.size()) * static_cast<std::int64_t>(state.iterations()));
 }
 
+/// An entry for versions from one of very many characters on, evaluated for an installation of a version that differs
+/// from it in its end only, so that all of both is looked at.
+void longRange(benchmark::State& state, std::string_view part) {
+  std::string range;
+  while (range.size() < static_cast<std::size_t>(state.range(0))) range += part;
+  const Dictionary entry{{"type", QuillonPropertyListValue("update")}, {"version", QuillonPropertyListValue(range)}};
+  const QuillonPropertyListValue list(QuillonPropertyListValue::Array{QuillonPropertyListValue(entry)});
+  const VeskUpdateFeed feed = VeskUpdateFeedParser().parseFeed(writeBinaryPropertyList(list));
+  VeskUpdateFeedApplicabilityContext context = installation();
+  context.appVersion = range + "1";
+  const VeskUpdateFeedEligibilityEvaluator evaluator;
+  for (auto _ : state) {
+    benchmark::DoNotOptimize(
+        evaluator.evaluateApplicability(feed.at(0), context, &VeskUpdateVersionComparison::compare));
+  }
+}
+
+void longRangeOfASCII(benchmark::State& state) {
+  longRange(state, "1.b  beta 1 ");
+}
+
+void longRangeOfMarks(benchmark::State& state) {
+  longRange(state, "\u0301\u0323");
+}
+
 /// Nanoseconds of `name` for each entry of a feed; absent when it has not run.
 std::optional<double> perEntry(const BestTimesReporter& times, const std::string& name, int entries) {
   const std::optional<double> time = times.time(name + "/" + std::to_string(entries));
@@ -323,6 +348,10 @@ int main(int argumentCount, char** arguments) {
   for (const auto& [name, function] : all) {
     auto* const registered = benchmark::RegisterBenchmark(name, function);
     for (const int entries : kEntryCounts) registered->Arg(entries);
+  }
+  for (const int characters : kEntryCounts) {
+    benchmark::RegisterBenchmark("LongRangeASCII", longRangeOfASCII)->Arg(characters);
+    benchmark::RegisterBenchmark("LongRangeMarks", longRangeOfMarks)->Arg(characters);
   }
   benchmark::RegisterBenchmark("PlainLoopNews", plainLoopNews)->Arg(kComparedCount);
   benchmark::RegisterBenchmark("PlainLoopUpdates", plainLoopUpdates)->Arg(kComparedCount);

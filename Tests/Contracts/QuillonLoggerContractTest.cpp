@@ -144,6 +144,7 @@ TEST_P(QuillonLoggerContract, ThreadsMayLogAtTheSameTime) {
   std::atomic<int> calls = 0;
   std::barrier start(kThreads);
   std::vector<std::thread> threads;
+  threads.reserve(kThreads);
 
   for (int i = 0; i < kThreads; ++i) {
     threads.emplace_back([&] {

@@ -200,6 +200,7 @@ TEST_F(QuillonRotatingFileLoggerTest, NoLineOfSeveralThreadsIsLostOrMixed) {
   const auto logger = make(4 * kLine, kOldFiles);
   std::barrier start(kThreads);
   std::vector<std::thread> threads;
+  threads.reserve(kThreads);
 
   for (int thread = 0; thread < kThreads; ++thread) {
     threads.emplace_back([&, thread] {
