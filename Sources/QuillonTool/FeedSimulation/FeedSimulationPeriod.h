@@ -19,7 +19,8 @@ class FeedSimulationPeriod {
   struct Day {
     std::chrono::year_month_day date;
     /// The moment for which the day's decisions are taken: twelve hours after the day starts. Entries are let go when a
-    /// day starts, so that every hour of the day would decide the same.
+    /// day starts, so that every hour of the day would decide the same. (Where the clock skipped midnight on a release
+    /// day, groups wait until 01:00; that hour is given away.)
     QuillonDate noon;
     /// Counted from the start of the period.
     std::int64_t firstHour = 0;
