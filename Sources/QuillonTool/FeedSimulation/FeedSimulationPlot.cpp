@@ -15,20 +15,27 @@
 namespace quillon {
 namespace {
 
+/// Colours are written out: not every viewer knows variables.
 constexpr std::string_view kStyle = R"(<style>
-  svg { --paper: #ffffff; --ink: #1f2328; --grid: #d8dee4; --c0: #0969da; --c1: #bc4c00; --c2: #1a7f37;
-        --c3: #8250df; --c4: #bf3989; --c5: #7d6608; --c6: #57606a; font: 13px sans-serif; background: var(--paper); }
-  @media (prefers-color-scheme: dark) {
-    svg { --paper: #0d1117; --ink: #e6edf3; --grid: #30363d; --c0: #58a6ff; --c1: #f0883e; --c2: #3fb950;
-          --c3: #bc8cff; --c4: #f778ba; --c5: #d29922; --c6: #8b949e; }
-  }
-  .paper { fill: var(--paper); }
-  text { fill: var(--ink); }
+  svg { font: 13px sans-serif; }
   .title { font-size: 18px; font-weight: bold; }
   .panel { font-weight: bold; }
-  .grid { stroke: var(--grid); stroke-width: 1; }
-  .axis { stroke: var(--ink); stroke-width: 1; }
+  .grid, .axis { stroke-width: 1; }
   .line { fill: none; stroke-width: 2; stroke-linejoin: round; }
+  .paper { fill: #ffffff; }
+  text { fill: #1f2328; }
+  .axis { stroke: #1f2328; }
+  .grid { stroke: #d8dee4; }
+  .c0 { stroke: #0969da; } .c1 { stroke: #bc4c00; } .c2 { stroke: #1a7f37; } .c3 { stroke: #8250df; }
+  .c4 { stroke: #bf3989; } .c5 { stroke: #7d6608; } .c6 { stroke: #57606a; }
+  @media (prefers-color-scheme: dark) {
+    .paper { fill: #0d1117; }
+    text { fill: #e6edf3; }
+    .axis { stroke: #e6edf3; }
+    .grid { stroke: #30363d; }
+    .c0 { stroke: #58a6ff; } .c1 { stroke: #f0883e; } .c2 { stroke: #3fb950; } .c3 { stroke: #bc8cff; }
+    .c4 { stroke: #f778ba; } .c5 { stroke: #d29922; } .c6 { stroke: #8b949e; }
+  }
 </style>
 )";
 
@@ -81,8 +88,9 @@ std::string lineElement(std::string_view kind, double x1, double y1, double x2, 
          coordinate(x2) + "\" y2=\"" + coordinate(y2) + "\"/>\n";
 }
 
-std::string strokeOf(std::size_t line) {
-  return "style=\"stroke: var(--c" + std::to_string(line) + ")\"";
+/// The attribute that draws line `index` of a panel in its colour.
+std::string lineClass(std::size_t index) {
+  return "class=\"line c" + std::to_string(index) + "\"";
 }
 
 /// Draws one panel below another.
@@ -123,12 +131,12 @@ class PanelDrawing {
 
   /// The line and its place in the legend.
   [[nodiscard]] std::string lineContent(std::size_t index) const {
-    std::string svg = "<polyline class=\"line\" " + strokeOf(index) + " points=\"";
+    std::string svg = "<polyline " + lineClass(index) + " points=\"";
     for (const Point& point : panel_.lines[index].points) {
       svg.append(coordinate(x(point.day))).append(",").append(coordinate(y(point.value))).append(" ");
     }
     const double row = bottom_ - kPlotHeight + 10 + 22 * static_cast<double>(index);
-    svg.append("\"/>\n<line class=\"line\" ").append(strokeOf(index));
+    svg.append("\"/>\n<line ").append(lineClass(index));
     svg.append(" x1=\"" + coordinate(kLegend) + "\" y1=\"" + coordinate(row) + "\" x2=\"" + coordinate(kLegend + 20) +
                "\" y2=\"" + coordinate(row) + "\"/>\n");
     // A long name must not run out of the drawing.
