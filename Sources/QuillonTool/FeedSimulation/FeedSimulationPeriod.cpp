@@ -27,7 +27,7 @@ std::int64_t hoursUntil(QuillonDate end, QuillonDate start) {
   return std::chrono::ceil<hours>(end - start).count();
 }
 
-std::string padded(std::string number, std::size_t width) {
+std::string padded(const std::string& number, std::size_t width) {
   return std::string(width - std::min(width, number.size()), '0') + number;
 }
 
