@@ -98,6 +98,21 @@ TEST_F(QuillonToolScenarioTest, AFailureReportIsReadWhereItLies) {
                 .status = 0, .output = "Description: relaunchFailed\nTime: 1970-01-01T00:00:00Z\nAttempt: none\n"}));
 }
 
+TEST_F(QuillonToolScenarioTest, ARollOutIsSimulatedAndDrawn) {
+  testing::writeFile(folder_ / "feed.plist",
+                     "({type = update; id = 3; version = \"2.0\"; current = \"3.0\"; releasedate = \"2024-06-10\";})");
+
+  const QuillonProcessResult result = runShell(
+      "cd \"$1\" && \"$0\" feed simulate feed.plist --installs 14000 --days 7 --versions 2.0 --check-hours 24 "
+      "--svg rollout.svg",
+      folder_.path().string());
+
+  EXPECT_EQ(result.status, 0);
+  EXPECT_THAT(result.output, StartsWith("14000 installs, 7 days from 2024-06-10, seed 1\n"));
+  EXPECT_THAT(result.output, HasSubstr("Entry 0, 3.0: offered to 14000 installs, 100.0 %\n"));
+  EXPECT_THAT(testing::readFile(folder_ / "rollout.svg"), HasSubstr("<title>Roll-out of feed.plist</title>"));
+}
+
 TEST_F(QuillonToolScenarioTest, InputAndOutputThatFailAreFailures) {
   EXPECT_EQ(runShell("\"$0\" --help > /dev/full"),
             (QuillonProcessResult{.status = 1, .output = "quillon: Cannot write to standard output\n"}));

@@ -67,6 +67,9 @@ class QuillonPropertyListNode {
   /// The entries of a dictionary in the document's order, keys unique; none for every other type.
   [[nodiscard]] Entries entries() const noexcept;
 
+  /// Whether this is the same place of the same document as `other`. A binary list can have one value in two places.
+  [[nodiscard]] bool isSameAs(QuillonPropertyListNode other) const noexcept { return record_ == other.record_; }
+
   /// A value of its own with everything below.
   [[nodiscard]] QuillonPropertyListValue toValue() const;
 
