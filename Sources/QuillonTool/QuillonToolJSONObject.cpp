@@ -51,6 +51,13 @@ QuillonToolJSONObject& QuillonToolJSONObject::withObject(std::string_view key, c
   return withLiteral(key, value.text());
 }
 
+QuillonToolJSONObject& QuillonToolJSONObject::withArray(std::string_view key,
+                                                        const std::vector<QuillonToolJSONObject>& values) {
+  std::string literal = "[";
+  for (const QuillonToolJSONObject& value : values) literal.append(literal.size() == 1 ? "" : ",").append(value.text());
+  return withLiteral(key, literal + "]");
+}
+
 QuillonToolJSONObject& QuillonToolJSONObject::withLiteral(std::string_view key, std::string_view literal) {
   if (!members_.empty()) members_ += ",";
   members_.append(stringLiteral(key)).append(":").append(literal);

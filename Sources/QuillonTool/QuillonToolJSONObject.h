@@ -4,6 +4,7 @@
 #include <optional>
 #include <string>
 #include <string_view>
+#include <vector>
 
 namespace quillon {
 
@@ -22,6 +23,8 @@ class QuillonToolJSONObject {
   }
   QuillonToolJSONObject& withBool(std::string_view key, bool value);
   QuillonToolJSONObject& withObject(std::string_view key, const QuillonToolJSONObject& value);
+
+  QuillonToolJSONObject& withArray(std::string_view key, const std::vector<QuillonToolJSONObject>& values);
 
   [[nodiscard]] std::string text() const { return "{" + members_ + "}"; }
 

@@ -5,6 +5,7 @@
 
 #include "QuillonTool/QuillonToolBundleSign.h"
 #include "QuillonTool/QuillonToolBundleValidate.h"
+#include "QuillonTool/QuillonToolFeedLint.h"
 #include "QuillonTool/QuillonToolMessageShow.h"
 #include "QuillonTool/QuillonToolPolicy.h"
 #include "QuillonTool/QuillonToolReportShow.h"
@@ -30,7 +31,8 @@ std::string nameOf(const QuillonToolSubcommand* subcommand) {
 
 QuillonToolSubcommandList allSubcommands() {
   return QuillonToolSubcommandList({versionCompareSubcommand(), bundleValidateSubcommand(), bundleSignSubcommand(),
-                                    messageShowSubcommand(), reportShowSubcommand(), policySubcommand()});
+                                    messageShowSubcommand(), reportShowSubcommand(), policySubcommand(),
+                                    feedLintSubcommand()});
 }
 
 QuillonToolExitStatus QuillonToolMain::execute(const std::vector<std::string>& words,
