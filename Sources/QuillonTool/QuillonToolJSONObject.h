@@ -24,6 +24,7 @@ class QuillonToolJSONObject {
   QuillonToolJSONObject& withBool(std::string_view key, bool value);
   QuillonToolJSONObject& withObject(std::string_view key, const QuillonToolJSONObject& value);
 
+  QuillonToolJSONObject& withTexts(std::string_view key, const std::vector<std::string_view>& values);
   QuillonToolJSONObject& withArray(std::string_view key, const std::vector<QuillonToolJSONObject>& values);
 
   [[nodiscard]] std::string text() const { return "{" + members_ + "}"; }

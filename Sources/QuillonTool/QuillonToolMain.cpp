@@ -5,6 +5,7 @@
 
 #include "QuillonTool/QuillonToolBundleSign.h"
 #include "QuillonTool/QuillonToolBundleValidate.h"
+#include "QuillonTool/QuillonToolFeedExplain.h"
 #include "QuillonTool/QuillonToolFeedLint.h"
 #include "QuillonTool/QuillonToolMessageShow.h"
 #include "QuillonTool/QuillonToolPolicy.h"
@@ -32,7 +33,7 @@ std::string nameOf(const QuillonToolSubcommand* subcommand) {
 QuillonToolSubcommandList allSubcommands() {
   return QuillonToolSubcommandList({versionCompareSubcommand(), bundleValidateSubcommand(), bundleSignSubcommand(),
                                     messageShowSubcommand(), reportShowSubcommand(), policySubcommand(),
-                                    feedLintSubcommand()});
+                                    feedLintSubcommand(), feedExplainSubcommand()});
 }
 
 QuillonToolExitStatus QuillonToolMain::execute(const std::vector<std::string>& words,

@@ -67,6 +67,9 @@ class QuillonPropertyListNode {
   /// The entries of a dictionary in the document's order, keys unique; none for every other type.
   [[nodiscard]] Entries entries() const noexcept;
 
+  /// Whether both are views of the same place in the same document; of equal values a document may keep one.
+  [[nodiscard]] bool isSameNode(QuillonPropertyListNode other) const noexcept { return record_ == other.record_; }
+
   /// A value of its own with everything below.
   [[nodiscard]] QuillonPropertyListValue toValue() const;
 
