@@ -5,6 +5,7 @@
 
 #include "QuillonTool/QuillonToolBundleSign.h"
 #include "QuillonTool/QuillonToolBundleValidate.h"
+#include "QuillonTool/QuillonToolFeedAdd.h"
 #include "QuillonTool/QuillonToolFeedExplain.h"
 #include "QuillonTool/QuillonToolFeedLint.h"
 #include "QuillonTool/QuillonToolMessageShow.h"
@@ -33,7 +34,7 @@ std::string nameOf(const QuillonToolSubcommand* subcommand) {
 QuillonToolSubcommandList allSubcommands() {
   return QuillonToolSubcommandList({versionCompareSubcommand(), bundleValidateSubcommand(), bundleSignSubcommand(),
                                     messageShowSubcommand(), reportShowSubcommand(), policySubcommand(),
-                                    feedLintSubcommand(), feedExplainSubcommand()});
+                                    feedLintSubcommand(), feedExplainSubcommand(), feedAddSubcommand()});
 }
 
 QuillonToolExitStatus QuillonToolMain::execute(const std::vector<std::string>& words,
