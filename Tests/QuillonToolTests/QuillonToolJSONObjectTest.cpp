@@ -38,6 +38,17 @@ TEST(QuillonToolJSONObjectTest, ObjectsMayStandInObjects) {
             R"({"a":{"b":"\""},"c":{}})");
 }
 
+TEST(QuillonToolJSONObjectTest, WritesArraysOfObjectsAndTexts) {
+  const auto one = QuillonToolJSONObject().withNumber("n", 1);
+  EXPECT_EQ(QuillonToolJSONObject()
+                .withArray("a", {one, one})
+                .withArray("b", {})
+                .withTexts("c", {"x", "\""})
+                .withTexts("d", {})
+                .text(),
+            R"({"a":[{"n":1},{"n":1}],"b":[],"c":["x","\""],"d":[]})");
+}
+
 TEST(QuillonToolJSONObjectTest, EscapesQuotesBackslashesAndControls) {
   EXPECT_EQ(literal(R"(a"b\c/)"), R"("a\"b\\c/")");
   EXPECT_EQ(literal(std::string_view("\0\n\x1f\x7f", 4)), R"("\u0000\u000a\u001f\u007f")");

@@ -193,7 +193,7 @@ class TestList {
     add("staggering", inputs, result.shouldProcessFeed,
         result.shouldProcessFeed
             ? "group " + group + " is not held back"
-            : "group " + group + " waits, counted from the release day " + feedDateText(result.releaseDate));
+            : "group " + group + " waits, counted from the release day " + quotedFeedText(text(Keys::releaseDate)));
   }
 
   void addNewer() {
