@@ -64,7 +64,7 @@ TEST_F(QuillonToolFeedExplainTest, AnswersInJSON) {
 }
 
 TEST_F(QuillonToolFeedExplainTest, WhatIsNoFeedIsAFailure) {
-  testing::writeFile(file_, "none");
+  testing::writeFile(file_, "<plist>");
   EXPECT_EQ(explain(), (ToolResult{.status = 1,
                                    .output = {},
                                    .error = "quillon feed explain: " + file_.string() + ": Feed failed to parse\n"}));

@@ -49,7 +49,7 @@ TEST_F(QuillonToolFeedLintTest, WarningsCountWhenTheyAreToCount) {
 }
 
 TEST_F(QuillonToolFeedLintTest, ErrorsAreTheStatusTwoWhateverElseThereIs) {
-  const ToolResult result = lint({"--strict", file("warning.plist", kWarning), file("none.plist", "none")});
+  const ToolResult result = lint({"--strict", file("warning.plist", kWarning), file("none.plist", "<plist>")});
   EXPECT_EQ(result.status, 2);
   EXPECT_THAT(result.output, HasSubstr("feed: error: The file is no property list."));
 }

@@ -22,10 +22,6 @@ void checkURL(std::string_view key, std::string_view text, FeedEntryFindings& fi
     findings.addError(key, {.problem = "The URL " + quotedFeedText(text) + " is not https.",
                             .effect = "Who sits on the way can read it and send something else.",
                             .mend = "Write an address that begins with https://."});
-  } else if (text.substr(0, 8).size() < 8 || text.substr(8).empty() || text.substr(5, 3) != "://" || text[8] == '/') {
-    findings.addError(key, {.problem = "The URL " + quotedFeedText(text) + " names no host.",
-                            .effect = "There is nothing that it could be loaded from.",
-                            .mend = "Write https:// and the name of the host."});
   }
 }
 

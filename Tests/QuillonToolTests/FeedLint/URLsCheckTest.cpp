@@ -29,7 +29,7 @@ TEST(URLsCheckTest, WhatIsNoURLIsAnError) {
 TEST(URLsCheckTest, AURLWithoutHostIsAnError) {
   for (const std::string_view url : {"https:", "https:/a", "https:///a", "https://"}) {
     EXPECT_THAT(findingsOf(checkURLs, {{"url", url}}),
-                ElementsAre("error url: The URL \"" + std::string(url) + "\" names no host."));
+                ElementsAre("error url: \"" + std::string(url) + "\" is no URL."));
   }
 }
 
