@@ -91,6 +91,7 @@ QuillonToolExitStatus lint(const QuillonToolArguments& arguments, const QuillonT
   }
   if (arguments.has("--json")) {
     std::vector<QuillonToolJSONObject> objects;
+    objects.reserve(files.size());
     for (const LintedFile& file : files) objects.push_back(jsonOf(file));
     console.printLine(QuillonToolJSONObject().withArray("files", objects).text());
   } else {
