@@ -51,6 +51,15 @@ QuillonToolJSONObject& QuillonToolJSONObject::withObject(std::string_view key, c
   return withLiteral(key, value.text());
 }
 
+QuillonToolJSONObject& QuillonToolJSONObject::withTexts(std::string_view key,
+                                                        const std::vector<std::string_view>& values) {
+  std::string literal = "[";
+  for (const std::string_view value : values) {
+    literal.append(literal.size() == 1 ? "" : ",").append(stringLiteral(value));
+  }
+  return withLiteral(key, literal + "]");
+}
+
 QuillonToolJSONObject& QuillonToolJSONObject::withObjects(std::string_view key,
                                                           const std::vector<QuillonToolJSONObject>& values) {
   std::string array = "[";

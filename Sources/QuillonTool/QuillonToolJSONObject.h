@@ -26,6 +26,8 @@ class QuillonToolJSONObject {
   /// Adds an array.
   QuillonToolJSONObject& withObjects(std::string_view key, const std::vector<QuillonToolJSONObject>& values);
 
+  QuillonToolJSONObject& withTexts(std::string_view key, const std::vector<std::string_view>& values);
+
   [[nodiscard]] std::string text() const { return "{" + members_ + "}"; }
 
  private:

@@ -5,6 +5,9 @@
 
 #include "QuillonTool/QuillonToolBundleSign.h"
 #include "QuillonTool/QuillonToolBundleValidate.h"
+#include "QuillonTool/QuillonToolFeedAdd.h"
+#include "QuillonTool/QuillonToolFeedExplain.h"
+#include "QuillonTool/QuillonToolFeedLint.h"
 #include "QuillonTool/QuillonToolFeedSimulate.h"
 #include "QuillonTool/QuillonToolMessageShow.h"
 #include "QuillonTool/QuillonToolPolicy.h"
@@ -32,6 +35,7 @@ std::string nameOf(const QuillonToolSubcommand* subcommand) {
 QuillonToolSubcommandList allSubcommands() {
   return QuillonToolSubcommandList({versionCompareSubcommand(), bundleValidateSubcommand(), bundleSignSubcommand(),
                                     messageShowSubcommand(), reportShowSubcommand(), policySubcommand(),
+                                    feedLintSubcommand(), feedExplainSubcommand(), feedAddSubcommand(),
                                     feedSimulateSubcommand()});
 }
 

@@ -113,6 +113,26 @@ TEST_F(QuillonToolScenarioTest, ARollOutIsSimulatedAndDrawn) {
   EXPECT_THAT(testing::readFile(folder_ / "rollout.svg"), HasSubstr("<title>Roll-out of feed.plist</title>"));
 }
 
+TEST_F(QuillonToolScenarioTest, AReleaseIsAddedToAFeedCheckedAndExplained) {
+  testing::writeFile(folder_ / "Example 2.0.zip", "PK");
+  const std::string folder = folder_.path().string();
+
+  EXPECT_THAT(runShell("cd \"$1\" && \"$0\" feed add feed.plist Example.app --archive 'Example 2.0.zip' --url-prefix "
+                       "https://example.com --minimum-os 13.0 --release-date 2024-06-10",
+                       folder)
+                  .output,
+              StartsWith("Entry 1 \"2.0\": added\n"));
+
+  EXPECT_EQ(runShell("cd \"$1\" && \"$0\" feed lint --strict feed.plist", folder),
+            (QuillonProcessResult{.status = 0, .output = "feed.plist: 1 entry, 0 errors, 0 warnings\n"}));
+  EXPECT_THAT(
+      runShell("cd \"$1\" && \"$0\" feed explain feed.plist --app-version 1.0 --app-build 1 --os 12.6", folder).output,
+      StartsWith("Entry 1 \"2.0\": not offered, os: \"12.6\" is not within \"13.0\"\n"));
+  EXPECT_EQ(runShell("cd \"$1\" && sed -i s/https:/http:/ feed.plist && \"$0\" feed lint feed.plist", folder).status,
+            2);
+  EXPECT_EQ(runShell("cd \"$1\" && \"$0\" feed lint --strict missing.plist", folder).status, 2);
+}
+
 TEST_F(QuillonToolScenarioTest, InputAndOutputThatFailAreFailures) {
   EXPECT_EQ(runShell("\"$0\" --help > /dev/full"),
             (QuillonProcessResult{.status = 1, .output = "quillon: Cannot write to standard output\n"}));
