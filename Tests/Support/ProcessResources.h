@@ -14,8 +14,8 @@ struct ProcessResources {
   friend bool operator==(const ProcessResources&, const ProcessResources&) = default;
 };
 
-/// Looks until this process has exactly `expected`: a thread that was joined is counted for a moment still. False when
-/// it does not in many looks.
+/// Looks until this process has no more than `expected`: a thread that was joined is counted for a moment still. False
+/// when it has more in many looks.
 [[nodiscard]] bool waitForResources(const ProcessResources& expected);
 
 }  // namespace quillon::testing

@@ -31,6 +31,13 @@ using testing::BlockingQueue;
 struct StuckLookup {
   BlockingQueue<bool> began;
   BlockingQueue<bool> mayEnd;
+  BlockingQueue<bool> ended;
+
+  /// Returns when nothing of the lookup is left to disturb the next one.
+  void end() {
+    mayEnd.push(true);
+    ended.pop();
+  }
 };
 
 StuckLookup& stuckLookup() {
@@ -48,6 +55,7 @@ extern "C" int getaddrinfo(const char* name, const char* service, const addrinfo
   if (host == "stuck.invalid") {
     quillon::stuckLookup().began.push(true);
     quillon::stuckLookup().mayEnd.pop();
+    quillon::stuckLookup().ended.push(true);
   }
   if (host.ends_with(".invalid")) return EAI_NONAME;
   static const auto next = reinterpret_cast<Function>(dlsym(RTLD_NEXT, "getaddrinfo"));
@@ -293,7 +301,7 @@ TEST_F(CurlTransferFailureTest, ACancellationDoesNotWaitForTheResolver) {
   });
 
   const QuillonURLError error = failureOf(QuillonURL::parse("http://stuck.invalid/").value());
-  stuckLookup().mayEnd.push(true);
+  stuckLookup().end();
   canceller.join();
 
   EXPECT_EQ(error.code(), QuillonURLErrorCode::cancelled);
@@ -302,7 +310,7 @@ TEST_F(CurlTransferFailureTest, ACancellationDoesNotWaitForTheResolver) {
 TEST_F(CurlTransferFailureTest, ALookupThatNeverEndsTimesOut) {
   const QuillonURLError error = failureOf(QuillonURL::parse("http://stuck.invalid/").value(), milliseconds(30));
   stuckLookup().began.pop();
-  stuckLookup().mayEnd.push(true);
+  stuckLookup().end();
 
   EXPECT_EQ(error.code(), QuillonURLErrorCode::timedOut);
 }
