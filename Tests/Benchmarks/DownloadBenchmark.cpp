@@ -128,9 +128,12 @@ void measureProgress(const QuillonURL& url, const fs::path& folder) {
     without.push_back(processorSeconds([&] { download(url, file, nullptr); }));
   }
   // The reports by themselves: too cheap to be seen in the difference of two downloads.
-  const VeskUpdateInstallerDownloadProgressHandler handler = [&](const VeskUpdateInstallerDownloadProgress& progress) {
-    fractions += progress.progressFraction().value_or(0);
-  };
+  VeskUpdateInstallerDownloadProgressHandler handler;
+  if (reports > 0) {  // known at run time only, so that the calls are made
+    handler = [&](const VeskUpdateInstallerDownloadProgress& progress) {
+      fractions += progress.progressFraction().value_or(0);
+    };
+  }
   const std::uint64_t reportsOfOne = reports / kRuns;
   const double alone = processorSeconds([&] {
     for (std::uint64_t i = 0; i < reportsOfOne; ++i) {
