@@ -61,7 +61,7 @@ TEST_F(VeskUpdateURLSessionDownloadTaskBoxTest, ATaskThatComesAfterTheCancellati
 }
 
 TEST_F(VeskUpdateURLSessionDownloadTaskBoxTest, InARaceTheTaskIsAlwaysCancelled) {
-  for (int round = 0; round < 200; ++round) {
+  for (int round = 0; round < 50; ++round) {
     VeskUpdateURLSessionDownloadTaskBox box;
     const auto task = makeTask();
     std::barrier together(2);
