@@ -29,7 +29,11 @@ bool isEndRecord(std::string_view bytes) {
   ZipByteReader reader(bytes);
   if (reader.u32() != kZipEndSignature) return false;
   reader.skip(kZipEndLength - 6);
-  return reader.u16() == reader.remaining();  // its comment ends the file
+  const std::uint16_t commentLength = reader.u16();
+  if (commentLength > reader.remaining()) return false;
+  reader.skip(commentLength);
+  // Nothing follows, but for the padding of writers that write whole blocks to pipes.
+  return reader.rest().find_first_not_of('\0') == std::string_view::npos;
 }
 
 /// The end record's offset in `tail`, the last bytes of the archive.
