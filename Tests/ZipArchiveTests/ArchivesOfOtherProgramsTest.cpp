@@ -106,12 +106,12 @@ TEST_P(ArchivesForOthersTest, AreUnpackedByThem) {
   expectSameTrees();
 }
 
-INSTANTIATE_TEST_SUITE_P(
-    Programs, ArchivesForOthersTest,
-    ::testing::Values(Program{"InfoZIP", "unzip -q ../archive.zip"}, Program{"SevenZip", "7zz x -snld ../archive.zip"},
-                      Program{"Bsdtar", "bsdtar -xf ../archive.zip"},
-                      Program{"Python", "python3 -m zipfile -t ../archive.zip && unzip -q ../archive.zip"}),
-    programName);
+// 7-Zip makes no link that leads through another one, as those of frameworks do.
+INSTANTIATE_TEST_SUITE_P(Programs, ArchivesForOthersTest,
+                         ::testing::Values(Program{"InfoZIP", "unzip -q ../archive.zip"},
+                                           Program{"SevenZip", "7zz x ../archive.zip", false},
+                                           Program{"Bsdtar", "bsdtar -xf ../archive.zip"}),
+                         programName);
 
 TEST(ArchivesOfMacOSTest, AreUnpackedWithTheirAttributes) {
   const testing::TemporaryDirectory folder;
