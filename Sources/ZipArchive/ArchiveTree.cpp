@@ -16,8 +16,9 @@ bool isAppleDoubleFolder(const ZipEntry& entry) {
 
 }  // namespace
 
-ArchiveTree::ArchiveTree(const std::vector<ZipEntry>& entries,
-                         const std::function<bool(const ZipEntry&)>& isAppleDouble) {
+ArchiveTree::ArchiveTree(const std::vector<ZipEntry>& entries, std::size_t limit,
+                         const std::function<bool(const ZipEntry&)>& isAppleDouble)
+    : limit_(limit) {
   struct Companion {
     std::size_t entry;
     std::string owner;
@@ -42,7 +43,8 @@ ArchiveTree::ArchiveTree(const std::vector<ZipEntry>& entries,
 std::string ArchiveTree::path(std::size_t item) const {
   std::string path;
   for (; item != kRoot; item = items_[item].parent) {
-    path = path.empty() ? items_[item].name : items_[item].name + "/" + path;
+    if (!path.empty()) path.insert(0, 1, '/');
+    path.insert(0, items_[item].name);
   }
   return path;
 }
@@ -99,6 +101,9 @@ std::optional<std::size_t> ArchiveTree::itemAt(std::string_view path) const {
 
 std::size_t ArchiveTree::append(std::size_t parent, std::string_view name, ZipEntryKind kind) {
   const std::size_t item = items_.size();
+  if (item > limit_) {  // the root does not count
+    throw ZipArchiveError("The archive is refused: it unpacks to more than " + std::to_string(limit_) + " items.");
+  }
   items_.push_back(
       {.name = std::string(name), .parent = parent, .kind = kind, .entry = {}, .appleDouble = {}, .children = {}});
   items_[parent].children.push_back(item);

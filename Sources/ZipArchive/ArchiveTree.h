@@ -35,8 +35,9 @@ class ArchiveTree {
   /// `isAppleDouble` looks into an entry whose name begins with "._" beside the file that it would belong to.
   ///
   /// Throws ZipArchiveError when two names are equal, or can be for a file system that ignores case or composition of
-  /// characters, and when an entry lies in something that is no folder.
-  ArchiveTree(const std::vector<ZipEntry>& entries, const std::function<bool(const ZipEntry&)>& isAppleDouble);
+  /// characters, when an entry lies in something that is no folder, and when there are more than `limit` items.
+  ArchiveTree(const std::vector<ZipEntry>& entries, std::size_t limit,
+              const std::function<bool(const ZipEntry&)>& isAppleDouble);
 
   /// The root first, every folder before what it holds.
   [[nodiscard]] const std::vector<ArchiveItem>& items() const noexcept { return items_; }
@@ -65,6 +66,7 @@ class ArchiveTree {
   [[nodiscard]] std::size_t append(std::size_t parent, std::string_view name, ZipEntryKind kind);
   void attach(const ZipEntry& entry, std::size_t index, std::string_view owner);
 
+  std::size_t limit_;
   std::vector<ArchiveItem> items_;
   std::unordered_map<Key, std::size_t, KeyHash> byKey_;
 };

@@ -9,7 +9,8 @@ namespace quillon {
 ///
 /// The values leave room for every application bundle and keep a small archive from filling memory or disk.
 struct ZipArchiveLimits {
-  std::size_t entries = 500'000;
+  /// Entries, and items that unpacking makes: a name can ask for many folders.
+  std::size_t entries = 250'000;
   /// Bytes of the central directory, which is read whole.
   std::uint64_t directoryLength = std::uint64_t{64} << 20;
   /// Bytes of everything unpacked.

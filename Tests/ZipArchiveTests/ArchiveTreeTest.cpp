@@ -14,7 +14,7 @@ ZipEntry entry(const std::string& path, ZipEntryKind kind = ZipEntryKind::file) 
 }
 
 ArchiveTree treeOf(const std::vector<ZipEntry>& entries) {
-  return ArchiveTree(entries, [](const ZipEntry&) { return true; });
+  return ArchiveTree(entries, 100, [](const ZipEntry&) { return true; });
 }
 
 TEST(ArchiveTreeTest, EveryFolderStandsBeforeWhatItHolds) {
@@ -39,6 +39,13 @@ TEST(ArchiveTreeTest, AFolderWithTheNameOfAnAppleDoubleFileIsAFolder) {
   const ArchiveTree tree = treeOf({entry("a"), entry("._a", ZipEntryKind::folder)});
 
   EXPECT_EQ(tree.items().size(), 3U);
+}
+
+TEST(ArchiveTreeTest, FoldersThatOnlyNamesTellOfCountToo) {
+  const auto isAppleDouble = [](const ZipEntry&) { return false; };
+
+  EXPECT_NO_THROW(ArchiveTree({entry("a/b/c")}, 3, isAppleDouble));
+  EXPECT_THROW(ArchiveTree({entry("a/b/c/d")}, 3, isAppleDouble), ZipArchiveError);
 }
 
 struct LinkCase {

@@ -55,12 +55,12 @@ std::vector<LinkTarget> readLinkTargets(const ArchiveTree& tree, const std::vect
 }  // namespace
 
 void extractArchive(const std::string& archivePath, const std::string& destination, const ZipArchiveLimits& limits,
-                    std::stop_token stop) {
+                    const std::stop_token& stop) {
   const ArchiveFile archive(archivePath);
   const std::vector<ZipEntry> entries = readZipDirectory(archive, limits);
   EntryReader reader(archive);
   constexpr std::size_t kMagicLength = 4;
-  const ArchiveTree tree(entries,
+  const ArchiveTree tree(entries, limits.entries,
                          [&](const ZipEntry& entry) { return isAppleDouble(reader.peek(entry, kMagicLength)); });
   checkAppleDoubleSizes(tree, entries, limits);
   const std::vector<LinkTarget> targets = readLinkTargets(tree, entries, reader);

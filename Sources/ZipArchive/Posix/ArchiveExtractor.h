@@ -18,6 +18,6 @@ namespace quillon {
 /// AppleDouble files are restored. Throws ZipArchiveError for an archive that is refused, QuillonSystemError when the
 /// system refuses something, and QuillonCancellationError on `stop`.
 void extractArchive(const std::string& archivePath, const std::string& destination, const ZipArchiveLimits& limits,
-                    std::stop_token stop);
+                    const std::stop_token& stop);
 
 }  // namespace quillon

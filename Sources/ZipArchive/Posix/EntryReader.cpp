@@ -127,7 +127,7 @@ std::string EntryReader::peek(const ZipEntry& entry, std::size_t length) {
 }
 
 void EntryReader::stream(const ZipEntry& entry, const std::function<void(std::string_view)>& sink,
-                         std::stop_token stop) {
+                         const std::stop_token& stop) {
   if (entry.method == kZipMethodStored) {
     streamStored(entry, sink, stop);
   } else {

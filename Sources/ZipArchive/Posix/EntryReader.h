@@ -34,7 +34,7 @@ class EntryReader {
   /// Hands the bytes of `entry` to `sink`, in order and in pieces, with little memory. The check of the whole comes
   /// last: throws ZipArchiveError, after pieces were handed out, when the entry is damaged; QuillonCancellationError on
   /// `stop`.
-  void stream(const ZipEntry& entry, const std::function<void(std::string_view)>& sink, std::stop_token stop);
+  void stream(const ZipEntry& entry, const std::function<void(std::string_view)>& sink, const std::stop_token& stop);
 
  private:
   /// Memory that is not cleared and only grows.

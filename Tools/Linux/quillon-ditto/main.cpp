@@ -27,7 +27,7 @@ void printError(std::string_view text) {
 int run(const DittoArguments& arguments, std::stop_token stop) {
   switch (arguments.operation) {
     case DittoArguments::Operation::extract:
-      extractArchive(arguments.source, arguments.destination, ZipArchiveLimits{}, std::move(stop));
+      extractArchive(arguments.source, arguments.destination, ZipArchiveLimits{}, stop);
       break;
     case DittoArguments::Operation::create:
       makeArchive(arguments.source, arguments.destination,
