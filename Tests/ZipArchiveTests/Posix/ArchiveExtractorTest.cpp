@@ -38,8 +38,8 @@ class ArchiveExtractorTest : public ::testing::Test {
   }
 
   void writeArchive(const std::string& bytes) const { testing::writeFile(archive_, bytes); }
-  void extract(const ZipArchiveLimits& limits = {}, std::stop_token stop = {}) const {
-    extractArchive(archive_.string(), destination_.string(), limits, std::move(stop));
+  void extract(const ZipArchiveLimits& limits = {}, const std::stop_token& stop = {}) const {
+    extractArchive(archive_.string(), destination_.string(), limits, stop);
   }
   void extract(const ZipArchiveBuilder& archive) const {
     writeArchive(archive.build());
