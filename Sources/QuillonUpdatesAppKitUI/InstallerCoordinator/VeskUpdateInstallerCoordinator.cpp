@@ -8,6 +8,8 @@
 #include <variant>
 
 #include "QuillonCore/Runtime/QuillonMainThreadCall.h"
+#include "QuillonCore/Runtime/QuillonPreferredLanguages.h"
+#include "QuillonCore/Text/QuillonByteCountFormatter.h"
 #include "QuillonCore/Text/QuillonCaseFolding.h"
 #include "QuillonCore/Text/QuillonLocalizedFormat.h"
 #include "QuillonCore/Text/QuillonPathComponent.h"
@@ -124,6 +126,13 @@ bool isSuccess(const QuillonURLResponse& response) noexcept {
          (*response.httpStatusCode >= kFirstSuccessStatus && *response.httpStatusCode <= kLastSuccessStatus);
 }
 
+VeskUpdateInstallerCoordinator::ByteCountFormatter byteCountFormatterOfUser() {
+  const std::vector<std::string> languages = preferredLanguages();
+  return [language = languages.empty() ? std::string() : languages.front()](std::int64_t byteCount) {
+    return formattedFileByteCount(byteCount, language);
+  };
+}
+
 /// Throws the error that a launch ended with; returns when the installer was started.
 struct LaunchOutcome {
   void operator()(const Result::LaunchFailed& failure) const {
@@ -168,7 +177,7 @@ VeskUpdateInstallerCoordinator::VeskUpdateInstallerCoordinator(
       mainThread_(std::move(mainThread)),
       progressWindowPresenter_(std::move(progressWindowPresenter)),
       texts_(std::move(texts)),
-      formattedByteCount_(std::move(formattedByteCount)) {}
+      formattedByteCount_(formattedByteCount ? std::move(formattedByteCount) : byteCountFormatterOfUser()) {}
 
 void VeskUpdateInstallerCoordinator::install(const VeskUpdateInstallerRequest& request,
                                              std::shared_ptr<VeskUpdateProgressWindow> progressWindow,

@@ -43,8 +43,8 @@ class VeskUpdateInstallerCoordinator {
  public:
   /// The user in whose session the new bundle is started.
   using LaunchUserContextProvider = std::function<std::optional<VeskAppBundleLaunchdUserContext>()>;
-  /// A number of bytes as users read it, in their language: decimal units, all fraction digits of the unit. Called on
-  /// the main thread; must not throw.
+  /// A number of bytes as users read it. Called on the main thread; must not throw. Without one, sizes are those of
+  /// formattedFileByteCount() in the user's language.
   using ByteCountFormatter = std::function<std::string(std::int64_t byteCount)>;
 
   VeskUpdateInstallerCoordinator(std::shared_ptr<const QuillonFileManaging> fileManager,
@@ -57,7 +57,7 @@ class VeskUpdateInstallerCoordinator {
                                  std::shared_ptr<QuillonMainThreadDispatching> mainThread,
                                  std::shared_ptr<const VeskUpdateProgressWindowPresenter> progressWindowPresenter,
                                  std::shared_ptr<const QuillonLocalizationBundle> texts,
-                                 ByteCountFormatter formattedByteCount);
+                                 ByteCountFormatter formattedByteCount = nullptr);
 
   /// Opens the installer document of the archive. The unpacked folder stays, whatever happens; the archive does not.
   void install(const VeskUpdateInstallerRequest& request, std::shared_ptr<VeskUpdateProgressWindow> progressWindow,
