@@ -146,10 +146,8 @@ VeskAppBundleUpdateRequest UpdateInstallationWorld::appBundleRequest() const {
 }
 
 VeskUpdateInstallerCoordinator UpdateInstallationWorld::makeCoordinator() {
-  // Without a folder for any language, every text is the English one.
-  const auto texts =
-      std::make_shared<const QuillonLocalizationBundle>(files, QuillonURL::fileURL((folder / "Host.app").string()),
-                                                        std::vector<std::string>{"en"}, VeskUpdateTexts::table);
+  const auto texts = std::make_shared<const VeskUpdateLocalizationBundle>(
+      files, QuillonURL::fileURL((folder / "Host.app").string()), languages);
   return {files,
           network,
           unzipper,
@@ -162,7 +160,7 @@ VeskUpdateInstallerCoordinator UpdateInstallationWorld::makeCoordinator() {
                                                                     QuillonURL::fileURL((folder / "Host.app").string()),
                                                                     texts),
           texts,
-          [](std::int64_t byteCount) { return std::to_string(byteCount) + " B"; }};
+          formattedByteCount};
 }
 
 void UpdateInstallationWorld::openWindow() {

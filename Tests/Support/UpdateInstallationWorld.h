@@ -151,6 +151,12 @@ class UpdateInstallationWorld {
   std::shared_ptr<QuillonMainThreadQueue> mainThread = std::make_shared<QuillonMainThreadQueue>();
   std::shared_ptr<ProgressWindowRecord> windowRecord;
   bool pressesButton = true;
+  /// Best first. Without texts of its own in folder/Host.app the host shows English ones.
+  std::vector<std::string> languages = {"en"};
+  /// Writes sizes; without one the coordinator does.
+  VeskUpdateInstallerCoordinator::ByteCountFormatter formattedByteCount = [](std::int64_t byteCount) {
+    return std::to_string(byteCount) + " B";
+  };
   /// The cancellation of the operations that run.
   std::stop_source cancellation;
   std::vector<VeskAppBundleInstallerLaunchProgress> launchProgress;

@@ -8,7 +8,6 @@
 #include <variant>
 
 #include "QuillonCore/Runtime/QuillonMainThreadCall.h"
-#include "QuillonCore/Runtime/QuillonPreferredLanguages.h"
 #include "QuillonCore/Text/QuillonByteCountFormatter.h"
 #include "QuillonCore/Text/QuillonCaseFolding.h"
 #include "QuillonCore/Text/QuillonLocalizedFormat.h"
@@ -126,10 +125,11 @@ bool isSuccess(const QuillonURLResponse& response) noexcept {
          (*response.httpStatusCode >= kFirstSuccessStatus && *response.httpStatusCode <= kLastSuccessStatus);
 }
 
-VeskUpdateInstallerCoordinator::ByteCountFormatter byteCountFormatterOfUser() {
-  const std::vector<std::string> languages = preferredLanguages();
-  return [language = languages.empty() ? std::string() : languages.front()](std::int64_t byteCount) {
-    return formattedFileByteCount(byteCount, language);
+/// Sizes in the language of the texts around them.
+VeskUpdateInstallerCoordinator::ByteCountFormatter byteCountFormatterFor(
+    std::shared_ptr<const VeskUpdateLocalizationBundle> texts) {
+  return [texts = std::move(texts)](std::int64_t byteCount) {
+    return formattedFileByteCount(byteCount, texts->language());
   };
 }
 
@@ -166,7 +166,7 @@ VeskUpdateInstallerCoordinator::VeskUpdateInstallerCoordinator(
     std::shared_ptr<VeskAppBundleUpdateHelperLaunching> replacementLauncher,
     LaunchUserContextProvider launchUserContextProvider, std::shared_ptr<QuillonMainThreadDispatching> mainThread,
     std::shared_ptr<const VeskUpdateProgressWindowPresenter> progressWindowPresenter,
-    std::shared_ptr<const QuillonLocalizationBundle> texts, ByteCountFormatter formattedByteCount)
+    std::shared_ptr<const VeskUpdateLocalizationBundle> texts, ByteCountFormatter formattedByteCount)
     : fileManager_(std::move(fileManager)),
       networkClient_(std::move(networkClient)),
       unzipper_(std::move(unzipper)),
@@ -177,7 +177,7 @@ VeskUpdateInstallerCoordinator::VeskUpdateInstallerCoordinator(
       mainThread_(std::move(mainThread)),
       progressWindowPresenter_(std::move(progressWindowPresenter)),
       texts_(std::move(texts)),
-      formattedByteCount_(formattedByteCount ? std::move(formattedByteCount) : byteCountFormatterOfUser()) {}
+      formattedByteCount_(formattedByteCount ? std::move(formattedByteCount) : byteCountFormatterFor(texts_)) {}
 
 void VeskUpdateInstallerCoordinator::install(const VeskUpdateInstallerRequest& request,
                                              std::shared_ptr<VeskUpdateProgressWindow> progressWindow,
@@ -272,8 +272,8 @@ VeskUpdateInstallerDownload VeskUpdateInstallerCoordinator::fetchArchive(const Q
         *mainThread_,
         [&] {
           progressWindowPresenter_->updateProgressWindow(
-              window, {.title = texts_->text(VeskUpdateTexts::downloadingUpdate.english),
-                       .statusText = texts_->text(VeskUpdateTexts::preparingDownload.english)});
+              window, {.title = texts_->text(VeskUpdateTexts::downloadingUpdate),
+                       .statusText = texts_->text(VeskUpdateTexts::preparingDownload)});
         },
         stopToken);
   }
@@ -301,7 +301,7 @@ VeskUpdateInstallerDownloadProgressHandler VeskUpdateInstallerCoordinator::downl
     std::weak_ptr<VeskUpdateProgressWindow> window;
     std::shared_ptr<VeskUpdateProgressToken> token;
     std::shared_ptr<const VeskUpdateProgressWindowPresenter> presenter;
-    std::shared_ptr<const QuillonLocalizationBundle> texts;
+    std::shared_ptr<const VeskUpdateLocalizationBundle> texts;
     ByteCountFormatter formattedByteCount;
   };
   auto reporting = std::make_shared<const Reporting>(
@@ -311,7 +311,7 @@ VeskUpdateInstallerDownloadProgressHandler VeskUpdateInstallerCoordinator::downl
       if (!reporting->token->isActive()) return;
       reporting->presenter->updateProgressWindow(
           reporting->window.lock(),
-          {.title = reporting->texts->text(VeskUpdateTexts::downloadingUpdate.english),
+          {.title = reporting->texts->text(VeskUpdateTexts::downloadingUpdate),
            .statusText = downloadProgressStatusText(progress, *reporting->texts, reporting->formattedByteCount),
            .progressFraction = progress.progressFraction()});
     });
@@ -319,15 +319,15 @@ VeskUpdateInstallerDownloadProgressHandler VeskUpdateInstallerCoordinator::downl
 }
 
 std::string VeskUpdateInstallerCoordinator::downloadProgressStatusText(
-    const VeskUpdateInstallerDownloadProgress& progress, const QuillonLocalizationBundle& texts,
+    const VeskUpdateInstallerDownloadProgress& progress, const VeskUpdateLocalizationBundle& texts,
     const ByteCountFormatter& formattedByteCount) {
   const std::string received = formattedByteCount(progress.bytesReceived);
   if (!progress.expectedBytes || *progress.expectedBytes < 1) {
-    return formattedText(texts.text(VeskUpdateTexts::received.english), {received});
+    return formattedText(texts.text(VeskUpdateTexts::received), {received});
   }
   // Never more received than expected, whatever the server announced.
   const std::string expected = formattedByteCount(std::max(*progress.expectedBytes, progress.bytesReceived));
-  return formattedText(texts.text(VeskUpdateTexts::receivedOfExpected.english), {received, expected});
+  return formattedText(texts.text(VeskUpdateTexts::receivedOfExpected), {received, expected});
 }
 
 QuillonURL VeskUpdateInstallerCoordinator::preferredInstallerFolderURL(
@@ -452,9 +452,9 @@ void VeskUpdateInstallerCoordinator::waitForReadyToInstallConfirmation(const Win
   onMainThread(
       *mainThread_,
       [&] {
-        progressWindowPresenter_->showReadyToInstallAndRelaunch(
-            window, texts_->text(VeskUpdateTexts::readyToInstall.english),
-            texts_->text(VeskUpdateTexts::installAndRelaunch.english), [confirmation] { confirmation->resolve(); });
+        progressWindowPresenter_->showReadyToInstallAndRelaunch(window, texts_->text(VeskUpdateTexts::readyToInstall),
+                                                                texts_->text(VeskUpdateTexts::installAndRelaunch),
+                                                                [confirmation] { confirmation->resolve(); });
       },
       stopToken);
   end->get_future().get();
@@ -498,8 +498,7 @@ void VeskUpdateInstallerCoordinator::showTitle(const Window& window, const VeskU
                                                const std::stop_token& stopToken) const {
   if (!window) return;
   onMainThread(
-      *mainThread_,
-      [&] { progressWindowPresenter_->updateProgressWindow(window, {.title = texts_->text(title.english)}); },
+      *mainThread_, [&] { progressWindowPresenter_->updateProgressWindow(window, {.title = texts_->text(title)}); },
       stopToken);
 }
 

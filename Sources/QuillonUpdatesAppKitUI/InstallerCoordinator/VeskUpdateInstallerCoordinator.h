@@ -10,7 +10,6 @@
 
 #include "QuillonCore/Contracts/QuillonFileManaging.h"
 #include "QuillonCore/Contracts/QuillonMainThreadDispatching.h"
-#include "QuillonCore/Runtime/QuillonLocalizationBundle.h"
 #include "QuillonCore/Values/QuillonURL.h"
 #include "QuillonUpdatesAppKitUI/AppBundleReplacement/VeskAppBundleLaunchdUserContext.h"
 #include "QuillonUpdatesAppKitUI/AppBundleReplacement/VeskAppBundleUpdateRequest.h"
@@ -22,6 +21,7 @@
 #include "QuillonUpdatesAppKitUI/InstallerCoordinator/VeskUpdateInstallerNetworkClient.h"
 #include "QuillonUpdatesAppKitUI/InstallerCoordinator/VeskUpdateInstallerRequest.h"
 #include "QuillonUpdatesAppKitUI/InstallerCoordinator/VeskUpdateProgressToken.h"
+#include "QuillonUpdatesAppKitUI/Presentation/VeskUpdateLocalizationBundle.h"
 #include "QuillonUpdatesAppKitUI/Presentation/VeskUpdateProgressWindow.h"
 #include "QuillonUpdatesAppKitUI/Presentation/VeskUpdateProgressWindowPresenter.h"
 #include "QuillonUpdatesAppKitUI/Presentation/VeskUpdateTexts.h"
@@ -44,7 +44,7 @@ class VeskUpdateInstallerCoordinator {
   /// The user in whose session the new bundle is started.
   using LaunchUserContextProvider = std::function<std::optional<VeskAppBundleLaunchdUserContext>()>;
   /// A number of bytes as users read it. Called on the main thread; must not throw. Without one, sizes are those of
-  /// formattedFileByteCount() in the user's language.
+  /// formattedFileByteCount() in the language of the texts.
   using ByteCountFormatter = std::function<std::string(std::int64_t byteCount)>;
 
   VeskUpdateInstallerCoordinator(std::shared_ptr<const QuillonFileManaging> fileManager,
@@ -56,7 +56,7 @@ class VeskUpdateInstallerCoordinator {
                                  LaunchUserContextProvider launchUserContextProvider,
                                  std::shared_ptr<QuillonMainThreadDispatching> mainThread,
                                  std::shared_ptr<const VeskUpdateProgressWindowPresenter> progressWindowPresenter,
-                                 std::shared_ptr<const QuillonLocalizationBundle> texts,
+                                 std::shared_ptr<const VeskUpdateLocalizationBundle> texts,
                                  ByteCountFormatter formattedByteCount = nullptr);
 
   /// Opens the installer document of the archive. The unpacked folder stays, whatever happens; the archive does not.
@@ -95,7 +95,7 @@ class VeskUpdateInstallerCoordinator {
   [[nodiscard]] VeskUpdateInstallerDownloadProgressHandler downloadProgressHandler(
       const Window& window, const std::shared_ptr<VeskUpdateProgressToken>& token) const;
   [[nodiscard]] static std::string downloadProgressStatusText(const VeskUpdateInstallerDownloadProgress& progress,
-                                                              const QuillonLocalizationBundle& texts,
+                                                              const VeskUpdateLocalizationBundle& texts,
                                                               const ByteCountFormatter& formattedByteCount);
 
   [[nodiscard]] QuillonURL preferredInstallerFolderURL(const std::string& applicationName,
@@ -128,7 +128,7 @@ class VeskUpdateInstallerCoordinator {
   const LaunchUserContextProvider launchUserContextProvider_;
   const std::shared_ptr<QuillonMainThreadDispatching> mainThread_;
   const std::shared_ptr<const VeskUpdateProgressWindowPresenter> progressWindowPresenter_;
-  const std::shared_ptr<const QuillonLocalizationBundle> texts_;
+  const std::shared_ptr<const VeskUpdateLocalizationBundle> texts_;
   const ByteCountFormatter formattedByteCount_;
 };
 

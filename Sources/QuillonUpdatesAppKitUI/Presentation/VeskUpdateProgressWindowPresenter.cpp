@@ -13,7 +13,7 @@ namespace quillon {
 
 VeskUpdateProgressWindowPresenter::VeskUpdateProgressWindowPresenter(
     std::shared_ptr<VeskUpdateProgressWindowMaking> windows, std::shared_ptr<const QuillonFileManaging> fileManager,
-    QuillonURL hostBundleURL, std::shared_ptr<const QuillonLocalizationBundle> texts)
+    QuillonURL hostBundleURL, std::shared_ptr<const VeskUpdateLocalizationBundle> texts)
     : windows_(std::move(windows)),
       fileManager_(std::move(fileManager)),
       hostBundleURL_(std::move(hostBundleURL)),
@@ -65,9 +65,9 @@ std::string VeskUpdateProgressWindowPresenter::resolvedWindowTitle(
   const std::string_view given = windowTitle ? trimmed(*windowTitle) : std::string_view();
   if (!given.empty()) return std::string(given);
   if (const std::optional<std::string> name = hostApplicationName()) {
-    return formattedText(texts_->text(VeskUpdateTexts::applicationUpdate.english), {*name});
+    return formattedText(texts_->text(VeskUpdateTexts::applicationUpdate), {*name});
   }
-  return texts_->text(VeskUpdateTexts::softwareUpdate.english);
+  return texts_->text(VeskUpdateTexts::softwareUpdate);
 }
 
 std::optional<std::string> VeskUpdateProgressWindowPresenter::hostApplicationName() const {

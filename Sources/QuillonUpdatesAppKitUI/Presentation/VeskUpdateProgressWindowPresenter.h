@@ -6,8 +6,8 @@
 #include <string>
 
 #include "QuillonCore/Contracts/QuillonFileManaging.h"
-#include "QuillonCore/Runtime/QuillonLocalizationBundle.h"
 #include "QuillonCore/Values/QuillonURL.h"
+#include "QuillonUpdatesAppKitUI/Presentation/VeskUpdateLocalizationBundle.h"
 #include "QuillonUpdatesAppKitUI/Presentation/VeskUpdateProgressWindow.h"
 #include "QuillonUpdatesAppKitUI/Presentation/VeskUpdateProgressWindowMaking.h"
 #include "QuillonUpdatesAppKitUI/Presentation/VeskUpdateProgressWindowState.h"
@@ -20,7 +20,7 @@ class VeskUpdateProgressWindowPresenter {
   /// The application at `hostBundleURL` gives the window its name; `texts` are its update texts (VeskUpdateTexts).
   VeskUpdateProgressWindowPresenter(std::shared_ptr<VeskUpdateProgressWindowMaking> windows,
                                     std::shared_ptr<const QuillonFileManaging> fileManager, QuillonURL hostBundleURL,
-                                    std::shared_ptr<const QuillonLocalizationBundle> texts);
+                                    std::shared_ptr<const VeskUpdateLocalizationBundle> texts);
 
   /// Makes a window that shows `title` as its first line, no status and no fraction, and puts it on the screen. Without
   /// a `windowTitle`, or one of white space only, the window is named after the application.
@@ -45,7 +45,7 @@ class VeskUpdateProgressWindowPresenter {
   const std::shared_ptr<VeskUpdateProgressWindowMaking> windows_;
   const std::shared_ptr<const QuillonFileManaging> fileManager_;
   const QuillonURL hostBundleURL_;
-  const std::shared_ptr<const QuillonLocalizationBundle> texts_;
+  const std::shared_ptr<const VeskUpdateLocalizationBundle> texts_;
 };
 
 }  // namespace quillon

@@ -687,6 +687,23 @@ TEST_F(VeskUpdateInstallerCoordinatorTest, WithoutAnAnnouncedSizeOnlyWhatHasArri
   EXPECT_EQ(world_.windowRecord->states.at(2), "Downloading update… | 1600 B downloaded | …");
 }
 
+TEST_F(VeskUpdateInstallerCoordinatorTest, TextsAndSizesAreInTheUsersLanguage) {
+  writeFile(world_.folder / "Host.app/Contents/Resources/de.lproj/QuillonUpdate.strings",
+            "\"Downloading update…\" = \"Update wird geladen …\";\n\"%@ of %@\" = \"%1$@ von %2$@\";\n");
+  world_.languages = {"de-AT", "en"};
+  world_.formattedByteCount = nullptr;
+  world_.network->answers[kFirst] = [](const Handler& progress, const std::stop_token&) {
+    progress({.bytesReceived = 1'500'000, .expectedBytes = 2'000'000'000});
+    return FakeInstallerNetworkClient::deliver(kSecondURL, "archive", 200);
+  };
+  world_.openWindow();
+
+  EXPECT_EQ(world_.install(world_.installerRequest()), "done");
+
+  EXPECT_EQ(world_.windowRecord->states.at(1), "Update wird geladen … | 1,5 MB von 2,00 GB | 0%");
+  EXPECT_EQ(world_.windowRecord->states.back(), "Opening installer… | …");
+}
+
 TEST_F(VeskUpdateInstallerCoordinatorTest, WithoutAWindowNobodyListensToTheTransfer) {
   bool isListening = true;
   world_.network->answers[kFirst] = [&](const Handler& progress, const std::stop_token&) {

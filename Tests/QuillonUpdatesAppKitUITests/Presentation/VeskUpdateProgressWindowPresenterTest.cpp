@@ -9,7 +9,6 @@
 
 #include "QuillonCore/Runtime/QuillonSystemServices.h"
 #include "QuillonUpdatesAppKitUI/Presentation/VeskUpdateProgressWindowPresenter.h"
-#include "QuillonUpdatesAppKitUI/Presentation/VeskUpdateTexts.h"
 #include "Support/RecordingProgressWindow.h"
 #include "Support/TemporaryDirectory.h"
 
@@ -33,8 +32,7 @@ class VeskUpdateProgressWindowPresenterTest : public ::testing::Test {
   VeskUpdateProgressWindowPresenter makePresenter(const std::vector<std::string>& languages = {"en"}) {
     const auto files = makeSystemFileManager();
     const QuillonURL host = QuillonURL::fileURL((folder_ / "Host.app").string());
-    return {windows_, files, host,
-            std::make_shared<const QuillonLocalizationBundle>(files, host, languages, VeskUpdateTexts::table)};
+    return {windows_, files, host, std::make_shared<const VeskUpdateLocalizationBundle>(files, host, languages)};
   }
 
   std::string resolvedWindowTitle(const std::optional<std::string>& windowTitle) {
