@@ -89,7 +89,7 @@ class Turn {
 }  // namespace
 
 void runOnMainThread(QuillonMainThreadDispatching& mainThread, const std::function<void()>& function,
-                     std::stop_token stopToken) {
+                     const std::stop_token& stopToken) {
   if (stopToken.stop_requested()) throw QuillonCancellationError();
   if (mainThread.isMainThread()) {
     function();

@@ -17,20 +17,20 @@ namespace quillon {
 /// Throws QuillonCancellationError, and then `function` has not run and never will, when a stop is requested before its
 /// turn has come, or when the main thread ends.
 void runOnMainThread(QuillonMainThreadDispatching& mainThread, const std::function<void()>& function,
-                     std::stop_token stopToken = {});
+                     const std::stop_token& stopToken = {});
 
 /// The same for a function with a result, which is handed back.
 template <typename Function>
 std::invoke_result_t<Function&> onMainThread(QuillonMainThreadDispatching& mainThread, Function&& function,
-                                             std::stop_token stopToken = {}) {
+                                             const std::stop_token& stopToken = {}) {
   using Result = std::invoke_result_t<Function&>;
   if constexpr (std::is_void_v<Result>) {
     runOnMainThread(
-        mainThread, [&function] { function(); }, std::move(stopToken));
+        mainThread, [&function] { function(); }, stopToken);
   } else {
     std::optional<Result> result;
     runOnMainThread(
-        mainThread, [&] { result.emplace(function()); }, std::move(stopToken));
+        mainThread, [&] { result.emplace(function()); }, stopToken);
     return std::move(*result);
   }
 }

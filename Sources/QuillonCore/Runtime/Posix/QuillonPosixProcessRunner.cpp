@@ -52,9 +52,8 @@ class Deadline {
 class StopSignal {
  public:
   explicit StopSignal(const std::stop_token& stopToken)
-      : pipe_(stopToken.stop_possible() ? makePipe() : QuillonPipe()) {
-    callback_.emplace(stopToken, Wake{pipe_.writeEnd.get()});
-  }
+      : pipe_(stopToken.stop_possible() ? makePipe() : QuillonPipe()),
+        callback_(stopToken, Wake{pipe_.writeEnd.get()}) {}
 
   /// Readable once a stop was requested; -1, which poll passes over, when none can be.
   [[nodiscard]] int descriptor() const noexcept { return pipe_.readEnd.get(); }
@@ -68,8 +67,8 @@ class StopSignal {
     }
   };
 
-  QuillonPipe pipe_;
-  std::optional<std::stop_callback<Wake>> callback_;
+  const QuillonPipe pipe_;
+  const std::stop_callback<Wake> callback_;
 };
 
 /// Everything that posix_spawn is told about a child, other than what it runs.
