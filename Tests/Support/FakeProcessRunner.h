@@ -1,7 +1,9 @@
 #pragma once
 
 #include <functional>
+#include <stop_token>
 #include <string>
+#include <utility>
 #include <vector>
 
 #include "QuillonCore/Contracts/QuillonProcessRunning.h"
@@ -12,7 +14,9 @@ namespace quillon::testing {
 class FakeProcessRunner final : public QuillonProcessRunning {
  public:
   [[nodiscard]] QuillonProcessResult run(const std::string& executablePath,
-                                         const std::vector<std::string>& arguments) noexcept override {
+                                         const std::vector<std::string>& arguments,
+                                         std::stop_token stopToken = {}) noexcept override {
+    stopTokens.push_back(std::move(stopToken));
     commands.push_back({executablePath});
     commands.back().insert(commands.back().end(), arguments.begin(), arguments.end());
     return answer ? answer(commands.back()) : QuillonProcessResult{.status = 0, .output = {}};
@@ -20,6 +24,8 @@ class FakeProcessRunner final : public QuillonProcessRunning {
 
   std::function<QuillonProcessResult(const std::vector<std::string>& command)> answer;
   std::vector<std::vector<std::string>> commands;
+  /// One for each command.
+  std::vector<std::stop_token> stopTokens;
 };
 
 }  // namespace quillon::testing

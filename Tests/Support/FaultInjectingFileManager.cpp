@@ -38,10 +38,28 @@ void FaultInjectingFileManager::beforeChange(int n, std::function<void()> action
   before_ = std::move(action);
 }
 
+void FaultInjectingFileManager::beforeEveryChange(std::function<void()> action) {
+  beforeEvery_ = std::move(action);
+}
+
+void FaultInjectingFileManager::failChangesBelow(QuillonURL folder, int code) {
+  closedFolder_ = std::move(folder);
+  closedFolderCode_ = code;
+}
+
+void FaultInjectingFileManager::placeWorkingFolders(std::vector<QuillonURL> applicationSupport, QuillonURL temporary) {
+  applicationSupport_ = std::move(applicationSupport);
+  temporary_ = std::move(temporary);
+}
+
 template <typename Change>
-auto FaultInjectingFileManager::change(Change&& perform) const {
+auto FaultInjectingFileManager::change(const QuillonURL& item, Change&& perform) const {
   const int number = ++changes_;
   if (number == watchedBefore_) before_();
+  if (beforeEvery_) beforeEvery_();
+  if (closedFolder_ && (item.path() + '/').starts_with(closedFolder_->path() + '/')) {
+    throw QuillonSystemError::posix(closedFolderCode_, "change", item.path());
+  }
   if (number == failing_) {
     didFail_ = true;
     throw QuillonSystemError::posix(failingCode_, "make change", std::to_string(number));
@@ -81,54 +99,55 @@ std::uint32_t FaultInjectingFileManager::effectiveUserIdentifier() const noexcep
   return real_->effectiveUserIdentifier();
 }
 QuillonURL FaultInjectingFileManager::temporaryDirectory() const {
-  return real_->temporaryDirectory();
+  return temporary_ ? *temporary_ : real_->temporaryDirectory();
 }
 std::vector<QuillonURL> FaultInjectingFileManager::applicationSupportDirectories() const {
-  return real_->applicationSupportDirectories();
+  return temporary_ ? applicationSupport_ : real_->applicationSupportDirectories();
 }
 void FaultInjectingFileManager::createDirectory(const QuillonURL& directory) const {
-  change([&] { real_->createDirectory(directory); });
+  change(directory, [&] { real_->createDirectory(directory); });
 }
 std::unique_ptr<QuillonPinnedDirectory> FaultInjectingFileManager::createPrivateDirectory(
     const QuillonURL& directory) const {
-  return change([&] { return real_->createPrivateDirectory(directory); });
+  return change(directory, [&] { return real_->createPrivateDirectory(directory); });
 }
 void FaultInjectingFileManager::writeFileAtomically(const QuillonURL& file, std::string_view bytes) const {
-  change([&] { real_->writeFileAtomically(file, bytes); });
+  change(file, [&] { real_->writeFileAtomically(file, bytes); });
 }
 void FaultInjectingFileManager::createFile(const QuillonURL& file, std::string_view bytes) const {
-  change([&] { real_->createFile(file, bytes); });
+  change(file, [&] { real_->createFile(file, bytes); });
 }
 void FaultInjectingFileManager::moveItem(const QuillonURL& item, const QuillonURL& destination) const {
-  change([&] { real_->moveItem(item, destination); });
+  change(item, [&] { real_->moveItem(item, destination); });
 }
 void FaultInjectingFileManager::copyItem(const QuillonURL& item, const QuillonURL& destination) const {
-  change([&] { real_->copyItem(item, destination); });
+  change(item, [&] { real_->copyItem(item, destination); });
 }
 void FaultInjectingFileManager::removeItem(const QuillonURL& item) const {
-  change([&] { real_->removeItem(item); });
+  change(item, [&] { real_->removeItem(item); });
 }
 void FaultInjectingFileManager::removeEmptyDirectory(const QuillonURL& directory) const {
-  change([&] { real_->removeEmptyDirectory(directory); });
+  change(directory, [&] { real_->removeEmptyDirectory(directory); });
 }
 void FaultInjectingFileManager::changeOwner(const QuillonURL& item, std::uint32_t userIdentifier,
                                             std::uint32_t groupIdentifier) const {
-  change([&] { real_->changeOwner(item, userIdentifier, groupIdentifier); });
+  change(item, [&] { real_->changeOwner(item, userIdentifier, groupIdentifier); });
 }
 void FaultInjectingFileManager::changeOwnerOfDescendants(const QuillonURL& directory, std::uint32_t userIdentifier,
                                                          std::uint32_t groupIdentifier) const {
-  change([&] { real_->changeOwnerOfDescendants(directory, userIdentifier, groupIdentifier); });
+  change(directory, [&] { real_->changeOwnerOfDescendants(directory, userIdentifier, groupIdentifier); });
 }
 bool FaultInjectingFileManager::changeOwnerOfFile(const QuillonURL& file, std::uint32_t userIdentifier,
                                                   std::uint32_t groupIdentifier, std::size_t limit,
                                                   bool (*mayBeChanged)(std::string_view bytes)) const {
-  return change([&] { return real_->changeOwnerOfFile(file, userIdentifier, groupIdentifier, limit, mayBeChanged); });
+  return change(file,
+                [&] { return real_->changeOwnerOfFile(file, userIdentifier, groupIdentifier, limit, mayBeChanged); });
 }
 std::optional<QuillonFileFailure> FaultInjectingFileManager::releaseQuarantine(const QuillonURL& root) const {
-  return change([&] { return real_->releaseQuarantine(root); });
+  return change(root, [&] { return real_->releaseQuarantine(root); });
 }
 void FaultInjectingFileManager::synchronizeVolume(const QuillonURL& directory) const {
-  change([&] { real_->synchronizeVolume(directory); });
+  change(directory, [&] { real_->synchronizeVolume(directory); });
 }
 
 }  // namespace quillon::testing

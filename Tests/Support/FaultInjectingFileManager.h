@@ -2,6 +2,8 @@
 
 #include <functional>
 #include <memory>
+#include <optional>
+#include <vector>
 
 #include "QuillonCore/Contracts/QuillonFileManaging.h"
 
@@ -18,6 +20,12 @@ class FaultInjectingFileManager final : public QuillonFileManaging {
   void afterChange(int n, std::function<void()> action);
   /// Calls `action` right before the n-th change.
   void beforeChange(int n, std::function<void()> action);
+  /// Calls `action` before every change.
+  void beforeEveryChange(std::function<void()> action);
+  /// Makes every change below `folder`, itself included, fail with the errno value `code`.
+  void failChangesBelow(QuillonURL folder, int code);
+  /// Answers with these folders instead of the user's own.
+  void placeWorkingFolders(std::vector<QuillonURL> applicationSupport, QuillonURL temporary);
   [[nodiscard]] bool didFail() const noexcept { return didFail_; }
   [[nodiscard]] int changes() const noexcept { return changes_; }
 
@@ -52,7 +60,7 @@ class FaultInjectingFileManager final : public QuillonFileManaging {
 
  private:
   template <typename Change>
-  auto change(Change&& perform) const;
+  auto change(const QuillonURL& item, Change&& perform) const;
 
   std::shared_ptr<const QuillonFileManaging> real_;
   int failing_ = 0;
@@ -61,6 +69,11 @@ class FaultInjectingFileManager final : public QuillonFileManaging {
   int watchedBefore_ = 0;
   std::function<void()> after_;
   std::function<void()> before_;
+  std::function<void()> beforeEvery_;
+  std::optional<QuillonURL> closedFolder_;
+  int closedFolderCode_ = 0;
+  std::vector<QuillonURL> applicationSupport_;
+  std::optional<QuillonURL> temporary_;
   mutable int changes_ = 0;
   mutable bool didFail_ = false;
 };

@@ -12,7 +12,8 @@ bool FakeRelauncher::relaunchApplication(const QuillonURL& applicationURL) noexc
 }
 
 void FakeValidator::validateAppBundle(const QuillonURL& bundle,
-                                      const VeskAppBundleUpdateHostIdentity& /*hostIdentity*/) const {
+                                      const VeskAppBundleUpdateHostIdentity& /*hostIdentity*/,
+                                      std::stop_token /*stopToken*/) const {
   validated.push_back(bundle);
   if (onValidation) onValidation(static_cast<int>(validated.size()), bundle);
 }

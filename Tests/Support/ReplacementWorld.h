@@ -3,6 +3,7 @@
 #include <functional>
 #include <memory>
 #include <optional>
+#include <stop_token>
 #include <string>
 #include <vector>
 
@@ -31,7 +32,8 @@ class FakePrivilegeChecker final : public VeskAppBundleReplacementPrivilegeCheck
 /// Accepts every bundle unless told otherwise, and notes what it was asked.
 class FakeValidator final : public VeskAppBundleUpdateValidating {
  public:
-  void validateAppBundle(const QuillonURL& bundle, const VeskAppBundleUpdateHostIdentity& hostIdentity) const override;
+  void validateAppBundle(const QuillonURL& bundle, const VeskAppBundleUpdateHostIdentity& hostIdentity,
+                         std::stop_token stopToken = {}) const override;
 
   /// Called with the number of the validation, from 1; may throw.
   std::function<void(int number, const QuillonURL& bundle)> onValidation;

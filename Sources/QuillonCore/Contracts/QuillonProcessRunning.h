@@ -1,6 +1,7 @@
 #pragma once
 
 #include <cstdint>
+#include <stop_token>
 #include <string>
 #include <vector>
 
@@ -23,9 +24,11 @@ class QuillonProcessRunning {
 
   /// Starts `executablePath` (absolute; nothing is searched) with `arguments`, reads its joined output while it runs,
   /// and waits for its end. Standard input is empty. A child that cannot be started gives status 1 and no output. Keeps
-  /// the first 16 MiB of output and drops the rest.
+  /// the first 16 MiB of output and drops the rest. A stop request kills the child, with the processes that it started,
+  /// and its status is then that of SIGKILL; a child that was to be started afterwards is not started.
   [[nodiscard]] virtual QuillonProcessResult run(const std::string& executablePath,
-                                                 const std::vector<std::string>& arguments) noexcept = 0;
+                                                 const std::vector<std::string>& arguments,
+                                                 std::stop_token stopToken = {}) noexcept = 0;
 };
 
 }  // namespace quillon

@@ -70,10 +70,16 @@ QuillonLocalizationBundle::QuillonLocalizationBundle(std::shared_ptr<const Quill
       languages_(readLanguages(*fileManager_, resources_)) {
   for (const std::string& preferred : preferredLanguages) {
     for (const std::string& language : withFallbacks(preferred)) {
-      if (const std::string* const folder = folderFor(language)) tables_.push_back(readTable(*folder));
+      const std::string* const folder = folderFor(language);
+      if (folder == nullptr) continue;
+      tables_.push_back(readTable(*folder));
+      if (language_.empty() && !tables_.back().empty()) language_ = preferred;
     }
-    if (isEnglish(preferred)) return;
+    if (!isEnglish(preferred)) continue;
+    if (language_.empty()) language_ = preferred;
+    return;
   }
+  if (language_.empty()) language_ = "en";
 }
 
 std::string QuillonLocalizationBundle::text(std::string_view key) const {

@@ -30,6 +30,10 @@ class QuillonLocalizationBundle {
   /// The languages that the bundle has a folder for, as the folders are named, sorted.
   [[nodiscard]] const std::vector<std::string>& languages() const noexcept { return languages_; }
 
+  /// The best of the preferred languages that the bundle has texts in, as the user prefers it ("de-AT" where a folder
+  /// "de" serves it): what goes with the texts, such as numbers, is written in it. "en" when no language is better.
+  [[nodiscard]] const std::string& language() const noexcept { return language_; }
+
   /// The text for `key` in the best of the preferred languages that has one; else `key`, which is the English text.
   /// A region falls back to its language ("de-AT" to "de"), and "zh" with a region to its script.
   [[nodiscard]] std::string text(std::string_view key) const;
@@ -47,6 +51,7 @@ class QuillonLocalizationBundle {
   const QuillonURL resources_;
   const std::string tableFile_;
   std::vector<std::string> languages_;
+  std::string language_;
   /// Of the preferred languages, up to English, which needs no table.
   std::vector<Table> tables_;
 };

@@ -8,6 +8,7 @@
 #include "QuillonCore/Runtime/QuillonSystemServices.h"
 #include "QuillonCore/Text/DecimalNumber.h"
 #include "QuillonCore/Values/PropertyListReading.h"
+#include "QuillonCore/Values/QuillonError.h"
 #include "QuillonCore/Values/QuillonPropertyListCodec.h"
 #include "QuillonCore/VeskVersionComparator.h"
 #include "QuillonUpdatesAppKitUI/AppBundleReplacement/VeskAppBundleCodeSignatureOutput.h"
@@ -47,14 +48,15 @@ VeskAppBundleCodeSignatureValidator::VeskAppBundleCodeSignatureValidator(
       systemVersion_(systemVersion) {}
 
 void VeskAppBundleCodeSignatureValidator::validateAppBundle(const QuillonURL& bundle,
-                                                            const VeskAppBundleUpdateHostIdentity& hostIdentity) const {
+                                                            const VeskAppBundleUpdateHostIdentity& hostIdentity,
+                                                            std::stop_token stopToken) const {
   const InfoPlist info = loadInfoPlist(bundle);
   checkBundleIdentifier(info, bundle, hostIdentity);
   checkVersion(info, hostIdentity);
   checkMinimumSystemVersion(info);
   checkExecutable(info, bundle);
-  checkSignature(bundle);
-  if (hostIdentity.expectedTeamIdentifier) checkTeam(bundle, *hostIdentity.expectedTeamIdentifier);
+  checkSignature(bundle, stopToken);
+  if (hostIdentity.expectedTeamIdentifier) checkTeam(bundle, *hostIdentity.expectedTeamIdentifier, stopToken);
 }
 
 VeskAppBundleCodeSignatureValidator::InfoPlist VeskAppBundleCodeSignatureValidator::loadInfoPlist(
@@ -135,9 +137,17 @@ void VeskAppBundleCodeSignatureValidator::checkExecutable(const InfoPlist& info,
   throw VeskUpdateInstallerError(Code::missingExecutable);
 }
 
-void VeskAppBundleCodeSignatureValidator::checkSignature(const QuillonURL& bundle) const {
-  const QuillonProcessResult result =
-      processRunner_->run(codeSigningToolPath_, {"--verify", "--strict", "--deep", bundle.path()});
+QuillonProcessResult VeskAppBundleCodeSignatureValidator::runTool(const std::vector<std::string>& arguments,
+                                                                  const std::stop_token& stopToken) const {
+  QuillonProcessResult result = processRunner_->run(codeSigningToolPath_, arguments, stopToken);
+  // A tool that was killed has said nothing about the bundle.
+  if (stopToken.stop_requested()) throw QuillonCancellationError();
+  return result;
+}
+
+void VeskAppBundleCodeSignatureValidator::checkSignature(const QuillonURL& bundle,
+                                                         const std::stop_token& stopToken) const {
+  const QuillonProcessResult result = runTool({"--verify", "--strict", "--deep", bundle.path()}, stopToken);
   if (result.status == 0) return;
   log(Message("code signature verification failed")
           .with("status", result.status)
@@ -147,8 +157,9 @@ void VeskAppBundleCodeSignatureValidator::checkSignature(const QuillonURL& bundl
   throw VeskUpdateInstallerError::signatureValidationFailed();
 }
 
-void VeskAppBundleCodeSignatureValidator::checkTeam(const QuillonURL& bundle, const std::string& expectedTeam) const {
-  const QuillonProcessResult result = processRunner_->run(codeSigningToolPath_, {"-dv", "--verbose=4", bundle.path()});
+void VeskAppBundleCodeSignatureValidator::checkTeam(const QuillonURL& bundle, const std::string& expectedTeam,
+                                                    const std::stop_token& stopToken) const {
+  const QuillonProcessResult result = runTool({"-dv", "--verbose=4", bundle.path()}, stopToken);
   if (result.status != 0) {
     log(Message("code signature metadata read failed")
             .with("status", result.status)

@@ -1,8 +1,10 @@
 #pragma once
 
 #include <memory>
+#include <stop_token>
 #include <string>
 #include <string_view>
+#include <vector>
 
 #include "QuillonCore/Contracts/QuillonFileManaging.h"
 #include "QuillonCore/Contracts/QuillonProcessRunning.h"
@@ -28,7 +30,8 @@ class VeskAppBundleCodeSignatureValidator final : public VeskAppBundleUpdateVali
                                                std::string codeSigningToolPath = systemCodeSigningToolPath(),
                                                QuillonSystemVersion systemVersion = QuillonSystemVersion::running());
 
-  void validateAppBundle(const QuillonURL& bundle, const VeskAppBundleUpdateHostIdentity& hostIdentity) const override;
+  void validateAppBundle(const QuillonURL& bundle, const VeskAppBundleUpdateHostIdentity& hostIdentity,
+                         std::stop_token stopToken = {}) const override;
 
  private:
   using InfoPlist = QuillonPropertyListValue::Dictionary;
@@ -39,8 +42,11 @@ class VeskAppBundleCodeSignatureValidator final : public VeskAppBundleUpdateVali
   void checkVersion(const InfoPlist& info, const VeskAppBundleUpdateHostIdentity& hostIdentity) const;
   void checkMinimumSystemVersion(const InfoPlist& info) const;
   void checkExecutable(const InfoPlist& info, const QuillonURL& bundle) const;
-  void checkSignature(const QuillonURL& bundle) const;
-  void checkTeam(const QuillonURL& bundle, const std::string& expectedTeam) const;
+  void checkSignature(const QuillonURL& bundle, const std::stop_token& stopToken) const;
+  void checkTeam(const QuillonURL& bundle, const std::string& expectedTeam, const std::stop_token& stopToken) const;
+  /// Runs the code-signing tool. Throws QuillonCancellationError when a stop was requested meanwhile.
+  [[nodiscard]] QuillonProcessResult runTool(const std::vector<std::string>& arguments,
+                                             const std::stop_token& stopToken) const;
   void log(std::string_view message) const;
 
   std::shared_ptr<const QuillonFileManaging> fileManager_;

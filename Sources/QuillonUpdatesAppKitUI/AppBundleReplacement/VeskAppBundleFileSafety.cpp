@@ -3,6 +3,7 @@
 #include <exception>
 #include <string>
 
+#include "QuillonCore/Text/QuillonCaseFolding.h"
 #include "QuillonCore/Values/QuillonError.h"
 #include "QuillonUpdatesAppKitUI/AppBundleReplacement/VeskUpdateInstallerError.h"
 
@@ -16,7 +17,7 @@ constexpr std::string_view kBundleExtension = "app";
 std::optional<QuillonURL> VeskAppBundleFileSafety::realDirectoryAppBundle(const QuillonFileManaging& fileManager,
                                                                           const QuillonURL& candidate,
                                                                           const QuillonURL& root) {
-  if (candidate.pathExtension() != kBundleExtension) return std::nullopt;
+  if (!equalIgnoringCase(candidate.pathExtension(), kBundleExtension)) return std::nullopt;
   try {
     const std::optional<QuillonFileStatus> status = fileManager.itemStatus(candidate);
     if (!status || status->type == QuillonFileType::symbolicLink) throw VeskUpdateInstallerError::invalidArchive();

@@ -12,9 +12,9 @@ namespace quillon {
 struct VeskAppBundleFileSafety {
   VeskAppBundleFileSafety() = delete;
 
-  /// `candidate`, links resolved, when it is a folder with the extension "app" inside `root`; absent when it has
-  /// another extension or is no folder. Throws invalidArchive when it is a link, lies outside `root`, or cannot be
-  /// looked at.
+  /// `candidate`, links resolved, when it is a folder with the extension "app" (in any letter case) inside `root`;
+  /// absent when it has another extension or is no folder. Throws invalidArchive when it is a link, lies outside
+  /// `root`, or cannot be looked at.
   [[nodiscard]] static std::optional<QuillonURL> realDirectoryAppBundle(const QuillonFileManaging& fileManager,
                                                                         const QuillonURL& candidate,
                                                                         const QuillonURL& root);

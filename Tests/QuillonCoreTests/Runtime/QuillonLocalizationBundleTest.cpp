@@ -131,5 +131,17 @@ TEST_F(QuillonLocalizationBundleTest, ALanguageIsNoPath) {
   EXPECT_EQ(bundle().textInLanguage("../../../evil", "Install"), std::nullopt);
 }
 
+TEST_F(QuillonLocalizationBundleTest, ItsLanguageIsThePreferredOneThatItHasTextsIn) {
+  writeTable("de", R"("Install" = "Installieren";)");
+  writeTable("fr", R"("Install" = "Installer";)");
+  writeTable("it", "");
+
+  EXPECT_EQ(bundle({"fr", "de"}).language(), "fr");
+  EXPECT_EQ(bundle({"es", "it", "de-AT"}).language(), "de-AT");
+  EXPECT_EQ(bundle({"en-GB", "de"}).language(), "en-GB");
+  EXPECT_EQ(bundle({"es"}).language(), "en");
+  EXPECT_EQ(bundle().language(), "en");
+}
+
 }  // namespace
 }  // namespace quillon

@@ -4,8 +4,12 @@
 
 #include <filesystem>
 #include <optional>
+#include <stop_token>
+#include <string>
+#include <vector>
 
 #include "QuillonCore/Runtime/Posix/QuillonPosixFileManager.h"
+#include "QuillonCore/Values/QuillonError.h"
 #include "QuillonUpdatesAppKitUI/AppBundleReplacement/VeskAppBundleCodeSignatureValidator.h"
 #include "QuillonUpdatesAppKitUI/AppBundleReplacement/VeskUpdateInstallerError.h"
 #include "Support/ApplicationBundleBuilder.h"
@@ -267,6 +271,25 @@ TEST_F(VeskAppBundleCodeSignatureValidatorTeamTest, ADescriptionWithoutATeamLine
   EXPECT_THAT(log, ElementsAre(line("code signature metadata did not include TeamIdentifier output=Identifier=x\\n "
                                     "TeamIdentifier=TEAM1 stagedApp=" +
                                     bundle.string())));
+}
+
+TEST_F(VeskAppBundleCodeSignatureValidatorTeamTest, AStopWhileTheToolRunsIsACancellationWithoutALogLine) {
+  for (const std::string word : {"--verify", "-dv"}) {
+    std::stop_source stop;
+    runner->answer = [&](const std::vector<std::string>& command) {
+      EXPECT_TRUE(runner->stopTokens.back().stop_possible());
+      if (command.at(1) == word) stop.request_stop();
+      return QuillonProcessResult{.status = command.at(1) == word ? 137 : 0, .output = ""};
+    };
+    const VeskAppBundleCodeSignatureValidator validator(
+        std::make_shared<QuillonPosixFileManager>(), [this](std::string_view line) { log.emplace_back(line); }, runner,
+        "/usr/bin/codesign", {.major = 14, .minor = 0, .patch = 0});
+
+    EXPECT_THROW(validator.validateAppBundle(QuillonURL::fileURL(bundle.string()), host, stop.get_token()),
+                 QuillonCancellationError)
+        << word;
+  }
+  EXPECT_THAT(log, IsEmpty());
 }
 
 }  // namespace

@@ -31,6 +31,14 @@ TEST_F(VeskAppBundleFileSafetyTest, ARealFolderInsideTheRootIsTheBundle) {
   EXPECT_EQ(find("root/sub/X.app", "root/sub/X.app"), url("root/sub/X.app"));
 }
 
+TEST_F(VeskAppBundleFileSafetyTest, TheExtensionCountsInAnyLetterCase) {
+  fs::create_directories(folder / "root/X.APP");
+  fs::create_directories(folder / "root/Y.aPp");
+
+  EXPECT_EQ(find("root/X.APP", "root"), url("root/X.APP"));
+  EXPECT_EQ(find("root/Y.aPp", "root"), url("root/Y.aPp"));
+}
+
 TEST_F(VeskAppBundleFileSafetyTest, AnotherExtensionOrAFileIsNoBundleWithoutError) {
   fs::create_directories(folder / "root/X.bundle");
   testing::writeFile(folder / "root/X.app", "");

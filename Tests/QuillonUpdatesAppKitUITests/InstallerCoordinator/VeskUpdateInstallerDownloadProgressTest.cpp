@@ -1,6 +1,6 @@
-#include "QuillonUpdatesAppKitUI/InstallerCoordinator/VeskUpdateInstallerDownloadProgress.h"
-
 #include <gtest/gtest.h>
+
+#include "QuillonUpdatesAppKitUI/InstallerCoordinator/VeskUpdateInstallerDownloadProgress.h"
 
 namespace quillon {
 namespace {

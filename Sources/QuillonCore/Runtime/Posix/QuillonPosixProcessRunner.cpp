@@ -14,6 +14,7 @@
 #include <exception>
 #include <limits>
 #include <optional>
+#include <stop_token>
 #include <string_view>
 
 #include "QuillonCore/Runtime/Posix/FileDescriptor.h"
@@ -45,6 +46,29 @@ class Deadline {
   const std::optional<std::chrono::nanoseconds> limit_;
   const QuillonMonotonicTimeProvider& monotonicTimeProvider_;
   const std::uint64_t begin_;
+};
+
+/// Wakes poll(2) when a stop is requested.
+class StopSignal {
+ public:
+  explicit StopSignal(const std::stop_token& stopToken)
+      : pipe_(stopToken.stop_possible() ? makePipe() : QuillonPipe()),
+        callback_(stopToken, Wake{pipe_.writeEnd.get()}) {}
+
+  /// Readable once a stop was requested; -1, which poll passes over, when none can be.
+  [[nodiscard]] int descriptor() const noexcept { return pipe_.readEnd.get(); }
+
+ private:
+  struct Wake {
+    int descriptor;
+    void operator()() const noexcept {
+      const char byte = 0;
+      (void)!write(descriptor, &byte, 1);  // the first byte of a pipe always has room
+    }
+  };
+
+  const QuillonPipe pipe_;
+  const std::stop_callback<Wake> callback_;
 };
 
 /// Everything that posix_spawn is told about a child, other than what it runs.
@@ -112,13 +136,16 @@ class Child {
   /// Readable once the child has ended; -1 where the system cannot tell.
   [[nodiscard]] int endDescriptor() const noexcept { return end_.get(); }
 
-  /// Whether the child has ended when `deadline` comes; waits until one of both is so.
-  [[nodiscard]] bool endsBefore(const Deadline& deadline) const {
+  /// Whether the child has ended when `deadline` comes or a stop is requested; waits until one of them is so.
+  [[nodiscard]] bool endsBefore(const Deadline& deadline, const StopSignal& stop,
+                                const std::stop_token& stopToken) const {
     while (!hasEnded()) {
       const int left = deadline.pollTimeout();
-      if (left == 0) return false;
-      pollfd end = {.fd = end_.get(), .events = POLLIN, .revents = 0};
-      (void)poll(&end, 1, end_ ? left : std::min(left, kLookAgainMilliseconds));
+      if (left == 0 || stopToken.stop_requested()) return false;
+      std::array<pollfd, 2> events = {{{.fd = end_.get(), .events = POLLIN, .revents = 0},
+                                       {.fd = stop.descriptor(), .events = POLLIN, .revents = 0}}};
+      const bool mustLookAgain = !end_ && (left < 0 || left > kLookAgainMilliseconds);
+      (void)poll(events.data(), events.size(), mustLookAgain ? kLookAgainMilliseconds : left);
     }
     return true;
   }
@@ -181,18 +208,19 @@ void readWaiting(int descriptor, std::string& output) {
   }
 }
 
-/// Reads until the output or the child has ended, or `deadline` has come.
-std::string readUntilEnd(int descriptor, const Child& child, const Deadline& deadline) {
+/// Reads until the output or the child has ended, `deadline` has come, or a stop is requested.
+std::string readUntilEnd(int descriptor, const Child& child, const Deadline& deadline, const StopSignal& stop) {
   std::string output;
   for (;;) {
     const int left = deadline.pollTimeout();
-    std::array<pollfd, 2> events = {{{.fd = descriptor, .events = POLLIN, .revents = 0},
-                                     {.fd = child.endDescriptor(), .events = POLLIN, .revents = 0}}};
+    std::array<pollfd, 3> events = {{{.fd = descriptor, .events = POLLIN, .revents = 0},
+                                     {.fd = child.endDescriptor(), .events = POLLIN, .revents = 0},
+                                     {.fd = stop.descriptor(), .events = POLLIN, .revents = 0}}};
     if (poll(events.data(), events.size(), left) < 0) {
       if (errno == EINTR) continue;
       return output;
     }
-    if (events[1].revents != 0 || left == 0) {
+    if (events[1].revents != 0 || events[2].revents != 0 || left == 0) {
       readWaiting(descriptor, output);
       return output;
     }
@@ -217,36 +245,42 @@ void addTimeLimitLine(std::string& output, const std::string& executablePath, st
 
 QuillonProcessResult runChild(const std::string& executablePath, const std::vector<std::string>& arguments,
                               QuillonProcessEnvironment environment, std::optional<std::chrono::nanoseconds> timeLimit,
-                              const QuillonMonotonicTimeProvider& monotonicTimeProvider) {
+                              const QuillonMonotonicTimeProvider& monotonicTimeProvider,
+                              const std::stop_token& stopToken) {
+  if (stopToken.stop_requested()) return {.status = 128 + SIGKILL, .output = {}};
   std::vector<std::string> words = {executablePath};
   words.insert(words.end(), arguments.begin(), arguments.end());
   QuillonPipe pipe = makePipe();
   if (!pipe.writeEnd || !executablePath.starts_with('/')) return {};
-  const SpawnSettings settings(pipe.writeEnd.get(), timeLimit.has_value());
+  const StopSignal stop(stopToken);
+  const bool canBeKilled = timeLimit.has_value() || stopToken.stop_possible();
+  const SpawnSettings settings(pipe.writeEnd.get(), canBeKilled);
   const Deadline deadline(timeLimit, monotonicTimeProvider);
   const auto process = settings.spawn(executablePath, std::move(words), environment);
   if (!process) return {};
   Child child(*process);
   pipe.writeEnd.reset();
-  std::string output = readUntilEnd(pipe.readEnd.get(), child, deadline);
+  std::string output = readUntilEnd(pipe.readEnd.get(), child, deadline, stop);
   // Before its output is closed: a child that writes would end of that.
-  const bool isLate = timeLimit && !child.endsBefore(deadline);
-  if (isLate) child.kill();
+  const bool isKilled = canBeKilled && !child.endsBefore(deadline, stop, stopToken);
+  if (isKilled) child.kill();
   // A child still writing behind the reader's back, after an error of poll, must not wait for it forever.
   pipe.readEnd.reset();
   const std::int32_t status = child.wait();
   if (!isUTF8(output)) output.clear();
   // Between the look and the signal it may have ended by itself after all.
-  if (isLate && status == 128 + SIGKILL) addTimeLimitLine(output, executablePath, *timeLimit);
+  if (isKilled && status == 128 + SIGKILL && !stopToken.stop_requested())
+    addTimeLimitLine(output, executablePath, *timeLimit);
   return {.status = status, .output = std::move(output)};
 }
 
 }  // namespace
 
 QuillonProcessResult QuillonPosixProcessRunner::run(const std::string& executablePath,
-                                                    const std::vector<std::string>& arguments) noexcept {
+                                                    const std::vector<std::string>& arguments,
+                                                    std::stop_token stopToken) noexcept {
   try {
-    return runChild(executablePath, arguments, environment_, timeLimit_, monotonicTimeProvider_);
+    return runChild(executablePath, arguments, environment_, timeLimit_, monotonicTimeProvider_, stopToken);
   } catch (const std::exception&) {  // no memory: the child was not started, or its output is lost
     return {};
   }

@@ -2,7 +2,10 @@
 
 #include <chrono>
 #include <optional>
+#include <stop_token>
+#include <string>
 #include <utility>
+#include <vector>
 
 #include "QuillonCore/Contracts/QuillonMonotonicTime.h"
 #include "QuillonCore/Contracts/QuillonProcessRunning.h"
@@ -17,8 +20,9 @@ namespace quillon {
 /// is read while the child runs and what it had written when it ended; a background process that it leaves behind with
 /// the output open is not waited for.
 ///
-/// With a time limit the child leads a process group of its own. When the limit is over and the child is not, the whole
-/// group is killed; the status is then that of SIGKILL, and a line at the end of the output says why.
+/// With a time limit, or a stop token that can be stopped, the child leads a process group of its own. When the limit
+/// is over and the child is not, the whole group is killed; the status is then that of SIGKILL, and a line at the end
+/// of the output says why. A stop request does the same without that line.
 ///
 /// Holds no mutable state and may be called from any thread.
 class QuillonPosixProcessRunner final : public QuillonProcessRunning {
@@ -29,8 +33,8 @@ class QuillonPosixProcessRunner final : public QuillonProcessRunning {
       QuillonMonotonicTimeProvider monotonicTimeProvider = makeSystemMonotonicTimeProvider())
       : environment_(environment), timeLimit_(timeLimit), monotonicTimeProvider_(std::move(monotonicTimeProvider)) {}
 
-  [[nodiscard]] QuillonProcessResult run(const std::string& executablePath,
-                                         const std::vector<std::string>& arguments) noexcept override;
+  [[nodiscard]] QuillonProcessResult run(const std::string& executablePath, const std::vector<std::string>& arguments,
+                                         std::stop_token stopToken = {}) noexcept override;
 
  private:
   const QuillonProcessEnvironment environment_;

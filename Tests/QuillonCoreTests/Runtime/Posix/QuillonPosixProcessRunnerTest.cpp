@@ -10,7 +10,10 @@
 #include <chrono>
 #include <csignal>
 #include <cstdint>
+#include <filesystem>
+#include <stop_token>
 #include <string>
+#include <thread>
 #include <vector>
 
 #include "QuillonCore/Runtime/Posix/FileDescriptor.h"
@@ -229,6 +232,69 @@ TEST_F(QuillonPosixProcessRunnerTimeLimitTest, AChildThatEndsInTimeIsAsWithoutAL
             (QuillonProcessResult{.status = 3, .output = ""}));
   EXPECT_EQ(runShell("kill -KILL $$", std::chrono::hours(1)),
             (QuillonProcessResult{.status = 128 + SIGKILL, .output = ""}));
+}
+
+/// Children that are told to stop by somebody else.
+class QuillonPosixProcessRunnerStopTest : public QuillonPosixProcessRunnerTimeLimitTest {
+ protected:
+  /// Requests the stop once the child has written to the pipe.
+  QuillonProcessResult runShellUntilItReports(const std::string& script) {
+    const testing::ReportFifo report(folder_ / "report");
+    std::jthread stopper([&] {
+      (void)report.read();
+      stop_.request_stop();
+    });
+    return QuillonPosixProcessRunner().run(
+        "/bin/sh", {"-c", "printf begun; echo > " + report.path().string() + "; " + script}, stop_.get_token());
+  }
+
+  std::stop_source stop_;
+};
+
+TEST_F(QuillonPosixProcessRunnerStopTest, AStopKillsTheChildAndKeepsItsOutput) {
+  EXPECT_EQ(runShellUntilItReports(hang_), (QuillonProcessResult{.status = 128 + SIGKILL, .output = "begun"}));
+  expectNoChildIsLeft();
+}
+
+TEST_F(QuillonPosixProcessRunnerStopTest, AStopKillsAChildThatHasClosedItsOutput) {
+  EXPECT_EQ(runShellUntilItReports("exec >&- 2>&-; " + hang_).status, 128 + SIGKILL);
+  expectNoChildIsLeft();
+}
+
+TEST_F(QuillonPosixProcessRunnerStopTest, AStopKillsAChildThatNeverStopsWriting) {
+  EXPECT_EQ(runShellUntilItReports("exec yes").status, 128 + SIGKILL);
+  expectNoChildIsLeft();
+}
+
+TEST_F(QuillonPosixProcessRunnerStopTest, AStopKillsWhatTheChildHasStarted) {
+  const testing::ReportFifo held(folder_ / "held");
+  const FileDescriptor noWriterYet(open(held.path().c_str(), O_RDONLY | O_NONBLOCK | O_CLOEXEC));
+  const FileDescriptor release(open(fifo_.path().c_str(), O_RDWR | O_CLOEXEC));
+  ASSERT_TRUE(noWriterYet && release);
+
+  const QuillonProcessResult result =
+      runShellUntilItReports("exec 3> " + held.path().string() + "; { " + hang_ + "; echo survived >&3; } & wait");
+
+  ASSERT_EQ(result.status, 128 + SIGKILL);
+  ASSERT_EQ(write(release.get(), "\n", 1), 1);
+  fcntl(noWriterYet.get(), F_SETFL, 0);
+  std::array<char, 16> said{};
+  EXPECT_EQ(read(noWriterYet.get(), said.data(), said.size()), 0) << said.data();
+}
+
+TEST_F(QuillonPosixProcessRunnerStopTest, AfterAStopNothingIsStarted) {
+  stop_.request_stop();
+
+  const QuillonProcessResult result = QuillonPosixProcessRunner().run(
+      "/bin/sh", {"-c", "echo > '" + (folder_ / "started").string() + "'"}, stop_.get_token());
+
+  EXPECT_EQ(result, (QuillonProcessResult{.status = 128 + SIGKILL, .output = ""}));
+  EXPECT_FALSE(std::filesystem::exists(folder_ / "started"));
+}
+
+TEST_F(QuillonPosixProcessRunnerStopTest, AChildThatEndsByItselfIsAsWithoutAStop) {
+  EXPECT_EQ(QuillonPosixProcessRunner().run("/bin/sh", {"-c", "echo one; exit 7"}, stop_.get_token()),
+            (QuillonProcessResult{.status = 7, .output = "one\n"}));
 }
 
 }  // namespace

@@ -1,0 +1,28 @@
+#pragma once
+
+#include <memory>
+#include <string>
+
+#include "QuillonCore/Contracts/QuillonProcessRunning.h"
+#include "QuillonCore/Runtime/QuillonSystemServices.h"
+#include "QuillonUpdatesAppKitUI/InstallerCoordinator/VeskUpdateArchiveTool.h"
+#include "QuillonUpdatesAppKitUI/InstallerCoordinator/VeskUpdateArchiveUnzipping.h"
+
+namespace quillon {
+
+/// Unpacks with the system's archive tool, a child process that a stop request kills; what it has extracted until then
+/// stays. Calls may run on several threads at once.
+class VeskUpdateSystemUnzipper final : public VeskUpdateArchiveUnzipping {
+ public:
+  explicit VeskUpdateSystemUnzipper(std::shared_ptr<QuillonProcessRunning> processRunner = makeSystemProcessRunner(),
+                                    std::string archiveToolPath = systemArchiveToolPath());
+
+  [[nodiscard]] bool unzip(const std::string& archivePath, const std::string& destinationPath,
+                           std::stop_token stopToken = {}) noexcept override;
+
+ private:
+  const std::shared_ptr<QuillonProcessRunning> processRunner_;
+  const std::string archiveToolPath_;
+};
+
+}  // namespace quillon

@@ -1,0 +1,70 @@
+#include <gtest/gtest.h>
+
+#include <optional>
+#include <ostream>
+#include <string>
+
+#include "QuillonUpdatesAppKitUI/Presentation/VeskUpdatePromptNavigation.h"
+
+namespace quillon {
+namespace {
+
+using Policy = VeskUpdatePromptNavigationPolicy;
+
+struct NavigationCase {
+  std::string name;
+  std::string page;
+  bool isLinkActivated = false;
+  std::string url;
+  Policy policy = Policy::allow;
+};
+
+std::ostream& operator<<(std::ostream& stream, const NavigationCase& item) {
+  return stream << item.name;
+}
+
+class VeskUpdatePromptNavigationTest : public ::testing::TestWithParam<NavigationCase> {};
+
+TEST_P(VeskUpdatePromptNavigationTest, IsDecided) {
+  const NavigationCase& item = GetParam();
+  const VeskUpdatePromptNavigation navigation{.isLinkActivated = item.isLinkActivated,
+                                              .url = QuillonURL::parse(item.url)};
+
+  EXPECT_EQ(promptNavigationPolicy(navigation, QuillonURL::parse(item.page)), item.policy);
+}
+
+std::string nameOf(const ::testing::TestParamInfo<NavigationCase>& info) {
+  return info.param.name;
+}
+
+constexpr const char* kPage = "https://example.org/notes.html";
+
+INSTANTIATE_TEST_SUITE_P(
+    ALink, VeskUpdatePromptNavigationTest,
+    ::testing::Values(NavigationCase{"ToAWebPage", kPage, true, "https://example.org/more", Policy::openInBrowser},
+                      NavigationCase{"ToAPlainWebPage", kPage, true, "http://example.org/", Policy::openInBrowser},
+                      NavigationCase{"ToAMailAddress", kPage, true, "mailto:help@example.org", Policy::openInBrowser},
+                      NavigationCase{"ToItself", kPage, true, kPage, Policy::openInBrowser},
+                      NavigationCase{"WithoutURL", kPage, true, "", Policy::allow},
+                      NavigationCase{"ToAnApplication", kPage, true, "file:///tmp/Evil.app", Policy::cancel},
+                      NavigationCase{"OfALocalPageToAnApplication", "file:///usr/share/notes.html", true,
+                                     "file:///tmp/Evil.app", Policy::cancel},
+                      NavigationCase{"ToAScript", kPage, true, "javascript:alert(1)", Policy::cancel},
+                      NavigationCase{"ToAnotherApplicationsScheme", kPage, true, "x-evil:run", Policy::cancel}),
+    nameOf);
+INSTANTIATE_TEST_SUITE_P(
+    ByItself, VeskUpdatePromptNavigationTest,
+    ::testing::Values(NavigationCase{"FirstLoad", kPage, false, kPage, Policy::allow},
+                      NavigationCase{"Redirect", kPage, false, "https://cdn.example.org/notes.html", Policy::allow},
+                      NavigationCase{"Blank", kPage, false, "about:blank", Policy::allow},
+                      NavigationCase{"OwnData", kPage, false, "data:text/html,x", Policy::allow},
+                      NavigationCase{"WithoutURL", kPage, false, "", Policy::allow},
+                      NavigationCase{"FirstLoadOfALocalPage", "file:///usr/share/notes.html", false,
+                                     "file:///usr/share/notes.html", Policy::allow},
+                      NavigationCase{"FromTheWebToAFile", kPage, false, "file:///etc/passwd", Policy::cancel},
+                      NavigationCase{"FromNowhereToAFile", "", false, "file:///etc/passwd", Policy::cancel},
+                      NavigationCase{"ToAnotherApplicationsScheme", kPage, false, "x-evil:run", Policy::cancel}),
+    nameOf);
+
+}  // namespace
+}  // namespace quillon
