@@ -5,7 +5,6 @@
 
 #include <cerrno>
 #include <csignal>
-#include <ctime>
 
 namespace quillon {
 namespace {
@@ -16,17 +15,14 @@ class ScopedPipeSignalBlock {
   ScopedPipeSignalBlock() noexcept {
     sigemptyset(&pipeSignal_);
     sigaddset(&pipeSignal_, SIGPIPE);
-    sigset_t pending;
-    sigpending(&pending);
-    wasPending_ = sigismember(&pending, SIGPIPE) == 1;
+    wasPending_ = isPending();
     pthread_sigmask(SIG_BLOCK, &pipeSignal_, &previous_);
   }
   ~ScopedPipeSignalBlock() {
     const int savedError = errno;
-    if (!wasPending_) {
-      const timespec none{};
-      while (sigtimedwait(&pipeSignal_, nullptr, &none) < 0 && errno == EINTR) {
-      }
+    if (!wasPending_ && isPending()) {
+      int taken = 0;
+      (void)sigwait(&pipeSignal_, &taken);  // sigtimedwait(2) is not everywhere
     }
     pthread_sigmask(SIG_SETMASK, &previous_, nullptr);
     errno = savedError;
@@ -35,6 +31,12 @@ class ScopedPipeSignalBlock {
   ScopedPipeSignalBlock& operator=(const ScopedPipeSignalBlock&) = delete;
 
  private:
+  static bool isPending() noexcept {
+    sigset_t pending{};
+    sigpending(&pending);
+    return sigismember(&pending, SIGPIPE) == 1;
+  }
+
   sigset_t pipeSignal_{};
   sigset_t previous_{};
   bool wasPending_ = false;
