@@ -15,7 +15,6 @@
 #include <memory>
 #include <optional>
 #include <random>
-#include <regex>
 #include <semaphore>
 #include <stop_token>
 #include <string>
@@ -209,19 +208,8 @@ class Host {
     });
   }
 
-  /// Every file and folder below the working folders, what is in a bundle left out; a UUID is written "UUID".
   [[nodiscard]] std::vector<std::string> leftBehind() const {
-    static const std::regex uuid("[0-9A-F]{8}(-[0-9A-F]{4}){3}-[0-9A-F]{12}");
-    std::vector<std::string> names;
-    for (const fs::path& root : {support, temporary}) {
-      if (!fs::is_directory(root)) continue;
-      for (const fs::directory_entry& entry : fs::recursive_directory_iterator(root)) {
-        const std::string name = fs::relative(entry.path(), folder.path()).string();
-        if (name.find(".app/") == std::string::npos) names.push_back(std::regex_replace(name, uuid, "UUID"));
-      }
-    }
-    std::ranges::sort(names);
-    return names;
+    return testing::itemsBelow({support, temporary}, folder.path());
   }
 
   testing::TemporaryDirectory folder;
