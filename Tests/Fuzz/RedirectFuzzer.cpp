@@ -32,18 +32,22 @@ std::string takeLine(std::string_view& text) {
   return line;
 }
 
-/// What stands before '@' in the URL, when it is too long to stand in an error by chance.
-std::optional<std::string> credentialsOf(const QuillonURL& url) {
+/// What stands before '@' in the URL, when it is too long to stand in an error by chance, and nowhere in what an error
+/// may name: the rest of the URL, and `location`.
+std::optional<std::string> credentialsOf(const QuillonURL& url, std::string_view location) {
   const std::string text = url.absoluteString();
   const std::size_t begin = text.find("://");
   const std::size_t at = text.find('@');
   if (begin == std::string::npos || at == std::string::npos || at < begin + 3 + 8) return std::nullopt;
-  return text.substr(begin + 3, at - begin - 3);
+  std::string credentials = text.substr(begin + 3, at - begin - 3);
+  const bool mayBeNamed =
+      text.find(credentials, at) != std::string::npos || location.find(credentials) != std::string_view::npos;
+  return mayBeNamed ? std::nullopt : std::optional(std::move(credentials));
 }
 
-void checkFailure(const quillon::QuillonURLError& error, const QuillonURL& url) {
+void checkFailure(const quillon::QuillonURLError& error, const QuillonURL& url, std::string_view location = {}) {
   for (const char c : error.description()) require(static_cast<unsigned char>(c) >= 0x20 && c != 0x7F);
-  const auto credentials = url.isFileURL() ? std::nullopt : credentialsOf(url);
+  const auto credentials = url.isFileURL() ? std::nullopt : credentialsOf(url, location);
   require(!credentials || error.description().find(*credentials) == std::string::npos);
 }
 
@@ -66,7 +70,7 @@ void checkRedirect(const QuillonURL& from, const std::string& location) {
     require(following.headerFields.empty() != isSameOrigin);
     checkOrigin(following.url);
   } catch (const quillon::QuillonURLError& error) {
-    checkFailure(error, from);
+    checkFailure(error, from, location);
   }
 }
 
