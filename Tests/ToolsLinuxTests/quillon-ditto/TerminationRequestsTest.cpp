@@ -2,7 +2,9 @@
 #include <unistd.h>
 
 #include <condition_variable>
+#include <future>
 #include <mutex>
+#include <stop_token>
 
 #include "TerminationRequests.h"
 
@@ -47,8 +49,10 @@ TEST(TerminationRequestsTest, AProcessDiesOfTheSignalThatCame) {
   EXPECT_EXIT(
       {
         TerminationRequests requests;
+        std::promise<void> stopped;
+        const std::stop_callback callback(requests.stopToken(), [&] { stopped.set_value(); });
         kill(getpid(), SIGINT);
-        while (!requests.stopToken().stop_requested()) usleep(1000);
+        stopped.get_future().wait();
         requests.dieOfSignal();
       },
       ::testing::KilledBySignal(SIGINT), "");
