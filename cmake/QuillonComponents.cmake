@@ -9,10 +9,25 @@ endif()
 
 set(QUILLON_WARNINGS -Wall -Wextra -Wpedantic -Wshadow -Wconversion -Wnon-virtual-dtor -Woverloaded-virtual)
 
+# libc++ has had std::jthread and std::stop_token for long, at first only behind a flag.
+include(CheckCXXSourceCompiles)
+set(CMAKE_CXX_STANDARD 20)
+check_cxx_source_compiles("#include <stop_token>
+#include <thread>
+int main() { std::jthread([](std::stop_token) {}); }" QUILLON_HAS_STOP_TOKEN)
+unset(CMAKE_CXX_STANDARD)
+
 function(_quillon_apply_settings target)
   target_compile_features(${target} PUBLIC cxx_std_20)
   target_compile_options(${target} PRIVATE ${QUILLON_WARNINGS})
   set_target_properties(${target} PROPERTIES CXX_EXTENSIONS OFF POSITION_INDEPENDENT_CODE ON)
+  if(NOT QUILLON_HAS_STOP_TOKEN)
+    target_compile_options(${target} PUBLIC -fexperimental-library)
+  endif()
+  if(APPLE)
+    set_target_properties(${target} PROPERTIES OBJCXX_STANDARD 20 OBJCXX_EXTENSIONS OFF)
+    target_compile_options(${target} PRIVATE -Wunguarded-availability $<$<COMPILE_LANGUAGE:OBJCXX>:-fobjc-arc>)
+  endif()
 endfunction()
 
 # A library of one module folder: quillon_add_component(QuillonX HEADERS … SOURCES … [APPLE|LINUX|POSIX …]

@@ -1,13 +1,18 @@
 # Libraries come from the system's packages; nothing is downloaded while configuring.
 find_package(PkgConfig REQUIRED)
 find_package(Threads REQUIRED)
-find_package(OpenSSL 3.0 REQUIRED COMPONENTS Crypto)
-# Hashes several pages of code at once. Only x86-64 has it; everywhere else pages are hashed one by one.
-list(APPEND CMAKE_MODULE_PATH "${CMAKE_CURRENT_LIST_DIR}")
-find_package(IPSecMB QUIET)
+if(NOT APPLE)  # for the code signatures, which macOS reads and makes itself
+  find_package(OpenSSL 3.0 REQUIRED COMPONENTS Crypto)
+  # Hashes several pages of code at once. Only x86-64 has it; everywhere else pages are hashed one by one.
+  list(APPEND CMAKE_MODULE_PATH "${CMAKE_CURRENT_LIST_DIR}")
+  find_package(IPSecMB QUIET)
+endif()
 pkg_check_modules(utf8proc REQUIRED IMPORTED_TARGET libutf8proc)
 if(CMAKE_SYSTEM_NAME STREQUAL "Linux")
   pkg_check_modules(libsystemd REQUIRED IMPORTED_TARGET libsystemd>=252)
+  find_package(CURL 7.88 REQUIRED)
+  pkg_check_modules(libdeflate REQUIRED IMPORTED_TARGET libdeflate)
+  find_package(ZLIB REQUIRED)
   # A host without display needs none of this.
   pkg_check_modules(GTK QUIET IMPORTED_TARGET gtkmm-4.0>=4.8 gtk4-x11 webkitgtk-6.0 x11)
   if(NOT GTK_FOUND)

@@ -12,9 +12,13 @@ install(TARGETS ${components}
 install(TARGETS ${commands} RUNTIME DESTINATION ${CMAKE_INSTALL_BINDIR})
 install(EXPORT QuillonTargets NAMESPACE Quillon:: DESTINATION ${CMAKE_INSTALL_LIBDIR}/cmake/Quillon)
 
+# Tables of texts, which hosts copy into their bundles.
+set(QUILLON_INSTALL_TEXTS_FOLDER "${CMAKE_INSTALL_DATADIR}/quillon/texts")
+install(DIRECTORY "${PROJECT_SOURCE_DIR}/Resources/Texts/" DESTINATION ${QUILLON_INSTALL_TEXTS_FOLDER})
+
 configure_package_config_file("${PROJECT_SOURCE_DIR}/cmake/QuillonConfig.cmake.in"
   "${CMAKE_BINARY_DIR}/QuillonConfig.cmake"
-  INSTALL_DESTINATION ${CMAKE_INSTALL_LIBDIR}/cmake/Quillon)
+  INSTALL_DESTINATION ${CMAKE_INSTALL_LIBDIR}/cmake/Quillon PATH_VARS QUILLON_INSTALL_TEXTS_FOLDER)
 write_basic_package_version_file("${CMAKE_BINARY_DIR}/QuillonConfigVersion.cmake" COMPATIBILITY SameMinorVersion)
 install(FILES "${CMAKE_BINARY_DIR}/QuillonConfig.cmake" "${CMAKE_BINARY_DIR}/QuillonConfigVersion.cmake"
   "${PROJECT_SOURCE_DIR}/cmake/FindIPSecMB.cmake"

@@ -27,14 +27,16 @@ std::string readVersion(const fs::path& contents) {
 
 }  // namespace
 
-int main() {
+int main(int /*argumentCount*/, char** arguments) {
   sigset_t requests{};
   sigemptyset(&requests);
   sigaddset(&requests, SIGTERM);
   sigaddset(&requests, SIGALRM);
   sigprocmask(SIG_BLOCK, &requests, nullptr);
 
-  const fs::path contents = fs::canonical("/proc/self/exe").parent_path().parent_path();
+  // Whoever starts an application bundle names its executable by an absolute path.
+  const fs::path program = fs::exists("/proc/self/exe") ? "/proc/self/exe" : arguments[0];
+  const fs::path contents = fs::canonical(program).parent_path().parent_path();
   const fs::path log = contents.parent_path().parent_path() / "Sample.log";
   const std::string version = readVersion(contents);
   note(log, version, "started");

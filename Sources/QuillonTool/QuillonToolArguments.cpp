@@ -70,7 +70,7 @@ QuillonToolArguments QuillonToolArguments::parse(std::span<const std::string> wo
     if (equals != std::string::npos) {
       arguments.add(option, word.substr(equals + 1));
     } else {
-      const bool hasValue = option.kind == QuillonToolOption::Kind::withValue;
+      const bool hasValue = option.kind != QuillonToolOption::Kind::flag;
       arguments.add(option, hasValue ? std::optional(queue.takeValueOf(option.name)) : std::nullopt);
     }
   }
@@ -82,14 +82,22 @@ void QuillonToolArguments::add(const QuillonToolOption& option, const std::optio
   if (value && option.kind == QuillonToolOption::Kind::flag) {
     throw QuillonToolUsageError("Option " + name + " takes no value.");
   }
-  if (!values_.emplace(name, value.value_or("")).second) {
+  std::vector<std::string>& values = values_[name];
+  if (!values.empty() && option.kind != QuillonToolOption::Kind::withValues) {
     throw QuillonToolUsageError("Option " + name + " is given twice; give it once.");
   }
+  values.push_back(value.value_or(""));
 }
 
 std::optional<std::string> QuillonToolArguments::value(std::string_view option) const {
   const auto found = values_.find(option);
-  return found == values_.end() ? std::nullopt : std::optional(found->second);
+  return found == values_.end() ? std::nullopt : std::optional(found->second.front());
+}
+
+const std::vector<std::string>& QuillonToolArguments::values(std::string_view option) const {
+  static const std::vector<std::string> kNone;
+  const auto found = values_.find(option);
+  return found == values_.end() ? kNone : found->second;
 }
 
 const std::string& QuillonToolArguments::requiredValue(std::string_view option) const {
@@ -97,7 +105,7 @@ const std::string& QuillonToolArguments::requiredValue(std::string_view option) 
   if (found == values_.end()) {
     throw QuillonToolUsageError(std::string("Option ").append(option).append(" is missing; it must be given."));
   }
-  return found->second;
+  return found->second.front();
 }
 
 const std::vector<std::string>& QuillonToolArguments::operands(std::initializer_list<std::string_view> names) const {
@@ -107,6 +115,11 @@ const std::vector<std::string>& QuillonToolArguments::operands(std::initializer_
   if (operands_.size() > names.size()) {
     throw QuillonToolUsageError("The word " + quoted(operands_[names.size()]) + " is one too many; leave it out.");
   }
+  return operands_;
+}
+
+const std::vector<std::string>& QuillonToolArguments::operandsOfAnyNumber(std::string_view name) const {
+  if (operands_.empty()) throw QuillonToolUsageError(std::string(name).append(" is missing; it must be given."));
   return operands_;
 }
 

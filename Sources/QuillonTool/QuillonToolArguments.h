@@ -1,5 +1,6 @@
 #pragma once
 
+#include <cstdint>
 #include <initializer_list>
 #include <map>
 #include <optional>
@@ -12,7 +13,11 @@ namespace quillon {
 
 /// An option that a subcommand knows.
 struct QuillonToolOption {
-  enum class Kind : bool { flag, withValue };
+  enum class Kind : std::uint8_t {
+    flag,
+    withValue,
+    withValues,  ///< may be given several times
+  };
 
   std::string_view name;
   Kind kind = Kind::flag;
@@ -30,15 +35,19 @@ class QuillonToolArguments {
 
   [[nodiscard]] bool has(std::string_view option) const { return values_.contains(option); }
   [[nodiscard]] std::optional<std::string> value(std::string_view option) const;
+  /// The values of an option that may be given several times, in their order.
+  [[nodiscard]] const std::vector<std::string>& values(std::string_view option) const;
   /// Throws QuillonToolUsageError when the option was not given.
   [[nodiscard]] const std::string& requiredValue(std::string_view option) const;
   /// The operands, one for each of `names`. Throws QuillonToolUsageError when there are fewer or more.
   [[nodiscard]] const std::vector<std::string>& operands(std::initializer_list<std::string_view> names) const;
+  /// All operands, of which there must be one at least, called `name`. Throws QuillonToolUsageError without any.
+  [[nodiscard]] const std::vector<std::string>& operandsOfAnyNumber(std::string_view name) const;
 
  private:
   void add(const QuillonToolOption& option, const std::optional<std::string>& value);
 
-  std::map<std::string, std::string, std::less<>> values_;
+  std::map<std::string, std::vector<std::string>, std::less<>> values_;
   std::vector<std::string> operands_;
 };
 

@@ -17,6 +17,10 @@ void QuillonToolConsole::printError(std::string_view line) {
   error_ << withControlCharactersEscaped(line) << '\n';
 }
 
+void QuillonToolConsole::writeToTerminal(std::string_view text) {
+  error_ << text << std::flush;
+}
+
 bool QuillonToolConsole::finish() {
   return static_cast<bool>(output_.flush());
 }

@@ -9,8 +9,8 @@ namespace quillon {
 /// Standard input, output and error of the command. Borrows the streams.
 class QuillonToolConsole {
  public:
-  QuillonToolConsole(std::istream& input, std::ostream& output, std::ostream& error)
-      : input_(input), output_(output), error_(error) {}
+  QuillonToolConsole(std::istream& input, std::ostream& output, std::ostream& error, bool errorIsTerminal = false)
+      : input_(input), output_(output), error_(error), errorIsTerminal_(errorIsTerminal) {}
 
   [[nodiscard]] std::istream& input() const noexcept { return input_; }
 
@@ -20,6 +20,10 @@ class QuillonToolConsole {
   void printText(std::string_view text);
   /// Prints one line to standard error, after everything printed so far; control characters are escaped.
   void printError(std::string_view line);
+  /// Whether somebody may be watching standard error.
+  [[nodiscard]] bool errorIsTerminal() const noexcept { return errorIsTerminal_; }
+  /// Brings a text of the program's own to standard error at once, as it stands.
+  void writeToTerminal(std::string_view text);
   /// Brings everything to standard output. False when some of it could not be written.
   [[nodiscard]] bool finish();
 
@@ -27,6 +31,7 @@ class QuillonToolConsole {
   std::istream& input_;
   std::ostream& output_;
   std::ostream& error_;
+  bool errorIsTerminal_;
 };
 
 }  // namespace quillon

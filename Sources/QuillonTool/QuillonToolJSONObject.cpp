@@ -51,6 +51,25 @@ QuillonToolJSONObject& QuillonToolJSONObject::withObject(std::string_view key, c
   return withLiteral(key, value.text());
 }
 
+QuillonToolJSONObject& QuillonToolJSONObject::withTexts(std::string_view key,
+                                                        const std::vector<std::string_view>& values) {
+  std::string literal = "[";
+  for (const std::string_view value : values) {
+    literal.append(literal.size() == 1 ? "" : ",").append(stringLiteral(value));
+  }
+  return withLiteral(key, literal + "]");
+}
+
+QuillonToolJSONObject& QuillonToolJSONObject::withObjects(std::string_view key,
+                                                          const std::vector<QuillonToolJSONObject>& values) {
+  std::string array = "[";
+  for (const QuillonToolJSONObject& value : values) {
+    if (array.size() > 1) array += ",";
+    array.append(value.text());
+  }
+  return withLiteral(key, array + "]");
+}
+
 QuillonToolJSONObject& QuillonToolJSONObject::withLiteral(std::string_view key, std::string_view literal) {
   if (!members_.empty()) members_ += ",";
   members_.append(stringLiteral(key)).append(":").append(literal);

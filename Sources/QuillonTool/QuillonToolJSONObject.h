@@ -4,6 +4,7 @@
 #include <optional>
 #include <string>
 #include <string_view>
+#include <vector>
 
 namespace quillon {
 
@@ -22,6 +23,10 @@ class QuillonToolJSONObject {
   }
   QuillonToolJSONObject& withBool(std::string_view key, bool value);
   QuillonToolJSONObject& withObject(std::string_view key, const QuillonToolJSONObject& value);
+  /// Adds an array.
+  QuillonToolJSONObject& withObjects(std::string_view key, const std::vector<QuillonToolJSONObject>& values);
+
+  QuillonToolJSONObject& withTexts(std::string_view key, const std::vector<std::string_view>& values);
 
   [[nodiscard]] std::string text() const { return "{" + members_ + "}"; }
 

@@ -5,6 +5,10 @@
 
 #include "QuillonTool/QuillonToolBundleSign.h"
 #include "QuillonTool/QuillonToolBundleValidate.h"
+#include "QuillonTool/QuillonToolFeedAdd.h"
+#include "QuillonTool/QuillonToolFeedExplain.h"
+#include "QuillonTool/QuillonToolFeedLint.h"
+#include "QuillonTool/QuillonToolFeedSimulate.h"
 #include "QuillonTool/QuillonToolMessageShow.h"
 #include "QuillonTool/QuillonToolPolicy.h"
 #include "QuillonTool/QuillonToolReportShow.h"
@@ -30,7 +34,9 @@ std::string nameOf(const QuillonToolSubcommand* subcommand) {
 
 QuillonToolSubcommandList allSubcommands() {
   return QuillonToolSubcommandList({versionCompareSubcommand(), bundleValidateSubcommand(), bundleSignSubcommand(),
-                                    messageShowSubcommand(), reportShowSubcommand(), policySubcommand()});
+                                    messageShowSubcommand(), reportShowSubcommand(), policySubcommand(),
+                                    feedLintSubcommand(), feedExplainSubcommand(), feedAddSubcommand(),
+                                    feedSimulateSubcommand()});
 }
 
 QuillonToolExitStatus QuillonToolMain::execute(const std::vector<std::string>& words,

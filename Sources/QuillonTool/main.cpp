@@ -3,13 +3,14 @@
 #include <vector>
 
 #include "QuillonCore/Runtime/QuillonSystemServices.h"
+#include "QuillonCore/Runtime/QuillonTerminal.h"
 #include "QuillonTool/QuillonToolMain.h"
 #include "QuillonUpdatesAppKitUI/AppBundleReplacement/VeskAppBundleCodeSigningTool.h"
 
 int main(int argumentCount, char** argumentValues) {
   std::ios::sync_with_stdio(false);
   const std::vector<std::string> words(argumentValues + (argumentCount > 0 ? 1 : 0), argumentValues + argumentCount);
-  quillon::QuillonToolConsole console(std::cin, std::cout, std::cerr);
+  quillon::QuillonToolConsole console(std::cin, std::cout, std::cerr, quillon::standardErrorIsTerminal());
   const quillon::QuillonToolMain tool({.fileManager = quillon::makeSystemFileManager(),
                                        .processRunner = quillon::makeSystemProcessRunner(),
                                        .codeSigningToolPath = quillon::systemCodeSigningToolPath(),

@@ -46,15 +46,19 @@ class VeskUpdateFeedEligibilityEvaluator {
     bool isBeta = false;
   };
 
-  [[nodiscard]] bool passesApplicabilityConstraints(const VeskUpdateFeedEntry& feed, QuillonDate releaseDate,
+  struct Fields;
+
+  [[nodiscard]] bool passesApplicabilityConstraints(const Fields& fields, QuillonDate releaseDate,
                                                     const VeskUpdateFeedApplicabilityContext& context,
                                                     const VeskUpdateVersionComparing& versionComparator) const;
-  [[nodiscard]] bool passesStaggering(const VeskUpdateFeedEntry& feed, QuillonDate releaseDate,
+  [[nodiscard]] bool passesStaggering(const Fields& fields, QuillonDate releaseDate,
                                       const VeskUpdateFeedApplicabilityContext& context) const;
-  [[nodiscard]] static VersionAndBuild evaluateVersionAndBuild(const VeskUpdateFeedEntry& feed,
+  [[nodiscard]] static VersionAndBuild evaluateVersionAndBuild(const Fields& fields,
                                                                const VeskUpdateFeedApplicabilityContext& context,
                                                                const VeskUpdateVersionComparing& versionComparator);
-  [[nodiscard]] QuillonDate releaseDate(const VeskUpdateFeedEntry& feed) const noexcept;
+  [[nodiscard]] static bool isNewerBuildOfSameVersion(const Fields& fields,
+                                                      const VeskUpdateFeedApplicabilityContext& context) noexcept;
+  [[nodiscard]] QuillonDate releaseDate(const Fields& fields) const noexcept;
 
   std::shared_ptr<const QuillonCalendar> calendar_;
 };

@@ -1,32 +1,31 @@
 #include "QuillonUpdatesCore/VeskUpdateFeedReleaseDateFormatter.h"
 
 #include <chrono>
+#include <cstddef>
 
 namespace quillon {
 namespace {
 
 using std::chrono::year_month_day;
 
-/// The number that `digits` are; absent when one of them is none.
-std::optional<unsigned> numberOf(std::string_view digits) noexcept {
-  unsigned number = 0;
-  for (const char c : digits) {
-    if (c < '0' || c > '9') return std::nullopt;
-    number = number * 10 + static_cast<unsigned>(c - '0');
-  }
-  return number;
+/// Whether `text` has the form "0000-00-00".
+bool isForm(std::string_view text) noexcept {
+  if (text.size() != 10) return false;
+  bool isForm = text[4] == '-' && text[7] == '-';
+  for (const std::size_t i : {0U, 1U, 2U, 3U, 5U, 6U, 8U, 9U}) isForm &= text[i] >= '0' && text[i] <= '9';
+  return isForm;
 }
 
 std::optional<year_month_day> dayOf(std::string_view text) noexcept {
-  if (text.size() != 10 || text[4] != '-' || text[7] != '-') return std::nullopt;
-  const std::optional<unsigned> year = numberOf(text.substr(0, 4));
-  const std::optional<unsigned> month = numberOf(text.substr(5, 2));
-  const std::optional<unsigned> day = numberOf(text.substr(8, 2));
-  if (!year || !month || !day || *year == 0) return std::nullopt;
-  const year_month_day result(std::chrono::year(static_cast<int>(*year)), std::chrono::month(*month),
-                              std::chrono::day(*day));
-  if (!result.ok()) return std::nullopt;
-  return result;
+  if (!isForm(text)) return std::nullopt;
+  const auto twoDigits = [text](std::size_t i) {
+    return static_cast<unsigned>(text[i] - '0') * 10 + static_cast<unsigned>(text[i + 1] - '0');
+  };
+  const unsigned year = twoDigits(0) * 100 + twoDigits(2);
+  const year_month_day day(std::chrono::year(static_cast<int>(year)), std::chrono::month(twoDigits(5)),
+                           std::chrono::day(twoDigits(8)));
+  if (year == 0 || !day.ok()) return std::nullopt;
+  return day;
 }
 
 }  // namespace

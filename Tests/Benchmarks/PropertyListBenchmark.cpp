@@ -8,6 +8,7 @@
 #include <cstdint>
 #include <cstdio>
 #include <map>
+#include <optional>
 #include <string>
 #include <string_view>
 #include <utility>
@@ -15,6 +16,7 @@
 
 #include <pugixml.hpp>
 
+#include "Benchmarks/BestTimesReporter.h"
 #include "QuillonCore/Values/QuillonPropertyListCodec.h"
 #include "QuillonCore/Values/QuillonPropertyListDocument.h"
 
@@ -153,32 +155,13 @@ void printMemory(int entries) {
       heapFor([&] { return libplist([](auto... all) { return plist_from_bin(all...); }, bytes.binary); }));
 }
 
-/// Prints as usual and keeps the times for the summary.
-class Reporter : public benchmark::ConsoleReporter {
- public:
-  Reporter() : ConsoleReporter(OO_Tabular) {}
-
-  void ReportRuns(const std::vector<Run>& runs) override {
-    ConsoleReporter::ReportRuns(runs);
-    for (const Run& run : runs) {
-      const double time = run.GetAdjustedCPUTime();
-      const auto [found, isNew] = times_.try_emplace(run.benchmark_name(), time);
-      if (!isNew && time < found->second) found->second = time;
-    }
-  }
-
-  void printRatio(const std::string& ours, const std::string& peer, int entries) const {
-    const std::string suffix = "/" + std::to_string(entries);
-    const auto own = times_.find(ours + suffix);
-    const auto other = times_.find(peer + suffix);
-    if (own == times_.end() || other == times_.end()) return;
-    std::printf("%7d entries: %s is %.1f times as fast as %s\n", entries, ours.c_str(), other->second / own->second,
-                peer.c_str());
-  }
-
- private:
-  std::map<std::string, double> times_;
-};
+void printRatio(const BestTimesReporter& times, const std::string& ours, const std::string& peer, int entries) {
+  const std::string suffix = "/" + std::to_string(entries);
+  const std::optional<double> own = times.time(ours + suffix);
+  const std::optional<double> other = times.time(peer + suffix);
+  if (!own || !other) return;
+  std::printf("%7d entries: %s is %.1f times as fast as %s\n", entries, ours.c_str(), *other / *own, peer.c_str());
+}
 
 void registerReader(const char* name, void (*read)(std::string_view), std::string Feed::*bytes) {
   auto* const registered = benchmark::RegisterBenchmark(name, [read, bytes](benchmark::State& state) {
@@ -206,15 +189,15 @@ int main(int argumentCount, char** arguments) {
   quillon::registerReader("BinarySearched", &quillon::readAndSearch, &Feed::binary);
   quillon::registerReader("BinaryValue", &quillon::readValue, &Feed::binary);
   quillon::registerReader("libplistBinary", &quillon::libplistBinary, &Feed::binary);
-  quillon::Reporter reporter;
+  quillon::BestTimesReporter reporter;
   benchmark::RunSpecifiedBenchmarks(&reporter);
   for (const int entries : quillon::kEntryCounts) {
     for (const char* ours : {"XML", "XMLSearched", "XMLValue"}) {
-      reporter.printRatio(ours, "libplistXML", entries);
-      reporter.printRatio(ours, "pugixmlDOM", entries);
+      quillon::printRatio(reporter, ours, "libplistXML", entries);
+      quillon::printRatio(reporter, ours, "pugixmlDOM", entries);
     }
     for (const char* ours : {"Binary", "BinarySearched", "BinaryValue"}) {
-      reporter.printRatio(ours, "libplistBinary", entries);
+      quillon::printRatio(reporter, ours, "libplistBinary", entries);
     }
     quillon::printMemory(entries);
   }

@@ -11,9 +11,10 @@
 namespace quillon {
 namespace {
 
-constexpr std::array<QuillonToolOption, 2> kOptions = {
+constexpr std::array<QuillonToolOption, 3> kOptions = {
     QuillonToolOption{.name = "--quick"},
-    QuillonToolOption{.name = "--color", .kind = QuillonToolOption::Kind::withValue}};
+    QuillonToolOption{.name = "--color", .kind = QuillonToolOption::Kind::withValue},
+    QuillonToolOption{.name = "--tag", .kind = QuillonToolOption::Kind::withValues}};
 
 QuillonToolArguments parse(const std::vector<std::string>& words) {
   return QuillonToolArguments::parse(words, kOptions);
@@ -34,6 +35,16 @@ TEST(QuillonToolArgumentsTest, OptionsMayStandBeforeBetweenAndAfterOperands) {
   EXPECT_TRUE(arguments.has("--quick"));
   EXPECT_EQ(arguments.value("--color"), "red");
   EXPECT_EQ(arguments.operands({"First", "Second"}), (std::vector<std::string>{"a", "b"}));
+}
+
+TEST(QuillonToolArgumentsTest, SomeOptionsMayBeGivenSeveralTimes) {
+  EXPECT_EQ(parse({"--tag", "a", "x", "--tag=b"}).values("--tag"), (std::vector<std::string>{"a", "b"}));
+  EXPECT_TRUE(parse({"x"}).values("--tag").empty());
+}
+
+TEST(QuillonToolArgumentsTest, OperandsMayBeOfAnyNumberButNone) {
+  EXPECT_EQ(parse({"a", "b", "c"}).operandsOfAnyNumber("FILE"), (std::vector<std::string>{"a", "b", "c"}));
+  EXPECT_THROW((void)parse({"--quick"}).operandsOfAnyNumber("FILE"), QuillonToolUsageError);
 }
 
 TEST(QuillonToolArgumentsTest, AnOptionThatIsNotGivenHasNoValue) {

@@ -30,6 +30,14 @@ TEST_F(QuillonToolConsoleTest, TextsKeepTheirLines) {
   EXPECT_TRUE(console_.finish());
 }
 
+TEST_F(QuillonToolConsoleTest, ProgressIsWrittenAsItStands) {
+  console_.writeToTerminal("\r5 %");
+
+  EXPECT_EQ(error_.str(), "\r5 %");
+  EXPECT_FALSE(console_.errorIsTerminal());
+  EXPECT_TRUE(QuillonToolConsole(input_, output_, error_, true).errorIsTerminal());
+}
+
 TEST_F(QuillonToolConsoleTest, LostOutputIsNoticed) {
   output_.setstate(std::ios::badbit);
 

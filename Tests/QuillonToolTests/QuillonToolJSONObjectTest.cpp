@@ -38,6 +38,19 @@ TEST(QuillonToolJSONObjectTest, ObjectsMayStandInObjects) {
             R"({"a":{"b":"\""},"c":{}})");
 }
 
+TEST(QuillonToolJSONObjectTest, ObjectsStandInArrays) {
+  EXPECT_EQ(QuillonToolJSONObject()
+                .withObjects("a", {QuillonToolJSONObject().withBool("b", true), QuillonToolJSONObject()})
+                .withObjects("c", {})
+                .text(),
+            R"({"a":[{"b":true},{}],"c":[]})");
+}
+
+TEST(QuillonToolJSONObjectTest, TextsStandInArrays) {
+  EXPECT_EQ(QuillonToolJSONObject().withTexts("a", {"x", "\""}).withTexts("b", {}).text(),
+            R"({"a":["x","\""],"b":[]})");
+}
+
 TEST(QuillonToolJSONObjectTest, EscapesQuotesBackslashesAndControls) {
   EXPECT_EQ(literal(R"(a"b\c/)"), R"("a\"b\\c/")");
   EXPECT_EQ(literal(std::string_view("\0\n\x1f\x7f", 4)), R"("\u0000\u000a\u001f\u007f")");

@@ -98,6 +98,41 @@ TEST_F(QuillonToolScenarioTest, AFailureReportIsReadWhereItLies) {
                 .status = 0, .output = "Description: relaunchFailed\nTime: 1970-01-01T00:00:00Z\nAttempt: none\n"}));
 }
 
+TEST_F(QuillonToolScenarioTest, ARollOutIsSimulatedAndDrawn) {
+  testing::writeFile(folder_ / "feed.plist",
+                     "({type = update; id = 3; version = \"2.0\"; current = \"3.0\"; releasedate = \"2024-06-10\";})");
+
+  const QuillonProcessResult result = runShell(
+      "cd \"$1\" && \"$0\" feed simulate feed.plist --installs 14000 --days 7 --versions 2.0 --check-hours 24 "
+      "--svg rollout.svg",
+      folder_.path().string());
+
+  EXPECT_EQ(result.status, 0);
+  EXPECT_THAT(result.output, StartsWith("14000 installs, 7 days from 2024-06-10, seed 1\n"));
+  EXPECT_THAT(result.output, HasSubstr("Entry 0, 3.0: offered to 14000 installs, 100.0 %\n"));
+  EXPECT_THAT(testing::readFile(folder_ / "rollout.svg"), HasSubstr("<title>Roll-out of feed.plist</title>"));
+}
+
+TEST_F(QuillonToolScenarioTest, AReleaseIsAddedToAFeedCheckedAndExplained) {
+  testing::writeFile(folder_ / "Example 2.0.zip", "PK");
+  const std::string folder = folder_.path().string();
+
+  EXPECT_THAT(runShell("cd \"$1\" && \"$0\" feed add feed.plist Example.app --archive 'Example 2.0.zip' --url-prefix "
+                       "https://example.com --minimum-os 13.0 --release-date 2024-06-10",
+                       folder)
+                  .output,
+              StartsWith("Entry 1 \"2.0\": added\n"));
+
+  EXPECT_EQ(runShell("cd \"$1\" && \"$0\" feed lint --strict feed.plist", folder),
+            (QuillonProcessResult{.status = 0, .output = "feed.plist: 1 entry, 0 errors, 0 warnings\n"}));
+  EXPECT_THAT(
+      runShell("cd \"$1\" && \"$0\" feed explain feed.plist --app-version 1.0 --app-build 1 --os 12.6", folder).output,
+      StartsWith("Entry 1 \"2.0\": not offered, os: \"12.6\" is not within \"13.0\"\n"));
+  EXPECT_EQ(runShell("cd \"$1\" && sed -i s/https:/http:/ feed.plist && \"$0\" feed lint feed.plist", folder).status,
+            2);
+  EXPECT_EQ(runShell("cd \"$1\" && \"$0\" feed lint --strict missing.plist", folder).status, 2);
+}
+
 TEST_F(QuillonToolScenarioTest, InputAndOutputThatFailAreFailures) {
   EXPECT_EQ(runShell("\"$0\" --help > /dev/full"),
             (QuillonProcessResult{.status = 1, .output = "quillon: Cannot write to standard output\n"}));

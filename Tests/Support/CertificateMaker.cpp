@@ -84,6 +84,7 @@ MadeCertificate makeLeafCertificate(const MadeKey& key, const MadeCertificate& i
   addExtension(leaf, NID_basic_constraints, "critical,CA:FALSE");
   addExtension(leaf, NID_key_usage, request.keyUsage);
   addExtension(leaf, NID_ext_key_usage, request.extendedKeyUsage);
+  addExtension(leaf, NID_subject_alt_name, request.subjectAlternativeName);
   sign(leaf, issuerKey);
   return leaf;
 }

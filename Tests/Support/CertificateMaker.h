@@ -32,6 +32,8 @@ struct CertificateRequest {
   std::string extendedKeyUsage;
   /// When it ends, from this moment on; it begins two days before this moment.
   std::chrono::seconds remainingValidity = std::chrono::hours(365 * 24);
+  /// Whom it speaks for; empty for a certificate without this extension.
+  std::string subjectAlternativeName = {};
 };
 
 /// P-256, which is quick, or RSA with 2048 bits, which is not. Every call makes a new key. Throws std::runtime_error,

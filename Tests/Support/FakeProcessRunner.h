@@ -13,8 +13,7 @@ namespace quillon::testing {
 /// Answers for child processes and notes what was to be run.
 class FakeProcessRunner final : public QuillonProcessRunning {
  public:
-  [[nodiscard]] QuillonProcessResult run(const std::string& executablePath,
-                                         const std::vector<std::string>& arguments,
+  [[nodiscard]] QuillonProcessResult run(const std::string& executablePath, const std::vector<std::string>& arguments,
                                          std::stop_token stopToken = {}) noexcept override {
     stopTokens.push_back(std::move(stopToken));
     commands.push_back({executablePath});

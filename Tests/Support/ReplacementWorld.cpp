@@ -11,8 +11,7 @@ bool FakeRelauncher::relaunchApplication(const QuillonURL& applicationURL) noexc
   return answer;
 }
 
-void FakeValidator::validateAppBundle(const QuillonURL& bundle,
-                                      const VeskAppBundleUpdateHostIdentity& /*hostIdentity*/,
+void FakeValidator::validateAppBundle(const QuillonURL& bundle, const VeskAppBundleUpdateHostIdentity& /*hostIdentity*/,
                                       std::stop_token /*stopToken*/) const {
   validated.push_back(bundle);
   if (onValidation) onValidation(static_cast<int>(validated.size()), bundle);

@@ -1,8 +1,8 @@
 #include "Support/UpdateInstallationWorld.h"
 
 #include <algorithm>
+#include <cctype>
 #include <exception>
-#include <regex>
 #include <system_error>
 #include <thread>
 
@@ -28,6 +28,20 @@ class BytesInMemory final : public VeskUpdateInstallerDownloadedData {
  private:
   const std::string bytes_;
 };
+
+/// Whether `name` is what makeUUIDString() makes.
+bool isUUID(const std::string& name) {
+  constexpr std::size_t kLength = 36;
+  return name.size() == kLength && std::ranges::count(name, '-') == 4 && std::ranges::all_of(name, [](char c) {
+           return c == '-' || std::isxdigit(static_cast<unsigned char>(c)) != 0;
+         });
+}
+
+std::string withoutUUIDs(const fs::path& path) {
+  fs::path result;
+  for (const fs::path& component : path) result /= isUUID(component.string()) ? fs::path("UUID") : component;
+  return result.string();
+}
 
 }  // namespace
 
@@ -212,14 +226,13 @@ std::string UpdateInstallationWorld::install(const VeskAppBundleUpdateRequest& r
 }
 
 std::vector<std::string> UpdateInstallationWorld::leftBehind() const {
-  static const std::regex uuid("[0-9A-F]{8}(-[0-9A-F]{4}){3}-[0-9A-F]{12}");
   std::vector<std::string> names;
   for (const fs::path& root : {support, temporary}) {
     if (!fs::exists(root)) continue;
     for (const fs::directory_entry& entry : fs::recursive_directory_iterator(root)) {
       // What is in a bundle is no concern of the coordinator.
       const std::string name = fs::relative(entry.path(), folder.path()).string();
-      if (name.find(".app/") == std::string::npos) names.push_back(std::regex_replace(name, uuid, "UUID"));
+      if (name.find(".app/") == std::string::npos) names.push_back(withoutUUIDs(fs::path(name)));
     }
   }
   std::ranges::sort(names);

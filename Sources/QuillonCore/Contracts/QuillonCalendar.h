@@ -21,7 +21,8 @@ class QuillonCalendar {
 
   /// The same time of day as `date`, `days` days later on the calendar, whatever their length. A time that the clock
   /// passes over becomes the first moment after the gap; of two such times it is the first. Absent where no date
-  /// reaches.
+  /// reaches. No clock is further than a day from UTC, so that the answer is less than three days from as many days of
+  /// 24 hours.
   [[nodiscard]] virtual std::optional<QuillonDate> addingDays(QuillonDate date, std::int64_t days) const noexcept = 0;
 };
 

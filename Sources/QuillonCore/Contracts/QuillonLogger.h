@@ -8,12 +8,13 @@
 
 namespace quillon {
 
-/// Makes the text of a message, when it is wanted. What it throws leaves the logging call.
+/// Makes the text of a message, when it is wanted. What it throws does not leave the logging call: the message is
+/// logged as one whose text could not be made.
 using QuillonLogMessage = std::function<std::string()>;
 
 /// Takes messages for whoever looks for the cause of something later.
 ///
-/// Callable from any thread.
+/// Callable from any thread. Logging never fails: implementations throw nothing.
 class QuillonLogger {
  public:
   virtual ~QuillonLogger() = default;

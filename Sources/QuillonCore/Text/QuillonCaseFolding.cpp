@@ -8,7 +8,9 @@ namespace quillon {
 namespace {
 
 char32_t takeFirstLowerCase(std::string_view& text) noexcept {
-  return static_cast<char32_t>(utf8proc_tolower(static_cast<utf8proc_int32_t>(takeFirstScalar(text))));
+  const char32_t scalar = takeFirstScalar(text);
+  if (scalar < 0x80) return scalar >= U'A' && scalar <= U'Z' ? scalar + (U'a' - U'A') : scalar;
+  return static_cast<char32_t>(utf8proc_tolower(static_cast<utf8proc_int32_t>(scalar)));
 }
 
 }  // namespace

@@ -5,6 +5,10 @@
 namespace quillon {
 
 char32_t takeFirstScalar(std::string_view& text) noexcept {
+  if (const auto first = static_cast<unsigned char>(text.front()); first < 0x80) {
+    text.remove_prefix(1);
+    return first;
+  }
   utf8proc_int32_t scalar = 0;
   const auto* bytes = reinterpret_cast<const utf8proc_uint8_t*>(text.data());
   const utf8proc_ssize_t length = utf8proc_iterate(bytes, static_cast<utf8proc_ssize_t>(text.size()), &scalar);

@@ -41,13 +41,6 @@ QuillonPropertyListDocument QuillonPropertyListDocument::borrowing(std::string_v
   return QuillonPropertyListDocument(std::move(tree));
 }
 
-std::optional<QuillonPropertyListNode> QuillonPropertyListNode::find(std::string_view key) const noexcept {
-  if (!isDictionary()) return std::nullopt;
-  const PropertyListRecord* found = tree_->find(*record_, key);
-  if (found == nullptr) return std::nullopt;
-  return QuillonPropertyListNode(*tree_, *found);
-}
-
 // Recursive; the readers limit the depth.
 QuillonPropertyListValue QuillonPropertyListNode::toValue() const {
   using Value = QuillonPropertyListValue;

@@ -67,6 +67,9 @@ class QuillonPropertyListNode {
   /// The entries of a dictionary in the document's order, keys unique; none for every other type.
   [[nodiscard]] Entries entries() const noexcept;
 
+  /// Whether this is the same place of the same document as `other`. A binary list can have one value in two places.
+  [[nodiscard]] bool isSameAs(QuillonPropertyListNode other) const noexcept { return record_ == other.record_; }
+
   /// A value of its own with everything below.
   [[nodiscard]] QuillonPropertyListValue toValue() const;
 
@@ -169,6 +172,13 @@ struct QuillonPropertyListNode::Entries {
   [[nodiscard]] EntryIterator begin() const noexcept { return first; }
   [[nodiscard]] EntryIterator end() const noexcept { return last; }
 };
+
+inline std::optional<QuillonPropertyListNode> QuillonPropertyListNode::find(std::string_view key) const noexcept {
+  if (!isDictionary()) return std::nullopt;
+  const PropertyListRecord* found = tree_->find(*record_, key);
+  if (found == nullptr) return std::nullopt;
+  return QuillonPropertyListNode(*tree_, *found);
+}
 
 inline QuillonPropertyListNode::Elements QuillonPropertyListNode::elements() const noexcept {
   return {ElementIterator(*this, 0), ElementIterator(*this, isArray() ? size() : 0)};

@@ -6,7 +6,9 @@ namespace quillon {
 namespace {
 
 // Field names are ASCII (RFC 9110, section 5.1).
-char lowercase(char c) noexcept { return c >= 'A' && c <= 'Z' ? static_cast<char>(c - 'A' + 'a') : c; }
+char lowercase(char c) noexcept {
+  return c >= 'A' && c <= 'Z' ? static_cast<char>(c - 'A' + 'a') : c;
+}
 
 bool equalFieldNames(std::string_view a, std::string_view b) noexcept {
   return std::ranges::equal(a, b, {}, lowercase, lowercase);

@@ -1,12 +1,13 @@
 #include "QuillonCore/Values/SettingConversion.h"
 
 #include <algorithm>
-#include <array>
 #include <charconv>
 #include <cmath>
 #include <limits>
 #include <string_view>
 #include <system_error>
+
+#include "QuillonCore/Text/RealNumber.h"
 
 namespace quillon {
 namespace {
@@ -61,7 +62,7 @@ double leadingReal(std::string_view text) noexcept {
   const bool isNumber = !digits.empty() && (isDigit(digits.front()) || digits.front() == '.');
   if (!isNumber) return 0;
   double magnitude = 0;
-  const auto [end, error] = std::from_chars(digits.data(), digits.data() + digits.size(), magnitude);
+  const auto [end, error] = realFromCharacters(digits.data(), digits.data() + digits.size(), magnitude);
   if (error == std::errc::result_out_of_range) {
     magnitude = valueOutOfRange(digits.substr(0, static_cast<std::size_t>(end - digits.data())));
   }
@@ -74,13 +75,6 @@ std::int64_t withoutFraction(double value) noexcept {
   if (value >= kEnd) return std::numeric_limits<std::int64_t>::max();
   if (value < -kEnd) return std::numeric_limits<std::int64_t>::min();
   return static_cast<std::int64_t>(value);
-}
-
-std::string realText(double value) {
-  std::array<char, 32> text{};
-  const auto [end, error] =
-      std::to_chars(text.data(), text.data() + text.size(), value, std::chars_format::general, 16);
-  return {text.data(), end};
 }
 
 }  // namespace
@@ -97,7 +91,7 @@ std::optional<std::string> stringOfSetting(const QuillonPropertyListValue& value
   if (const auto* const text = value.getIf<std::string>()) return *text;
   if (const auto* const boolean = value.getIf<bool>()) return *boolean ? "1" : "0";
   if (const auto* const integer = value.getIf<std::int64_t>()) return std::to_string(*integer);
-  if (const auto* const real = value.getIf<double>()) return realText(*real);
+  if (const auto* const real = value.getIf<double>()) return realText(*real, 16);
   return std::nullopt;
 }
 

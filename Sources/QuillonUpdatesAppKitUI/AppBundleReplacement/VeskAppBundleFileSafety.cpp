@@ -35,7 +35,7 @@ std::optional<QuillonURL> VeskAppBundleFileSafety::realDirectoryAppBundle(const 
 bool VeskAppBundleFileSafety::isRealDirectoryAppBundle(const QuillonFileManaging& fileManager,
                                                        const QuillonURL& bundle) noexcept {
   try {
-    if (bundle.pathExtension() != kBundleExtension) return false;
+    if (!equalIgnoringCase(bundle.pathExtension(), kBundleExtension)) return false;
     const std::optional<QuillonFileStatus> status = fileManager.itemStatus(bundle);
     return status && status->type == QuillonFileType::directory;
   } catch (const std::exception&) {

@@ -19,7 +19,8 @@ struct VeskAppBundleFileSafety {
                                                                         const QuillonURL& candidate,
                                                                         const QuillonURL& root);
 
-  /// Whether `bundle` is a real folder, no link, with the extension "app". Any error answers false.
+  /// Whether `bundle` is a real folder, no link, with the extension "app" (in any letter case: what the search in an
+  /// archive finds must not be refused later). Any error answers false.
   [[nodiscard]] static bool isRealDirectoryAppBundle(const QuillonFileManaging& fileManager,
                                                      const QuillonURL& bundle) noexcept;
 

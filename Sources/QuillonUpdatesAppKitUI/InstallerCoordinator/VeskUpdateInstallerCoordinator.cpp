@@ -129,7 +129,7 @@ bool isSuccess(const QuillonURLResponse& response) noexcept {
 VeskUpdateInstallerCoordinator::ByteCountFormatter byteCountFormatterFor(
     std::shared_ptr<const VeskUpdateLocalizationBundle> texts) {
   return [texts = std::move(texts)](std::int64_t byteCount) {
-    return formattedFileByteCount(byteCount, texts->language());
+    return formattedFileByteCount(byteCount, texts->updateTexts()->language());
   };
 }
 

@@ -23,11 +23,13 @@ class VeskUpdateLocalizationBundle {
   /// The text for `key` from the application's table, else `key`.
   [[nodiscard]] std::string applicationText(std::string_view key) const;
 
-  /// Language tag of the update texts, in which sizes beside them are written.
-  [[nodiscard]] const std::string& language() const noexcept;
+  /// The update texts' table by itself. Its language is the one in which sizes beside the texts are written.
+  [[nodiscard]] const std::shared_ptr<const QuillonLocalizationBundle>& updateTexts() const noexcept {
+    return updateTexts_;
+  }
 
  private:
-  const QuillonLocalizationBundle updateTexts_;
+  const std::shared_ptr<const QuillonLocalizationBundle> updateTexts_;
   const QuillonLocalizationBundle applicationTexts_;
 };
 

@@ -1,11 +1,12 @@
 #include "QuillonUpdatesAppKitUI/Presentation/VeskUpdatePromptWindowSize.h"
 
 #include <algorithm>
-#include <charconv>
 #include <cmath>
 #include <cstddef>
 #include <limits>
 #include <system_error>
+
+#include "QuillonCore/Text/RealNumber.h"
 
 namespace quillon {
 namespace {
@@ -30,7 +31,7 @@ double takeNumber(std::string_view& text) noexcept {
   if (text.empty()) return 0;
 
   double magnitude = 0;
-  const auto [end, error] = std::from_chars(text.data(), text.data() + text.size(), magnitude);
+  const auto [end, error] = realFromCharacters(text.data(), text.data() + text.size(), magnitude);
   text.remove_prefix(static_cast<std::size_t>(end - text.data()));
   // Too close to 0 is no size either, so that both ways out of range may end as one.
   if (error == std::errc::result_out_of_range) magnitude = std::numeric_limits<double>::infinity();

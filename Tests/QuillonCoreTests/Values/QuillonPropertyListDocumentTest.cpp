@@ -111,6 +111,15 @@ TEST_P(QuillonPropertyListDocumentTest, StringsThatNeedNoDecodingAreViewsIntoThe
   EXPECT_LE(text.data() + text.size(), bytes.data() + bytes.size());
 }
 
+TEST_P(QuillonPropertyListDocumentTest, APlaceIsTheSameOnlyAsItself) {
+  const QuillonPropertyListDocument document(bytesOf(Value(Value::Array{Value("first"), Value("second")})));
+  const QuillonPropertyListNode root = document.root();
+
+  EXPECT_TRUE(root.at(1).isSameAs(root.at(1)));
+  EXPECT_FALSE(root.at(1).isSameAs(root.at(0)));
+  EXPECT_FALSE(root.at(1).isSameAs(root));
+}
+
 INSTANTIATE_TEST_SUITE_P(Formats, QuillonPropertyListDocumentTest,
                          ::testing::Values(&writeXMLPropertyList, &writeBinaryPropertyList), [](const auto& tested) {
                            return std::string(tested.param == &writeXMLPropertyList ? "XML" : "Binary");

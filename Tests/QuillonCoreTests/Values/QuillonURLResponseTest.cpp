@@ -1,6 +1,6 @@
-#include "QuillonCore/Values/QuillonURLResponse.h"
-
 #include <gtest/gtest.h>
+
+#include "QuillonCore/Values/QuillonURLResponse.h"
 
 namespace quillon {
 namespace {

@@ -80,11 +80,13 @@ TEST_F(VeskAppBundleFileSafetyTest, APathLiesInsideARootOnlyAtAWholeComponent) {
 
 TEST_F(VeskAppBundleFileSafetyTest, OnlyARealFolderWithTheExtensionIsABundle) {
   fs::create_directories(folder / "X.app");
+  fs::create_directories(folder / "Y.APP");
   fs::create_directories(folder / "X.bundle");
   fs::create_directory_symlink("X.app", folder / "Link.app");
   testing::writeFile(folder / "File.app", "");
 
   EXPECT_TRUE(VeskAppBundleFileSafety::isRealDirectoryAppBundle(files, url("X.app")));
+  EXPECT_TRUE(VeskAppBundleFileSafety::isRealDirectoryAppBundle(files, url("Y.APP")));
   for (const char* other : {"X.bundle", "Link.app", "File.app", "none.app", "File.app/X.app"}) {
     EXPECT_FALSE(VeskAppBundleFileSafety::isRealDirectoryAppBundle(files, url(other))) << other;
   }

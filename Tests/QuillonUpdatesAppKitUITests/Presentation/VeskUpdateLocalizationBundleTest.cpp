@@ -40,12 +40,12 @@ TEST_F(VeskUpdateLocalizationBundleTest, TextsOfTheApplicationComeFromItsTable) 
   EXPECT_EQ(bundle({"de"}).applicationText("OK"), "OK");
 }
 
-TEST_F(VeskUpdateLocalizationBundleTest, ItsLanguageIsThatOfTheUpdateTexts) {
+TEST_F(VeskUpdateLocalizationBundleTest, TheLanguageOfTheUpdateTextsIsTheirOwn) {
   writeTable("de", "QuillonUpdate", R"("Cancel" = "Abbrechen";)");
   writeTable("fr", "Localizable", R"("Cancel" = "Annuler";)");
 
-  EXPECT_EQ(bundle({"fr", "de-AT"}).language(), "de-AT");
-  EXPECT_EQ(bundle({"fr"}).language(), "en");
+  EXPECT_EQ(bundle({"fr", "de-AT"}).updateTexts()->language(), "de-AT");
+  EXPECT_EQ(bundle({"fr"}).updateTexts()->language(), "en");
 }
 
 }  // namespace

@@ -10,12 +10,12 @@
 #include <charconv>
 #include <climits>
 #include <cstdio>
-#include <cstdlib>
 #include <string_view>
 #include <system_error>
 #include <utility>
 
 #include "QuillonCore/Runtime/Linux/QuillonLinuxBaseDirectory.h"
+#include "QuillonCore/Runtime/Posix/BufferedFileCopy.h"
 #include "QuillonCore/Runtime/Posix/QuillonPosixPlatform.h"
 
 namespace quillon {
@@ -33,34 +33,6 @@ constexpr long kRemoveXAttrAt = 466;
 bool attributeTravels(std::string_view name) {
   if (name.starts_with("user.")) return true;
   return geteuid() != 0 && (name == "system.posix_acl_access" || name == "system.posix_acl_default");
-}
-
-/// Reads and writes where the kernel cannot copy between the two files.
-int copyThroughBuffer(int from, int to, std::uint64_t remaining) noexcept {
-  static constexpr std::size_t kBlock = std::size_t{128} * 1024;
-  auto* const buffer = static_cast<char*>(std::malloc(kBlock));
-  if (buffer == nullptr) return ENOMEM;
-  int error = 0;
-  for (;;) {
-    const ssize_t count = read(from, buffer, static_cast<std::size_t>(std::min<std::uint64_t>(kBlock, remaining)));
-    if (count < 0 && errno == EINTR) continue;
-    if (count <= 0) {
-      error = count < 0 ? errno : 0;
-      break;
-    }
-    for (ssize_t written = 0; written < count && error == 0;) {
-      const ssize_t step = write(to, buffer + written, static_cast<std::size_t>(count - written));
-      if (step >= 0) {
-        written += step;
-      } else if (errno != EINTR) {
-        error = errno;
-      }
-    }
-    if (error != 0) break;
-    remaining -= static_cast<std::uint64_t>(count);
-  }
-  std::free(buffer);
-  return error;
 }
 
 }  // namespace
@@ -100,6 +72,14 @@ int renameWithoutReplacing(int fromFolder, const char* fromName, int toFolder, c
     return -1;
   }
   return renameat(fromFolder, fromName, toFolder, toName);
+}
+
+QuillonFileTimes fileTimes(const struct stat& status) noexcept {
+  return {.access = status.st_atim, .modification = status.st_mtim, .change = status.st_ctim};
+}
+
+int changeOwnerOfItem(int folder, const char* name, uid_t user, gid_t group) noexcept {
+  return fchownat(folder, name, user, group, AT_SYMLINK_NOFOLLOW) == 0 ? 0 : errno;
 }
 
 int removeQuarantineMark(int folder, const char* name, bool isFileOrDirectory) noexcept {

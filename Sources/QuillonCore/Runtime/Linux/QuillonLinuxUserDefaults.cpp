@@ -3,8 +3,8 @@
 #include <cerrno>
 #include <string>
 #include <utility>
-#include <vector>
 
+#include "QuillonCore/Runtime/Posix/PrivateFolders.h"
 #include "QuillonCore/Runtime/Posix/QuillonFileLock.h"
 #include "QuillonCore/Values/QuillonError.h"
 #include "QuillonCore/Values/QuillonPropertyListCodec.h"
@@ -19,21 +19,6 @@ using Dictionary = QuillonPropertyListValue::Dictionary;
 bool isOnePathComponent(std::string_view name) noexcept {
   static constexpr std::string_view kSeparators("/\0", 2);
   return !name.empty() && name != "." && name != ".." && name.find_first_of(kSeparators) == std::string_view::npos;
-}
-
-void createPrivateFolders(const QuillonFileManaging& fileManager, const QuillonURL& folder) {
-  std::vector<QuillonURL> missing;
-  for (QuillonURL url = folder; url.path() != "/" && !fileManager.itemStatus(url);
-       url = url.deletingLastPathComponent()) {
-    missing.push_back(url);
-  }
-  for (auto url = missing.rbegin(); url != missing.rend(); ++url) {
-    try {
-      (void)fileManager.createPrivateDirectory(*url);
-    } catch (const QuillonSystemError& error) {
-      if (!error.isPOSIX(EEXIST)) throw;  // else another process was quicker
-    }
-  }
 }
 
 /// Throws for a list that could not be read back, such as one nested too deeply.

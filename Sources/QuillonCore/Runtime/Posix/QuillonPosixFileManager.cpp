@@ -38,11 +38,7 @@ QuillonFileType typeOf(mode_t mode) noexcept {
 }
 
 std::int64_t changeTimeOf(const struct stat& status) noexcept {
-#ifdef st_ctime  // a macro where the fields have the names of POSIX.1-2008
-  const timespec& time = status.st_ctim;
-#else
-  const timespec& time = status.st_ctimespec;
-#endif
+  const timespec time = fileTimes(status).change;
   return std::int64_t{time.tv_sec} * 1'000'000'000 + time.tv_nsec;
 }
 
@@ -62,6 +58,14 @@ QuillonFileStatus statusOf(const struct stat& status) noexcept {
 [[noreturn]] void fail(std::string_view action, const QuillonURL& item) {
   const int code = errno;
   throw QuillonSystemError::posix(code, action, item.path());
+}
+
+/// `path` by names, also where it begins with a folder that is held open: not every realpath(3) knows such paths.
+std::string ordinaryPath(const std::string& path) {
+  const auto held = openDirectoryInPath(path);
+  if (!held) return path;
+  std::string folder = currentPathOfOpenDirectory(held->descriptor);
+  return folder.starts_with('/') ? folder.append(held->rest) : path;
 }
 
 struct OpenFile {
@@ -156,8 +160,9 @@ class OwnerVisitor final : public QuillonPosixTreeVisitor {
 
  private:
   void change(const QuillonPosixTreeItem& item) const {
-    if (fchownat(item.folder, item.name, user_, group_, AT_SYMLINK_NOFOLLOW) == 0 || errno == ENOENT) return;
-    throw QuillonSystemError::posix(errno, "change the owner of", pathForMessages(item.folder, item.name));
+    const int code = changeOwnerOfItem(item.folder, item.name, user_, group_);
+    if (code == 0 || code == ENOENT) return;
+    throw QuillonSystemError::posix(code, "change the owner of", pathForMessages(item.folder, item.name));
   }
 
   uid_t user_;
@@ -257,7 +262,7 @@ std::vector<std::string> QuillonPosixFileManager::contentsOfDirectory(const Quil
 
 QuillonURL QuillonPosixFileManager::resolvingSymbolicLinks(const QuillonURL& item) const {
   std::array<char, PATH_MAX> resolved{};
-  if (realpath(item.path().c_str(), resolved.data()) == nullptr) fail("resolve", item);
+  if (realpath(ordinaryPath(item.path()).c_str(), resolved.data()) == nullptr) fail("resolve", item);
   return QuillonURL::fileURL(resolved.data());
 }
 
@@ -390,9 +395,8 @@ void QuillonPosixFileManager::removeEmptyDirectory(const QuillonURL& directory) 
 void QuillonPosixFileManager::changeOwner(const QuillonURL& item, std::uint32_t userIdentifier,
                                           std::uint32_t groupIdentifier) const {
   const QuillonPosixPlace place = openPlace(item, "change the owner of");
-  if (fchownat(place.folder.get(), place.name.c_str(), userIdentifier, groupIdentifier, AT_SYMLINK_NOFOLLOW) != 0) {
-    fail("change the owner of", item);
-  }
+  const int code = changeOwnerOfItem(place.folder.get(), place.name.c_str(), userIdentifier, groupIdentifier);
+  if (code != 0) throw QuillonSystemError::posix(code, "change the owner of", item.path());
 }
 
 void QuillonPosixFileManager::changeOwnerOfDescendants(const QuillonURL& directory, std::uint32_t userIdentifier,

@@ -1,5 +1,8 @@
 #pragma once
 
+#include <sys/stat.h>
+#include <sys/types.h>
+
 #include <cstdint>
 #include <optional>
 #include <string>
@@ -32,6 +35,19 @@ struct QuillonOpenDirectoryPath {
 /// renameat(2) that fails with EEXIST when anything is at the new name. 0, or -1 with errno.
 [[nodiscard]] int renameWithoutReplacing(int fromFolder, const char* fromName, int toFolder,
                                          const char* toName) noexcept;
+
+/// When an item was last read, written and changed in any way.
+struct QuillonFileTimes {
+  timespec access{};
+  timespec modification{};
+  timespec change{};
+};
+
+/// The times in `status`, whose fields have different names.
+[[nodiscard]] QuillonFileTimes fileTimes(const struct stat& status) noexcept;
+
+/// Gives an item another owner and group, a link its own. 0, or the errno value.
+[[nodiscard]] int changeOwnerOfItem(int folder, const char* name, uid_t user, gid_t group) noexcept;
 
 /// Takes the quarantine mark off one item, links not followed. 0, also for an item without mark, or the errno value.
 /// `isFileOrDirectory` is false for links and special files.

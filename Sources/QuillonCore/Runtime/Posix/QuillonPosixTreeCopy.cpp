@@ -35,12 +35,10 @@ bool fits(off_t size, int folder) {
   return static_cast<std::uint64_t>(size) / volume.f_frsize <= volume.f_bavail;
 }
 
+/// As utimensat(2) takes them.
 std::array<timespec, 2> timesOf(const struct stat& status) {
-#ifdef st_mtime  // a macro where the fields have the names of POSIX.1-2008
-  return {status.st_atim, status.st_mtim};
-#else
-  return {status.st_atimespec, status.st_mtimespec};
-#endif
+  const QuillonFileTimes times = fileTimes(status);
+  return {times.access, times.modification};
 }
 
 class TreeCopier final : public QuillonPosixTreeVisitor {

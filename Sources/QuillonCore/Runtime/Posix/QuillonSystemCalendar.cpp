@@ -65,18 +65,24 @@ sys_seconds endOfGap(local_seconds local, sys_seconds early, sys_seconds late) n
   return late;
 }
 
+struct FirstMoment {
+  sys_seconds moment;
+  /// The clock never shows the time that was asked for: `moment` is the end of the gap.
+  bool isAfterGap = false;
+};
+
 /// The first moment at which the clock shows `local`, or the end of the gap in which it would.
-std::optional<sys_seconds> firstMoment(local_seconds local) noexcept {
+std::optional<FirstMoment> firstMoment(local_seconds local) noexcept {
   if (local < kEarliest || local > kLatest) return std::nullopt;
   const std::optional<seconds> before = offsetAt(momentOf(local, kOffsetReach));
   const std::optional<seconds> after = offsetAt(momentOf(local, -seconds(kOffsetReach)));
   if (!before || !after) return std::nullopt;
-  if (*before == *after) return momentOf(local, *before);
+  if (*before == *after) return FirstMoment{momentOf(local, *before)};
   const sys_seconds early = momentOf(local, std::max(*before, *after));
   const sys_seconds late = momentOf(local, std::min(*before, *after));
-  if (localTime(early) == local) return early;
-  if (localTime(late) == local) return late;
-  return endOfGap(local, early, late);
+  if (localTime(early) == local) return FirstMoment{early};
+  if (localTime(late) == local) return FirstMoment{late};
+  return FirstMoment{endOfGap(local, early, late), true};
 }
 
 class SystemCalendar final : public QuillonCalendar {
@@ -84,12 +90,14 @@ class SystemCalendar final : public QuillonCalendar {
   [[nodiscard]] std::optional<QuillonDate> startOfDay(year_month_day day) const noexcept override {
     if (!day.ok()) return std::nullopt;
     const local_days midnight(day);
-    const std::optional<sys_seconds> start = firstMoment(midnight);
+    const std::optional<FirstMoment> start = firstMoment(midnight);
     if (!start) return std::nullopt;
-    // A zone that moves over the date line leaves out a whole day.
-    const std::optional<local_seconds> shown = localTime(*start);
-    if (!shown || floor<days>(*shown) != midnight) return std::nullopt;
-    return *start;
+    if (start->isAfterGap) {
+      // A zone that moves over the date line leaves out a whole day.
+      const std::optional<local_seconds> shown = localTime(start->moment);
+      if (!shown || floor<days>(*shown) != midnight) return std::nullopt;
+    }
+    return start->moment;
   }
 
   [[nodiscard]] std::optional<QuillonDate> addingDays(QuillonDate date, std::int64_t count) const noexcept override {
@@ -98,9 +106,9 @@ class SystemCalendar final : public QuillonCalendar {
     const auto second = floor<seconds>(date);
     const std::optional<local_seconds> local = localTime(second);
     if (!local || *local < kEarliest) return std::nullopt;
-    const std::optional<sys_seconds> moment = firstMoment(*local + days(count));
-    if (!moment) return std::nullopt;
-    return *moment + (date - second);
+    const std::optional<FirstMoment> found = firstMoment(*local + days(count));
+    if (!found) return std::nullopt;
+    return found->moment + (date - second);
   }
 };
 

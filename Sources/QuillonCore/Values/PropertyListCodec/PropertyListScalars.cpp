@@ -6,6 +6,7 @@
 #include <cmath>
 #include <limits>
 
+#include "QuillonCore/Text/RealNumber.h"
 #include "QuillonCore/Values/QuillonPropertyListCodec.h"
 
 namespace quillon {
@@ -98,7 +99,7 @@ PropertyListScalar<double> parsePropertyListReal(std::string_view text) {
   const bool isNumber = !rest.empty() && rest.front() != '-' && rest.find('(') == std::string_view::npos;
   double magnitude = 0;
   const char* const end = rest.data() + rest.size();
-  const auto [stop, error] = std::from_chars(rest.data(), end, magnitude);
+  const auto [stop, error] = realFromCharacters(rest.data(), end, magnitude);
   if (!isNumber || error == std::errc::invalid_argument || stop != end) return Scalar::wrong(text, "is not a number");
   if (error == std::errc::result_out_of_range) return Scalar::wrong(text, "does not fit a 64-bit real");
   return Scalar::of(isNegative ? -magnitude : magnitude);
@@ -147,9 +148,7 @@ PropertyListScalar<std::string> parsePropertyListBase64(std::string_view text) {
 std::string propertyListRealText(double value) {
   if (std::isnan(value)) return "nan";
   if (std::isinf(value)) return value < 0 ? "-infinity" : "+infinity";
-  char buffer[32];
-  const auto result = std::to_chars(buffer, buffer + sizeof buffer, value);
-  return {buffer, result.ptr};
+  return shortestRealText(value);
 }
 
 std::string propertyListDateText(QuillonPropertyListDate date) {

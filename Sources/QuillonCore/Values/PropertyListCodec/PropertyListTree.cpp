@@ -3,7 +3,6 @@
 #include <utility>
 
 namespace quillon {
-
 PropertyListRecord PropertyListRecord::ofInteger(PropertyListType type, std::int64_t value) noexcept {
   PropertyListRecord record;
   record.integer = value;
@@ -16,15 +15,6 @@ PropertyListRecord PropertyListRecord::ofReal(double value) noexcept {
   record.real = value;
   record.type = PropertyListType::real;
   return record;
-}
-
-const PropertyListRecord* PropertyListTree::find(const PropertyListRecord& dictionary,
-                                                 std::string_view key) const noexcept {
-  if (dictionary.isIndexed) return findByIndex(dictionary, key);
-  for (std::size_t i = 0; i < dictionary.size; ++i) {
-    if (this->key(dictionary, i).string() == key) return &value(dictionary, i);
-  }
-  return nullptr;
 }
 
 const PropertyListRecord* PropertyListTree::findByIndex(const PropertyListRecord& dictionary,

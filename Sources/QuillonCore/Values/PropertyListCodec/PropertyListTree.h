@@ -45,6 +45,11 @@ struct PropertyListRecord {
   bool isReferenced = false;  // container of a binary list that has its parent
 
   [[nodiscard]] std::string_view string() const noexcept { return {text, size}; }
+  /// Whether a string is `other`. Most keys differ in their length or their last character, which spares a call.
+  [[nodiscard]] bool isText(std::string_view other) const noexcept {
+    if (size != other.size()) return false;
+    return other.empty() || (text[other.size() - 1] == other.back() && string() == other);
+  }
 
   static PropertyListRecord ofInteger(PropertyListType type, std::int64_t value) noexcept;
   static PropertyListRecord ofReal(double value) noexcept;
@@ -90,7 +95,13 @@ class PropertyListTree {
   }
   /// The value of `key` in `dictionary`, else null.
   [[nodiscard]] const PropertyListRecord* find(const PropertyListRecord& dictionary,
-                                               std::string_view key) const noexcept;
+                                               std::string_view key) const noexcept {
+    if (dictionary.isIndexed) return findByIndex(dictionary, key);
+    for (std::size_t i = 0; i < dictionary.size; ++i) {
+      if (this->key(dictionary, i).isText(key)) return &value(dictionary, i);
+    }
+    return nullptr;
+  }
 
   /// The bytes that the tree's strings are views into, when it has been given them to keep.
   std::string ownedBytes;

@@ -1,9 +1,10 @@
 #include "QuillonUpdatesAppKitUI/HelperLaunchers/XPC/VeskAppBundleXPCMessageValueText.h"
 
-#include <array>
-#include <charconv>
+#include <cmath>
 #include <cstddef>
 #include <string_view>
+
+#include "QuillonCore/Text/RealNumber.h"
 
 namespace quillon {
 namespace {
@@ -19,9 +20,9 @@ std::string shortened(std::string_view text) {
 }
 
 std::string realText(double real) {
-  std::array<char, 32> buffer{};
-  const auto end = std::to_chars(buffer.data(), buffer.data() + buffer.size(), real).ptr;
-  return {buffer.data(), end};
+  if (std::isfinite(real)) return shortestRealText(real);
+  if (std::isnan(real)) return "nan";
+  return real < 0 ? "-inf" : "inf";
 }
 
 }  // namespace

@@ -1,7 +1,7 @@
 #include "QuillonUpdatesAppKitUI/HelperLaunchers/Launchd/Linux/VeskAppBundleDetachedJobSubmitter.h"
 
 #include "QuillonCore/Runtime/Linux/QuillonDetachedProcess.h"
-#include "QuillonUpdatesAppKitUI/HelperLaunchers/Launchd/Linux/JobSubmissionFailure.h"
+#include "QuillonUpdatesAppKitUI/HelperLaunchers/Launchd/JobSubmissionFailure.h"
 
 namespace quillon {
 

@@ -1,0 +1,46 @@
+#include "QuillonCore/Network/QuillonSystemURLTransfers.h"
+
+#include <utility>
+
+#include "QuillonCore/Network/Linux/CurlTransfer.h"
+#include "QuillonCore/Network/Posix/FileURLTransfer.h"
+#include "QuillonCore/Network/QuillonURLFailure.h"
+#include "QuillonCore/Network/QuillonURLOrigin.h"
+
+namespace quillon {
+namespace {
+
+class SystemURLTransfers final : public QuillonURLTransferring {
+ public:
+  explicit SystemURLTransfers(QuillonURLTransferConfiguration configuration)
+      : configuration_(std::move(configuration)) {}
+
+  void transfer(const QuillonURLRequest& request, QuillonURLTransferReceiving& receiver,
+                std::stop_token stopToken) const override {
+    if (stopToken.stop_requested()) throw cancelledTransfer(request.url);
+    if (request.url.isFileURL()) {
+      transferFile(request.url, receiver, stopToken);
+      return;
+    }
+    requireHTTP(request.url);
+    CurlTransfer(configuration_, receiver, stopToken).run(request);
+  }
+
+ private:
+  static void requireHTTP(const QuillonURL& url) {
+    if (url.scheme() != "http" && url.scheme() != "https") {
+      throw urlFailure(QuillonURLErrorCode::unsupportedURL, url, "only http, https and file can be loaded");
+    }
+    if (!QuillonURLOrigin::of(url)) throw urlFailure(QuillonURLErrorCode::badURL, url, "it names no valid host");
+  }
+
+  const QuillonURLTransferConfiguration configuration_;
+};
+
+}  // namespace
+
+std::shared_ptr<const QuillonURLTransferring> makeSystemURLTransfers(QuillonURLTransferConfiguration configuration) {
+  return std::make_shared<SystemURLTransfers>(std::move(configuration));
+}
+
+}  // namespace quillon

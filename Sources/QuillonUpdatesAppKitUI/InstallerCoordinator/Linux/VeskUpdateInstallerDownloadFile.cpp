@@ -1,0 +1,123 @@
+#include "QuillonUpdatesAppKitUI/InstallerCoordinator/Linux/VeskUpdateInstallerDownloadFile.h"
+
+#include <fcntl.h>
+#include <sys/sendfile.h>
+#include <sys/stat.h>
+#include <unistd.h>
+
+#include <algorithm>
+#include <cerrno>
+#include <utility>
+
+#include "QuillonCore/Runtime/Posix/QuillonPosixPath.h"
+#include "QuillonCore/Values/QuillonError.h"
+#include "QuillonCore/Values/QuillonUUID.h"
+
+namespace quillon {
+namespace {
+
+constexpr mode_t kFileMode = S_IRUSR | S_IWUSR | S_IRGRP | S_IROTH;
+constexpr std::uint64_t kCopyBytes = std::uint64_t{64} * 1024 * 1024;
+
+[[noreturn]] void fail(std::string_view action, std::string_view subject) {
+  const int code = errno;
+  throw QuillonSystemError::posix(code, action, subject);
+}
+
+/// Whether the volume cannot set space aside at all, or the process may not have so long a file.
+bool cannotReserve(int code) noexcept {
+  return code == EOPNOTSUPP || code == ENOSYS || code == EFBIG;
+}
+
+/// Whether another way leads to the place all the same: it is on another volume, the file had a name that was removed,
+/// or there is no process file system.
+bool needsCopy(int code) noexcept {
+  return code == EXDEV || code == ENOENT || code == EPERM || code == EOPNOTSUPP || code == EMLINK;
+}
+
+/// Removes a file again unless it is kept.
+class ScratchFile {
+ public:
+  ScratchFile(int folder, const std::string& name) : folder_(folder), name_(name) {}
+  ~ScratchFile() {
+    if (!isKept_) unlinkat(folder_, name_.c_str(), 0);  // may never have been made
+  }
+  ScratchFile(const ScratchFile&) = delete;
+  ScratchFile& operator=(const ScratchFile&) = delete;
+  void keep() noexcept { isKept_ = true; }
+
+ private:
+  int folder_;
+  const std::string& name_;
+  bool isKept_ = false;
+};
+
+}  // namespace
+
+std::unique_ptr<VeskUpdateInstallerDownloadFile> VeskUpdateInstallerDownloadFile::make(const QuillonURL& folder) {
+  try {
+    const FileDescriptor opened = openDirectory(folder.path(), "keep a download in");
+    FileDescriptor file(openat(opened.get(), ".", O_TMPFILE | O_RDWR | O_CLOEXEC, S_IRUSR | S_IWUSR));
+    if (!file) return nullptr;
+    return std::unique_ptr<VeskUpdateInstallerDownloadFile>(
+        new VeskUpdateInstallerDownloadFile(std::move(file), folder.path()));
+  } catch (const QuillonSystemError&) {
+    return nullptr;  // there are other places
+  }
+}
+
+VeskUpdateInstallerDownloadFile::VeskUpdateInstallerDownloadFile(FileDescriptor descriptor, std::string folder)
+    : descriptor_(std::move(descriptor)), folder_(std::move(folder)) {}
+
+void VeskUpdateInstallerDownloadFile::reserve(std::uint64_t bytes) {
+  if (bytes == 0) return;
+  while (fallocate(descriptor_.get(), FALLOC_FL_KEEP_SIZE, 0, static_cast<off_t>(bytes)) != 0) {
+    if (cannotReserve(errno)) return;  // writing will tell
+    if (errno != EINTR) fail("set space aside for a download in", folder_);
+  }
+}
+
+void VeskUpdateInstallerDownloadFile::append(std::string_view bytes) {
+  while (!bytes.empty()) {
+    const ssize_t count = write(descriptor_.get(), bytes.data(), bytes.size());
+    if (count < 0 && errno == EINTR) continue;
+    if (count < 0) fail("write a download in", folder_);
+    bytes.remove_prefix(static_cast<std::size_t>(count));
+    size_ += static_cast<std::uint64_t>(count);
+  }
+}
+
+void VeskUpdateInstallerDownloadFile::writeAtomically(const QuillonFileManaging&, const QuillonURL& file) {
+  const QuillonPosixPlace place = openPlace(file, "write");
+  const int folder = place.folder.get();
+  const std::string name = ".vesk-write-" + makeUUIDString();
+  ScratchFile scratch(folder, name);
+  link(folder, name, file);
+  if (renameat(folder, name.c_str(), folder, place.name.c_str()) != 0) fail("write", file.path());
+  scratch.keep();
+}
+
+void VeskUpdateInstallerDownloadFile::link(int folder, const std::string& scratch, const QuillonURL& file) const {
+  if (fchmod(descriptor_.get(), kFileMode) != 0) fail("set the mode of", file.path());
+  const std::string own = "/proc/self/fd/" + std::to_string(descriptor_.get());
+  if (linkat(AT_FDCWD, own.c_str(), folder, scratch.c_str(), AT_SYMLINK_FOLLOW) == 0) return;
+  if (!needsCopy(errno)) fail("write", file.path());
+  copy(folder, scratch, file);
+}
+
+void VeskUpdateInstallerDownloadFile::copy(int folder, const std::string& scratch, const QuillonURL& file) const {
+  const FileDescriptor target(
+      openat(folder, scratch.c_str(), O_WRONLY | O_CREAT | O_EXCL | O_NOFOLLOW | O_CLOEXEC, S_IRUSR | S_IWUSR));
+  if (!target) fail("write", file.path());
+  off_t offset = 0;
+  while (static_cast<std::uint64_t>(offset) < size_) {
+    const std::uint64_t rest = size_ - static_cast<std::uint64_t>(offset);
+    const ssize_t count = sendfile(target.get(), descriptor_.get(), &offset, std::min(rest, kCopyBytes));
+    if (count < 0 && errno == EINTR) continue;
+    if (count < 0) fail("write", file.path());
+    if (count == 0) throw QuillonSystemError::posix(EIO, "read the download for", file.path());
+  }
+  if (fchmod(target.get(), kFileMode) != 0) fail("set the mode of", file.path());
+}
+
+}  // namespace quillon

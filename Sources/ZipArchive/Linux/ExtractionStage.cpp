@@ -1,0 +1,145 @@
+#include "ZipArchive/Posix/ExtractionStage.h"
+
+#include <fcntl.h>
+#include <stdio.h>
+#include <sys/stat.h>
+#include <unistd.h>
+
+#include <cerrno>
+#include <string_view>
+#include <utility>
+#include <vector>
+
+#include "QuillonCore/Runtime/Posix/DirectoryEntries.h"
+#include "QuillonCore/Runtime/Posix/QuillonPosixPlatform.h"
+#include "QuillonCore/Runtime/Posix/QuillonPosixTreeWalk.h"
+#include "QuillonCore/Values/QuillonUUID.h"
+#include "ZipArchive/Posix/FolderOpening.h"
+#include "ZipArchive/Posix/TreeRemoval.h"
+#include "ZipArchive/ZipArchiveError.h"
+
+namespace quillon {
+namespace {
+
+/// The move of a stage's items, which is taken back unless it is completed.
+class Move {
+ public:
+  Move(int stage, int destination, const ArchiveFile& archive)
+      : stage_(stage), destination_(destination), archive_(archive) {}
+  ~Move() {
+    while (!steps_.empty()) {
+      takeBack(steps_.back());
+      steps_.pop_back();
+    }
+  }
+  Move(const Move&) = delete;
+  Move& operator=(const Move&) = delete;
+
+  void run() {
+    moveItems(stage_, destination_, {});
+    steps_.clear();
+  }
+
+ private:
+  struct Step {
+    /// Of the folder around the item, the same below stage and destination.
+    std::string folder;
+    std::string name;
+    bool didExchange;
+  };
+
+  void moveItems(int from, int to, const std::string& path) {
+    for (const DirectoryEntry& entry : directoryEntries(from, path)) moveItem(from, to, path, entry.name);
+  }
+
+  void moveItem(int from, int to, const std::string& path, const std::string& name) {
+    if (renameWithoutReplacing(from, name.c_str(), to, name.c_str()) == 0) {
+      steps_.push_back({path, name, false});
+      return;
+    }
+    if (errno != EEXIST) throw QuillonSystemError::posix(errno, "move into place", pathForMessages(to, name));
+    mergeItem(from, to, path, name);
+  }
+
+  void mergeItem(int from, int to, const std::string& path, const std::string& name) {
+    struct stat staged {};
+    struct stat existing {};
+    if (fstatat(from, name.c_str(), &staged, AT_SYMLINK_NOFOLLOW) != 0 ||
+        fstatat(to, name.c_str(), &existing, AT_SYMLINK_NOFOLLOW) != 0) {
+      throw QuillonSystemError::posix(errno, "examine", pathForMessages(to, name));
+    }
+    const std::string itemPath = path.empty() ? name : path + "/" + name;
+    if (archive_.isItem(existing.st_dev, existing.st_ino)) {
+      throw ZipArchiveError::entry(itemPath, "would replace the archive itself");
+    }
+    if (S_ISDIR(staged.st_mode) != S_ISDIR(existing.st_mode)) {
+      throw ZipArchiveError::entry(
+          itemPath, S_ISDIR(existing.st_mode) ? "would replace a folder" : "is a folder and would replace a file");
+    }
+    if (S_ISDIR(staged.st_mode)) {
+      const FileDescriptor stagedFolder = openSubfolder(from, name);
+      const FileDescriptor existingFolder = openSubfolder(to, name);
+      moveItems(stagedFolder.get(), existingFolder.get(), itemPath);
+    } else {
+      exchange(from, to, path, name);
+    }
+  }
+
+  /// The replaced item stays in the stage, so that it can go back.
+  void exchange(int from, int to, const std::string& path, const std::string& name) {
+    if (exchangeNames(from, name.c_str(), to, name.c_str()) != 0) {
+      throw QuillonSystemError::posix(errno, "replace", pathForMessages(to, name));
+    }
+    steps_.push_back({path, name, true});
+  }
+
+  void takeBack(const Step& step) noexcept {
+    try {
+      const FileDescriptor from = openFolderBelow(destination_, step.folder);
+      const FileDescriptor to = openFolderBelow(stage_, step.folder);
+      const char* const name = step.name.c_str();
+      (void)(step.didExchange ? exchangeNames(from.get(), name, to.get(), name)
+                              : renameWithoutReplacing(from.get(), name, to.get(), name));
+    } catch (const std::exception&) {
+      // Somebody else changes the destination meanwhile; the other items can still go back.
+    }
+  }
+
+  static int exchangeNames(int from, const char* fromName, int to, const char* toName) noexcept {
+    return renameat2(from, fromName, to, toName, RENAME_EXCHANGE);
+  }
+
+  int stage_;
+  int destination_;
+  const ArchiveFile& archive_;
+  std::vector<Step> steps_;
+};
+
+}  // namespace
+
+ExtractionStage::ExtractionStage(int destination)
+    : destination_(destination), name_(std::string(kNamePrefix) + makeUUIDString()) {
+  if (mkdirat(destination_, name_.c_str(), 0700) != 0) {
+    throw QuillonSystemError::posix(errno, "make a folder in", currentPathOfOpenDirectory(destination_));
+  }
+  try {
+    folder_ = openSubfolder(destination_, name_);
+  } catch (...) {
+    unlinkat(destination_, name_.c_str(), AT_REMOVEDIR);
+    throw;
+  }
+}
+
+ExtractionStage::~ExtractionStage() {
+  try {
+    removeTree(destination_, name_);
+  } catch (const std::exception&) {
+    // What cannot be removed is out of sight; there is nobody left to tell.
+  }
+}
+
+void ExtractionStage::moveIntoDestination(const ArchiveFile& archive) {
+  Move(folder_.get(), destination_, archive).run();
+}
+
+}  // namespace quillon

@@ -1,0 +1,38 @@
+#pragma once
+
+#include <string>
+
+#include "QuillonCore/Runtime/Posix/FileDescriptor.h"
+#include "ZipArchive/Posix/ArchiveFile.h"
+
+namespace quillon {
+
+/// A hidden folder in the destination, in which an archive is unpacked before anything of it is seen.
+///
+/// Only this user can enter it, so nobody can exchange a folder in it for a link. What is in it at the end, and it
+/// itself, is removed.
+class ExtractionStage {
+ public:
+  /// How its name begins in the destination.
+  static constexpr std::string_view kNamePrefix = ".quillon-ditto-";
+
+  /// `destination` is open, and stays so while the stage lives. Throws QuillonSystemError.
+  explicit ExtractionStage(int destination);
+  ~ExtractionStage();
+  ExtractionStage(const ExtractionStage&) = delete;
+  ExtractionStage& operator=(const ExtractionStage&) = delete;
+
+  [[nodiscard]] int get() const noexcept { return folder_.get(); }
+
+  /// Moves everything into the destination. A folder that is there already gets what the stage's folder holds; another
+  /// item that is there is replaced. Throws ZipArchiveError when the item is `archive`, or when one of both is a folder
+  /// and the other is not, and QuillonSystemError; then the destination is as before.
+  void moveIntoDestination(const ArchiveFile& archive);
+
+ private:
+  int destination_;
+  std::string name_;
+  FileDescriptor folder_;
+};
+
+}  // namespace quillon

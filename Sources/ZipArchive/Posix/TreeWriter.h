@@ -1,0 +1,80 @@
+#pragma once
+
+#include <sys/types.h>
+
+#include <cstddef>
+#include <stop_token>
+#include <string>
+#include <vector>
+
+#include "ZipArchive/ArchiveTree.h"
+#include "ZipArchive/Posix/ArchiveFile.h"
+#include "ZipArchive/Posix/EntryReader.h"
+#include "ZipArchive/ZipEntry.h"
+
+namespace quillon {
+
+/// Where a symbolic link leads.
+struct LinkTarget {
+  /// Index of the link in the tree.
+  std::size_t item;
+  std::string target;
+};
+
+/// An archive that was read. The referred objects outlive whoever is given it.
+struct ArchiveContents {
+  const ArchiveFile& archive;
+  const std::vector<ZipEntry>& entries;
+  const ArchiveTree& tree;
+};
+
+/// Writes an archive's tree into an empty folder that nobody else can enter, in the order of its functions.
+///
+/// Every function throws QuillonSystemError, ZipArchiveError for damaged entries, and QuillonCancellationError once
+/// `stop` was requested.
+class TreeWriter {
+ public:
+  TreeWriter(ArchiveContents contents, int root, std::stop_token stop);
+
+  void makeFolders();
+  /// All files, with attributes, permissions and times, on several threads.
+  void writeFiles();
+  void makeLinks(const std::vector<LinkTarget>& targets);
+  /// Attributes, permissions and times of folders, which the steps before would change. The user can still enter and
+  /// change all of them: otherwise some could not be moved.
+  void finishFolders();
+  /// Takes from the user what the archive's permissions deny. To be called when the folders have been moved to below
+  /// `destination`.
+  void restrictFolders(int destination) const;
+
+ private:
+  /// Files of one folder that one thread writes.
+  struct Batch {
+    std::size_t folder = 0;
+    std::vector<std::size_t> items;
+    std::uint64_t size = 0;
+  };
+  /// A folder whose permissions deny something to the user.
+  struct RestrictedFolder {
+    std::size_t item;
+    ino_t inode;
+    mode_t permissions;
+  };
+
+  void makeFoldersIn(std::size_t item, int folder);
+  void finishFolder(std::size_t item, int folder, EntryReader& reader);
+  [[nodiscard]] std::vector<Batch> batches() const;
+  void writeBatch(const Batch& batch, EntryReader& reader) const;
+  void writeFile(const ArchiveItem& item, int folder, EntryReader& reader) const;
+  void writeContent(const ZipEntry& entry, int file, EntryReader& reader) const;
+  void restoreAttributes(const ArchiveItem& item, int descriptor, EntryReader& reader) const;
+  void throwIfStopped() const;
+
+  ArchiveContents contents_;
+  int root_;
+  std::stop_token stop_;
+  std::uint64_t wholeLimit_;
+  std::vector<RestrictedFolder> restricted_;
+};
+
+}  // namespace quillon

@@ -1,0 +1,201 @@
+#include <fcntl.h>
+#include <gmock/gmock.h>
+#include <gtest/gtest.h>
+#include <sys/stat.h>
+#include <sys/xattr.h>
+
+#include <random>
+
+#include "QuillonCore/Values/QuillonError.h"
+#include "Support/ScopedFileLengthLimit.h"
+#include "Support/TemporaryDirectory.h"
+#include "Support/TreeSnapshot.h"
+#include "ZipArchive/Posix/ArchiveExtractor.h"
+#include "ZipArchive/Posix/ArchiveFile.h"
+#include "ZipArchive/Posix/ArchiveMaker.h"
+#include "ZipArchive/ZipArchiveError.h"
+#include "ZipArchive/ZipDirectory.h"
+
+namespace quillon {
+namespace {
+
+namespace fs = std::filesystem;
+using ::testing::ElementsAre;
+using testing::readFile;
+using testing::treeSnapshot;
+using testing::writeFile;
+
+class ArchiveMakerTest : public ::testing::Test {
+ protected:
+  void make(ArchiveRoot root = ArchiveRoot::contents) const {
+    makeArchive(source_.string(), archive_.string(), root, {});
+  }
+  void extract() const { extractArchive(archive_.string(), destination_.string(), {}, {}); }
+  [[nodiscard]] std::vector<std::string> names() const {
+    std::vector<std::string> names;
+    for (const ZipEntry& entry : readZipDirectory(ArchiveFile(archive_.string()), {})) names.push_back(entry.rawName);
+    return names;
+  }
+
+  testing::TemporaryDirectory folder_;
+  fs::path source_ = folder_ / "Example.app";
+  fs::path archive_ = folder_ / "Example.zip";
+  fs::path destination_ = folder_ / "unpacked";
+};
+
+void setTime(const fs::path& item, long seconds) {
+  const std::array<timespec, 2> times{timespec{seconds, 0}, timespec{seconds, 0}};
+  utimensat(AT_FDCWD, item.c_str(), times.data(), AT_SYMLINK_NOFOLLOW);
+}
+
+/// A tree of every kind of item, chosen by `seed`.
+void makeRandomTree(const fs::path& root, unsigned seed) {
+  std::mt19937 random(seed);
+  std::vector<fs::path> folders{root};
+  fs::create_directory(root);
+  for (int i = 0; i < 40; ++i) {
+    const fs::path item = folders[random() % folders.size()] / ("größe " + std::to_string(i));
+    switch (random() % 4) {
+      case 0:
+        fs::create_directory(item);
+        folders.push_back(item);
+        break;
+      case 1:
+        fs::create_symlink("target " + std::to_string(i), item);
+        break;
+      default:
+        writeFile(item,
+                  std::string(random() % 3 == 0 ? random() % 300'000 : random() % 100, static_cast<char>(random())));
+        fs::permissions(item, fs::perms(0600 | random() % 0200));
+    }
+    if (!fs::is_symlink(item) && random() % 3 == 0)
+      setxattr(item.c_str(), "user.org.example", "value", random() % 6, 0);
+    setTime(item, static_cast<long>(random() % 2'000'000'000));
+  }
+  for (const fs::path& item : folders) setTime(item, static_cast<long>(random() % 2'000'000'000));
+}
+
+TEST_F(ArchiveMakerTest, EveryTreeComesBackAsItWas) {
+  for (unsigned seed = 0; seed < 8; ++seed) {
+    SCOPED_TRACE(seed);
+    const testing::TemporaryDirectory folder;
+    makeRandomTree(folder / "source", seed);
+
+    makeArchive((folder / "source").string(), (folder / "archive").string(), ArchiveRoot::contents, {});
+    extractArchive((folder / "archive").string(), (folder / "unpacked").string(), {}, {});
+
+    EXPECT_EQ(treeSnapshot(folder / "unpacked"), treeSnapshot(folder / "source"));
+  }
+}
+
+TEST_F(ArchiveMakerTest, LargeFilesAreCompressedPieceByPiece) {
+  std::string text;
+  for (int i = 0; i < 3000; ++i) text += std::to_string(i);
+  while (text.size() < 9'000'000) text += text;
+  writeFile(source_ / "large", text);
+  setxattr((source_ / "large").c_str(), "user.a", "b", 1, 0);
+  writeFile(source_ / "small", "content");
+
+  make();
+  extract();
+
+  EXPECT_TRUE(treeSnapshot(destination_) == treeSnapshot(source_));
+  EXPECT_LT(fs::file_size(archive_), text.size() / 2);
+}
+
+TEST_F(ArchiveMakerTest, TheArchiveHoldsWhatIsInTheFolderOrTheFolderItself) {
+  writeFile(source_ / "Contents/b", "");
+  writeFile(source_ / "Contents/a", "");
+
+  make(ArchiveRoot::contents);
+  EXPECT_THAT(names(), ElementsAre("Contents/", "Contents/a", "Contents/b"));
+
+  make(ArchiveRoot::sourceItself);
+  EXPECT_THAT(names(),
+              ElementsAre("Example.app/", "Example.app/Contents/", "Example.app/Contents/a", "Example.app/Contents/b"));
+}
+
+TEST_F(ArchiveMakerTest, ASingleFileKeepsItsName) {
+  writeFile(source_, "content");
+
+  make();
+
+  EXPECT_THAT(names(), ElementsAre("Example.app"));
+}
+
+TEST_F(ArchiveMakerTest, AttributesStandWhereMacOSLooksForThem) {
+  writeFile(source_ / "Contents/tool", "x");
+  setxattr((source_ / "Contents/tool").c_str(), "user.com.apple.cs.CodeDirectory", "s", 1, 0);
+
+  make(ArchiveRoot::sourceItself);
+
+  EXPECT_THAT(names(), ElementsAre("Example.app/", "Example.app/Contents/", "Example.app/Contents/tool",
+                                   "__MACOSX/Example.app/Contents/._tool"));
+}
+
+TEST_F(ArchiveMakerTest, TheSameTreeGivesTheSameBytes) {
+  makeRandomTree(source_, 1);
+  make();
+  const std::string first = readFile(archive_);
+
+  make();
+
+  EXPECT_TRUE(readFile(archive_) == first);
+}
+
+TEST_F(ArchiveMakerTest, SpecialFilesAreRefusedAndTheOldArchiveStays) {
+  writeFile(archive_, "old");
+  fs::create_directory(source_);
+  mkfifo((source_ / "pipe").c_str(), 0600);
+
+  EXPECT_THROW(make(), ZipArchiveError);
+
+  EXPECT_EQ(readFile(archive_), "old");
+}
+
+TEST_F(ArchiveMakerTest, NamesThatAreNoUTF8AreRefused) {
+  writeFile(source_ / "a\xFF", "");
+
+  EXPECT_THROW(make(), ZipArchiveError);
+}
+
+TEST_F(ArchiveMakerTest, AnArchiveThatLiesInItsOwnSourceIsRefused) {
+  archive_ = source_ / "Example.zip";
+  writeFile(archive_, "old");
+
+  EXPECT_THROW(make(), ZipArchiveError);
+
+  EXPECT_EQ(treeSnapshot(source_).size(), 1U);
+  EXPECT_EQ(readFile(archive_), "old");
+}
+
+TEST_F(ArchiveMakerTest, AFullVolumeLeavesNothing) {
+  std::mt19937 random(1);
+  std::string noise;
+  while (noise.size() < 100'000) noise += static_cast<char>(random());
+  writeFile(source_ / "file", noise);
+  {
+    const testing::ScopedFileLengthLimit limit(50'000);
+    EXPECT_THROW(make(), QuillonSystemError);
+  }
+
+  EXPECT_EQ(std::distance(fs::directory_iterator(folder_.path()), fs::directory_iterator()), 1);
+}
+
+TEST_F(ArchiveMakerTest, ARequestToStopLeavesNothing) {
+  writeFile(source_ / "file", "content");
+  std::stop_source source;
+  source.request_stop();
+
+  EXPECT_THROW(makeArchive(source_.string(), archive_.string(), ArchiveRoot::contents, source.get_token()),
+               QuillonCancellationError);
+
+  EXPECT_FALSE(fs::exists(archive_));
+}
+
+TEST_F(ArchiveMakerTest, AMissingSourceIsAnError) {
+  EXPECT_THROW(make(), QuillonSystemError);
+}
+
+}  // namespace
+}  // namespace quillon
