@@ -1,5 +1,6 @@
 #include "QuillonUpdatesAppKitUI/Presentation/Linux/VeskUpdateGTKText.h"
 
+#include <glibmm/ustring.h>
 #include <gtk/gtk.h>
 
 #include <algorithm>
@@ -14,10 +15,19 @@ namespace {
 /// Dots an inch at which text has its usual size, in the unit of GTK's setting.
 constexpr double kUsualTextResolution = 96.0 * 1024.0;
 
+/// More than a window can show. Laying out texts that never end would freeze it: a label measures itself many times.
+constexpr Glib::ustring::size_type kLongestText = 3000;
+/// Of a text that breaks into lines, at least. In columns any narrower long texts become towers to be measured.
+constexpr int kFewestCharactersOfLine = 24;
+
+Glib::ustring shortened(const Glib::ustring& text) {
+  return text.size() <= kLongestText ? text : text.substr(0, kLongestText) + "…";
+}
+
 void showPlainText(Gtk::Label& label, const std::string& text) {
   label.set_use_markup(false);
   label.set_use_underline(false);
-  label.set_text(text);
+  label.set_text(shortened(text));
   // At the leading edge of the window, whatever the direction of the text itself.
   label.set_xalign(0);
   label.set_halign(Gtk::Align::FILL);
@@ -54,6 +64,8 @@ void showInOneLine(Gtk::Label& label, const std::string& text) {
 
 void showInLines(Gtk::Label& label, const std::string& text, int lineCount) {
   showPlainText(label, multiLineText(text));
+  label.set_width_chars(kFewestCharactersOfLine);
+  label.set_max_width_chars(kFewestCharactersOfLine);
   label.set_wrap(true);
   label.set_wrap_mode(Pango::WrapMode::WORD_CHAR);
   label.set_lines(lineCount);

@@ -16,6 +16,8 @@ namespace quillon {
 /// Measures in points, brought to the user's size of text, in pixels.
 [[nodiscard]] int scaledToText(double points);
 
+// Of texts without end only the beginning is shown.
+
 /// Shows `text` as plain text in one line, cut off at its end where there is no room. It asks for no room of its own
 /// for long texts.
 void showInOneLine(Gtk::Label& label, const std::string& text);

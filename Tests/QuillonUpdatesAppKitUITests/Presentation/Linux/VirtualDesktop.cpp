@@ -24,6 +24,8 @@ namespace {
 
 constexpr int kDisplayDescriptor = 3;
 constexpr int kTickMilliseconds = 5;
+/// More than makes a double click.
+constexpr std::chrono::milliseconds kTimeBetweenClicks{600};
 constexpr unsigned kPatienceSeconds = 30;
 
 pid_t start(const std::vector<std::string>& command, const std::string& log, int descriptorToKeep = -1) {
@@ -173,6 +175,18 @@ void VirtualDesktop::click(Gtk::Widget& widget) {
   XTestFakeButtonEvent(display_, 1, True, CurrentTime);
   XTestFakeButtonEvent(display_, 1, False, CurrentTime);
   XSync(display_, False);
+}
+
+bool VirtualDesktop::clickUntil(Gtk::Widget& page, const std::function<bool()>& condition) {
+  std::chrono::steady_clock::time_point nextClick;
+  return serveUntil([&] {
+    if (condition()) return true;
+    if (const auto now = std::chrono::steady_clock::now(); now >= nextClick) {
+      click(page);
+      nextClick = now + kTimeBetweenClicks;
+    }
+    return false;
+  });
 }
 
 void VirtualDesktop::typeKey(const std::string& name) {

@@ -41,6 +41,9 @@ class VirtualDesktop {
   [[nodiscard]] bool waitUntilShown(Gtk::Window& window);
   /// Presses and releases the first mouse button over the middle of `widget`.
   void click(Gtk::Widget& widget);
+  /// Clicks a page until `condition` holds, and serves windows: nobody tells when a page that is loaded has also been
+  /// drawn by its own process, and a click that comes before it is lost.
+  [[nodiscard]] bool clickUntil(Gtk::Widget& page, const std::function<bool()>& condition);
   /// Presses and releases a key of the keyboard, by its X name: "Return", "Escape", "Tab".
   void typeKey(const std::string& name);
 
