@@ -19,6 +19,12 @@
 
 #include "QuillonUpdatesAppKitUI/Presentation/Linux/VeskUpdateGTKToolkit.h"
 
+/// What libraries keep until the end of a process: fontconfig its fonts, JavaScriptCore and GLib their tables. Leaks of
+/// this system are told all the same.
+extern "C" const char* __lsan_default_suppressions() {  // NOLINT(bugprone-reserved-identifier): the sanitizer's name
+  return "leak:libfontconfig.so\nleak:libjavascriptcoregtk-6.0.so\nleak:libglib-2.0.so\n";
+}
+
 namespace quillon::testing {
 namespace {
 

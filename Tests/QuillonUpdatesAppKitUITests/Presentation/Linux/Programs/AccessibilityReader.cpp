@@ -10,6 +10,11 @@
 #include <string>
 #include <string_view>
 
+/// What libatspi and the libraries under it keep until the end of a process.
+extern "C" const char* __lsan_default_suppressions() {  // NOLINT(bugprone-reserved-identifier): the sanitizer's name
+  return "leak:libatspi.so\nleak:libdbus-1.so\nleak:libglib-2.0.so\nleak:libgobject-2.0.so\n";
+}
+
 namespace {
 
 struct ObjectRelease {
