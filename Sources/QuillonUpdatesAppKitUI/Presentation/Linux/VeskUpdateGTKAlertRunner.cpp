@@ -30,6 +30,8 @@ constexpr int kSpacing = 12;
 constexpr int kIconSize = 48;
 constexpr int kTitleLines = 4;
 constexpr int kLongestButtonTitle = 32;
+/// What a line of the body has room for, from which the scroller around it takes the height.
+constexpr int kCharactersOfBodyLine = 40;
 
 class AlertWindow {
  public:
@@ -97,6 +99,8 @@ class AlertWindow {
     setAccessibilityIdentifier(*body, Identifiers::bodyLabel);
     showInLines(*body, alert.body, -1);
     body->set_ellipsize(Pango::EllipsizeMode::NONE);
+    body->set_width_chars(kCharactersOfBodyLine);
+    body->set_max_width_chars(kCharactersOfBodyLine);
     body->set_yalign(0);
     // Whatever a server or a tool has said, it can be read.
     auto* const scroller = Gtk::make_managed<Gtk::ScrolledWindow>();

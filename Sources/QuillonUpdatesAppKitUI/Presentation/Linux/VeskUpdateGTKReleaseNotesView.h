@@ -8,6 +8,7 @@
 #include "QuillonCore/Values/QuillonURL.h"
 #include "QuillonUpdatesAppKitUI/Presentation/VeskUpdatePromptNavigation.h"
 
+// NOLINTNEXTLINE(bugprone-reserved-identifier): the name that its header gives it
 typedef struct _WebKitWebView WebKitWebView;
 
 namespace quillon {

@@ -76,6 +76,7 @@ void showButtonTitle(Gtk::Button& button, const std::string& title, int longest)
   auto* const label = Gtk::make_managed<Gtk::Label>();
   showInOneLine(*label, title);
   label->set_xalign(0.5F);
+  label->set_hexpand(false);
   label->set_max_width_chars(longest);
   button.set_child(*label);
   setAccessibilityLabel(button, title);
