@@ -12,6 +12,9 @@
 #include <gtkmm/scrolledwindow.h>
 #include <gtkmm/window.h>
 
+#include <algorithm>
+#include <cstddef>
+#include <optional>
 #include <string>
 #include <vector>
 
@@ -30,6 +33,9 @@ constexpr int kSpacing = 12;
 constexpr int kIconSize = 48;
 constexpr int kTitleLines = 4;
 constexpr int kLongestButtonTitle = 32;
+/// What an alert shows as a whole: in bytes, and in lines that the text itself has.
+constexpr std::size_t kLongestBody = 400;
+constexpr std::ptrdiff_t kMostBodyLines = 8;
 /// What a line of the body has room for, from which the scroller around it takes the height.
 constexpr int kCharactersOfBodyLine = 40;
 
@@ -56,6 +62,9 @@ class AlertWindow {
     addButtons(*column, alert);
     row->append(*column);
     window_.set_child(*row);
+    // Only what is in the window can have its keyboard.
+    window_.set_default_widget(*defaultButton_);
+    window_.set_focus(*defaultButton_);
     listen();
   }
 
@@ -88,6 +97,21 @@ class AlertWindow {
     return *icon;
   }
 
+  /// A scroller has a height of its own, which short texts would stand above.
+  static bool needsScroller(const std::string& body) {
+    return body.size() > kLongestBody || std::ranges::count(body, '\n') > kMostBodyLines;
+  }
+
+  /// Whatever a server or a tool has said, it can be read.
+  static Gtk::Widget& makeScroller(Gtk::Label& body) {
+    auto* const scroller = Gtk::make_managed<Gtk::ScrolledWindow>();
+    scroller->set_policy(Gtk::PolicyType::NEVER, Gtk::PolicyType::AUTOMATIC);
+    scroller->set_propagate_natural_height(true);
+    scroller->set_max_content_height(scaledToText(kLongestBodyHeight));
+    scroller->set_child(body);
+    return *scroller;
+  }
+
   void addTexts(Gtk::Box& column, const VeskUpdateAlert& alert) {
     auto* const title = Gtk::make_managed<Gtk::Label>();
     setAccessibilityIdentifier(*title, Identifiers::titleLabel);
@@ -102,14 +126,8 @@ class AlertWindow {
     body->set_width_chars(kCharactersOfBodyLine);
     body->set_max_width_chars(kCharactersOfBodyLine);
     body->set_yalign(0);
-    // Whatever a server or a tool has said, it can be read.
-    auto* const scroller = Gtk::make_managed<Gtk::ScrolledWindow>();
-    scroller->set_policy(Gtk::PolicyType::NEVER, Gtk::PolicyType::AUTOMATIC);
-    scroller->set_propagate_natural_height(true);
-    scroller->set_max_content_height(scaledToText(kLongestBodyHeight));
-    scroller->set_child(*body);
-    scroller->set_visible(!alert.body.empty());
-    column.append(*scroller);
+    body->set_visible(!alert.body.empty());
+    column.append(needsScroller(alert.body) ? makeScroller(*body) : *body);
 
     if (!alert.suppressionCheckbox) return;
     checkbox_ = Gtk::make_managed<Gtk::CheckButton>();
@@ -134,8 +152,7 @@ class AlertWindow {
       row->prepend(*button);
       if (index == 0) {
         button->add_css_class("suggested-action");
-        window_.set_default_widget(*button);
-        window_.set_focus(*button);
+        defaultButton_ = button;
       }
     }
     lastButton_ = titles.size() - 1;
@@ -170,6 +187,7 @@ class AlertWindow {
   GMainLoop* const loop_ = g_main_loop_new(nullptr, FALSE);
   Gtk::Window window_;
   Gtk::CheckButton* checkbox_ = nullptr;  // the window's
+  Gtk::Button* defaultButton_ = nullptr;  // the window's
   std::size_t lastButton_ = 0;
   VeskUpdateAlertAnswer answer_;
 };
