@@ -1,6 +1,5 @@
 #include "QuillonTool/QuillonToolFeedAdd.h"
 
-#include <chrono>
 #include <cstddef>
 #include <map>
 #include <optional>
@@ -16,10 +15,12 @@
 #include "QuillonTool/FeedAdd/FeedDocument.h"
 #include "QuillonTool/FeedAdd/FeedEntryOptions.h"
 #include "QuillonTool/FeedAdd/FeedRelease.h"
+#include "QuillonTool/FeedDay.h"
 #include "QuillonTool/FeedLint/FeedFindingText.h"
 #include "QuillonTool/FeedLint/FeedLint.h"
 #include "QuillonTool/FeedLint/QuotedFeedText.h"
 #include "QuillonTool/QuillonToolFeedFile.h"
+#include "QuillonTool/QuillonToolFileOperand.h"
 #include "QuillonTool/QuillonToolUsageError.h"
 #include "QuillonUpdatesCore/VeskUpdateFeedKeys.h"
 
@@ -103,20 +104,7 @@ std::string archiveURL(const QuillonToolArguments& arguments) {
   }
   if (whole) return *whole;
   if (!prefix->ends_with('/')) *prefix += '/';
-  return *prefix + escapedName(QuillonURL::fileURL(arguments.requiredValue(kArchive)));
-}
-
-/// The day that it is in this machine's time zone, as feeds write it.
-std::string today() {
-  const auto calendar = makeSystemCalendar();
-  const QuillonDate now = QuillonSystemClock().now();
-  // No zone is more than a day away from universal time.
-  auto day = std::chrono::floor<std::chrono::days>(now) + std::chrono::days(1);
-  while (calendar->startOfDay(day).value_or(QuillonDate::max()) > now) day -= std::chrono::days(1);
-  const std::chrono::year_month_day date(day);
-  const auto twoDigits = [](unsigned number) { return (number < 10 ? "0" : "") + std::to_string(number); };
-  return std::to_string(static_cast<int>(date.year())) + "-" + twoDigits(static_cast<unsigned>(date.month())) + "-" +
-         twoDigits(static_cast<unsigned>(date.day()));
+  return *prefix + escapedName(fileAt(arguments.requiredValue(kArchive), kArchive));
 }
 
 /// What the entry of the release has to say, but for what depends on the entry that there is.
@@ -169,7 +157,8 @@ Change makeChange(const FeedDocument& feed, const FeedRelease& release, const Qu
                                   Value(rangeFrom(*minimum, stringOrEmpty(change.before, Keys::os))));
   }
   if (!texts.contains(Keys::releaseDate) && change.isOtherRelease()) {
-    change.after.insert_or_assign(std::string(Keys::releaseDate), Value(today()));
+    change.after.insert_or_assign(std::string(Keys::releaseDate),
+                                  Value(feedDayText(feedDayAt(QuillonSystemClock().now(), *makeSystemCalendar()))));
   }
   return change;
 }
@@ -229,11 +218,11 @@ QuillonToolExitStatus add(const QuillonToolArguments& arguments, const QuillonTo
                           QuillonToolConsole& console) {
   const QuillonFileManaging& fileManager = *services.fileManager;
   const auto& operands = arguments.operands({"FILE", "APP"});
-  const QuillonURL file = feedFile(operands[0]);
-  const QuillonURL bundle = QuillonURL::fileURL(operands[1]);
+  const QuillonURL file = fileAt(operands[0], "FILE");
+  const QuillonURL bundle = fileAt(operands[1], "APP");
   (void)textsOf({}, arguments);  // a wrong command line is found before any file is looked at
   const std::optional<std::string> archive = arguments.value(kArchive);
-  const std::uint64_t archiveSize = archive ? sizeOfArchive(QuillonURL::fileURL(*archive), fileManager) : 0;
+  const std::uint64_t archiveSize = archive ? sizeOfArchive(fileAt(*archive, kArchive), fileManager) : 0;
   FeedDocument feed = readDocument(file, fileManager);
 
   const Change change = makeChange(feed, readFeedRelease(bundle, fileManager), arguments);

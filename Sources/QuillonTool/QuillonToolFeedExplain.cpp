@@ -9,8 +9,8 @@
 #include "QuillonTool/FeedExplain/FeedExplanation.h"
 #include "QuillonTool/FeedLint/QuotedFeedText.h"
 #include "QuillonTool/QuillonToolFeedFile.h"
-#include "QuillonUpdatesCore/VeskUpdateFeedParser.h"
-#include "QuillonUpdatesCore/VeskUpdateFeedParserError.h"
+#include "QuillonTool/QuillonToolFileOperand.h"
+#include "QuillonUpdatesCore/VeskUpdateFeed.h"
 
 namespace quillon {
 namespace {
@@ -53,15 +53,6 @@ A DATE is 2024-06-10T12:00:00Z, with an offset 2024-06-10T14:00:00+02:00, or
 Exit status: 0 when the feed was explained, whether an entry is offered or not;
 1 when the file is no feed or cannot be read; 2 for a wrong command line.
 )";
-
-VeskUpdateFeed readFeed(const QuillonURL& file, const QuillonFileManaging& fileManager) {
-  std::string bytes = bytesOfFeed(file, fileManager);
-  try {
-    return VeskUpdateFeedParser().parseFeed(std::move(bytes));
-  } catch (const VeskUpdateFeedParserError& error) {
-    throw QuillonError(file.path() + ": " + error.description());
-  }
-}
 
 /// "Entry 2 "3.0": not offered, os: "12.6" is not within "13.0"".
 std::string headline(const FeedEntryExplanation& entry) {
@@ -106,9 +97,9 @@ void explainInJSON(const VeskUpdateFeed& feed, const FeedCheckContext& context, 
 
 QuillonToolExitStatus explain(const QuillonToolArguments& arguments, const QuillonToolServices& services,
                               QuillonToolConsole& console) {
-  const QuillonURL file = feedFile(arguments.operands({"FILE"}).front());
+  const QuillonURL file = fileOperand(arguments, "FILE");
   const FeedCheckContext context = readFeedCheckContext(arguments, QuillonSystemClock().now());
-  const VeskUpdateFeed feed = readFeed(file, *services.fileManager);
+  const VeskUpdateFeed feed = readFeedFile(file, *services.fileManager);
   if (arguments.has("--json")) {
     explainInJSON(feed, context, console);
   } else {

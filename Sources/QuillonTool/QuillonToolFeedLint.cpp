@@ -10,6 +10,7 @@
 #include "QuillonTool/FeedLint/FeedFindingText.h"
 #include "QuillonTool/FeedLint/FeedLint.h"
 #include "QuillonTool/QuillonToolFeedFile.h"
+#include "QuillonTool/QuillonToolFileOperand.h"
 #include "QuillonTool/QuillonToolJSONObject.h"
 
 namespace quillon {
@@ -40,7 +41,7 @@ struct LintedFile {
 };
 
 LintedFile lintFile(const std::string& path, const QuillonFileManaging& fileManager) {
-  const QuillonURL file = feedFile(path);
+  const QuillonURL file = fileAt(path, "FILE");
   try {
     return {.path = path, .report = lintFeedBytes(bytesOfFeed(file, fileManager))};
   } catch (const QuillonError& error) {

@@ -19,6 +19,7 @@
 #include "QuillonCore/Runtime/QuillonSystemMonotonicTime.h"
 #include "QuillonCore/Text/DecimalNumber.h"
 #include "QuillonCore/Values/PropertyListReading.h"
+#include "QuillonTool/FeedDay.h"
 #include "QuillonTool/FeedSimulation/FeedInstallCount.h"
 #include "QuillonTool/FeedSimulation/FeedPopulationReader.h"
 #include "QuillonTool/FeedSimulation/FeedSimulation.h"
@@ -26,11 +27,10 @@
 #include "QuillonTool/FeedSimulation/FeedSimulationPlot.h"
 #include "QuillonTool/FeedSimulation/FeedSimulationProgressLine.h"
 #include "QuillonTool/FeedSimulation/FeedSimulationTable.h"
+#include "QuillonTool/QuillonToolFeedFile.h"
 #include "QuillonTool/QuillonToolFileOperand.h"
 #include "QuillonTool/QuillonToolUsageError.h"
 #include "QuillonUpdatesCore/VeskUpdateFeedKeys.h"
-#include "QuillonUpdatesCore/VeskUpdateFeedParser.h"
-#include "QuillonUpdatesCore/VeskUpdateFeedParserError.h"
 
 namespace quillon {
 namespace {
@@ -76,7 +76,6 @@ Exit status: 0 when the simulation ran, whatever it found; 1 when a file could
 not be read or written; 2 for a wrong command line or population.
 )";
 
-constexpr std::size_t kLargestFeed = std::size_t{1} << 30;
 constexpr std::size_t kLargestPopulation = std::size_t{16} << 20;
 /// Pieces of work for each processor, so that no one waits long for the last piece.
 constexpr std::size_t kPartsPerWorker = 8;
@@ -107,26 +106,17 @@ Number numberOption(const QuillonToolArguments& arguments, std::string_view opti
   return *number;
 }
 
-std::optional<std::string> pathOption(const QuillonToolArguments& arguments, std::string_view option) {
-  std::optional<std::string> path = arguments.value(option);
-  if (path && path->empty()) throw QuillonToolUsageError("The option " + std::string(option) + " has an empty path.");
-  return path;
-}
-
-VeskUpdateFeed readFeed(const QuillonURL& file, const QuillonFileManaging& fileManager) {
-  try {
-    return VeskUpdateFeedParser().parseFeed(fileManager.contentsOfFile(file, kLargestFeed));
-  } catch (const VeskUpdateFeedParserError& error) {
-    throw QuillonError(file.path() + ": " + error.description());
-  }
+std::optional<QuillonURL> fileOption(const QuillonToolArguments& arguments, std::string_view option) {
+  const std::optional<std::string> path = arguments.value(option);
+  return path ? std::optional(fileAt(*path, option)) : std::nullopt;
 }
 
 FeedPopulation readPopulation(const QuillonToolArguments& arguments, const VeskUpdateFeed& feed,
                               const QuillonFileManaging& fileManager) {
   FeedPopulation population = FeedPopulation::suitedTo(feed);
   const FeedPopulationReader reader{population};
-  if (const auto path = pathOption(arguments, "--population")) {
-    reader.readPropertyList(fileManager.contentsOfFile(QuillonURL::fileURL(*path), kLargestPopulation));
+  if (const auto file = fileOption(arguments, "--population")) {
+    reader.readPropertyList(fileManager.contentsOfFile(fileManager.resolvingSymbolicLinks(*file), kLargestPopulation));
   }
   for (const PropertyOption& option : kPropertyOptions) {
     if (const auto text = arguments.value(option.option)) reader.readProperty(option.property, *text);
@@ -136,22 +126,22 @@ FeedPopulation readPopulation(const QuillonToolArguments& arguments, const VeskU
 }
 
 /// The latest release date of the feed's updates, else today.
-std::chrono::year_month_day defaultStart(const VeskUpdateFeed& feed) {
+std::chrono::year_month_day defaultStart(const VeskUpdateFeed& feed, const QuillonCalendar& calendar) {
   std::optional<std::chrono::year_month_day> latest;
   for (const VeskUpdateFeedEntry entry : feed) {
     if (stringOrEmpty(entry, VeskUpdateFeedKeys::type) != VeskUpdateFeedKeys::updateType) continue;
-    const auto day = FeedSimulationPeriod::dayOf(stringOrEmpty(entry, VeskUpdateFeedKeys::releaseDate));
+    const auto day = feedDay(stringOrEmpty(entry, VeskUpdateFeedKeys::releaseDate));
     if (day && (!latest || *day > *latest)) latest = day;
   }
-  return latest.value_or(std::chrono::floor<std::chrono::days>(QuillonSystemClock().now()));
+  return latest ? *latest : feedDayAt(QuillonSystemClock().now(), calendar);
 }
 
 FeedSimulationPeriod readPeriod(const QuillonToolArguments& arguments, const VeskUpdateFeed& feed,
                                 const QuillonCalendar& calendar) {
   const auto days = numberOption<std::int64_t>(arguments, "--days", 1, FeedSimulationPeriod::kMostDays, 30);
   const std::optional<std::string> start = arguments.value("--start");
-  if (!start) return {calendar, defaultStart(feed), days};
-  const auto day = FeedSimulationPeriod::dayOf(*start);
+  if (!start) return {calendar, defaultStart(feed, calendar), days};
+  const auto day = feedDay(*start);
   if (!day) throw QuillonToolUsageError("Option --start needs a day such as 2024-06-10, not \"" + *start + "\".");
   return {calendar, *day, days};
 }
@@ -186,9 +176,9 @@ QuillonToolExitStatus simulate(const QuillonToolArguments& arguments, const Quil
     archiveSize =
         numberOption<std::int64_t>(arguments, "--archive-size", 0, std::numeric_limits<std::int64_t>::max(), 0);
   }
-  const std::optional<std::string> drawing = pathOption(arguments, "--svg");
+  const std::optional<QuillonURL> drawing = fileOption(arguments, "--svg");
 
-  const VeskUpdateFeed feed = readFeed(file, *services.fileManager);
+  const VeskUpdateFeed feed = readFeedFile(file, *services.fileManager);
   const std::shared_ptr<const QuillonCalendar> calendar = makeSystemCalendar();
   const FeedSimulationModel model(feed, readPopulation(arguments, feed, *services.fileManager),
                                   readPeriod(arguments, feed, *calendar), archiveSize, calendar);
@@ -197,7 +187,7 @@ QuillonToolExitStatus simulate(const QuillonToolArguments& arguments, const Quil
   const FeedSimulationReport report{.model = model, .result = result, .installs = installs, .seed = seed};
   if (drawing) {
     const std::string title = "Roll-out of " + std::string(file.lastPathComponent());
-    services.fileManager->writeFileAtomically(QuillonURL::fileURL(*drawing), feedSimulationPlot(report, title));
+    services.fileManager->writeFileAtomically(*drawing, feedSimulationPlot(report, title));
   }
   print(report, arguments, console);
   return kToolSuccess;

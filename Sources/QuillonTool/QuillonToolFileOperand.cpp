@@ -8,7 +8,10 @@
 namespace quillon {
 
 QuillonURL fileOperand(const QuillonToolArguments& arguments, std::string_view name) {
-  const std::string& path = arguments.operands({name}).front();
+  return fileAt(arguments.operands({name}).front(), name);
+}
+
+QuillonURL fileAt(std::string_view path, std::string_view name) {
   if (path.empty()) throw QuillonToolUsageError(std::string(name).append(" is an empty path; write where it is."));
   return QuillonURL::fileURL(path);
 }

@@ -12,6 +12,10 @@ namespace quillon {
 /// QuillonToolUsageError when there is not exactly one operand, or it is empty.
 [[nodiscard]] QuillonURL fileOperand(const QuillonToolArguments& arguments, std::string_view name);
 
+/// The file or folder at `path`, which the command line gives for `name`; it need not exist. Throws
+/// QuillonToolUsageError for an empty path, which would stand for the current folder.
+[[nodiscard]] QuillonURL fileAt(std::string_view path, std::string_view name);
+
 /// Throws QuillonError unless `bundle` is a folder. Without this check a mistyped path looks like a broken bundle.
 void requireBundle(const QuillonURL& bundle, const QuillonFileManaging& fileManager);
 

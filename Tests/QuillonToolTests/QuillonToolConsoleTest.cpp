@@ -17,9 +17,10 @@ class QuillonToolConsoleTest : public ::testing::Test {
 
 TEST_F(QuillonToolConsoleTest, LinesCannotSteerTheTerminal) {
   console_.printLine("a\x1b[2J\nb");
+  console_.printLine("\u009B2J");
   console_.printError("c\rd");
 
-  EXPECT_EQ(output_.str(), "a\\x1b[2J\\x0ab\n");
+  EXPECT_EQ(output_.str(), "a\\x1b[2J\\x0ab\n\\x9b2J\n");
   EXPECT_EQ(error_.str(), "c\\x0dd\n");
 }
 

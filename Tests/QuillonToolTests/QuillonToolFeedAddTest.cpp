@@ -228,5 +228,17 @@ TEST_F(QuillonToolFeedAddTest, OneAddressMustBeGiven) {
   EXPECT_EQ(add({"--url-prefix", "https://e.com"}).status, 2);
 }
 
+TEST_F(QuillonToolFeedAddTest, EmptyPathsAreWrong) {
+  const auto run = [&](const std::string& feed, const std::string& bundle, const std::string& archive) {
+    return run_({"feed", "add", feed, bundle, "--archive=" + archive, "--archive-url", "https://e.com/a.zip"});
+  };
+  const std::string archive = (folder_ / "Sample 3.0.zip").string();
+
+  EXPECT_EQ(run("", bundle_.string(), archive).status, 2);
+  EXPECT_EQ(run(feed_.string(), "", archive).status, 2);
+  EXPECT_EQ(run(feed_.string(), bundle_.string(), "").status, 2);
+  EXPECT_EQ(run(feed_.string(), bundle_.string(), archive).status, 0);
+}
+
 }  // namespace
 }  // namespace quillon

@@ -5,7 +5,6 @@
 #include "QuillonCore/Runtime/QuillonSystemServices.h"
 #include "QuillonCore/Values/QuillonError.h"
 #include "QuillonTool/QuillonToolFeedFile.h"
-#include "QuillonTool/QuillonToolUsageError.h"
 #include "Support/TemporaryDirectory.h"
 
 namespace quillon {
@@ -16,20 +15,29 @@ TEST(QuillonToolFeedFileTest, IsReadThroughALink) {
   testing::writeFile(folder / "a.plist", "bytes");
   std::filesystem::create_symlink("a.plist", folder / "link");
 
-  EXPECT_EQ(bytesOfFeed(feedFile((folder / "link").string()), *makeSystemFileManager()), "bytes");
+  EXPECT_EQ(bytesOfFeed(QuillonURL::fileURL((folder / "link").string()), *makeSystemFileManager()), "bytes");
 }
 
 TEST(QuillonToolFeedFileTest, WhatCannotBeReadIsNamed) {
   try {
-    (void)bytesOfFeed(feedFile("/none.plist"), *makeSystemFileManager());
+    (void)bytesOfFeed(QuillonURL::fileURL("/none.plist"), *makeSystemFileManager());
     FAIL();
   } catch (const QuillonError& error) {
-    EXPECT_TRUE(error.description().starts_with("Cannot read /none.plist: ")) << error.description();
+    EXPECT_EQ(error.description(), "Cannot read /none.plist: No such file or directory (ENOENT)");
   }
 }
 
-TEST(QuillonToolFeedFileTest, AnEmptyPathIsAUsageError) {
-  EXPECT_THROW((void)feedFile(""), QuillonToolUsageError);
+TEST(QuillonToolFeedFileTest, WhatIsNoFeedIsNamed) {
+  const testing::TemporaryDirectory folder;
+  testing::writeFile(folder / "a.plist", "<plist><array/></plist>");
+  const QuillonURL file = QuillonURL::fileURL((folder / "a.plist").string());
+
+  try {
+    (void)readFeedFile(file, *makeSystemFileManager());
+    FAIL();
+  } catch (const QuillonError& error) {
+    EXPECT_EQ(error.description(), file.path() + ": Feed not found");
+  }
 }
 
 }  // namespace

@@ -6,6 +6,9 @@
 #include <string>
 #include <vector>
 
+#include "QuillonCore/Runtime/QuillonSystemCalendar.h"
+#include "QuillonCore/Runtime/QuillonSystemClock.h"
+#include "QuillonTool/FeedDay.h"
 #include "QuillonTool/QuillonToolFeedSimulate.h"
 #include "QuillonToolTests/ToolRun.h"
 #include "Support/ApplicationBundleBuilder.h"
@@ -15,6 +18,7 @@
 namespace quillon {
 namespace {
 
+using ::testing::AnyOf;
 using ::testing::HasSubstr;
 using ::testing::IsEmpty;
 using ::testing::Not;
@@ -25,6 +29,11 @@ std::string between(const std::string& text, const std::string& mark, const std:
                     const std::string& end) {
   const std::size_t start = text.find(begin, text.find(mark)) + begin.size();
   return text.substr(start, text.find(end, start) - start);
+}
+
+/// The day of this process's time zone.
+std::string today() {
+  return feedDayText(feedDayAt(QuillonSystemClock().now(), *makeSystemCalendar()));
 }
 
 class QuillonToolFeedSimulateTest : public ::testing::Test {
@@ -60,7 +69,7 @@ TEST_F(QuillonToolFeedSimulateTest, SimulatesFromTheLatestReleaseOn) {
 
   EXPECT_EQ(result.status, 0);
   EXPECT_THAT(result.output, HasSubstr("700 installs, 2 days from 2024-06-10, seed 1\n"));
-  EXPECT_THAT(result.output, HasSubstr("Entry 0, 3.0: offered to 200 installs, 28.5 %\n"));
+  EXPECT_THAT(result.output, HasSubstr("Entry 1, 3.0: offered to 200 installs, 28.5 %\n"));
   EXPECT_THAT(result.output, HasSubstr("    groups: 0 (100), 1 (100)\n"));
   EXPECT_THAT(result.output, HasSubstr("Not modelled: "));
   EXPECT_THAT(result.error, IsEmpty());
@@ -150,7 +159,7 @@ TEST_F(QuillonToolFeedSimulateTest, NumbersOutOfRangeAreRefused) {
   EXPECT_THAT(refusal({"--archive-size", "-1"}), HasSubstr("--archive-size"));
   EXPECT_THAT(refusal({"--start", "2024-02-30"}), HasSubstr("needs a day such as 2024-06-10"));
   EXPECT_THAT(refusal({"--check-hours", "0"}), HasSubstr("checkHours"));
-  EXPECT_THAT(refusal({"--svg="}), HasSubstr("The option --svg has an empty path."));
+  EXPECT_THAT(refusal({"--svg="}), HasSubstr("--svg is an empty path"));
 }
 
 TEST_F(QuillonToolFeedSimulateTest, TheMostInstallsAreSimulated) {
@@ -176,17 +185,36 @@ TEST_F(QuillonToolFeedSimulateTest, WhatIsNoFeedIsAFailure) {
 
 TEST_F(QuillonToolFeedSimulateTest, AFeedWithoutDateStartsToday) {
   testing::writeFile(feed_, "<plist><array><dict/></array></plist>");
+  // At any time it is another day than in UTC in one of these.
+  for (const char* zone : {"Pacific/Kiritimati", "Etc/GMT+12"}) {
+    const ScopedTimeZone scope(zone);
+    const std::string before = today();
 
-  const ToolResult result = simulate({"--days", "1"});
+    const ToolResult result = simulate({"--days", "1"});
 
-  EXPECT_EQ(result.status, 0);
-  EXPECT_THAT(result.output, HasSubstr("No install is offered anything.\n"));
+    EXPECT_EQ(result.status, 0);
+    EXPECT_THAT(result.output, AnyOf(HasSubstr("from " + before), HasSubstr("from " + today())));
+    EXPECT_THAT(result.output, HasSubstr("No install is offered anything.\n"));
+  }
+}
+
+TEST_F(QuillonToolFeedSimulateTest, FilesAreReadThroughLinks) {
+  testing::writeFile(folder_ / "population.plist",
+                     "<plist><dict><key>versions</key><dict><key>2.0</key><integer>1</integer></dict></dict></plist>");
+  std::filesystem::create_symlink("population.plist", folder_ / "population");
+  std::filesystem::create_symlink("feed.plist", folder_ / "link");
+
+  const ToolResult result = testing::ToolRun()({"feed", "simulate", (folder_ / "link").string(), "--days", "1",
+                                                "--population", (folder_ / "population").string()});
+
+  EXPECT_EQ(result.status, 0) << result.error;
+  EXPECT_THAT(result.output, HasSubstr("    versions: 2.0 ("));
 }
 
 TEST_F(QuillonToolFeedSimulateTest, TheExampleOfTheDocumentIsTrue) {
   const ScopedTimeZone zone("UTC");
   const std::string document = testing::readFile(QUILLON_SOURCE_FOLDER "/docs/feed-format.md");
-  testing::writeFile(feed_, between(document, "# Feed format", "```xml\n", "```"));
+  testing::writeFile(feed_, between(document, "\n## Staggered roll-out\n", "```xml\n", "```"));
   const std::string example =
       between(document, "\n## Staggered roll-out\n", "```\n$ quillon feed simulate feed.plist ", "```");
   const std::size_t lineEnd = example.find('\n');

@@ -31,6 +31,11 @@ TEST(QuillonToolFileOperandTest, IsExactlyOneWordAndNotEmpty) {
   EXPECT_THROW((void)operandOf({""}), QuillonToolUsageError);
 }
 
+TEST(QuillonToolFileOperandTest, AnEmptyPathIsNotTheCurrentFolder) {
+  EXPECT_THROW((void)fileAt("", "--archive"), QuillonToolUsageError);
+  EXPECT_EQ(fileAt("/a.zip", "--archive").path(), "/a.zip");
+}
+
 TEST(QuillonToolFileOperandTest, OnlyAFolderCanBeABundle) {
   const testing::TemporaryDirectory folder;
   testing::writeFile(folder / "file", "text");

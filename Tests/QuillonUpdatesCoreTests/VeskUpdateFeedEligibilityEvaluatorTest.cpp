@@ -3,11 +3,13 @@
 #include <chrono>
 #include <cstdint>
 #include <limits>
+#include <memory>
 #include <optional>
 #include <ostream>
 #include <string>
 #include <string_view>
 
+#include "QuillonCore/Contracts/QuillonCalendar.h"
 #include "QuillonUpdatesCore/VeskUpdateFeedEligibilityEvaluator.h"
 #include "QuillonUpdatesCore/VeskUpdateVersionComparison.h"
 #include "QuillonUpdatesCoreTests/FeedMaking.h"
@@ -369,6 +371,41 @@ TEST_F(VeskUpdateFeedStaggeringTest, DaysCountFromYear1WithoutAReleaseDay) {
 
   EXPECT_TRUE(appliesAt(utc(2024, 6, 10), 365));
   EXPECT_FALSE(appliesAt(utc(2024, 6, 10), 1'000'000)) << "a date of the year 2738";
+}
+
+/// Has days that start as late as a day can, and adds days as much as three days too late: the most that its contract
+/// allows.
+class LatestCalendar final : public QuillonCalendar {
+ public:
+  [[nodiscard]] std::optional<QuillonDate> startOfDay(std::chrono::year_month_day day) const noexcept override {
+    return std::chrono::sys_days(day) + days(1) - microseconds(1);
+  }
+  [[nodiscard]] std::optional<QuillonDate> addingDays(QuillonDate date, std::int64_t count) const noexcept override {
+    return date + days(count) + days(3) - microseconds(1);
+  }
+};
+
+TEST_F(VeskUpdateFeedStaggeringTest, TheCalendarDecidesHoweverLateItsDaysAre) {
+  const auto calendar = std::make_shared<LatestCalendar>();
+  const VeskUpdateFeedEligibilityEvaluator evaluator(calendar);
+  const VeskUpdateFeed feed = feedOf({entry_});
+  VeskUpdateFeedApplicabilityContext context = installation();
+  context.shouldApplyUserStaggering = true;
+  const auto appliesAt = [&](QuillonDate now) {
+    context.now = now;
+    return evaluator.evaluateApplicability(feed.at(0), context, &VeskUpdateVersionComparison::compare)
+        .shouldProcessFeed;
+  };
+
+  for (std::int64_t group = 1; group <= 30; ++group) {
+    context.userStaggerGroup = group;
+    const QuillonDate threshold =
+        calendar->addingDays(utc(2024, 6, 11) - microseconds(1), group).value_or(kDistantPast);
+
+    EXPECT_FALSE(appliesAt(threshold - microseconds(1))) << group;
+    EXPECT_TRUE(appliesAt(threshold)) << group;
+    EXPECT_TRUE(appliesAt(threshold + days(7))) << group;
+  }
 }
 
 /// An update that applies, with the identifier "an-id".

@@ -109,7 +109,7 @@ TEST_F(QuillonToolScenarioTest, ARollOutIsSimulatedAndDrawn) {
 
   EXPECT_EQ(result.status, 0);
   EXPECT_THAT(result.output, StartsWith("14000 installs, 7 days from 2024-06-10, seed 1\n"));
-  EXPECT_THAT(result.output, HasSubstr("Entry 0, 3.0: offered to 14000 installs, 100.0 %\n"));
+  EXPECT_THAT(result.output, HasSubstr("Entry 1, 3.0: offered to 14000 installs, 100.0 %\n"));
   EXPECT_THAT(testing::readFile(folder_ / "rollout.svg"), HasSubstr("<title>Roll-out of feed.plist</title>"));
 }
 

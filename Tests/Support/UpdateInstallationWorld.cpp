@@ -3,6 +3,7 @@
 #include <algorithm>
 #include <cctype>
 #include <exception>
+#include <string_view>
 #include <system_error>
 #include <thread>
 
@@ -29,21 +30,42 @@ class BytesInMemory final : public VeskUpdateInstallerDownloadedData {
   const std::string bytes_;
 };
 
-/// Whether `name` is what makeUUIDString() makes.
-bool isUUID(const std::string& name) {
-  constexpr std::size_t kLength = 36;
-  return name.size() == kLength && std::ranges::count(name, '-') == 4 && std::ranges::all_of(name, [](char c) {
-           return c == '-' || std::isxdigit(static_cast<unsigned char>(c)) != 0;
-         });
+constexpr std::size_t kUUIDLength = 36;
+
+bool isUUID(std::string_view text) {
+  for (std::size_t i = 0; i < text.size(); ++i) {
+    const bool isDash = i == 8 || i == 13 || i == 18 || i == 23;
+    if (isDash ? text[i] != '-' : std::isxdigit(static_cast<unsigned char>(text[i])) == 0) return false;
+  }
+  return text.size() == kUUIDLength;
 }
 
 std::string withoutUUIDs(const fs::path& path) {
   fs::path result;
-  for (const fs::path& component : path) result /= isUUID(component.string()) ? fs::path("UUID") : component;
+  for (const fs::path& component : path) {
+    std::string name = component.string();
+    if (name.size() >= kUUIDLength && isUUID(std::string_view(name).substr(name.size() - kUUIDLength))) {
+      name.replace(name.size() - kUUIDLength, kUUIDLength, "UUID");
+    }
+    result /= name;
+  }
   return result.string();
 }
 
 }  // namespace
+
+std::vector<std::string> itemsBelow(const std::vector<fs::path>& roots, const fs::path& base) {
+  std::vector<std::string> names;
+  for (const fs::path& root : roots) {
+    if (!fs::is_directory(root)) continue;
+    for (const fs::directory_entry& entry : fs::recursive_directory_iterator(root)) {
+      const fs::path path = fs::relative(entry.path(), base);
+      if (path.string().find(".app/") == std::string::npos) names.push_back(withoutUUIDs(path));
+    }
+  }
+  std::ranges::sort(names);
+  return names;
+}
 
 void Interactions::at(int n, std::function<void()> action) {
   const std::lock_guard guard(lock_);
@@ -226,17 +248,7 @@ std::string UpdateInstallationWorld::install(const VeskAppBundleUpdateRequest& r
 }
 
 std::vector<std::string> UpdateInstallationWorld::leftBehind() const {
-  std::vector<std::string> names;
-  for (const fs::path& root : {support, temporary}) {
-    if (!fs::exists(root)) continue;
-    for (const fs::directory_entry& entry : fs::recursive_directory_iterator(root)) {
-      // What is in a bundle is no concern of the coordinator.
-      const std::string name = fs::relative(entry.path(), folder.path()).string();
-      if (name.find(".app/") == std::string::npos) names.push_back(withoutUUIDs(fs::path(name)));
-    }
-  }
-  std::ranges::sort(names);
-  return names;
+  return itemsBelow({support, temporary}, folder.path());
 }
 
 }  // namespace quillon::testing

@@ -37,6 +37,11 @@ class Interactions {
   std::function<void()> action_;  // guarded by lock_
 };
 
+/// Every file and folder below those of `roots` that are folders, relative to `base` and sorted. What is in an
+/// application bundle is left out; a UUID at the end of a name is written "UUID".
+[[nodiscard]] std::vector<std::string> itemsBelow(const std::vector<std::filesystem::path>& roots,
+                                                  const std::filesystem::path& base);
+
 /// Delivers archives from memory.
 class FakeInstallerNetworkClient final : public VeskUpdateInstallerNetworkClient {
  public:

@@ -12,7 +12,8 @@ using QuillonDiagnosticLog = std::function<void(std::string_view line)>;
 /// Writes a line to the system's log. Control characters are replaced, so that one line stays one line.
 void writeToSystemLog(std::string_view line) noexcept;
 
-/// `line` with control characters written as "\xHH".
+/// `line`, whole, as logText() leaves it: what ends or turns around lines or steers a terminal is written as "\x1b" or
+/// "\u202e".
 [[nodiscard]] std::string withControlCharactersEscaped(std::string_view line);
 
 }  // namespace quillon

@@ -30,7 +30,7 @@ FeedInstalledVersions::FeedInstalledVersions(const FeedPopulation::Shares<FeedPo
 
 std::string FeedInstalledVersions::label(std::size_t state) const {
   if (const auto& known = states_[state]) return known->text();
-  return "entry " + std::to_string(state - versionCount_);
+  return "entry " + std::to_string(state - versionCount_ + 1);
 }
 
 }  // namespace quillon

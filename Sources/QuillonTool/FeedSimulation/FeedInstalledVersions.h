@@ -27,7 +27,7 @@ class FeedInstalledVersions {
   [[nodiscard]] const std::optional<FeedPopulation::Version>& version(std::size_t state) const noexcept {
     return states_[state];
   }
-  /// A name for people.
+  /// A name for people, who count entries from 1.
   [[nodiscard]] std::string label(std::size_t state) const;
 
  private:

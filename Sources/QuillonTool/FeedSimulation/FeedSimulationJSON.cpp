@@ -8,7 +8,7 @@
 #include <vector>
 
 #include "QuillonCore/Values/PropertyListReading.h"
-#include "QuillonTool/FeedSimulation/FeedSimulationPeriod.h"
+#include "QuillonTool/FeedDay.h"
 #include "QuillonTool/QuillonToolJSONObject.h"
 #include "QuillonUpdatesCore/VeskUpdateFeedKeys.h"
 
@@ -63,7 +63,7 @@ Object dayObject(const FeedSimulationReport& report, std::size_t index) {
   const FeedSimulationReport::Day day = report.day(index);
   Object object;
   object.withNumber("day", index)
-      .with("date", FeedSimulationPeriod::textOf(report.model.period().days()[index].date))
+      .with("date", feedDayText(report.model.period().days()[index].date))
       .withNumber("checks", day.checks)
       .withNumber("downloads", day.downloads)
       .withNumber("mostDownloadsInAnHour", day.mostDownloadsInAnHour);

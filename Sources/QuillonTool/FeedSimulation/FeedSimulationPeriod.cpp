@@ -1,8 +1,7 @@
 #include "QuillonTool/FeedSimulation/FeedSimulationPeriod.h"
 
-#include <algorithm>
+#include <optional>
 
-#include "QuillonCore/Text/DecimalNumber.h"
 #include "QuillonTool/QuillonToolUsageError.h"
 
 namespace quillon {
@@ -27,10 +26,6 @@ std::int64_t hoursUntil(QuillonDate end, QuillonDate start) {
   return std::chrono::ceil<hours>(end - start).count();
 }
 
-std::string padded(const std::string& number, std::size_t width) {
-  return std::string(width - std::min(width, number.size()), '0') + number;
-}
-
 }  // namespace
 
 FeedSimulationPeriod::FeedSimulationPeriod(const QuillonCalendar& calendar, year_month_day first, std::int64_t dayCount)
@@ -48,24 +43,6 @@ FeedSimulationPeriod::FeedSimulationPeriod(const QuillonCalendar& calendar, year
     hourCount_ = end;
     dayStart = nextStart;
   }
-}
-
-std::optional<year_month_day> FeedSimulationPeriod::dayOf(std::string_view text) noexcept {
-  if (text.size() != 10 || text.find_first_not_of("0123456789-") != std::string_view::npos) return std::nullopt;
-  if (text[4] != '-' || text[7] != '-') return std::nullopt;
-  const auto year = decimalNumber<int>(text.substr(0, 4));
-  const auto month = decimalNumber<unsigned>(text.substr(5, 2));
-  const auto day = decimalNumber<unsigned>(text.substr(8, 2));
-  if (!year || !month || !day || *year < 1) return std::nullopt;
-  const year_month_day date{std::chrono::year(*year), std::chrono::month(*month), std::chrono::day(*day)};
-  if (!date.ok()) return std::nullopt;
-  return date;
-}
-
-std::string FeedSimulationPeriod::textOf(year_month_day day) {
-  return padded(std::to_string(static_cast<int>(day.year())), 4) + "-" +
-         padded(std::to_string(static_cast<unsigned>(day.month())), 2) + "-" +
-         padded(std::to_string(static_cast<unsigned>(day.day())), 2);
 }
 
 }  // namespace quillon

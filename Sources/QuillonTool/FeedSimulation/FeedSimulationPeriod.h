@@ -2,9 +2,6 @@
 
 #include <chrono>
 #include <cstdint>
-#include <optional>
-#include <string>
-#include <string_view>
 #include <vector>
 
 #include "QuillonCore/Contracts/QuillonCalendar.h"
@@ -34,11 +31,6 @@ class FeedSimulationPeriod {
   [[nodiscard]] const std::vector<Day>& days() const noexcept { return days_; }
   [[nodiscard]] std::int64_t hourCount() const noexcept { return hourCount_; }
   [[nodiscard]] QuillonDate start() const noexcept { return start_; }
-
-  /// The day that `text` is, in the form "yyyy-MM-dd"; absent for every other text.
-  [[nodiscard]] static std::optional<std::chrono::year_month_day> dayOf(std::string_view text) noexcept;
-  /// In the form "yyyy-MM-dd".
-  [[nodiscard]] static std::string textOf(std::chrono::year_month_day day);
 
  private:
   std::vector<Day> days_;

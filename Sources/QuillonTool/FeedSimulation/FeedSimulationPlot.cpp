@@ -8,7 +8,7 @@
 #include <utility>
 #include <vector>
 
-#include "QuillonTool/FeedSimulation/FeedSimulationPeriod.h"
+#include "QuillonTool/FeedDay.h"
 #include "QuillonTool/FeedSimulation/PlotScale.h"
 #include "QuillonTool/FeedSimulation/SVGText.h"
 
@@ -204,7 +204,7 @@ std::string feedSimulationPlot(const FeedSimulationReport& report, std::string_v
   panels.push_back(sharePanel(report));
 
   const auto& days = report.model.period().days();
-  const std::string daysLabel = "days from " + FeedSimulationPeriod::textOf(days.front().date);
+  const std::string daysLabel = "days from " + feedDayText(days.front().date);
   const std::string height = coordinate(kTop + kPanelDistance * static_cast<double>(panels.size()));
   const std::string width = coordinate(kWidth);
   std::string svg = "<?xml version=\"1.0\" encoding=\"UTF-8\"?>\n<svg xmlns=\"http://www.w3.org/2000/svg\" width=\"" +

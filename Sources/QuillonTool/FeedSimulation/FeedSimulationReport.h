@@ -32,8 +32,8 @@ struct FeedSimulationReport {
   [[nodiscard]] Day day(std::size_t index) const;
   /// The number of offers of `entry` on a day; 0 for an entry that was never offered.
   [[nodiscard]] std::int64_t offers(std::size_t entry, std::size_t dayIndex) const;
-  /// What people call entry `index`: its offered version and build, else its identifier, else its number. A text of the
-  /// feed's, not escaped, of at most 40 characters.
+  /// What people call entry `index`: its offered version and build, else its identifier, else its number from 1. A text
+  /// of the feed's, not escaped, of at most 40 characters.
   [[nodiscard]] std::string entryLabel(std::size_t index) const;
   /// Whether the size of every entry that was offered is known, so that bytes mean something.
   [[nodiscard]] bool knowsBytes() const;

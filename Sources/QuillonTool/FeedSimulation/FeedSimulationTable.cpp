@@ -5,7 +5,7 @@
 #include <cstdint>
 #include <functional>
 
-#include "QuillonTool/FeedSimulation/FeedSimulationPeriod.h"
+#include "QuillonTool/FeedDay.h"
 
 namespace quillon {
 namespace {
@@ -52,7 +52,7 @@ void addDays(const FeedSimulationReport& report, Lines& lines) {
       if (!offers.empty()) offers += ", ";
       offers.append(report.entryLabel(entry)).append(": ").append(std::to_string(count));
     }
-    rows.push_back({std::to_string(i), FeedSimulationPeriod::textOf(days[i].date), std::to_string(day.checks),
+    rows.push_back({std::to_string(i), feedDayText(days[i].date), std::to_string(day.checks),
                     std::to_string(day.downloads), std::to_string(day.mostDownloadsInAnHour),
                     bytesText(report, day.bytes), percent(day.updated, report.installs),
                     offers.empty() ? "none" : offers});
@@ -91,7 +91,7 @@ void addAudience(std::string_view name, const FeedSimulationResult::CountByValue
 void addEntry(const FeedSimulationReport& report, std::size_t entry, Lines& lines) {
   const FeedSimulationResult::Offers& offers = report.result.offersByEntry.at(entry);
   const FeedPopulation& population = report.model.population();
-  lines.push_back("Entry " + std::to_string(entry) + ", " + report.entryLabel(entry) + ": offered to " +
+  lines.push_back("Entry " + std::to_string(entry + 1) + ", " + report.entryLabel(entry) + ": offered to " +
                   std::to_string(offers.total()) + " installs, " + percent(offers.total(), report.installs) + " %");
   addAudience(
       "versions", offers.byState, [&report](std::size_t state) { return report.model.states().label(state); }, lines);
@@ -117,7 +117,7 @@ void addEntry(const FeedSimulationReport& report, std::size_t entry, Lines& line
 Lines feedSimulationTable(const FeedSimulationReport& report, bool isHourly) {
   const auto& days = report.model.period().days();
   Lines lines = {std::to_string(report.installs) + " installs, " + std::to_string(days.size()) + " days from " +
-                     FeedSimulationPeriod::textOf(days.front().date) + ", seed " + std::to_string(report.seed),
+                     feedDayText(days.front().date) + ", seed " + std::to_string(report.seed),
                  ""};
   addDays(report, lines);
   if (isHourly) addHours(report, lines);

@@ -24,7 +24,8 @@ class VeskUpdateInstallerDownloadBuffer : public VeskUpdateInstallerDownloadedDa
 using VeskUpdateInstallerDownloadBufferMaking = std::function<std::unique_ptr<VeskUpdateInstallerDownloadBuffer>()>;
 
 /// A buffer in a file without name in the first of `spoolFolders` that takes one, so that its bytes need not be copied
-/// to a place on the same volume and nothing is left of it after a crash; in memory when none does.
+/// to a place on the same volume and nothing is left of it after a crash; in memory when none does. A folder that
+/// cannot hold what is to be reserved is followed by the next one, as long as nothing was appended.
 [[nodiscard]] std::unique_ptr<VeskUpdateInstallerDownloadBuffer> makeSystemDownloadBuffer(
     const std::vector<QuillonURL>& spoolFolders);
 

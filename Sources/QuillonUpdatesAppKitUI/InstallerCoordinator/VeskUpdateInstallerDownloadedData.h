@@ -19,7 +19,8 @@ class VeskUpdateInstallerDownloadedData {
   [[nodiscard]] virtual std::uint64_t size() const noexcept = 0;
 
   /// Puts the bytes at `file` as a whole, replacing what is there (mode 0644): after a failure nothing new is there.
-  /// May be called again for another place after a failure. Throws QuillonSystemError.
+  /// May be called again for another place after a failure. Nothing need be flushed to disk: the archive is unpacked at
+  /// once and removed, and nobody reads what a power cut leaves of it. Throws QuillonSystemError.
   virtual void writeAtomically(const QuillonFileManaging& fileManager, const QuillonURL& file) = 0;
 };
 

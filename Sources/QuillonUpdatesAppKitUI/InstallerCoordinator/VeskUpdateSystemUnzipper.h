@@ -10,8 +10,8 @@
 
 namespace quillon {
 
-/// Unpacks with the system's archive tool, a child process that a stop request kills; what it has extracted until then
-/// stays. Calls may run on several threads at once.
+/// Unpacks with the system's archive tool, a child process that a stop request ends; the tool removes what it has
+/// extracted until then. Calls may run on several threads at once.
 class VeskUpdateSystemUnzipper final : public VeskUpdateArchiveUnzipping {
  public:
   explicit VeskUpdateSystemUnzipper(std::shared_ptr<QuillonProcessRunning> processRunner = makeSystemProcessRunner(),

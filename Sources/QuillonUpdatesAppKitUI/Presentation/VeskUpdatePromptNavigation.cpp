@@ -2,6 +2,7 @@
 
 #include <algorithm>
 #include <array>
+#include <cstddef>
 #include <string_view>
 
 namespace quillon {
@@ -9,9 +10,15 @@ namespace {
 
 using Policy = VeskUpdatePromptNavigationPolicy;
 
-constexpr std::array<std::string_view, 3> kSchemesOfBrowser{"http", "https", "mailto"};
+/// Links to files would start programs, and the others mean nothing outside of the page.
+constexpr std::array<std::string_view, 5> kSchemesOfNoLink{"file", "javascript", "data", "blob", "about"};
 /// Those after the first two have no content but the page's own.
 constexpr std::array<std::string_view, 5> kSchemesOfPage{"http", "https", "about", "data", "blob"};
+
+template <std::size_t count>
+bool isAmong(const std::array<std::string_view, count>& schemes, std::string_view scheme) noexcept {
+  return std::ranges::find(schemes, scheme) != schemes.end();
+}
 
 }  // namespace
 
@@ -20,13 +27,12 @@ VeskUpdatePromptNavigationPolicy promptNavigationPolicy(const VeskUpdatePromptNa
   if (!navigation.url) return Policy::allow;
   const std::string_view scheme = navigation.url->scheme();
   if (navigation.isLinkActivated) {
-    const bool isForBrowser = std::ranges::find(kSchemesOfBrowser, scheme) != kSchemesOfBrowser.end();
-    return isForBrowser ? Policy::openInBrowser : Policy::cancel;
+    return isAmong(kSchemesOfNoLink, scheme) ? Policy::cancel : Policy::openWithWorkspace;
   }
   if (navigation.url->isFileURL()) {
     return releaseNotesURL && releaseNotesURL->isFileURL() ? Policy::allow : Policy::cancel;
   }
-  return std::ranges::find(kSchemesOfPage, scheme) != kSchemesOfPage.end() ? Policy::allow : Policy::cancel;
+  return isAmong(kSchemesOfPage, scheme) ? Policy::allow : Policy::cancel;
 }
 
 }  // namespace quillon

@@ -17,17 +17,18 @@ struct VeskUpdatePromptNavigation {
 enum class VeskUpdatePromptNavigationPolicy {
   /// The page goes there.
   allow,
-  /// The page stays; the URL is opened in the user's browser.
-  openInBrowser,
+  /// The page stays; the URL is opened with the application that the desktop has for it, mostly the browser.
+  openWithWorkspace,
   /// The page stays.
   cancel,
 };
 
 /// What becomes of `navigation` in a prompt that was made to show the page `releaseNotesURL`.
 ///
-/// A link opens in the browser, never inside the prompt. Only web pages and mail addresses go there: the desktop would
-/// start a program for a link to a file. What goes by itself is allowed, except to schemes that no release notes need:
-/// a page can be anybody's, and must not reach files of this machine or wake other applications.
+/// A link that the user activates opens with the desktop, never inside the prompt, unless it leads to a file, for which
+/// the desktop could start a program, or has meaning in its page only (scripts, data). What goes by itself is allowed,
+/// except to schemes that no release notes need: a page can be anybody's, and must not reach files of this machine or
+/// wake other applications.
 [[nodiscard]] VeskUpdatePromptNavigationPolicy promptNavigationPolicy(
     const VeskUpdatePromptNavigation& navigation, const std::optional<QuillonURL>& releaseNotesURL) noexcept;
 

@@ -89,8 +89,8 @@ bool VeskUpdatePromptPresenter::shouldNavigate(const VeskUpdatePromptWindow& sen
                                                const VeskUpdatePromptNavigation& navigation) {
   if (!isCurrent(sender)) return false;
   const Policy policy = promptNavigationPolicy(navigation, releaseNotesURL_);
-  if (policy == Policy::openInBrowser) {
-    // A desktop without browser cannot be helped here: the page stays as it is.
+  if (policy == Policy::openWithWorkspace) {
+    // A desktop without application for it cannot be helped here: the page stays as it is.
     static_cast<void>(workspace_->open(*navigation.url));
   }
   return policy == Policy::allow;

@@ -26,7 +26,7 @@ TEST(FeedInstalledVersionsTest, AStateIsNamedByItsVersionElseByItsEntry) {
 
   EXPECT_EQ(states.label(0), "1.0");
   EXPECT_EQ(states.label(1), "2.0/20");
-  EXPECT_EQ(states.label(2), "entry 1");
+  EXPECT_EQ(states.label(2), "entry 2");
   EXPECT_EQ(states.entryOf(0), std::nullopt);
   EXPECT_EQ(states.entryOf(2), 1U);
 }

@@ -61,15 +61,5 @@ TEST(FeedSimulationPeriodTest, RefusesDaysBeyondTheCalendar) {
   EXPECT_THROW((void)period(last, 2), QuillonToolUsageError);
 }
 
-TEST(FeedSimulationPeriodTest, ReadsAndWritesDays) {
-  EXPECT_EQ(FeedSimulationPeriod::dayOf("2024-02-29"), 2024y / 2 / 29);
-  EXPECT_EQ(FeedSimulationPeriod::textOf(2024y / 2 / 29), "2024-02-29");
-  EXPECT_EQ(FeedSimulationPeriod::textOf(7y / 2 / 9), "0007-02-09");
-  for (const char* text : {"", "2023-02-29", "2024-2-01", "2024-02-1 ", "24-02-01", "2024/02/01", "0000-01-01",
-                           "2024-+1-01", "2024--1-01", "-024-01-01", "2024-01-01x"}) {
-    EXPECT_EQ(FeedSimulationPeriod::dayOf(text), std::nullopt) << text;
-  }
-}
-
 }  // namespace
 }  // namespace quillon

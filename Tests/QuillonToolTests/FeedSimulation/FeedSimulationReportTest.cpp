@@ -29,7 +29,7 @@ TEST(FeedSimulationReportTest, AnEntryIsNamedByVersionElseIdentifierElseNumber) 
 
   EXPECT_EQ(ended.report().entryLabel(0), "2.0/3");
   EXPECT_EQ(ended.report().entryLabel(1), "x");
-  EXPECT_EQ(ended.report().entryLabel(2), "entry 2");
+  EXPECT_EQ(ended.report().entryLabel(2), "entry 3");
   EXPECT_EQ(ended.report().offers(2, 0), 0);
 }
 

@@ -24,7 +24,7 @@ TEST(FeedSimulationTableTest, HasALineForEachDayAndTheOffersOfEachEntry) {
                           "  0  2024-06-10     640        240             10   2400       37.5  2.0: 240",
                           "  1  2024-06-11     640        240             10   2400       75.0  2.0: 240",
                           "  2  2024-06-12     640          0              0      0       75.0  none", "",
-                          "Entry 0, 2.0: offered to 480 installs, 75.0 %", "    versions: 1.0 (480)",
+                          "Entry 1, 2.0: offered to 480 installs, 75.0 %", "    versions: 1.0 (480)",
                           "    systems: 14.0 (480)", "    languages: en (480)", "    distributions: none (480)",
                           "    groups: 0 (240), 1 (240)", "    betas wanted: 0", "", FeedSimulationReport::limits()));
 }

@@ -26,8 +26,7 @@ bool QuillonLinuxJournal::send(std::span<const std::string> fields) noexcept {
   if (fields.size() > parts.size() || !journalExists()) return false;
   for (std::size_t i = 0; i < fields.size(); ++i) {
     // The call only reads what it is given.
-    parts[i] = {const_cast<char*>(fields[i].data()),
-                fields[i].size()};  // NOLINT(cppcoreguidelines-pro-type-const-cast)
+    parts[i] = {const_cast<char*>(fields[i].data()), fields[i].size()};
   }
   return sd_journal_sendv(parts.data(), static_cast<int>(fields.size())) == 0;
 }

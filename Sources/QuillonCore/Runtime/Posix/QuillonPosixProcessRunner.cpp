@@ -25,6 +25,8 @@ namespace quillon {
 namespace {
 
 constexpr std::size_t kLargestOutput = std::size_t{16} * 1024 * 1024;
+/// What a child may take to clean up after a stop.
+constexpr std::chrono::milliseconds kTimeToCleanUp{500};
 
 /// When a child has had its time.
 class Deadline {
@@ -150,6 +152,12 @@ class Child {
     return true;
   }
 
+  /// Asks the child and the process group that it leads to end.
+  void terminate() const noexcept {
+    if (process_ < 0) return;
+    if (::kill(-process_, SIGTERM) != 0) ::kill(process_, SIGTERM);  // it may have changed its group
+  }
+
   /// Kills the child and the process group that it leads.
   void kill() const noexcept {
     if (process_ < 0) return;
@@ -263,6 +271,10 @@ QuillonProcessResult runChild(const std::string& executablePath, const std::vect
   std::string output = readUntilEnd(pipe.readEnd.get(), child, deadline, stop);
   // Before its output is closed: a child that writes would end of that.
   const bool isKilled = canBeKilled && !child.endsBefore(deadline, stop, stopToken);
+  if (isKilled && stopToken.stop_requested()) {
+    child.terminate();
+    (void)child.endsBefore(Deadline(kTimeToCleanUp, monotonicTimeProvider), StopSignal({}), {});
+  }
   if (isKilled) child.kill();
   // A child still writing behind the reader's back, after an error of poll, must not wait for it forever.
   pipe.readEnd.reset();

@@ -237,36 +237,37 @@ TEST_F(QuillonPosixProcessRunnerTimeLimitTest, AChildThatEndsInTimeIsAsWithoutAL
 /// Children that are told to stop by somebody else.
 class QuillonPosixProcessRunnerStopTest : public QuillonPosixProcessRunnerTimeLimitTest {
  protected:
-  /// Requests the stop once the child has written to the pipe.
-  QuillonProcessResult runShellUntilItReports(const std::string& script) {
+  /// Requests the stop once the child has run `preparation`.
+  QuillonProcessResult runShellUntilItReports(const std::string& script, const std::string& preparation = ":") {
     const testing::ReportFifo report(folder_ / "report");
     std::jthread stopper([&] {
       (void)report.read();
       stop_.request_stop();
     });
     return QuillonPosixProcessRunner().run(
-        "/bin/sh", {"-c", "printf begun; echo > " + report.path().string() + "; " + script}, stop_.get_token());
+        "/bin/sh", {"-c", "printf begun; " + preparation + "; echo > " + report.path().string() + "; " + script},
+        stop_.get_token());
   }
 
   std::stop_source stop_;
 };
 
-TEST_F(QuillonPosixProcessRunnerStopTest, AStopKillsTheChildAndKeepsItsOutput) {
-  EXPECT_EQ(runShellUntilItReports(hang_), (QuillonProcessResult{.status = 128 + SIGKILL, .output = "begun"}));
+TEST_F(QuillonPosixProcessRunnerStopTest, AStopEndsTheChildAndKeepsItsOutput) {
+  EXPECT_EQ(runShellUntilItReports(hang_), (QuillonProcessResult{.status = 128 + SIGTERM, .output = "begun"}));
   expectNoChildIsLeft();
 }
 
-TEST_F(QuillonPosixProcessRunnerStopTest, AStopKillsAChildThatHasClosedItsOutput) {
-  EXPECT_EQ(runShellUntilItReports("exec >&- 2>&-; " + hang_).status, 128 + SIGKILL);
+TEST_F(QuillonPosixProcessRunnerStopTest, AStopEndsAChildThatHasClosedItsOutput) {
+  EXPECT_EQ(runShellUntilItReports("exec >&- 2>&-; " + hang_).status, 128 + SIGTERM);
   expectNoChildIsLeft();
 }
 
-TEST_F(QuillonPosixProcessRunnerStopTest, AStopKillsAChildThatNeverStopsWriting) {
-  EXPECT_EQ(runShellUntilItReports("exec yes").status, 128 + SIGKILL);
+TEST_F(QuillonPosixProcessRunnerStopTest, AStopEndsAChildThatNeverStopsWriting) {
+  EXPECT_EQ(runShellUntilItReports("exec yes").status, 128 + SIGTERM);
   expectNoChildIsLeft();
 }
 
-TEST_F(QuillonPosixProcessRunnerStopTest, AStopKillsWhatTheChildHasStarted) {
+TEST_F(QuillonPosixProcessRunnerStopTest, AStopEndsWhatTheChildHasStarted) {
   const testing::ReportFifo held(folder_ / "held");
   const FileDescriptor noWriterYet(open(held.path().c_str(), O_RDONLY | O_NONBLOCK | O_CLOEXEC));
   const FileDescriptor release(open(fifo_.path().c_str(), O_RDWR | O_CLOEXEC));
@@ -275,11 +276,39 @@ TEST_F(QuillonPosixProcessRunnerStopTest, AStopKillsWhatTheChildHasStarted) {
   const QuillonProcessResult result =
       runShellUntilItReports("exec 3> " + held.path().string() + "; { " + hang_ + "; echo survived >&3; } & wait");
 
-  ASSERT_EQ(result.status, 128 + SIGKILL);
+  ASSERT_EQ(result.status, 128 + SIGTERM);
   ASSERT_EQ(write(release.get(), "\n", 1), 1);
   fcntl(noWriterYet.get(), F_SETFL, 0);
   std::array<char, 16> said{};
   EXPECT_EQ(read(noWriterYet.get(), said.data(), said.size()), 0) << said.data();
+}
+
+TEST_F(QuillonPosixProcessRunnerStopTest, AStoppedChildCanCleanUp) {
+  const std::filesystem::path begun = folder_ / "begun";
+
+  const QuillonProcessResult result =
+      runShellUntilItReports(hang_, "trap 'rm " + begun.string() + "; exit 5' TERM; echo > " + begun.string());
+
+  EXPECT_EQ(result.status, 5);
+  EXPECT_FALSE(std::filesystem::exists(begun));
+}
+
+TEST_F(QuillonPosixProcessRunnerStopTest, AChildThatDoesNotCareIsKilled) {
+  EXPECT_EQ(runShellUntilItReports(hang_, "trap '' TERM").status, 128 + SIGKILL);
+  expectNoChildIsLeft();
+}
+
+TEST_F(QuillonPosixProcessRunnerStopTest, WhatAStoppedChildLeavesRunningIsKilled) {
+  const testing::ReportFifo held(folder_ / "held");
+  const FileDescriptor noWriterYet(open(held.path().c_str(), O_RDONLY | O_NONBLOCK | O_CLOEXEC));
+  ASSERT_TRUE(noWriterYet);
+
+  (void)runShellUntilItReports("wait",
+                               "exec 3> " + held.path().string() + "; trap '' TERM; (" + hang_ + ") & trap - TERM");
+
+  fcntl(noWriterYet.get(), F_SETFL, 0);
+  char byte = 0;
+  EXPECT_EQ(read(noWriterYet.get(), &byte, 1), 0);  // nobody holds the other end any more
 }
 
 TEST_F(QuillonPosixProcessRunnerStopTest, AfterAStopNothingIsStarted) {

@@ -35,8 +35,11 @@ constexpr std::chrono::milliseconds kTimeBetweenClicks{600};
 constexpr unsigned kPatienceSeconds = 30;
 
 pid_t start(const std::vector<std::string>& command, const std::string& log, int descriptorToKeep = -1) {
+  // A test that crashes takes its children with it.
+  std::vector<std::string> line{"/usr/bin/setpriv", "--pdeathsig", "KILL"};
+  line.insert(line.end(), command.begin(), command.end());
   std::vector<char*> arguments;
-  for (const std::string& argument : command) arguments.push_back(const_cast<char*>(argument.c_str()));
+  for (const std::string& argument : line) arguments.push_back(const_cast<char*>(argument.c_str()));
   arguments.push_back(nullptr);
   posix_spawn_file_actions_t actions;
   posix_spawn_file_actions_init(&actions);
@@ -45,7 +48,7 @@ pid_t start(const std::vector<std::string>& command, const std::string& log, int
   if (descriptorToKeep >= 0) posix_spawn_file_actions_adddup2(&actions, descriptorToKeep, kDisplayDescriptor);
   posix_spawn_file_actions_addclosefrom_np(&actions, kDisplayDescriptor + 1);
   pid_t child = -1;
-  const int error = posix_spawn(&child, command.front().c_str(), &actions, nullptr, arguments.data(), environ);
+  const int error = posix_spawn(&child, line.front().c_str(), &actions, nullptr, arguments.data(), environ);
   posix_spawn_file_actions_destroy(&actions);
   if (error != 0) throw std::runtime_error("Cannot start " + command.front());
   return child;
@@ -57,8 +60,7 @@ void end(pid_t child) {
   waitpid(child, nullptr, 0);
 }
 
-/// Starts the X server, which chooses a free display and says which. It ends by itself when this process dies: with its
-/// last client.
+/// Starts the X server, which chooses a free display and says which.
 pid_t startServer(const std::string& log) {
   std::array<int, 2> ends{};
   if (pipe(ends.data()) != 0) throw std::runtime_error("Cannot make a pipe");
