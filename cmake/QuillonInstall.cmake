@@ -4,6 +4,17 @@ include(CMakePackageConfigHelpers)
 get_property(components GLOBAL PROPERTY QUILLON_COMPONENTS)
 get_property(commands GLOBAL PROPERTY QUILLON_COMMANDS)
 
+# In a file of its own, because a package that was built with it is also for consumers without a toolkit.
+if(TARGET QuillonPresentationGTK)
+  list(REMOVE_ITEM components QuillonPresentationGTK)
+  install(TARGETS QuillonPresentationGTK
+    EXPORT QuillonGTKTargets
+    ARCHIVE DESTINATION ${CMAKE_INSTALL_LIBDIR}
+    FILE_SET HEADERS DESTINATION ${CMAKE_INSTALL_INCLUDEDIR}/quillon
+    INCLUDES DESTINATION ${CMAKE_INSTALL_INCLUDEDIR}/quillon)
+  install(EXPORT QuillonGTKTargets NAMESPACE Quillon:: DESTINATION ${CMAKE_INSTALL_LIBDIR}/cmake/Quillon)
+endif()
+
 install(TARGETS ${components}
   EXPORT QuillonTargets
   ARCHIVE DESTINATION ${CMAKE_INSTALL_LIBDIR}

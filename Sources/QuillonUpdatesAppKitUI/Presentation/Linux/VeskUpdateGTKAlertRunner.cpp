@@ -1,0 +1,201 @@
+#include "QuillonUpdatesAppKitUI/Presentation/Linux/VeskUpdateGTKAlertRunner.h"
+
+#include <gdk/gdkkeysyms.h>
+#include <glib.h>
+#include <gtkmm/box.h>
+#include <gtkmm/button.h>
+#include <gtkmm/checkbutton.h>
+#include <gtkmm/eventcontrollerkey.h>
+#include <gtkmm/headerbar.h>
+#include <gtkmm/image.h>
+#include <gtkmm/label.h>
+#include <gtkmm/scrolledwindow.h>
+#include <gtkmm/window.h>
+
+#include <algorithm>
+#include <cstddef>
+#include <optional>
+#include <string>
+#include <vector>
+
+#include "QuillonUpdatesAppKitUI/Presentation/Linux/VeskUpdateGTKDescendant.h"
+#include "QuillonUpdatesAppKitUI/Presentation/Linux/VeskUpdateGTKText.h"
+
+namespace quillon {
+namespace {
+
+namespace Identifiers = VeskUpdateAlertIdentifiers;
+
+constexpr double kTextWidth = 340;
+constexpr double kLongestBodyHeight = 240;
+constexpr int kMargin = 20;
+constexpr int kSpacing = 12;
+constexpr int kIconSize = 48;
+constexpr int kTitleLines = 4;
+constexpr int kLongestButtonTitle = 32;
+/// What an alert shows as a whole: in bytes, and in lines that the text itself has.
+constexpr std::size_t kLongestBody = 400;
+constexpr std::ptrdiff_t kMostBodyLines = 8;
+/// What a line of the body has room for, from which the scroller around it takes the height.
+constexpr int kCharactersOfBodyLine = 40;
+
+class AlertWindow {
+ public:
+  explicit AlertWindow(const VeskUpdateAlert& alert) {
+    setAccessibilityIdentifier(window_, Identifiers::window);
+    window_.set_title(alert.title);
+    window_.set_modal(true);
+    window_.set_resizable(false);
+    window_.set_deletable(false);
+    if (Gtk::Window* const front = windowInFront()) window_.set_transient_for(*front);
+    auto* const titleBar = Gtk::make_managed<Gtk::HeaderBar>();
+    titleBar->set_show_title_buttons(false);
+    titleBar->set_title_widget(*Gtk::make_managed<Gtk::Label>());
+    window_.set_titlebar(*titleBar);
+
+    auto* const row = Gtk::make_managed<Gtk::Box>(Gtk::Orientation::HORIZONTAL, kSpacing + kSpacing / 2);
+    row->set_margin(kMargin);
+    row->append(makeIcon(alert.style));
+    auto* const column = Gtk::make_managed<Gtk::Box>(Gtk::Orientation::VERTICAL, kSpacing);
+    column->set_size_request(scaledToText(kTextWidth), -1);
+    addTexts(*column, alert);
+    addButtons(*column, alert);
+    row->append(*column);
+    window_.set_child(*row);
+    // Only what is in the window can have its keyboard.
+    window_.set_default_widget(*defaultButton_);
+    window_.set_focus(*defaultButton_);
+    listen();
+  }
+
+  ~AlertWindow() { g_main_loop_unref(loop_); }
+
+  AlertWindow(const AlertWindow&) = delete;
+  AlertWindow& operator=(const AlertWindow&) = delete;
+
+  VeskUpdateAlertAnswer run() {
+    window_.present();
+    g_main_loop_run(loop_);
+    window_.set_visible(false);
+    if (checkbox_ != nullptr) answer_.isSuppressionCheckboxOn = checkbox_->get_active();
+    return answer_;
+  }
+
+ private:
+  static Gtk::Window* windowInFront() {
+    for (Gtk::Window* const window : Gtk::Window::list_toplevels()) {
+      if (window->get_visible() && window->is_active()) return window;
+    }
+    return nullptr;
+  }
+
+  static Gtk::Widget& makeIcon(VeskUpdateAlertStyle style) {
+    auto* const icon = Gtk::make_managed<Gtk::Image>();
+    icon->set_from_icon_name(style == VeskUpdateAlertStyle::warning ? "dialog-warning" : "dialog-information");
+    icon->set_pixel_size(scaledToText(kIconSize));
+    icon->set_valign(Gtk::Align::START);
+    return *icon;
+  }
+
+  /// A scroller has a height of its own, which short texts would stand above.
+  static bool needsScroller(const std::string& body) {
+    return body.size() > kLongestBody || std::ranges::count(body, '\n') > kMostBodyLines;
+  }
+
+  /// Whatever a server or a tool has said, it can be read.
+  static Gtk::Widget& makeScroller(Gtk::Label& body) {
+    auto* const scroller = Gtk::make_managed<Gtk::ScrolledWindow>();
+    scroller->set_policy(Gtk::PolicyType::NEVER, Gtk::PolicyType::AUTOMATIC);
+    scroller->set_propagate_natural_height(true);
+    scroller->set_max_content_height(scaledToText(kLongestBodyHeight));
+    scroller->set_child(body);
+    return *scroller;
+  }
+
+  void addTexts(Gtk::Box& column, const VeskUpdateAlert& alert) {
+    auto* const title = Gtk::make_managed<Gtk::Label>();
+    setAccessibilityIdentifier(*title, Identifiers::titleLabel);
+    showInLines(*title, alert.title, kTitleLines);
+    useLabelFont(*title);
+    column.append(*title);
+
+    auto* const body = Gtk::make_managed<Gtk::Label>();
+    setAccessibilityIdentifier(*body, Identifiers::bodyLabel);
+    showInLines(*body, alert.body, -1);
+    body->set_ellipsize(Pango::EllipsizeMode::NONE);
+    body->set_width_chars(kCharactersOfBodyLine);
+    body->set_max_width_chars(kCharactersOfBodyLine);
+    body->set_yalign(0);
+    body->set_visible(!alert.body.empty());
+    column.append(needsScroller(alert.body) ? makeScroller(*body) : *body);
+
+    if (!alert.suppressionCheckbox) return;
+    checkbox_ = Gtk::make_managed<Gtk::CheckButton>();
+    setAccessibilityIdentifier(*checkbox_, Identifiers::suppressionCheckbox);
+    checkbox_->set_label(alert.suppressionCheckbox->title);
+    checkbox_->set_active(alert.suppressionCheckbox->isOn);
+    column.append(*checkbox_);
+  }
+
+  /// The default button stands at the end of the row.
+  void addButtons(Gtk::Box& column, const VeskUpdateAlert& alert) {
+    auto* const row = Gtk::make_managed<Gtk::Box>(Gtk::Orientation::HORIZONTAL, kSpacing);
+    row->set_halign(Gtk::Align::END);
+    row->set_margin_top(kSpacing);
+    const std::vector<std::string> titles =
+        alert.buttons.empty() ? std::vector{alert.defaultButtonTitle} : alert.buttons;
+    for (std::size_t index = 0; index < titles.size(); ++index) {
+      auto* const button = Gtk::make_managed<Gtk::Button>();
+      setAccessibilityIdentifier(*button, std::string(Identifiers::button).append(std::to_string(index)));
+      showButtonTitle(*button, titles[index], kLongestButtonTitle);
+      button->signal_clicked().connect([this, index] { end(index); });
+      row->prepend(*button);
+      if (index == 0) {
+        button->add_css_class("suggested-action");
+        defaultButton_ = button;
+      }
+    }
+    lastButton_ = titles.size() - 1;
+    column.append(*row);
+  }
+
+  void listen() {
+    window_.signal_close_request().connect(
+        [this] {
+          end(std::nullopt);
+          return true;
+        },
+        false);
+    const auto keys = Gtk::EventControllerKey::create();
+    keys->set_propagation_phase(Gtk::PropagationPhase::CAPTURE);
+    keys->signal_key_pressed().connect(
+        [this](guint key, guint /*code*/, Gdk::ModifierType /*modifiers*/) {
+          if (key != GDK_KEY_Escape) return false;
+          end(lastButton_);
+          return true;
+        },
+        false);
+    window_.add_controller(keys);
+  }
+
+  void end(std::optional<std::size_t> pressedButton) {
+    if (g_main_loop_is_running(loop_) == FALSE) return;
+    answer_.pressedButton = pressedButton;
+    g_main_loop_quit(loop_);
+  }
+
+  GMainLoop* const loop_ = g_main_loop_new(nullptr, FALSE);
+  Gtk::Window window_;
+  Gtk::CheckButton* checkbox_ = nullptr;  // the window's
+  Gtk::Button* defaultButton_ = nullptr;  // the window's
+  std::size_t lastButton_ = 0;
+  VeskUpdateAlertAnswer answer_;
+};
+
+}  // namespace
+
+VeskUpdateAlertAnswer VeskUpdateGTKAlertRunner::run(const VeskUpdateAlert& alert) {
+  return AlertWindow(alert).run();
+}
+
+}  // namespace quillon

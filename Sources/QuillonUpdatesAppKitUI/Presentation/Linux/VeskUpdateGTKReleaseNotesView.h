@@ -1,0 +1,44 @@
+#pragma once
+
+#include <gtkmm/stack.h>
+
+#include <functional>
+#include <optional>
+
+#include "QuillonCore/Values/QuillonURL.h"
+#include "QuillonUpdatesAppKitUI/Presentation/VeskUpdatePromptNavigation.h"
+
+// NOLINTNEXTLINE(bugprone-reserved-identifier): the name that its header gives it
+typedef struct _WebKitWebView WebKitWebView;
+
+namespace quillon {
+
+/// A page in a window, or a quiet placeholder where there is none, or none that can be loaded.
+///
+/// What a page might ask for beside being shown (windows, permissions, passwords, downloads, dialogs, the keyboard's
+/// clipboard) is denied without a word. Nothing that it stores outlives this view. A failed load leaves what is shown.
+class VeskUpdateGTKReleaseNotesView final : public Gtk::Stack {
+ public:
+  /// Whether the page may go there. It may close the window around the view, but not destroy the view.
+  using ShouldNavigate = std::function<bool(const VeskUpdatePromptNavigation&)>;
+
+  VeskUpdateGTKReleaseNotesView(bool allowsScripts, ShouldNavigate shouldNavigate);
+
+  /// Loads `page`; without one the placeholder stays.
+  void load(const std::optional<QuillonURL>& page);
+  /// Ends what is loading; nobody is asked any more.
+  void stop();
+
+  [[nodiscard]] bool showsPlaceholder() const;
+  /// The web engine's view, which is never null.
+  [[nodiscard]] WebKitWebView* webView() const noexcept { return webView_; }
+
+ private:
+  void showPlaceholder();
+  void showPage();
+
+  ShouldNavigate shouldNavigate_;
+  WebKitWebView* webView_ = nullptr;  // the stack's
+};
+
+}  // namespace quillon

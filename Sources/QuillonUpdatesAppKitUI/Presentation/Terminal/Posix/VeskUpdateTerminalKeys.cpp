@@ -1,0 +1,132 @@
+#include "QuillonUpdatesAppKitUI/Presentation/Terminal/Posix/VeskUpdateTerminalKeys.h"
+
+#include <fcntl.h>
+#include <poll.h>
+#include <sys/ioctl.h>
+#include <unistd.h>
+
+#include <array>
+#include <cerrno>
+#include <cstdlib>
+#include <utility>
+
+#include "QuillonCore/Values/QuillonError.h"
+
+namespace quillon {
+namespace {
+
+constexpr std::size_t kFewestColumns = 20;
+
+bool canDrawInPlace(int descriptor) {
+  if (isatty(descriptor) == 0) return false;
+  const char* const kind = std::getenv("TERM");
+  return kind != nullptr && std::string_view(kind) != "dumb";
+}
+
+/// Removes an arrow, a function key or another one that sends more than Escape, which no choice has (ECMA-48, 5.4).
+/// False when `bytes` do not begin with one.
+bool skipSpecialKey(std::string_view& bytes) {
+  if (bytes.size() < 2 || bytes.front() != VeskUpdateTerminal::kEscapeKey) return false;
+  const bool isControlSequence = bytes[1] == '[';
+  const bool isSingleShift = bytes[1] == 'O';
+  bytes.remove_prefix(2);
+  if (isControlSequence) {
+    while (!bytes.empty() && (bytes.front() < '@' || bytes.front() > '~')) bytes.remove_prefix(1);
+  }
+  if ((isControlSequence || isSingleShift) && !bytes.empty()) bytes.remove_prefix(1);
+  return true;
+}
+
+}  // namespace
+
+VeskUpdateTerminal::Style terminalStyle(int outputDescriptor) {
+  VeskUpdateTerminal::Style style{.drawsInPlace = canDrawInPlace(outputDescriptor)};
+  winsize size{};
+  if (ioctl(outputDescriptor, TIOCGWINSZ, &size) == 0 && size.ws_col >= kFewestColumns) style.columns = size.ws_col;
+  return style;
+}
+
+VeskUpdateTerminalKeys::VeskUpdateTerminalKeys(int inputDescriptor, std::shared_ptr<VeskUpdateTerminal> terminal,
+                                               std::shared_ptr<QuillonMainThreadDispatching> mainThread)
+    : inputDescriptor_(inputDescriptor),
+      isTerminal_(isatty(inputDescriptor) != 0),
+      terminal_(std::move(terminal)),
+      mainThread_(std::move(mainThread)) {
+  if (pipe(wakeUp_) != 0) throw QuillonSystemError::posix(errno, "make", "a pipe");
+  for (const int end : wakeUp_) fcntl(end, F_SETFD, FD_CLOEXEC);
+  terminal_->setAskingObserver([this](bool isAsking) { setKeyByKey(isAsking); });
+  thread_ = std::thread([this] { read(); });
+}
+
+VeskUpdateTerminalKeys::~VeskUpdateTerminalKeys() {
+  terminal_->setAskingObserver(nullptr);
+  setKeyByKey(false);
+  ::close(wakeUp_[1]);  // the reading end becomes readable, which ends the thread
+  thread_.join();
+  ::close(wakeUp_[0]);
+}
+
+void VeskUpdateTerminalKeys::read() {
+  std::array<pollfd, 2> sources{{{inputDescriptor_, POLLIN, 0}, {wakeUp_[0], POLLIN, 0}}};
+  std::array<char, 256> bytes{};
+  for (;;) {
+    if (poll(sources.data(), sources.size(), -1) < 0) {
+      if (errno == EINTR) continue;
+      return;
+    }
+    if (sources[1].revents != 0) return;
+    const ssize_t count = ::read(inputDescriptor_, bytes.data(), bytes.size());
+    if (count < 0 && (errno == EINTR || errno == EAGAIN)) continue;
+    // What poll has seen may have been thrown away since. The end of a terminal is its hanging up.
+    if (count == 0 && isTerminal_ && (sources[0].revents & (POLLHUP | POLLERR | POLLNVAL)) == 0) continue;
+    if (count <= 0) {
+      post(VeskUpdateTerminal::kEndOfInput);
+      return;
+    }
+    take({bytes.data(), static_cast<std::size_t>(count)});
+  }
+}
+
+void VeskUpdateTerminalKeys::take(std::string_view bytes) {
+  if (isTerminal_) {
+    while (!bytes.empty()) {
+      if (skipSpecialKey(bytes)) continue;
+      post(bytes.front() == '\r' ? VeskUpdateTerminal::kReturnKey : bytes.front());
+      bytes.remove_prefix(1);
+    }
+    return;
+  }
+  for (const char byte : bytes) {
+    if (byte == '\n') {
+      post(line_.empty() ? VeskUpdateTerminal::kReturnKey : line_.front());
+      line_.clear();
+    } else if (line_.empty()) {
+      line_ += byte;  // the rest of a line means nothing
+    }
+  }
+}
+
+void VeskUpdateTerminalKeys::post(char key) const {
+  mainThread_->post([terminal = std::weak_ptr(terminal_), key] {
+    if (const auto live = terminal.lock()) live->keyPressed(key);
+  });
+}
+
+void VeskUpdateTerminalKeys::setKeyByKey(bool isKeyByKey) {
+  if (!isTerminal_ || isKeyByKey == settings_.has_value()) return;
+  if (!isKeyByKey) {
+    tcsetattr(inputDescriptor_, TCSADRAIN, &*settings_);
+    settings_.reset();
+    return;
+  }
+  termios settings{};
+  if (tcgetattr(inputDescriptor_, &settings) != 0) return;
+  settings_ = settings;
+  settings.c_lflag &= ~static_cast<tcflag_t>(ICANON | ECHO);
+  settings.c_cc[VMIN] = 0;
+  settings.c_cc[VTIME] = 0;
+  // What was typed before the question is no answer to it.
+  tcsetattr(inputDescriptor_, TCSAFLUSH, &settings);
+}
+
+}  // namespace quillon

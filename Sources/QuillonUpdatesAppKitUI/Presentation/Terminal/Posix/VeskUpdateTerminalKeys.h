@@ -1,0 +1,49 @@
+#pragma once
+
+#include <termios.h>
+
+#include <memory>
+#include <optional>
+#include <string>
+#include <string_view>
+#include <thread>
+
+#include "QuillonCore/Contracts/QuillonMainThreadDispatching.h"
+#include "QuillonUpdatesAppKitUI/Presentation/Terminal/VeskUpdateTerminal.h"
+
+namespace quillon {
+
+/// How to write to `outputDescriptor`: in place where it is a terminal that can, at its present width.
+[[nodiscard]] VeskUpdateTerminal::Style terminalStyle(int outputDescriptor);
+
+/// Hands what the user types to a VeskUpdateTerminal. In a terminal that is each key, and none is echoed, as long as a
+/// question is open; its settings are then put back. In a file or pipe it is the first character of each line, an empty
+/// line being the return key. Made and destroyed on the main thread.
+///
+/// A process that is killed while a question is open leaves the terminal without echo, which shells put right.
+class VeskUpdateTerminalKeys {
+ public:
+  /// `inputDescriptor` stays the caller's. It is read by a thread of this object, which posts to `mainThread`.
+  VeskUpdateTerminalKeys(int inputDescriptor, std::shared_ptr<VeskUpdateTerminal> terminal,
+                         std::shared_ptr<QuillonMainThreadDispatching> mainThread);
+  ~VeskUpdateTerminalKeys();
+  VeskUpdateTerminalKeys(const VeskUpdateTerminalKeys&) = delete;
+  VeskUpdateTerminalKeys& operator=(const VeskUpdateTerminalKeys&) = delete;
+
+ private:
+  void read();
+  void take(std::string_view bytes);
+  void post(char key) const;
+  void setKeyByKey(bool isKeyByKey);
+
+  const int inputDescriptor_;
+  const bool isTerminal_;
+  const std::shared_ptr<VeskUpdateTerminal> terminal_;
+  const std::shared_ptr<QuillonMainThreadDispatching> mainThread_;
+  std::optional<termios> settings_;  // what the terminal had, while keys are read one by one
+  std::string line_;                 // of the reading thread
+  int wakeUp_[2] = {-1, -1};
+  std::thread thread_;
+};
+
+}  // namespace quillon

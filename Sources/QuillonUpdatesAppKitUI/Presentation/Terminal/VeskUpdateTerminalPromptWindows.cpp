@@ -1,0 +1,88 @@
+#include "QuillonUpdatesAppKitUI/Presentation/Terminal/VeskUpdateTerminalPromptWindows.h"
+
+#include <string>
+#include <utility>
+#include <vector>
+
+namespace quillon {
+namespace {
+
+using Button = VeskUpdatePromptButton;
+
+class PromptWindow final : public VeskUpdatePromptWindow {
+ public:
+  PromptWindow(std::shared_ptr<VeskUpdateTerminal> terminal, VeskUpdatePromptContent content,
+               VeskUpdatePromptWindowDelegate& delegate)
+      : terminal_(std::move(terminal)), content_(std::move(content)), delegate_(delegate) {}
+
+  void show() override {
+    if (isClosed_) return;
+    terminal_->endDrawing();
+    for (const std::string& text : {content_.windowTitle, content_.headline, content_.description}) {
+      if (!text.empty()) terminal_->printLines(text);
+    }
+    if (content_.releaseNotesURL) {
+      terminal_->printLines(content_.releaseNotesTitle + ' ' + content_.releaseNotesURL->absoluteString());
+    }
+    question_ = terminal_->ask(choices());
+    if (terminal_->didInputEnd()) press(Button::remindLater);
+  }
+
+  void close() override {
+    if (std::exchange(isClosed_, true)) return;
+    question_.reset();
+    delegate_.windowWillClose(*this);
+  }
+
+ private:
+  [[nodiscard]] std::vector<VeskUpdateTerminal::Choice> choices() {
+    std::vector<VeskUpdateTerminal::Choice> choices;
+    const auto add = [&](Button button, const std::string& title) {
+      std::string keys(1, static_cast<char>('1' + choices.size()));
+      if (content_.defaultButton == button) keys += VeskUpdateTerminal::kReturnKey;
+      if (button == Button::remindLater) {
+        keys += VeskUpdateTerminal::kEscapeKey;
+        keys += VeskUpdateTerminal::kEndOfInput;
+      }
+      choices.push_back({.keys = keys, .title = title, .action = [this, button] { press(button); }});
+    };
+    if (content_.installButtonTitle) add(Button::install, *content_.installButtonTitle);
+    add(Button::remindLater, content_.remindLaterButtonTitle);
+    add(Button::dismiss, content_.dismissButtonTitle);
+    return choices;
+  }
+
+  /// Nothing of this object may be touched once the delegate has been told.
+  void press(Button button) {
+    if (isClosed_) return;
+    switch (button) {
+      case Button::install:
+        delegate_.installButtonPressed(*this);
+        return;
+      case Button::remindLater:
+        delegate_.remindLaterButtonPressed(*this);
+        return;
+      case Button::dismiss:
+        delegate_.dismissButtonPressed(*this);
+        return;
+    }
+  }
+
+  const std::shared_ptr<VeskUpdateTerminal> terminal_;
+  const VeskUpdatePromptContent content_;
+  VeskUpdatePromptWindowDelegate& delegate_;
+  std::shared_ptr<VeskUpdateTerminal::Question> question_;
+  bool isClosed_ = false;
+};
+
+}  // namespace
+
+VeskUpdateTerminalPromptWindows::VeskUpdateTerminalPromptWindows(std::shared_ptr<VeskUpdateTerminal> terminal)
+    : terminal_(std::move(terminal)) {}
+
+std::shared_ptr<VeskUpdatePromptWindow> VeskUpdateTerminalPromptWindows::makePromptWindow(
+    const VeskUpdatePromptContent& content, VeskUpdatePromptWindowDelegate& delegate) {
+  return std::make_shared<PromptWindow>(terminal_, content, delegate);
+}
+
+}  // namespace quillon

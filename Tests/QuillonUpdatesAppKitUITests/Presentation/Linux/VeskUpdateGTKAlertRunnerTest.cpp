@@ -1,0 +1,232 @@
+#include <gmock/gmock.h>
+#include <gtest/gtest.h>
+#include <gtk/gtk.h>
+#include <gtkmm/button.h>
+#include <gtkmm/checkbutton.h>
+#include <gtkmm/label.h>
+#include <gtkmm/window.h>
+
+#include <functional>
+#include <memory>
+#include <optional>
+#include <string>
+#include <utility>
+#include <vector>
+
+#include "QuillonUpdatesAppKitUI/Presentation/Linux/QuillonGLibMainThread.h"
+#include "QuillonUpdatesAppKitUI/Presentation/Linux/VeskUpdateGTKAlertRunner.h"
+#include "QuillonUpdatesAppKitUI/Presentation/VeskUpdateAlertPresenter.h"
+#include "QuillonUpdatesAppKitUITests/Presentation/Linux/VirtualDesktop.h"
+#include "QuillonUpdatesAppKitUITests/Presentation/Linux/WindowOnScreen.h"
+#include "QuillonUpdatesAppKitUITests/Presentation/PromptInputMaking.h"
+
+namespace quillon {
+namespace {
+
+namespace Identifiers = VeskUpdateAlertIdentifiers;
+using Phase = VeskUpdateManualUpdateFailurePhase;
+using ::testing::Contains;
+using ::testing::ElementsAre;
+using ::testing::IsEmpty;
+using ::testing::StartsWith;
+using testing::VirtualDesktop;
+
+class VeskUpdateGTKAlertRunnerTest : public ::testing::Test {
+ protected:
+  ~VeskUpdateGTKAlertRunnerTest() override { desktop_.serveWhatWaits(); }
+
+  /// Does `what` while the next alert is up, which is before run() or a presentation returns.
+  void whileAlertIsUp(std::function<void()> what) {
+    mainThread_.post([this, what = std::move(what)] {
+      ASSERT_TRUE(desktop_.serveUntil([] { return !testing::windowsOnScreen().empty(); }));
+      ASSERT_TRUE(desktop_.waitUntilShown(window()));
+      what();
+    });
+  }
+  void clickWhileUp(std::size_t index) {
+    whileAlertIsUp([this, index] { desktop_.click(button(index)); });
+  }
+
+  [[nodiscard]] static Gtk::Window& window() { return testing::onlyWindowOnScreen(); }
+  [[nodiscard]] static std::string text(std::string_view identifier) {
+    return testing::part<Gtk::Label>(window(), identifier).get_text();
+  }
+  [[nodiscard]] static std::string buttonIdentifier(std::size_t index) {
+    return std::string(Identifiers::button).append(std::to_string(index));
+  }
+  [[nodiscard]] static Gtk::Button& button(std::size_t index) {
+    return testing::part<Gtk::Button>(window(), buttonIdentifier(index));
+  }
+  [[nodiscard]] static Gtk::CheckButton* checkbox() {
+    return veskUpdateProgressDescendant<Gtk::CheckButton>(window(), Identifiers::suppressionCheckbox);
+  }
+
+  [[nodiscard]] static VeskUpdateManualCheckCompletionInput completion(bool isOK, bool offersBetas) {
+    return {.shouldShowNoUpdatesFoundDialog = true,
+            .updateCheckPerformedOK = isOK,
+            .applicationName = "Example",
+            .shouldOfferBetaToggle = offersBetas,
+            .betaToggleEnabled = true,
+            .localizationBundle = englishTexts()};
+  }
+
+  VirtualDesktop& desktop_ = VirtualDesktop::shared();
+  QuillonGLibMainThread mainThread_;
+  VeskUpdateGTKAlertRunner runner_;
+  std::vector<std::string> opened_;
+  VeskUpdateAlertPresenter presenter_{[this](const QuillonURL& url) {
+                                        opened_.push_back(url.absoluteString());
+                                        return true;
+                                      },
+                                      std::make_shared<VeskUpdateGTKAlertRunner>()};
+};
+
+TEST_F(VeskUpdateGTKAlertRunnerTest, TheEndOfACheckShowsItsTextsAndTheCheckbox) {
+  std::string title;
+  std::string body;
+  std::string betas;
+  whileAlertIsUp([&] {
+    title = text(Identifiers::titleLabel);
+    body = text(Identifiers::bodyLabel);
+    betas = checkbox()->get_label();
+    EXPECT_TRUE(checkbox()->get_active());
+    EXPECT_TRUE(window().get_modal());
+    desktop_.click(button(0));
+  });
+
+  const auto result = presenter_.presentManualCheckCompletionAlert(completion(true, true));
+
+  EXPECT_EQ(title, "No Updates Available");
+  EXPECT_EQ(body, "You are running the current version of Example.");
+  EXPECT_EQ(betas, "Check for beta releases");
+  EXPECT_EQ(result, (VeskUpdateManualCheckCompletionResult{true, true, true}));
+  EXPECT_TRUE(testing::windowsOnScreen().empty());
+}
+
+TEST_F(VeskUpdateGTKAlertRunnerTest, TheCheckboxIsReadWhenTheAlertCloses) {
+  whileAlertIsUp([this] {
+    desktop_.click(*checkbox());
+    ASSERT_TRUE(desktop_.serveUntil([] { return !checkbox()->get_active(); }));
+    desktop_.click(button(0));
+  });
+
+  const auto result = presenter_.presentManualCheckCompletionAlert(completion(true, true));
+
+  EXPECT_EQ(result.selectedBetaToggleState, std::optional(false));
+}
+
+TEST_F(VeskUpdateGTKAlertRunnerTest, AFailedCheckOffersNoCheckboxAndReportsNoState) {
+  whileAlertIsUp([this] {
+    EXPECT_EQ(checkbox(), nullptr);
+    EXPECT_EQ(text(Identifiers::titleLabel), "Unable to Check For Updates");
+    desktop_.click(button(0));
+  });
+
+  const auto result = presenter_.presentManualCheckCompletionAlert(completion(false, true));
+
+  EXPECT_EQ(result, (VeskUpdateManualCheckCompletionResult{true, true, std::nullopt}));
+}
+
+TEST_F(VeskUpdateGTKAlertRunnerTest, AHostThatWantsNoDialogGetsNone) {
+  auto input = completion(true, true);
+  input.shouldShowNoUpdatesFoundDialog = false;
+
+  EXPECT_EQ(presenter_.presentManualCheckCompletionAlert(input), VeskUpdateManualCheckCompletionResult{});
+  EXPECT_TRUE(testing::windowsOnScreen().empty());
+}
+
+TEST_F(VeskUpdateGTKAlertRunnerTest, OnlyTheFirstButtonOpensTheManualDownload) {
+  const QuillonURL url = *QuillonURL::parse("https://example.org/download");
+
+  clickWhileUp(1);
+  presenter_.presentManualUpdateAlert(*englishTexts(), std::nullopt, url, Phase::download);
+  EXPECT_THAT(opened_, IsEmpty());
+
+  clickWhileUp(0);
+  presenter_.presentManualUpdateAlert(*englishTexts(), std::nullopt, url, Phase::installation);
+  EXPECT_THAT(opened_, ElementsAre("https://example.org/download"));
+}
+
+TEST_F(VeskUpdateGTKAlertRunnerTest, TheReturnKeyPressesTheFirstButtonAndEscapeTheLast) {
+  const VeskUpdateAlert alert = presenter_.makeManualUpdateAlert(*englishTexts(), std::nullopt, Phase::download);
+
+  whileAlertIsUp([this] { desktop_.typeKey("Return"); });
+  EXPECT_EQ(runner_.run(alert).pressedButton, std::optional<std::size_t>(0));
+  whileAlertIsUp([this] { desktop_.typeKey("Escape"); });
+  EXPECT_EQ(runner_.run(alert).pressedButton, std::optional<std::size_t>(1));
+}
+
+TEST_F(VeskUpdateGTKAlertRunnerTest, AnAlertThatIsClosedHasNoPressedButton) {
+  whileAlertIsUp([] { window().close(); });
+
+  const VeskUpdateAlertAnswer answer = runner_.run(presenter_.makeUpdateCancelledAlert(*englishTexts()));
+
+  EXPECT_EQ(answer.pressedButton, std::nullopt);
+  EXPECT_EQ(answer.isSuppressionCheckboxOn, std::nullopt);
+}
+
+TEST_F(VeskUpdateGTKAlertRunnerTest, AnEmptyTextOfTheCallerIsTheBody) {
+  whileAlertIsUp([this] {
+    EXPECT_EQ(text(Identifiers::bodyLabel), "");
+    desktop_.click(button(0));
+  });
+  presenter_.presentInstallationFailedAlert(*englishTexts(), "");
+
+  whileAlertIsUp([this] {
+    EXPECT_THAT(text(Identifiers::bodyLabel), StartsWith("The update could not be installed automatically."));
+    desktop_.click(button(0));
+  });
+  presenter_.presentInstallationFailedAlert(*englishTexts(), std::nullopt);
+}
+
+TEST_F(VeskUpdateGTKAlertRunnerTest, TheMainThreadGoesOnWhileAnAlertIsUp) {
+  bool didRun = false;
+  whileAlertIsUp([&] {
+    mainThread_.post([&] { didRun = true; });
+    EXPECT_TRUE(desktop_.serveUntil([&] { return didRun; }));
+    desktop_.click(button(0));
+  });
+
+  presenter_.presentUpdateCancelledAlert(*englishTexts());
+
+  EXPECT_TRUE(didRun);
+}
+
+TEST_F(VeskUpdateGTKAlertRunnerTest, HostileTextsAreShownAsTextAndTheButtonsStayOnTheScreen) {
+  std::string lines;
+  for (int i = 0; i < 500; ++i) lines += "<b>line</b> & more\n";
+  for (const std::string& hostile : {lines, std::string(10'000, 'W')}) {
+    whileAlertIsUp([&] {
+      EXPECT_EQ(text(Identifiers::bodyLabel).substr(0, 1000), hostile.substr(0, 1000));
+      EXPECT_LE(window().get_width(), 800);
+      EXPECT_LE(window().get_height(), 600);
+      desktop_.click(button(0));
+    });
+    presenter_.presentDownloadFailedAlert(*englishTexts(), hostile);
+  }
+}
+
+TEST_F(VeskUpdateGTKAlertRunnerTest, AtTwiceTheTextSizeNoTitleIsCutOff) {
+  const testing::TextSize twice(2.0);
+  whileAlertIsUp([this] {
+    auto& title = testing::part<Gtk::Label>(window(), Identifiers::titleLabel);
+    EXPECT_FALSE(pango_layout_is_ellipsized(gtk_label_get_layout(title.gobj())));
+    desktop_.click(button(0));
+  });
+
+  presenter_.presentUnableToCheckForUpdatesAlert(true, *englishTexts());
+}
+
+TEST_F(VeskUpdateGTKAlertRunnerTest, AssistiveTechnologiesFindThePartsAndPressTheButton) {
+  whileAlertIsUp([this] {
+    const std::vector<std::string> parts = desktop_.accessibleParts();
+    EXPECT_THAT(parts, Contains(StartsWith("label\tNo Updates Available")));
+    EXPECT_THAT(parts, Contains(StartsWith("check box\tCheck for beta releases")));
+    EXPECT_TRUE(desktop_.pressThroughAccessibility("OK"));
+  });
+
+  EXPECT_TRUE(presenter_.presentManualCheckCompletionAlert(completion(true, true)).didPresentAlert);
+}
+
+}  // namespace
+}  // namespace quillon

@@ -1,0 +1,204 @@
+#include <gmock/gmock.h>
+#include <gtest/gtest.h>
+#include <gtkmm/window.h>
+#include <webkit/webkit.h>
+
+#include <memory>
+#include <optional>
+#include <string>
+#include <vector>
+
+#include "QuillonUpdatesAppKitUI/Presentation/Linux/VeskUpdateGTKReleaseNotesView.h"
+#include "QuillonUpdatesAppKitUITests/Presentation/Linux/PageServer.h"
+#include "QuillonUpdatesAppKitUITests/Presentation/Linux/VirtualDesktop.h"
+#include "QuillonUpdatesAppKitUITests/Presentation/Linux/WindowOnScreen.h"
+#include "Support/NginxServer.h"
+#include "Support/TemporaryDirectory.h"
+
+namespace quillon {
+namespace {
+
+using ::testing::Contains;
+using ::testing::ElementsAre;
+using ::testing::IsEmpty;
+using ::testing::Not;
+using testing::pageOfOneLink;
+using testing::PageServer;
+using testing::VirtualDesktop;
+
+class VeskUpdateGTKReleaseNotesViewTest : public ::testing::Test {
+ protected:
+  ~VeskUpdateGTKReleaseNotesViewTest() override {
+    window_.reset();
+    view_.reset();
+    desktop_.serveWhatWaits();
+  }
+
+  void open(const std::optional<QuillonURL>& page, bool allowsScripts = false) {
+    window_.reset();
+    view_ = std::make_unique<VeskUpdateGTKReleaseNotesView>(
+        allowsScripts, [this](const VeskUpdatePromptNavigation& navigation) {
+          asked_.push_back((navigation.isLinkActivated ? "link " : "") + navigation.url->absoluteString());
+          return isAllowed_ && !navigation.isLinkActivated;
+        });
+    window_ = std::make_unique<Gtk::Window>();
+    window_->set_default_size(500, 400);
+    window_->set_child(*view_);
+    window_->present();
+    ASSERT_TRUE(desktop_.waitUntilShown(*window_));
+    view_->load(page);
+  }
+  void open(const std::string& path, bool allowsScripts = false) { open(server_.url(path), allowsScripts); }
+
+  [[nodiscard]] std::string title() const {
+    const char* const text = webkit_web_view_get_title(view_->webView());
+    return text == nullptr ? "" : text;
+  }
+  [[nodiscard]] bool waitForTitle(const std::string& text) {
+    return desktop_.serveUntil([&] { return title() == text; });
+  }
+  [[nodiscard]] bool waitForEndOfLoad() {
+    return desktop_.serveUntil([&] { return webkit_web_view_is_loading(view_->webView()) == FALSE; });
+  }
+  /// The view is drawn, so that a click meets the page.
+  [[nodiscard]] bool waitForPage(const std::string& text = "Notes") {
+    return waitForTitle(text) && waitForEndOfLoad() &&
+           desktop_.serveUntil([this] { return !view_->showsPlaceholder(); });
+  }
+  VirtualDesktop& desktop_ = VirtualDesktop::shared();
+  testing::TemporaryDirectory folder_;
+  PageServer server_;
+  bool isAllowed_ = true;
+  std::vector<std::string> asked_;
+  std::unique_ptr<VeskUpdateGTKReleaseNotesView> view_;
+  std::unique_ptr<Gtk::Window> window_;
+};
+
+TEST_F(VeskUpdateGTKReleaseNotesViewTest, APageIsShownWhenItsFirstBytesAreThere) {
+  server_.answers["/notes"] = {.body = "<title>Notes</title>"};
+  open("/notes");
+  EXPECT_TRUE(view_->showsPlaceholder());
+
+  EXPECT_TRUE(waitForPage());
+  EXPECT_THAT(asked_, ElementsAre(server_.address("/notes")));
+}
+
+TEST_F(VeskUpdateGTKReleaseNotesViewTest, WithoutAPageThePlaceholderStays) {
+  open(std::nullopt);
+
+  EXPECT_TRUE(view_->showsPlaceholder());
+  EXPECT_THAT(asked_, IsEmpty());
+}
+
+TEST_F(VeskUpdateGTKReleaseNotesViewTest, APageThatCannotBeHadLeavesThePlaceholder) {
+  server_.answers["/broken"] = {.body = "<title>Sorry</title>", .status = 500};
+  server_.answers["/archive"] = {.body = "PK", .contentType = "application/zip"};
+  const std::string nobody = PageServer().address("/");
+  const testing::NginxServer stranger({}, testing::NginxServer::Protocol::https);
+
+  for (const std::string& address : {server_.address("/missing"), server_.address("/broken"),
+                                     server_.address("/archive"), nobody, stranger.origin() + "/"}) {
+    open(QuillonURL::parse(address));
+    EXPECT_TRUE(waitForEndOfLoad());
+    EXPECT_TRUE(view_->showsPlaceholder()) << address;
+  }
+}
+
+TEST_F(VeskUpdateGTKReleaseNotesViewTest, APageThatNeverComesLeavesThePlaceholderAndCanBeStopped) {
+  server_.answers["/never"] = {.body = "", .isNever = true};
+  open("/never");
+  ASSERT_TRUE(desktop_.serveUntil([this] { return !server_.requests.empty(); }));
+
+  EXPECT_TRUE(view_->showsPlaceholder());
+  view_->stop();
+  EXPECT_TRUE(waitForEndOfLoad());
+}
+
+TEST_F(VeskUpdateGTKReleaseNotesViewTest, ARedirectIsAskedAboutAndOneThatIsDeniedLeavesThePlaceholder) {
+  server_.answers["/moved"] = {.body = "", .status = 302, .location = "/notes"};
+  server_.answers["/notes"] = {.body = "<title>Notes</title>"};
+  open("/moved");
+  EXPECT_TRUE(waitForPage());
+  EXPECT_THAT(asked_, ElementsAre(server_.address("/moved"), server_.address("/notes")));
+
+  isAllowed_ = false;
+  open("/moved");
+  EXPECT_TRUE(waitForEndOfLoad());
+  EXPECT_TRUE(view_->showsPlaceholder());
+}
+
+TEST_F(VeskUpdateGTKReleaseNotesViewTest, ARedirectToAFileShowsNothing) {
+  testing::writeFile(folder_ / "secret.html", "<title>Secret</title>");
+  server_.answers["/moved"] = {
+      .body = "", .status = 302, .location = QuillonURL::fileURL((folder_ / "secret.html").string()).absoluteString()};
+
+  open("/moved");
+
+  EXPECT_TRUE(waitForEndOfLoad());
+  EXPECT_TRUE(view_->showsPlaceholder());
+  EXPECT_EQ(title(), "");
+}
+
+TEST_F(VeskUpdateGTKReleaseNotesViewTest, ScriptsRunOnlyWhereTheHostAllowsThem) {
+  server_.answers["/notes"] = {.body = "<title>Notes</title><script>document.title = 'Script'</script>"};
+  open("/notes");
+  EXPECT_TRUE(waitForPage("Notes"));
+
+  open("/notes", true);
+  EXPECT_TRUE(waitForPage("Script"));
+}
+
+TEST_F(VeskUpdateGTKReleaseNotesViewTest, AClickOnALinkIsAskedAboutAndThePageStays) {
+  server_.answers["/notes"] = {.body = pageOfOneLink("https://example.org/more")};
+  for (const std::string& attributes : {std::string(), std::string("target=_blank")}) {
+    server_.answers["/notes"].body = pageOfOneLink("https://example.org/more", attributes);
+    asked_.clear();
+    open("/notes");
+    ASSERT_TRUE(waitForPage());
+
+    EXPECT_TRUE(desktop_.clickUntil(*view_, [this] { return asked_.size() >= 2; })) << attributes;
+    EXPECT_EQ(asked_.back(), "link https://example.org/more");
+    EXPECT_EQ(title(), "Notes");
+    EXPECT_FALSE(view_->showsPlaceholder());
+  }
+}
+
+TEST_F(VeskUpdateGTKReleaseNotesViewTest, WindowsDialogsAndPermissionsAreDeniedWithoutAWord) {
+  server_.answers["/notes"] = {.body = R"(<title>Notes</title><script>
+    window.open('/popup'); alert('x'); confirm('y'); prompt('z'); print();
+    navigator.geolocation.getCurrentPosition(() => { document.title = 'Granted'; },
+                                             () => { document.title = 'Denied'; });
+  </script>)"};
+
+  open("/notes", true);
+
+  EXPECT_TRUE(waitForTitle("Denied"));
+  EXPECT_EQ(testing::windowsOnScreen().size(), 1U);
+  EXPECT_THAT(server_.requests, Not(Contains("/popup")));
+}
+
+TEST_F(VeskUpdateGTKReleaseNotesViewTest, APageWithinThePageIsAskedAboutAndADownloadIsNoPage) {
+  server_.answers["/notes"] = {.body =
+                                   "<title>Notes</title><iframe src=/archive></iframe><iframe src=/inner></iframe>"};
+  server_.answers["/archive"] = {.body = "PK", .contentType = "application/zip"};
+  server_.answers["/inner"] = {.body = "inner"};
+
+  open("/notes");
+
+  EXPECT_TRUE(waitForPage());
+  EXPECT_THAT(asked_, Contains(server_.address("/inner")));
+  EXPECT_EQ(testing::windowsOnScreen().size(), 1U);
+}
+
+TEST_F(VeskUpdateGTKReleaseNotesViewTest, WhenTheWebProcessDiesThePlaceholderIsBack) {
+  server_.answers["/notes"] = {.body = "<title>Notes</title>"};
+  open("/notes");
+  ASSERT_TRUE(waitForPage());
+
+  webkit_web_view_terminate_web_process(view_->webView());
+
+  EXPECT_TRUE(desktop_.serveUntil([this] { return view_->showsPlaceholder(); }));
+}
+
+}  // namespace
+}  // namespace quillon

@@ -1,0 +1,148 @@
+#include <fcntl.h>
+#include <gmock/gmock.h>
+#include <gtest/gtest.h>
+#include <sys/ioctl.h>
+#include <unistd.h>
+
+#include <array>
+#include <cstdlib>
+#include <memory>
+#include <sstream>
+#include <string>
+
+#include "QuillonUpdatesAppKitUI/Presentation/Terminal/Posix/VeskUpdateTerminalKeys.h"
+#include "Support/ManualMainThread.h"
+
+namespace quillon {
+namespace {
+
+/// A terminal whose user is the test.
+class PseudoTerminal {
+ public:
+  PseudoTerminal() : user(posix_openpt(O_RDWR | O_NOCTTY)) {
+    grantpt(user);
+    unlockpt(user);
+    program = open(ptsname(user), O_RDWR | O_NOCTTY);
+    const winsize size{.ws_row = 40, .ws_col = 132, .ws_xpixel = 0, .ws_ypixel = 0};
+    ioctl(program, TIOCSWINSZ, &size);
+  }
+  ~PseudoTerminal() {
+    close(program);
+    close(user);
+  }
+  PseudoTerminal(const PseudoTerminal&) = delete;
+  PseudoTerminal& operator=(const PseudoTerminal&) = delete;
+
+  [[nodiscard]] bool echoes() const {
+    termios settings{};
+    tcgetattr(program, &settings);
+    return (settings.c_lflag & ECHO) != 0;
+  }
+
+  int user;
+  int program = -1;
+};
+
+void type(int descriptor, const std::string& text) {
+  ASSERT_EQ(write(descriptor, text.data(), text.size()), static_cast<ssize_t>(text.size()));
+}
+
+class VeskUpdateTerminalKeysTest : public ::testing::Test {
+ protected:
+  [[nodiscard]] std::shared_ptr<VeskUpdateTerminal::Question> ask(const std::string& keys) {
+    return terminal_->ask({{.keys = keys, .title = "Choice", .action = [this, keys] { chosen_ += keys.front(); }}});
+  }
+  void runKeys(int count) {
+    for (int i = 0; i < count; ++i) mainThread_->runNext();
+  }
+
+  std::ostringstream output_;
+  std::string chosen_;
+  const std::shared_ptr<VeskUpdateTerminal> terminal_ =
+      std::make_shared<VeskUpdateTerminal>(output_, VeskUpdateTerminal::Style{});
+  const std::shared_ptr<testing::ManualMainThread> mainThread_ = std::make_shared<testing::ManualMainThread>();
+};
+
+TEST_F(VeskUpdateTerminalKeysTest, OfAPipeTheFirstCharacterOfEachLineIsAKeyAndItsEndTheEndOfInput) {
+  std::array<int, 2> ends{};
+  ASSERT_EQ(pipe(ends.data()), 0);
+  const VeskUpdateTerminalKeys keys(ends[0], terminal_, mainThread_);
+  const auto one = ask("1");
+  const auto all = ask("2\n\x04");
+
+  type(ends[1], "2 please\n\n");
+  close(ends[1]);
+  runKeys(3);
+
+  EXPECT_EQ(chosen_, "222");
+  EXPECT_TRUE(terminal_->didInputEnd());
+  close(ends[0]);
+}
+
+TEST_F(VeskUpdateTerminalKeysTest, OfATerminalEachKeyCountsWithoutEchoWhileAQuestionIsOpen) {
+  const PseudoTerminal pseudo;
+  const VeskUpdateTerminalKeys keys(pseudo.program, terminal_, mainThread_);
+  EXPECT_TRUE(pseudo.echoes());
+  auto question = ask("1");
+  EXPECT_FALSE(pseudo.echoes());
+
+  type(pseudo.user, "1");
+  runKeys(1);
+  question.reset();
+
+  EXPECT_EQ(chosen_, "1");
+  EXPECT_TRUE(pseudo.echoes());
+}
+
+TEST_F(VeskUpdateTerminalKeysTest, ArrowsAndFunctionKeysAreNoEscape) {
+  const PseudoTerminal pseudo;
+  const VeskUpdateTerminalKeys keys(pseudo.program, terminal_, mainThread_);
+  const auto escape = ask("\x1b");
+  const auto one = ask("1");
+
+  type(pseudo.user, "\x1b[A\x1bOP\x1b[3~\x1b[1;5C\x1bx1");
+  runKeys(1);
+
+  EXPECT_EQ(chosen_, "1");
+  EXPECT_EQ(mainThread_->waitingCount(), 0U);
+}
+
+TEST_F(VeskUpdateTerminalKeysTest, TheEscapeKeyIsAKey) {
+  const PseudoTerminal pseudo;
+  const VeskUpdateTerminalKeys keys(pseudo.program, terminal_, mainThread_);
+  const auto question = ask("2\x1b");
+
+  type(pseudo.user, "\x1b");
+  runKeys(1);
+
+  EXPECT_EQ(chosen_, "2");
+}
+
+TEST_F(VeskUpdateTerminalKeysTest, WhoeverStopsReadingPutsTheTerminalBack) {
+  const PseudoTerminal pseudo;
+  std::shared_ptr<VeskUpdateTerminal::Question> question;
+  {
+    const VeskUpdateTerminalKeys keys(pseudo.program, terminal_, mainThread_);
+    question = ask("1");
+    EXPECT_FALSE(pseudo.echoes());
+  }
+
+  EXPECT_TRUE(pseudo.echoes());
+}
+
+TEST_F(VeskUpdateTerminalKeysTest, ATerminalIsDrawnInAtItsWidthAndAPipeIsNot) {
+  const PseudoTerminal pseudo;
+  setenv("TERM", "xterm", 1);
+  std::array<int, 2> ends{};
+  ASSERT_EQ(pipe(ends.data()), 0);
+
+  EXPECT_TRUE(terminalStyle(pseudo.program).drawsInPlace);
+  EXPECT_EQ(terminalStyle(pseudo.program).columns, 132U);
+  EXPECT_FALSE(terminalStyle(ends[1]).drawsInPlace);
+  EXPECT_EQ(terminalStyle(ends[1]).columns, 80U);
+  close(ends[0]);
+  close(ends[1]);
+}
+
+}  // namespace
+}  // namespace quillon
