@@ -65,6 +65,9 @@ class Installation {
     } catch (const VeskUpdateInstallerError& error) {
       if (!mayHaveBeenLaunched(error)) session_.memory.setAttempt(std::nullopt);
       throw failure(error);
+    } catch (const QuillonError&) {
+      session_.memory.setAttempt(std::nullopt);
+      throw;
     } catch (const QuillonCancellationError&) {
       session_.memory.setAttempt(std::nullopt);
       if (!isDeclined_) throw;
@@ -121,7 +124,11 @@ class Installation {
   [[nodiscard]] std::shared_ptr<VeskUpdateProgressWindow> makeWindow() const {
     const auto& mainThread = session_.services.mainThread;
     auto window = onMainThread(
-        *mainThread, [this] { return presenter_->showProgressWindow("", std::nullopt); }, stopSource_.get_token());
+        *mainThread,
+        [this] {
+          return presenter_->showProgressWindow(session_.texts->text(VeskUpdateTexts::downloadingUpdate), std::nullopt);
+        },
+        stopSource_.get_token());
     auto* const shown = window.get();
     return {shown, [held = std::move(window), mainThread](VeskUpdateProgressWindow*) mutable {
               mainThread->post([last = std::move(held)]() mutable {
