@@ -63,13 +63,13 @@ class Installation {
     try {
       install(makeRequest(isNoted ? std::optional(attempt.identifier) : std::nullopt));
     } catch (const VeskUpdateInstallerError& error) {
-      if (!mayHaveBeenLaunched(error)) session_.memory.setAttempt(std::nullopt);
+      if (!mayHaveBeenLaunched(error)) forgetAttempt();
       throw failure(error);
     } catch (const QuillonError&) {
-      session_.memory.setAttempt(std::nullopt);
+      forgetAttempt();
       throw;
     } catch (const QuillonCancellationError&) {
-      session_.memory.setAttempt(std::nullopt);
+      forgetAttempt();
       if (!isDeclined_) throw;
       return false;
     }
@@ -155,6 +155,12 @@ class Installation {
     if (std::holds_alternative<Progress::AuthorizationRequired>(progress.value)) {
       session_.say("An administrator has to allow this update.");
     }
+  }
+
+  /// Nothing was handed to the installer.
+  void forgetAttempt() const {
+    session_.memory.setAttempt(std::nullopt);
+    folders_.removeLeftovers(*session_.services.fileManager);
   }
 
   /// Whether an installer may be at work although the launch failed.

@@ -39,9 +39,13 @@ std::vector<std::string> UpdateWorkingFolders::removeLeftovers(const QuillonFile
   parents.push_back(fileManager.temporaryDirectory());
   std::vector<std::string> removed;
   for (const QuillonURL& parent : parents) {
-    const QuillonURL folder =
-        parent.appendingPathComponent(applicationFolderName_).appendingPathComponent(updateFolderName_);
+    const QuillonURL applicationFolder = parent.appendingPathComponent(applicationFolderName_);
+    const QuillonURL folder = applicationFolder.appendingPathComponent(updateFolderName_);
     for (std::string& name : removeContents(fileManager, folder)) removed.push_back(std::move(name));
+    try {
+      fileManager.removeEmptyDirectory(applicationFolder);
+    } catch (const QuillonSystemError&) {  // NOLINT(bugprone-empty-catch): it is not empty, or was never made
+    }
   }
   return removed;
 }
