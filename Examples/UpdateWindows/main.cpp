@@ -91,11 +91,17 @@ class Application {
  public:
   Application(QuillonURL bundle, const std::string& language)
       : bundle_(std::move(bundle)),
+        language_(language),
         texts_(std::make_shared<const VeskUpdateLocalizationBundle>(files_, bundle_, std::vector{language})),
         progress_(std::make_shared<VeskUpdateGTKProgressWindows>(), files_, bundle_, texts_),
         prompt_(std::make_shared<VeskUpdateGTKPromptWindows>(resources()), makeSystemWorkspace()),
         alerts_([](const QuillonURL& url) { return makeSystemWorkspace()->open(url); },
-                std::make_shared<VeskUpdateGTKAlertRunner>()) {}
+                std::make_shared<VeskUpdateGTKAlertRunner>()) {
+    // The icon of every window. An installed application has it in the desktop's theme.
+    GtkIconTheme* const icons = gtk_icon_theme_get_for_display(gdk_display_get_default());
+    gtk_icon_theme_add_search_path(icons, resources().appendingPathComponent("icons").path().c_str());
+    gtk_window_set_default_icon_name("org.example.Example");
+  }
 
   void walkThrough() {
     present([this](const VeskUpdatePromptAction& action) {
@@ -137,6 +143,11 @@ class Application {
  private:
   [[nodiscard]] QuillonURL resources() const { return bundle_.appendingPathComponent("Contents/Resources"); }
 
+  [[nodiscard]] QuillonURL releaseNotes() const {
+    const QuillonURL translated = resources().appendingPathComponent("notes-" + language_ + ".html");
+    return files_->fileExists(translated) ? translated : resources().appendingPathComponent("notes.html");
+  }
+
   void present(VeskUpdatePromptPresenter::ActionHandler handler) {
     VeskUpdatePromptInput input;
     const auto set = [&input](const char* key, const std::string& value) {
@@ -145,7 +156,7 @@ class Application {
     set("type", "update");
     set("title", "Example 2.1");
     set("current", "2.1");
-    set("url", resources().appendingPathComponent("notes.html").absoluteString());
+    set("url", releaseNotes().absoluteString());
     set("app-installer", "https://example.org/Example.zip");
     input.isManualCheck = true;
     input.allowInstallAction = true;
@@ -154,6 +165,8 @@ class Application {
     input.applicationBuild = 200;
     input.applicationLogoImageName = "Logo";
     input.localizationBundle = texts_;
+    input.defaultWindowWidth = 640;
+    input.defaultWindowHeight = 560;
     prompt_.present(input, std::move(handler));
   }
 
@@ -211,6 +224,7 @@ class Application {
 
   const std::shared_ptr<QuillonFileManaging> files_ = makeSystemFileManager();
   const QuillonURL bundle_;
+  const std::string language_;
   const std::shared_ptr<const VeskUpdateLocalizationBundle> texts_;
   QuillonGLibMainThread mainThread_;
   const VeskUpdateProgressWindowPresenter progress_;

@@ -29,6 +29,8 @@ namespace Identifiers = VeskUpdatePromptWindowIdentifiers;
 using PageScripts = VeskUpdateGTKPromptWindows::PageScripts;
 
 constexpr int kMargin = 20;
+/// Between heading, page and buttons.
+constexpr int kSectionSpacing = 18;
 constexpr int kSpacing = 12;
 constexpr int kLogoSize = 64;
 constexpr int kDescriptionLines = 4;
@@ -119,7 +121,7 @@ class PromptWidgets {
 
  private:
   Gtk::Widget& makeHeading(const VeskUpdatePromptContent& content, const QuillonURL& imagesFolder) {
-    auto* const row = Gtk::make_managed<Gtk::Box>(Gtk::Orientation::HORIZONTAL, kSpacing + kSpacing / 2);
+    auto* const row = Gtk::make_managed<Gtk::Box>(Gtk::Orientation::HORIZONTAL, kSectionSpacing);
     auto* const logo = Gtk::make_managed<Gtk::Image>();
     setAccessibilityIdentifier(*logo, Identifiers::logoImage);
     logo->set_pixel_size(scaledToText(kLogoSize));
@@ -193,7 +195,7 @@ class PromptWidgets {
     window.set_focus(button);
   }
 
-  Gtk::Box column_{Gtk::Orientation::VERTICAL, kSpacing};
+  Gtk::Box column_{Gtk::Orientation::VERTICAL, kSectionSpacing};
 };
 
 class PromptWindow final : public VeskUpdatePromptWindow {

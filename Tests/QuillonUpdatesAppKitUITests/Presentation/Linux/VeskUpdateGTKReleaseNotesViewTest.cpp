@@ -163,6 +163,27 @@ TEST_F(VeskUpdateGTKReleaseNotesViewTest, AClickOnALinkIsAskedAboutAndThePageSta
   }
 }
 
+TEST_F(VeskUpdateGTKReleaseNotesViewTest, ALinkThatAScriptFollowsIsNoChoiceOfTheUser) {
+  server_.answers["/notes"] = {.body = pageOfOneLink("/other") + "<script>document.links[0].click()</script>"};
+  server_.answers["/other"] = {.body = "<title>Other</title>"};
+
+  open("/notes", true);
+
+  EXPECT_TRUE(waitForPage("Other"));
+  EXPECT_THAT(asked_, ElementsAre(server_.address("/notes"), server_.address("/other")));
+}
+
+TEST_F(VeskUpdateGTKReleaseNotesViewTest, APageCanBeDarkOnADarkDesktop) {
+  server_.answers["/notes"] = {
+      .body = "<script>document.title = matchMedia('(prefers-color-scheme: dark)').matches ? 'dark' : 'light'</script>"};
+  open("/notes", true);
+  EXPECT_TRUE(waitForPage("light"));
+
+  const testing::DarkDesktop dark;
+  open("/notes", true);
+  EXPECT_TRUE(waitForPage("dark"));
+}
+
 TEST_F(VeskUpdateGTKReleaseNotesViewTest, WindowsDialogsAndPermissionsAreDeniedWithoutAWord) {
   server_.answers["/notes"] = {.body = R"(<title>Notes</title><script>
     window.open('/popup'); alert('x'); confirm('y'); prompt('z'); print();
