@@ -37,6 +37,11 @@ constexpr int kStepMilliseconds = 40;
 /// Long enough for a page and every animation.
 constexpr int kDrawingMilliseconds = 1500;
 
+/// What the theme draws around a window, in pixels.
+constexpr float kCornerRadius = 8;
+constexpr float kShadowBlur = 10;
+constexpr float kPictureMargin = 14;
+
 /// The pictures of a window, drawn by GTK itself.
 class Camera {
  public:
@@ -70,13 +75,32 @@ class Camera {
     std::function<void()> next;
   };
 
+  /// A paintable is cut off at the edges of the window, which leaves the shadow to us.
+  static void drawShadow(GtkSnapshot* snapshot, GtkWindow* window, float width, float height) {
+    const bool isAlert = gtk_widget_has_css_class(GTK_WIDGET(window), "message") != FALSE;
+    const graphene_size_t top{kCornerRadius, kCornerRadius};
+    const graphene_size_t bottom = isAlert ? top : graphene_size_t{0, 0};
+    const graphene_rect_t bounds{{0, 0}, {width, height}};
+    GskRoundedRect outline;
+    gsk_rounded_rect_init(&outline, &bounds, &top, &top, &bottom, &bottom);
+    constexpr GdkRGBA kEdge{0, 0, 0, 0.23F};
+    constexpr GdkRGBA kShadow{0, 0, 0, 0.35F};
+    gtk_snapshot_append_outset_shadow(snapshot, &outline, &kShadow, 0, 3, 0, kShadowBlur);
+    gtk_snapshot_append_outset_shadow(snapshot, &outline, &kEdge, 0, 0, 1, 0);
+  }
+
   static void draw(GtkWindow* window, const std::string& file) {
     GdkPaintable* const paintable = gtk_widget_paintable_new(GTK_WIDGET(window));
+    const auto width = static_cast<float>(gdk_paintable_get_intrinsic_width(paintable));
+    const auto height = static_cast<float>(gdk_paintable_get_intrinsic_height(paintable));
     GtkSnapshot* const snapshot = gtk_snapshot_new();
-    gdk_paintable_snapshot(paintable, snapshot, gdk_paintable_get_intrinsic_width(paintable),
-                           gdk_paintable_get_intrinsic_height(paintable));
+    drawShadow(snapshot, window, width, height);
+    gdk_paintable_snapshot(paintable, snapshot, static_cast<double>(width), static_cast<double>(height));
     GskRenderNode* const node = gtk_snapshot_free_to_node(snapshot);
-    GdkTexture* const texture = gsk_renderer_render_texture(gtk_native_get_renderer(GTK_NATIVE(window)), node, nullptr);
+    const graphene_rect_t picture{{-kPictureMargin, -kPictureMargin},
+                                  {width + 2 * kPictureMargin, height + 2 * kPictureMargin}};
+    GdkTexture* const texture =
+        gsk_renderer_render_texture(gtk_native_get_renderer(GTK_NATIVE(window)), node, &picture);
     if (gdk_texture_save_to_png(texture, file.c_str()) == FALSE) std::cerr << "Cannot write " << file << '\n';
     g_object_unref(texture);
     gsk_render_node_unref(node);

@@ -118,7 +118,7 @@ class VeskUpdateGTKPromptWindowsTest : public ::testing::Test {
 
   static constexpr int kMargin = 20;
   /// Each takes a window of its own; the thousand is done with recorded windows.
-  static constexpr int kRandomSequences = 100;
+  static constexpr int kRandomSequences = 50;
 
   static VeskUpdatePromptInput installableInput(bool isManualCheck = true) {
     VeskUpdatePromptInput input =

@@ -222,7 +222,7 @@ bool VirtualDesktop::pressThroughAccessibility(const std::string& name) {
 std::string VirtualDesktop::runAccessibilityReader(const std::vector<std::string>& arguments, int& status) {
   const std::string output = (folder_ / "parts").string();
   std::filesystem::remove(output);
-  std::vector<std::string> command{QUILLON_TEST_PROGRAM_FOLDER "/AccessibilityReader", std::to_string(getpid())};
+  std::vector<std::string> command{QUILLON_ACCESSIBILITY_READER, std::to_string(getpid())};
   command.insert(command.end(), arguments.begin(), arguments.end());
   // Served meanwhile: this process answers what the reader asks.
   serveDuring([&] {
