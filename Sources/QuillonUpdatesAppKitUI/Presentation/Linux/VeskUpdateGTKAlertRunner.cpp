@@ -36,6 +36,8 @@ constexpr int kSpacing = 12;
 constexpr int kIconSize = 56;
 constexpr int kTitleLines = 4;
 constexpr int kLongestButtonTitle = 32;
+/// So that a short title is no small target.
+constexpr double kSmallestButtonWidth = 84;
 /// What an alert shows as a whole: in bytes, and in lines that the text itself has.
 constexpr std::size_t kLongestBody = 400;
 constexpr std::ptrdiff_t kMostBodyLines = 8;
@@ -161,6 +163,7 @@ class AlertWindow {
       auto* const button = Gtk::make_managed<Gtk::Button>();
       setAccessibilityIdentifier(*button, std::string(Identifiers::button).append(std::to_string(index)));
       showButtonTitle(*button, titles[index], kLongestButtonTitle);
+      button->set_size_request(scaledToText(kSmallestButtonWidth), -1);
       button->signal_clicked().connect([this, index] { end(index); });
       row->prepend(*button);
       if (index == 0) {
