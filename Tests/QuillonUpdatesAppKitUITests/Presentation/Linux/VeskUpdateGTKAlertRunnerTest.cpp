@@ -34,7 +34,7 @@ using testing::VirtualDesktop;
 
 class VeskUpdateGTKAlertRunnerTest : public ::testing::Test {
  protected:
-  ~VeskUpdateGTKAlertRunnerTest() override { desktop_.serveWhatWaits(); }
+  ~VeskUpdateGTKAlertRunnerTest() override { testing::expectNoWindowIsLeft(desktop_); }
 
   /// Does `what` while the next alert is up, which is before run() or a presentation returns.
   void whileAlertIsUp(std::function<void()> what) {

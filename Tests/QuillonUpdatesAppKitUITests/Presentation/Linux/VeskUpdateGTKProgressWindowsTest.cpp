@@ -36,7 +36,7 @@ class VeskUpdateGTKProgressWindowsTest : public ::testing::Test {
  protected:
   ~VeskUpdateGTKProgressWindowsTest() override {
     window_.reset();
-    desktop_.serveWhatWaits();
+    testing::expectNoWindowIsLeft(desktop_);
   }
 
   [[nodiscard]] VeskUpdateProgressWindowPresenter makePresenter() const {
@@ -187,8 +187,7 @@ TEST_F(VeskUpdateGTKProgressWindowsTest, ACancellationBeforeTheOfferEndsTheWaitA
     return false;
   };
   confirmation.resolve(std::make_exception_ptr(QuillonCancellationError()));
-  confirmation.setContinuation(
-      [&](const std::exception_ptr& error) { endings.push_back(isCancellation(error)); });
+  confirmation.setContinuation([&](const std::exception_ptr& error) { endings.push_back(isCancellation(error)); });
   show();
   offer([&] { confirmation.resolve(); });
 

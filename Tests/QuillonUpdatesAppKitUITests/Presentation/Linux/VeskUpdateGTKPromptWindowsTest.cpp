@@ -52,7 +52,7 @@ class VeskUpdateGTKPromptWindowsTest : public ::testing::Test {
  protected:
   ~VeskUpdateGTKPromptWindowsTest() override {
     presenter_.reset();
-    desktop_.serveWhatWaits();
+    testing::expectNoWindowIsLeft(desktop_);
   }
 
   void present(const VeskUpdatePromptInput& input = promptInput()) {
@@ -363,9 +363,8 @@ TEST_F(VeskUpdateGTKPromptWindowsTest, APageThatIsRedirectedToAnotherSchemeIsNot
     testing::PageServer server;
     server.answers["/moved"] = {.body = "", .status = 302, .location = target};
     present(promptInput({{"current", "2.1"}, {"url", server.address("/moved")}}));
-    EXPECT_TRUE(desktop_.serveUntil([&] {
-      return !server.requests.empty() && webkit_web_view_is_loading(page().webView()) == FALSE;
-    }));
+    EXPECT_TRUE(desktop_.serveUntil(
+        [&] { return !server.requests.empty() && webkit_web_view_is_loading(page().webView()) == FALSE; }));
     EXPECT_TRUE(page().showsPlaceholder()) << target;
     EXPECT_THAT(browser_->opened, IsEmpty()) << target;
     presenter_->cancel();
@@ -504,8 +503,8 @@ TEST_F(VeskUpdateGTKPromptWindowsTest, TextsAreLightOnADarkDesktop) {
 
   const testing::DarkDesktop dark;
 
-  EXPECT_TRUE(desktop_.serveUntil(
-      [] { return testing::brightness(part<Gtk::Label>(Identifiers::descriptionLabel)) > 0.6; }));
+  EXPECT_TRUE(
+      desktop_.serveUntil([] { return testing::brightness(part<Gtk::Label>(Identifiers::descriptionLabel)) > 0.6; }));
 }
 
 TEST_F(VeskUpdateGTKPromptWindowsTest, TheApplicationsImageIsShownWhereThereIsOne) {

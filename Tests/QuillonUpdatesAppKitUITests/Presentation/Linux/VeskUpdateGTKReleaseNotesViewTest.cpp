@@ -31,7 +31,7 @@ class VeskUpdateGTKReleaseNotesViewTest : public ::testing::Test {
   ~VeskUpdateGTKReleaseNotesViewTest() override {
     window_.reset();
     view_.reset();
-    desktop_.serveWhatWaits();
+    testing::expectNoWindowIsLeft(desktop_);
   }
 
   void open(const std::optional<QuillonURL>& page, bool allowsScripts = false) {
@@ -175,7 +175,8 @@ TEST_F(VeskUpdateGTKReleaseNotesViewTest, ALinkThatAScriptFollowsIsNoChoiceOfThe
 
 TEST_F(VeskUpdateGTKReleaseNotesViewTest, APageCanBeDarkOnADarkDesktop) {
   server_.answers["/notes"] = {
-      .body = "<script>document.title = matchMedia('(prefers-color-scheme: dark)').matches ? 'dark' : 'light'</script>"};
+      .body =
+          "<script>document.title = matchMedia('(prefers-color-scheme: dark)').matches ? 'dark' : 'light'</script>"};
   open("/notes", true);
   EXPECT_TRUE(waitForPage("light"));
 

@@ -12,6 +12,7 @@
 #include <vector>
 
 #include "QuillonUpdatesAppKitUI/Presentation/Linux/VeskUpdateGTKDescendant.h"
+#include "QuillonUpdatesAppKitUITests/Presentation/Linux/VirtualDesktop.h"
 
 namespace quillon::testing {
 
@@ -27,6 +28,12 @@ namespace quillon::testing {
   const std::vector<Gtk::Window*> windows = windowsOnScreen();
   if (windows.size() != 1) throw std::runtime_error(std::to_string(windows.size()) + " windows are on the screen");
   return *windows.front();
+}
+
+/// Serves what waits, after which no window may be left, visible or not.
+inline void expectNoWindowIsLeft(VirtualDesktop& desktop) {
+  desktop.serveWhatWaits();
+  EXPECT_TRUE(Gtk::Window::list_toplevels().empty());
 }
 
 /// The part of `window` with this identifier. Throws when it has none.
