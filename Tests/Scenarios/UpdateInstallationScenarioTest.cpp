@@ -63,7 +63,7 @@ constexpr int kCancellations = QUILLON_UPDATE_CANCELLATIONS;
 constexpr std::uint32_t kSeed = 20'260'611;
 /// What no machine that works at all needs to end a cancelled update.
 constexpr auto kWatchdog = std::chrono::seconds(20);
-/// Longer than libcurl reads at once, so that an archive comes in several pieces.
+/// So many that an archive comes in many reads, between which there is time to cancel.
 constexpr std::size_t kFillerBytes = std::size_t{1536} * 1024;
 
 std::string incompressibleBytes(std::size_t count) {
@@ -521,6 +521,7 @@ class UpdateCancellationScenario : public UpdateInstallationScenario {
 };
 
 TEST_F(UpdateCancellationScenario, AnUpdateCancelledAtAnyMomentEndsPromptlyAndLeavesNothing) {
+  const testing::ScopedOrphanAdoption orphansOfTools;
   const Moments ofInstaller = momentsOf(false);
   const Moments ofApplication = momentsOf(true);
   const testing::ProcessResources before = testing::ProcessResources::current();
@@ -534,7 +535,7 @@ TEST_F(UpdateCancellationScenario, AnUpdateCancelledAtAnyMomentEndsPromptlyAndLe
     CancelledUpdate update;
     update.replacesApplication = numberIn(1, 3) > 1;
     const Moments& moments = update.replacesApplication ? ofApplication : ofInstaller;
-    // The many pieces of the download are as much as the few steps behind it.
+    // The download as often as the many steps behind it.
     update.moment = i % 2 == 0 ? numberIn(1, moments.unpacking) : numberIn(moments.unpacking, moments.last);
     // As often few looks as many.
     update.looks = numberIn(1, 3) == 1 ? 0 : numberIn(1, 1 << numberIn(1, 14));
