@@ -30,8 +30,8 @@ class QuillonProcessRunning {
   /// and waits for its end. Standard input is empty. A child that cannot be started gives status 1 and no output. Keeps
   /// the first 16 MiB of output and drops the rest. A stop request ends the child and the processes that it started:
   /// they are asked to (SIGTERM), so that they can remove what they have begun, and what is left of them after the time
-  /// that the runner gives them is killed. The status is then that of the signal, unless the child says otherwise. A child that was to be
-  /// started afterwards is not started, which gives the status of SIGKILL.
+  /// that the runner gives them is killed. The status is then that of the signal, unless the child says otherwise. A
+  /// child that was to be started afterwards is not started, which gives the status of SIGKILL.
   [[nodiscard]] virtual QuillonProcessResult run(const std::string& executablePath,
                                                  const std::vector<std::string>& arguments,
                                                  std::stop_token stopToken = {}) noexcept = 0;
