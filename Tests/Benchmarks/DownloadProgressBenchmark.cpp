@@ -154,6 +154,7 @@ Measurement measure(const QuillonURL& url, const fs::path& folder, bool hasWindo
 template <typename Value>
 Value medianOf(const std::vector<Measurement>& measurements, Value Measurement::*field) {
   std::vector<Value> values;
+  values.reserve(measurements.size());
   for (const Measurement& measurement : measurements) values.push_back(measurement.*field);
   std::ranges::sort(values);
   return values[values.size() / 2];

@@ -114,7 +114,8 @@ TEST_F(VeskUpdateURLSessionInstallerNetworkClientTest, ACancellationReachesTheTa
 
 TEST_F(VeskUpdateURLSessionInstallerNetworkClientTest, CancellationsAtEveryReportLeaveNothing) {
   const NginxServer server;
-  const std::string content(24'000'000, 'z');
+  std::string content;
+  content.resize(24'000'000, 'z');
   writeFile(server.documents() / "archive.zip", content);
   (void)clientOf(system_).data(server.url("/archive.zip"), nullptr, {});
   const ProcessResources before = ProcessResources::current();
