@@ -154,6 +154,7 @@ Measurement measure(const QuillonURL& url, const fs::path& folder, bool hasWindo
 template <typename Value>
 Value medianOf(const std::vector<Measurement>& measurements, Value Measurement::*field) {
   std::vector<Value> values;
+  values.reserve(measurements.size());
   for (const Measurement& measurement : measurements) values.push_back(measurement.*field);
   std::ranges::sort(values);
   return values[values.size() / 2];
@@ -187,6 +188,7 @@ int main(int argumentCount, char** arguments) {
   std::printf("progress   %llu reports, %zu states shown: %.1f ms in the handler, %.1f ms on the main thread\n",
               static_cast<unsigned long long>(medianOf(with, &Measurement::reports)),
               medianOf(with, &Measurement::states), handler * 1e3, mainThread * 1e3);
-  std::printf("cost       %.2f %% of the transfer\n", cost / transfer * 100);
+  std::printf("cost       %.2f %% of the transfer's time, %.2f %% of its processor time\n", cost / transfer * 100,
+              cost / medianOf(without, &Measurement::processorSeconds) * 100);
   return 0;
 }

@@ -24,7 +24,7 @@ constexpr long kReadBytes = 512L * 1024;  // the most that libcurl takes
 // libcurl brings at most 16 KB at a time. What arrives is handed on together after this time, or when it is so much: a
 // receiver that wakes another thread for each piece would otherwise cost more than the transfer.
 constexpr milliseconds kGatheringTime{10};
-constexpr std::size_t kGatheredBytes = std::size_t{4} * 1024 * 1024;
+constexpr std::size_t kGatheredBytes = std::size_t{8} * 1024 * 1024;
 /// A redirect's body is read up to here, which keeps the connection; behind it the connection is given up.
 constexpr std::size_t kMaximumRedirectBodyBytes = std::size_t{64} * 1024;
 
