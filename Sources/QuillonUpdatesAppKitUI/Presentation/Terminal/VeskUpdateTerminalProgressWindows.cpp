@@ -144,7 +144,7 @@ class ProgressWindow final : public VeskUpdateProgressWindow {
     if (const auto speed = speed_.percentPerSecond(*fraction_, monotonicTime_())) {
       share += " (" + std::to_string(*speed) + " %/s)";
     }
-    const std::string text = title_ + "  " + share + status;
+    std::string text = title_ + "  " + share + status;
     // Two brackets and a blank, and the last column, which is never drawn in.
     const std::size_t taken = columnsOf(text) + 4;
     const std::size_t columns = terminal_->style().columns;
