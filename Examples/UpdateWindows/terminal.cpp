@@ -24,13 +24,17 @@ int main(int count, char** arguments) {
   const auto terminal = std::make_shared<VeskUpdateTerminal>(std::cout, terminalStyle(STDOUT_FILENO));
   const VeskUpdateTerminalKeys keys(STDIN_FILENO, terminal, queue);
   const auto serve = [queue](const std::stop_token& stopToken) { queue->run(stopToken); };
+  std::stop_source end;
+  const auto nobodyAnswers = [&end] {
+    std::cout << "Nobody can confirm the installation.\n";
+    end.request_stop();
+  };
   UpdateWalk walk(QuillonURL::fileURL(arguments[1]), arguments[2],
                   {.mainThread = queue,
-                   .progressWindows =
-                       std::make_shared<VeskUpdateTerminalProgressWindows>(terminal, makeSystemMonotonicTimeProvider()),
+                   .progressWindows = std::make_shared<VeskUpdateTerminalProgressWindows>(
+                       terminal, makeSystemMonotonicTimeProvider(), nobodyAnswers),
                    .promptWindows = std::make_shared<VeskUpdateTerminalPromptWindows>(terminal),
                    .alerts = std::make_shared<VeskUpdateTerminalAlertRunner>(terminal, serve)});
-  std::stop_source end;
   walk.begin([&end] { end.request_stop(); });
   queue->run(end.get_token());
   return 0;

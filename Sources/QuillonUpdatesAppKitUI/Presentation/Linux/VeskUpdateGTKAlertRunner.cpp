@@ -98,7 +98,7 @@ class AlertWindow {
 
   /// The application's, so that users see who speaks; without one that of the style.
   static std::string iconName(VeskUpdateAlertStyle style) {
-    const std::string ofApplication = Gtk::Window::get_default_icon_name();
+    std::string ofApplication = Gtk::Window::get_default_icon_name();
     const auto icons = Gtk::IconTheme::get_for_display(Gdk::Display::get_default());
     if (!ofApplication.empty() && icons->has_icon(ofApplication)) return ofApplication;
     return style == VeskUpdateAlertStyle::warning ? "dialog-warning" : "dialog-information";

@@ -90,8 +90,8 @@ void setContentSize(Gtk::Window& window, Gtk::Widget& titleBar, std::pair<int, i
 
 class PromptWindow;
 
-/// The widgets of a prompt. They outlive the prompt until the toolkit is done with what it was calling, and can still be
-/// clicked until then.
+/// The widgets of a prompt. They outlive the prompt until the toolkit is done with what it was calling, and can still
+/// be clicked until then.
 class PromptWidgets {
  public:
   PromptWidgets(const VeskUpdatePromptContent& content, const QuillonURL& imagesFolder, PageScripts pageScripts,

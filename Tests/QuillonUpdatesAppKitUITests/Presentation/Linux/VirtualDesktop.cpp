@@ -35,7 +35,7 @@ constexpr int kDisplayDescriptor = 3;
 constexpr int kTickMilliseconds = 5;
 /// More than makes a double click.
 constexpr std::chrono::milliseconds kTimeBetweenClicks{600};
-constexpr unsigned kPatienceSeconds = 30;
+constexpr unsigned kPatienceSeconds = 60;
 
 pid_t start(const std::vector<std::string>& command, const std::string& log, int descriptorToKeep = -1) {
   // A test that crashes takes its children with it.
