@@ -85,6 +85,20 @@ TEST_F(PreviousAttemptTest, AnAttemptThatChangedTheVersionOrTheBuildSucceeded) {
   EXPECT_FALSE(settle());
 }
 
+TEST_F(PreviousAttemptTest, AnOldVersionThatAnInstallerCouldNotRemoveIsRemovedAfterItsSuccess) {
+  const std::filesystem::path backup =
+      world_.bundle.string() + ".vesk-update-backup-0F8CFD24-EDB8-4A85-B36A-15635A53049B";
+  testing::writeFile(backup / "Contents/Info.plist", "old");
+  noteAttempt("1.0", 1);  // did not succeed
+  (void)settle();
+  EXPECT_TRUE(std::filesystem::exists(backup));
+
+  noteAttempt("0.9", 1);
+  (void)settle();
+
+  EXPECT_FALSE(std::filesystem::exists(backup));
+}
+
 TEST_F(PreviousAttemptTest, WhatTheAttemptLeftOnDiskIsRemoved) {
   noteAttempt("1.0", 1);
   testing::writeFile(world_.world.support / "Example/quillon-update-org.example.App/A/Example.app/file", "x");
