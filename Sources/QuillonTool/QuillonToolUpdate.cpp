@@ -5,8 +5,10 @@
 #include <optional>
 #include <stop_token>
 #include <string_view>
+#include <utility>
 
 #include "QuillonCore/Network/QuillonSystemURLTransfers.h"
+#include "QuillonCore/Network/QuillonURLSessionNetworkClient.h"
 #include "QuillonCore/Runtime/QuillonNoopLogger.h"
 #include "QuillonCore/Runtime/QuillonPreferredLanguages.h"
 #include "QuillonCore/Runtime/QuillonRotatingFileLogger.h"
@@ -20,6 +22,7 @@
 #include "QuillonUpdatesAppKitUI/HelperLaunchers/XPC/VeskAppBundleInstallerLauncherServiceInfo.h"
 #include "QuillonUpdatesAppKitUI/HelperLaunchers/XPC/VeskAppBundleXPCSystemServices.h"
 #include "QuillonUpdatesAppKitUI/HelperLaunchers/XPC/VeskAppBundleXPCUpdateHelperLauncher.h"
+#include "QuillonUpdatesAppKitUI/InstallerCoordinator/VeskUpdateSystemInstallerCoordinator.h"
 #include "QuillonUpdatesAppKitUI/Presentation/Terminal/Posix/VeskUpdateTerminalKeys.h"
 
 namespace quillon {
@@ -93,7 +96,14 @@ ApplicationUpdateServices makeServices(const UpdateOptions& options, const Quill
   all.fileManager = services.fileManager;
   all.processRunner = services.processRunner;
   all.codeSigningToolPath = services.codeSigningToolPath;
-  all.transfers = makeSystemURLTransfers();
+  const auto transfers = makeSystemURLTransfers();
+  all.network = std::make_shared<QuillonURLSessionNetworkClient>(transfers);
+  all.mainThread = std::make_shared<QuillonMainThreadQueue>();
+  all.coordinator = [files = services.fileManager, mainThread = all.mainThread, transfers](auto helperLauncher,
+                                                                                           auto presenter, auto texts) {
+    return makeSystemInstallerCoordinator(std::move(helperLauncher), mainThread, std::move(presenter), std::move(texts),
+                                          files, transfers);
+  };
   all.settings = [](std::string_view identifier) { return makeSystemUserDefaults(identifier); };
   all.clock = std::make_shared<QuillonSystemClock>();
   all.processes = makeSystemApplicationProcesses();
@@ -104,7 +114,6 @@ ApplicationUpdateServices makeServices(const UpdateOptions& options, const Quill
   all.monotonicTime = makeSystemMonotonicTimeProvider();
   all.environment = {.systemVersion = services.systemVersion, .languages = preferredLanguages()};
   all.logger = makeLogger(options.logFile);
-  all.mainThread = std::make_shared<QuillonMainThreadQueue>();
   all.terminal =
       std::make_shared<VeskUpdateTerminal>(people, terminalStyle(options.isJSON ? kStandardError : kStandardOutput));
   all.answering = answeringFor(options);

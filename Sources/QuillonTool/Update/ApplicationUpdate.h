@@ -12,8 +12,8 @@
 #include "QuillonCore/Contracts/QuillonKeyValueStoring.h"
 #include "QuillonCore/Contracts/QuillonLogger.h"
 #include "QuillonCore/Contracts/QuillonMonotonicTime.h"
+#include "QuillonCore/Contracts/QuillonNetworkClient.h"
 #include "QuillonCore/Contracts/QuillonProcessRunning.h"
-#include "QuillonCore/Network/QuillonURLTransferring.h"
 #include "QuillonCore/Runtime/QuillonMainThreadQueue.h"
 #include "QuillonTool/Update/ApplicationCheckContext.h"
 #include "QuillonTool/Update/ApplicationProcesses.h"
@@ -23,16 +23,25 @@
 #include "QuillonTool/Update/UpdateOutcome.h"
 #include "QuillonTool/Update/UpdatePause.h"
 #include "QuillonUpdatesAppKitUI/HelperLaunchers/VeskAppBundleUpdateHelperLaunching.h"
+#include "QuillonUpdatesAppKitUI/InstallerCoordinator/VeskUpdateInstallerCoordinator.h"
 #include "QuillonUpdatesAppKitUI/Presentation/Terminal/VeskUpdateTerminal.h"
 
 namespace quillon {
 
 /// What an update is done with. Nothing is null.
 struct ApplicationUpdateServices {
+  /// Makes what downloads, unpacks and hands on, with these parts.
+  using CoordinatorMaking =
+      std::function<VeskUpdateInstallerCoordinator(std::shared_ptr<VeskAppBundleUpdateHelperLaunching> helperLauncher,
+                                                   std::shared_ptr<const VeskUpdateProgressWindowPresenter> presenter,
+                                                   std::shared_ptr<const VeskUpdateLocalizationBundle> texts)>;
+
   std::shared_ptr<const QuillonFileManaging> fileManager;
   std::shared_ptr<QuillonProcessRunning> processRunner;
   std::string codeSigningToolPath;
-  std::shared_ptr<const QuillonURLTransferring> transfers;
+  /// Loads feeds and release notes.
+  std::shared_ptr<const QuillonNetworkClient> network;
+  CoordinatorMaking coordinator;
   /// The settings of the application with an identifier.
   std::function<std::shared_ptr<QuillonKeyValueStoring>(std::string_view identifier)> settings;
   std::shared_ptr<const QuillonClock> clock;

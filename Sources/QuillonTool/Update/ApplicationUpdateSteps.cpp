@@ -6,7 +6,6 @@
 #include <variant>
 #include <vector>
 
-#include "QuillonCore/Network/QuillonURLSessionNetworkClient.h"
 #include "QuillonCore/Runtime/QuillonMainThreadCall.h"
 #include "QuillonCore/Values/PropertyListReading.h"
 #include "QuillonCore/Values/QuillonError.h"
@@ -59,8 +58,7 @@ bool isForced(const VeskUpdateFeedProcessingCandidate& candidate, const Installe
 
 ApplicationUpdateSteps::ApplicationUpdateSteps(const UpdateOptions& options, const ApplicationUpdateServices& services,
                                                std::stop_source stopSource)
-    : session_{options, services, std::move(stopSource)},
-      network_(std::make_shared<QuillonURLSessionNetworkClient>(services.transfers)) {}
+    : session_{options, services, std::move(stopSource)} {}
 
 UpdateOutcome ApplicationUpdateSteps::run() noexcept {
   try {
@@ -166,7 +164,7 @@ void ApplicationUpdateSteps::check(const ApplicationSession& session) {
                                 UpdateSession::logCategory);
   VeskUpdateFeed feed = [&] {
     try {
-      return downloadFeed(*network_, location, session.stopSource.get_token());
+      return downloadFeed(*session.services.network, location, session.stopSource.get_token());
     } catch (const UpdateFailure& failure) {
       const VeskUpdateText& title =
           failure.code() == "offline" ? VeskUpdateTexts::unableToCheckOffline : VeskUpdateTexts::unableToCheck;
@@ -252,7 +250,7 @@ void ApplicationUpdateSteps::offer(const ApplicationSession& session, const Vesk
   const Entry entry = dictionaryOf(result.selectedCandidate->feed);
   std::optional<std::string> notes;
   if (const auto page = QuillonURL::parse(stringOrEmpty(entry, Keys::url))) {
-    notes = ReleaseNotes::load(*network_, *page, session.stopSource.get_token());
+    notes = ReleaseNotes::load(*session.services.network, *page, session.stopSource.get_token());
   }
   UpdateOfferPrompt prompt(session, std::move(notes));
   remember(result, session, now, [&prompt](const Entry& shown) {

@@ -5,7 +5,6 @@
 #include <stop_token>
 #include <string>
 
-#include "QuillonCore/Contracts/QuillonNetworkClient.h"
 #include "QuillonCore/Runtime/Posix/QuillonFileLock.h"
 #include "QuillonTool/FeedExplain/FeedCheckContext.h"
 #include "QuillonTool/Update/UpdateSession.h"
@@ -44,7 +43,6 @@ class ApplicationUpdateSteps {
   void fail(std::string code, std::string message);
 
   const UpdateSession session_;
-  const std::shared_ptr<const QuillonNetworkClient> network_;
   UpdateOutcome outcome_;
 };
 

@@ -4,6 +4,7 @@
 
 #include "QuillonTool/Update/UpdateExplanation.h"
 #include "QuillonTool/Update/UpdateWorkingFolders.h"
+#include "QuillonUpdatesAppKitUI/AppBundleReplacement/VeskAppBundleReplacementBackup.h"
 #include "QuillonUpdatesAppKitUI/AppBundleReplacement/VeskAppBundleUpdateFailureReportStore.h"
 #include "QuillonUpdatesAppKitUI/Presentation/VeskUpdateAlertPresenter.h"
 
@@ -48,6 +49,18 @@ void explain(const PreviousFailure& failure, const ApplicationSession& session) 
   session.say(text);
 }
 
+void log(const ApplicationSession& session, const std::string& text) {
+  session.services.logger->info([&text] { return text; }, ApplicationSession::logCategory);
+}
+
+/// Those of installers that ended between putting the new version in place and removing the old one.
+void removeBackups(const ApplicationSession& session) {
+  for (const std::string& name :
+       VeskAppBundleReplacementBackup::removeLeftBehind(*session.services.fileManager, session.application.bundle)) {
+    log(session, "removed the old version " + name);
+  }
+}
+
 }  // namespace
 
 std::optional<PreviousFailure> settlePreviousAttempt(const ApplicationSession& session) {
@@ -58,12 +71,12 @@ std::optional<PreviousFailure> settlePreviousAttempt(const ApplicationSession& s
   } else if (attempt) {
     session.say(session.application.name + " was updated from version " + attempt->fromVersion + " to " +
                 session.application.version + ".");
+    removeBackups(session);
   }
   session.memory.setAttempt(std::nullopt);
-  for (const std::string& name :
-       UpdateWorkingFolders(session.application).removeLeftovers(*session.services.fileManager)) {
-    session.services.logger->info([&name] { return "removed the working folder " + name; },
-                                  ApplicationSession::logCategory);
+  const UpdateWorkingFolders folders(session.application);
+  for (const std::string& name : folders.removeLeftovers(*session.services.fileManager)) {
+    log(session, "removed the working folder " + name);
   }
   return failure;
 }

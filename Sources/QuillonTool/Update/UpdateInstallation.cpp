@@ -18,7 +18,6 @@
 #include "QuillonTool/Update/UpdateExplanation.h"
 #include "QuillonTool/Update/UpdateFailure.h"
 #include "QuillonTool/Update/UpdateWorkingFolders.h"
-#include "QuillonUpdatesAppKitUI/InstallerCoordinator/VeskUpdateSystemInstallerCoordinator.h"
 #include "QuillonUpdatesAppKitUI/Presentation/Terminal/VeskUpdateTerminalProgressWindows.h"
 #include "QuillonUpdatesAppKitUI/Presentation/VeskUpdateAlertPresenter.h"
 #include "QuillonUpdatesAppKitUI/Presentation/VeskUpdatePromptPresenter.h"
@@ -116,8 +115,7 @@ class Installation {
   }
 
   [[nodiscard]] VeskUpdateInstallerCoordinator coordinator() const {
-    return makeSystemInstallerCoordinator(launcher_, session_.services.mainThread, presenter_, session_.texts,
-                                          session_.services.fileManager, session_.services.transfers);
+    return session_.services.coordinator(launcher_, presenter_, session_.texts);
   }
 
   /// A window whose last reference ends on the main thread.
