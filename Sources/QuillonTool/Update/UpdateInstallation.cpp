@@ -31,6 +31,18 @@ using Code = VeskUpdateInstallerError::Code;
 using Keys = VeskUpdateFeedKeys;
 using Progress = VeskAppBundleInstallerLaunchProgress;
 
+/// The last question of an installation, which a window may still ask when the installation is over.
+struct Consent {
+  std::atomic<bool> isDeclined = false;
+  /// Ends the installation and not the run.
+  std::stop_source stopSource;
+
+  void decline() {
+    isDeclined = true;
+    stopSource.request_stop();
+  }
+};
+
 /// One installation, whichever way.
 class Installation {
  public:
@@ -47,7 +59,8 @@ class Installation {
         std::make_shared<VeskUpdateTerminalProgressWindows>(services.terminal, services.monotonicTime);
     presenter_ = std::make_shared<const VeskUpdateProgressWindowPresenter>(
         std::make_shared<UpdateConsentWindows>(terminalWindows, services.terminal,
-                                               session_.texts->text(VeskUpdateTexts::cancel), [this] { decline(); }),
+                                               session_.texts->text(VeskUpdateTexts::cancel),
+                                               [consent = consent_] { consent->decline(); }),
         services.fileManager, session_.application.bundle, session_.texts);
   }
 
@@ -69,7 +82,7 @@ class Installation {
       throw;
     } catch (const QuillonCancellationError&) {
       forgetAttempt();
-      if (!isDeclined_) throw;
+      if (!consent_->isDeclined) throw;
       return false;
     }
     return true;
@@ -86,11 +99,6 @@ class Installation {
   }
 
  private:
-  void decline() {
-    isDeclined_ = true;
-    stopSource_.request_stop();
-  }
-
   [[nodiscard]] VeskAppBundleUpdateRequest makeRequest(const std::optional<std::string>& attemptIdentifier) const {
     const InstalledApplication& application = session_.application;
     VeskAppBundleUpdateHostIdentity identity;
@@ -106,12 +114,12 @@ class Installation {
 
   void install(const VeskUpdateInstallerRequest& request) {
     const std::shared_ptr<VeskUpdateProgressWindow> window = makeWindow();
-    coordinator().install(request, window, stopSource_.get_token());
+    coordinator().install(request, window, consent_->stopSource.get_token());
   }
   void install(const VeskAppBundleUpdateRequest& request) {
     const std::shared_ptr<VeskUpdateProgressWindow> window = makeWindow();
     coordinator().install(
-        request, window, [this](const Progress& progress) { report(progress); }, stopSource_.get_token());
+        request, window, [this](const Progress& progress) { report(progress); }, consent_->stopSource.get_token());
   }
 
   [[nodiscard]] VeskUpdateInstallerCoordinator coordinator() const {
@@ -126,7 +134,7 @@ class Installation {
         [this] {
           return presenter_->showProgressWindow(session_.texts->text(VeskUpdateTexts::downloadingUpdate), std::nullopt);
         },
-        stopSource_.get_token());
+        consent_->stopSource.get_token());
     auto* const shown = window.get();
     return {shown, [held = std::move(window), mainThread](VeskUpdateProgressWindow*) mutable {
               mainThread->post([last = std::move(held)]() mutable {
@@ -144,7 +152,7 @@ class Installation {
           session_.say(session_.application.name + " is still running. Waiting until it has quit: process " +
                        describe(processes));
         },
-        stopSource_.get_token());
+        consent_->stopSource.get_token());
   }
 
   void report(const Progress& progress) const {
@@ -195,11 +203,9 @@ class Installation {
   const std::string& identifier_;
   const std::string version_;
   const UpdateWorkingFolders folders_{session_.application};
-  std::atomic<bool> isDeclined_ = false;
-  /// Ends this installation and not the run.
-  std::stop_source stopSource_;
-  const std::stop_callback<std::function<void()>> cancellation_{session_.stopSource.get_token(),
-                                                                [this] { stopSource_.request_stop(); }};
+  const std::shared_ptr<Consent> consent_ = std::make_shared<Consent>();
+  const std::stop_callback<std::function<void()>> cancellation_{
+      session_.stopSource.get_token(), [consent = consent_] { consent->stopSource.request_stop(); }};
   std::shared_ptr<QuitAwaitingHelperLauncher> launcher_;
   std::shared_ptr<const VeskUpdateProgressWindowPresenter> presenter_;
 };

@@ -38,7 +38,7 @@ void UpdateOfferPrompt::present(const QuillonPropertyListValue::Dictionary& entr
   input.applicationVersion = session_.application.version;
   input.applicationBuild = session_.application.build;
   input.localizationBundle = session_.texts;
-  presenter_->present(input, [this](const VeskUpdatePromptAction& action) { chosen_.set_value(action); });
+  presenter_->present(input, [chosen = chosen_](const VeskUpdatePromptAction& action) { chosen->set_value(action); });
 }
 
 VeskUpdatePromptAction UpdateOfferPrompt::waitForAction() {
@@ -48,7 +48,7 @@ VeskUpdatePromptAction UpdateOfferPrompt::waitForAction() {
       if (const auto live = presenter.lock()) live->cancel();
     });
   });
-  VeskUpdatePromptAction action = chosen_.get_future().get();
+  VeskUpdatePromptAction action = chosen_->get_future().get();
   if (stopToken.stop_requested()) throw QuillonCancellationError();
   return action;
 }

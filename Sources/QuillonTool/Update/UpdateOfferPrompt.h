@@ -29,7 +29,9 @@ class UpdateOfferPrompt {
  private:
   const ApplicationSession& session_;
   const std::optional<std::string> releaseNotes_;
-  std::promise<VeskUpdatePromptAction> chosen_;
+  /// Shared with a prompt that may outlive this.
+  const std::shared_ptr<std::promise<VeskUpdatePromptAction>> chosen_ =
+      std::make_shared<std::promise<VeskUpdatePromptAction>>();
   std::shared_ptr<VeskUpdatePromptPresenter> presenter_;  // of the main thread
 };
 
