@@ -24,10 +24,9 @@ set(CPACK_DEBIAN_COMMANDS_PACKAGE_NAME quillon)
 set(CPACK_DEBIAN_COMMANDS_PACKAGE_SECTION utils)
 set(CPACK_DEBIAN_COMMANDS_PACKAGE_SHLIBDEPS ON)
 set(CPACK_COMPONENT_COMMANDS_DESCRIPTION
-"software updates for desktop applications - commands
- Makes, signs and checks application bundles and the feeds that offer them, and
- replaces an installed bundle by a newer one. Applications that update
- themselves hold a copy of these commands.")
+"Makes, signs and checks application bundles and the feeds that offer them, and
+replaces an installed bundle by a newer one. Applications that update
+themselves hold a copy of these commands.")
 
 # What the exported targets and the pkg-config files look for.
 set(development_packages libutf8proc-dev libsystemd-dev libcurl4-openssl-dev libdeflate-dev zlib1g-dev libssl-dev)
@@ -40,9 +39,8 @@ set(CPACK_DEBIAN_DEVELOPMENT_PACKAGE_SECTION libdevel)
 set(CPACK_DEBIAN_DEVELOPMENT_PACKAGE_DEPENDS "quillon (= ${PROJECT_VERSION}-1), ${development_packages}")
 set(CPACK_DEBIAN_DEVELOPMENT_PACKAGE_RECOMMENDS "libgtkmm-4.0-dev, libwebkitgtk-6.0-dev")
 set(CPACK_COMPONENT_DEVELOPMENT_DESCRIPTION
-"software updates for desktop applications - development files
- With these libraries an application checks a feed for updates of itself,
- offers, downloads and verifies them, and has itself replaced and started
- again. A sample application is in /usr/share/quillon/examples.")
+"With these libraries an application checks a feed for updates of itself,
+offers, downloads and verifies them, and has itself replaced and started again.
+A sample application is in /usr/share/quillon/examples.")
 
 include(CPack)

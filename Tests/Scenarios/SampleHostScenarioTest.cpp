@@ -207,15 +207,16 @@ class SampleHostScenario : public ::testing::Test {
 
   /// As the desktop does. A sanitizer would look for leaks of the toolkit when the application ends.
   void start() {
-    std::vector<std::string> words{"/usr/bin/env", "ASAN_OPTIONS=detect_leaks=0", executable.string()};
-    std::vector<char*> arguments;
-    for (std::string& word : words) arguments.push_back(word.data());
-    arguments.push_back(nullptr);
-    ASSERT_EQ(posix_spawn(&started_, words.front().c_str(), nullptr, nullptr, arguments.data(), environ), 0);
+    std::string environment = "/usr/bin/env";
+    std::string withoutLeakCheck = "ASAN_OPTIONS=detect_leaks=0";
+    std::string program = executable.string();
+    const std::array<char*, 4> arguments{environment.data(), withoutLeakCheck.data(), program.data(), nullptr};
+    ASSERT_EQ(posix_spawn(&started_, environment.c_str(), nullptr, nullptr, arguments.data(), environ), 0);
   }
   /// The automatic check has just been made.
   static void postponeAutomaticCheck() {
-    makeSystemUserDefaults(kIdentifier)->set(QuillonPropertyListValue(QuillonSystemClock().now()), "UpdateLastCheck");
+    const QuillonPropertyListValue now(QuillonSystemClock().now());
+    makeSystemUserDefaults(kIdentifier)->set(now, "UpdateLastCheck");
   }
   static void chooseFromMenu(const std::string& action) {
     const std::unique_ptr<GDBusConnection, void (*)(gpointer)> bus(g_bus_get_sync(G_BUS_TYPE_SESSION, nullptr, nullptr),
