@@ -216,7 +216,7 @@ class SampleHostScenario : public ::testing::Test {
   /// The automatic check has just been made.
   static void postponeAutomaticCheck() {
     const QuillonPropertyListValue now(QuillonSystemClock().now());
-    makeSystemUserDefaults(kIdentifier)->set(now, "UpdateLastCheck");
+    makeSystemUserDefaults(kIdentifier)->set(now, "QuillonUpdateLastCheck");
   }
   static void chooseFromMenu(const std::string& action) {
     const std::unique_ptr<GDBusConnection, void (*)(gpointer)> bus(g_bus_get_sync(G_BUS_TYPE_SESSION, nullptr, nullptr),
@@ -296,11 +296,11 @@ TEST_F(SampleHostScenario, AnUpdateIsOfferedByItselfAndNotAgainBeforeTheReminder
   press("Remind Me Later");
   quit();
 
-  makeSystemUserDefaults(kIdentifier)->removeObject("UpdateLastCheck");
+  makeSystemUserDefaults(kIdentifier)->removeObject("QuillonUpdateLastCheck");
   start();
   static_cast<void>(screenWith("Sample 1.0"));
   ASSERT_TRUE(desktop->serveUntil(
-      [] { return makeSystemUserDefaults(kIdentifier)->objectForKey("UpdateLastCheck").has_value(); }));
+      [] { return makeSystemUserDefaults(kIdentifier)->objectForKey("QuillonUpdateLastCheck").has_value(); }));
 
   EXPECT_THAT(screenWith("Sample 1.0"), Not(HasSubstr("Install Update")));
   quit();

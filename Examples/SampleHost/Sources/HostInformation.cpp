@@ -33,6 +33,7 @@ HostInformation HostInformation::ofRunningApplication(const quillon::QuillonFile
           .build = std::strtoll(text("CFBundleVersion").value_or("").c_str(), nullptr, 10),
           .feed = *feed,
           .downloadPage = QuillonURL::parse(text("QuillonUpdatePageURL").value_or("")),
+          .distribution = text("QuillonUpdateDistribution"),
           .team = text("QuillonUpdateTeamIdentifier")};
 }
 

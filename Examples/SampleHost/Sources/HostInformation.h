@@ -26,6 +26,8 @@ struct HostInformation {
   quillon::QuillonURL feed;
   /// QuillonUpdatePageURL: where users download the application by themselves.
   std::optional<quillon::QuillonURL> downloadPage;
+  /// QuillonUpdateDistribution: how this copy is distributed, in the feed's own words; absent when the feed has none.
+  std::optional<std::string> distribution;
   /// QuillonUpdateTeamIdentifier: the team that signs updates. The launcher service demands the bundle's own team in
   /// any case; with it here, a foreign update is refused before the user is asked to install it.
   std::optional<std::string> team;

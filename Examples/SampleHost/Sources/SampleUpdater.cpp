@@ -12,6 +12,7 @@
 #include "QuillonCore/Runtime/QuillonSystemLogging.h"
 #include "QuillonCore/Runtime/QuillonSystemServices.h"
 #include "QuillonCore/Runtime/QuillonTimerThread.h"
+#include "QuillonCore/Values/PropertyListReading.h"
 #include "QuillonCore/Values/QuillonError.h"
 #include "QuillonCore/Values/QuillonUUID.h"
 #include "QuillonUpdatesAppKitUI/AppBundleReplacement/VeskAppBundleUpdateFailureReportStore.h"
@@ -184,19 +185,20 @@ bool SampleUpdater::offer(const VeskUpdateFeedEntry& entry, const std::string& i
   input.applicationLogoImageName = "Logo";
   input.localizationBundle = texts_;
   // Later, because the prompt is in the middle of closing when it calls.
-  prompt_.present(input, [later = laterOnMainThread(), identifier](const VeskUpdatePromptAction& action) {
-    later([action, identifier](SampleUpdater& self) { self.didChoose(action, identifier); });
+  prompt_.present(input, [later = laterOnMainThread()](const VeskUpdatePromptAction& action) {
+    later([action](SampleUpdater& self) { self.didChoose(action); });
   });
+  offeredEntry_ = identifier;
   memory_.setLastOffer(now());
   state_ = State::offering;
   return true;
 }
 
-void SampleUpdater::didChoose(const VeskUpdatePromptAction& action, const std::string& identifier) {
+void SampleUpdater::didChoose(const VeskUpdatePromptAction& action) {
   if (const auto* const chosen = std::get_if<VeskUpdatePromptAction::Install>(&action.value)) {
     return install(chosen->feed);
   }
-  if (std::holds_alternative<VeskUpdatePromptAction::Dismissed>(action.value)) memory_.setSkippedEntry(identifier);
+  if (std::holds_alternative<VeskUpdatePromptAction::Dismissed>(action.value)) memory_.setSkippedEntry(offeredEntry_);
   becomeIdle(timeUntilNextCheck());
 }
 
@@ -205,7 +207,10 @@ void SampleUpdater::didChoose(const VeskUpdatePromptAction& action, const std::s
 void SampleUpdater::install(const QuillonPropertyListValue::Dictionary& entry) {
   state_ = State::installing;
   const std::string attempt = makeUUIDString();
-  memory_.setAttempt({.identifier = attempt, .version = host_.version, .build = host_.build});
+  memory_.setAttempt({.identifier = attempt,
+                      .fromVersion = host_.version,
+                      .fromBuild = host_.build,
+                      .toVersion = stringOrEmpty(entry, VeskUpdateFeedKeys::currentVersion)});
   const auto request = VeskAppBundleUpdateRequest::makeFromFeed(
       entry, host_.name, host_.bundle, host_.identity(),
       host_.bundle.appendingPathComponent("Contents/MacOS/QuillonUpdateInstaller"), "Update", attempt);
@@ -241,7 +246,7 @@ void SampleUpdater::explainLastAttempt() {
     return explainInstallationFailure(report->errorDescription);
   }
   // An installer that was killed leaves no report.
-  if (attempt && attempt->version == host_.version && attempt->build == host_.build) {
+  if (attempt && attempt->fromVersion == host_.version && attempt->fromBuild == host_.build) {
     logger_->error([] { return "The last update did not take place."; }, kLogCategory);
     explainInstallationFailure(std::nullopt);
   }
@@ -254,6 +259,8 @@ void SampleUpdater::explain(const std::exception_ptr& failure) {
   } catch (const QuillonCancellationError&) {  // by the end of this object
   } catch (const VeskUpdateInstallerError& error) {
     logger_->error([&] { return "The update failed: " + error.description(); }, kLogCategory);
+    // Who knows no administrator would be asked for one again and again.
+    if (error.code() == Code::authorizationDenied) memory_.setSkippedEntry(offeredEntry_);
     if (error.code() == Code::authorizationCancelled) return alerts_.presentUpdateCancelledAlert(*texts_);
     if (error.code() == Code::downloadFailed || error.code() == Code::missingArchiveURL) {
       if (!host_.downloadPage) return alerts_.presentDownloadFailedAlert(*texts_, std::nullopt);

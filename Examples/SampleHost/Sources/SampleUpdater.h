@@ -78,7 +78,7 @@ class SampleUpdater : public std::enable_shared_from_this<SampleUpdater> {
   void tellThatNothingWasFound(bool wasCheckPerformed);
 
   [[nodiscard]] bool offer(const quillon::VeskUpdateFeedEntry& entry, const std::string& identifier);
-  void didChoose(const quillon::VeskUpdatePromptAction& action, const std::string& identifier);
+  void didChoose(const quillon::VeskUpdatePromptAction& action);
 
   void install(const quillon::QuillonPropertyListValue::Dictionary& entry);
   void didEndInstallation(const std::exception_ptr& failure);
@@ -108,6 +108,8 @@ class SampleUpdater : public std::enable_shared_from_this<SampleUpdater> {
   UpdateMemory memory_;
   State state_ = State::idle;
   bool isManualCheck_ = false;
+  /// Identifier of the entry that was last offered.
+  std::string offeredEntry_;
   std::shared_ptr<quillon::VeskUpdateProgressWindow> progressWindow_;
   std::unique_ptr<quillon::QuillonTimer> nextLook_;
   std::jthread work_;  // the last one: it ends before what it uses

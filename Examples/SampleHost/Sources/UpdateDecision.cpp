@@ -1,5 +1,7 @@
 #include "UpdateDecision.h"
 
+#include <functional>
+#include <set>
 #include <string>
 
 #include "QuillonCore/Runtime/QuillonPreferredLanguages.h"
@@ -23,6 +25,11 @@ std::optional<std::string> languageCode() {
   return languages.front().substr(0, languages.front().find('-'));
 }
 
+std::set<std::string, std::less<>> distributions(const HostInformation& host) {
+  if (!host.distribution) return {};
+  return {*host.distribution};
+}
+
 }  // namespace
 
 quillon::VeskUpdateFeedPipelineResult decideOnUpdate(const quillon::VeskUpdateFeed& feed, const HostInformation& host,
@@ -33,7 +40,7 @@ quillon::VeskUpdateFeedPipelineResult decideOnUpdate(const quillon::VeskUpdateFe
       .appBuild = host.build,
       .currentOSVersion = systemVersion(),
       .preferredLanguageCode = languageCode(),
-      .acceptedSKUs = {"direct"},  // the way in which this copy is distributed, in the feed's own words
+      .acceptedSKUs = distributions(host),
       .canProcessUpdateFeeds = true,
       .isManualCheck = isManualCheck,
       .checkForBetaReleasesEnabled = memory.checksForBetas(),

@@ -13,14 +13,14 @@ using quillon::QuillonDate;
 using quillon::QuillonPropertyListValue;
 using Dictionary = QuillonPropertyListValue::Dictionary;
 
-constexpr std::string_view kChecksForBetas = "UpdateChecksForBetas";
-constexpr std::string_view kLastCheck = "UpdateLastCheck";
-constexpr std::string_view kRefetchInterval = "UpdateRefetchInterval";
-constexpr std::string_view kShownEntries = "UpdateShownEntries";
-constexpr std::string_view kLastOffer = "UpdateLastOffer";
-constexpr std::string_view kSkippedEntry = "UpdateSkippedEntry";
-constexpr std::string_view kStaggerGroup = "UpdateStaggerGroup";
-constexpr std::string_view kAttempt = "UpdateAttempt";
+constexpr std::string_view kChecksForBetas = "QuillonUpdateChecksForBetas";
+constexpr std::string_view kLastCheck = "QuillonUpdateLastCheck";
+constexpr std::string_view kRefetchInterval = "QuillonUpdateRefetchInterval";
+constexpr std::string_view kShownEntries = "QuillonUpdateShownIdentifiers";
+constexpr std::string_view kLastOffer = "QuillonUpdateLastShown";
+constexpr std::string_view kSkippedEntry = "QuillonUpdateSkippedIdentifier";
+constexpr std::string_view kStaggerGroup = "QuillonUpdateStaggerGroup";
+constexpr std::string_view kAttempt = "QuillonUpdateLastAttempt";
 
 constexpr std::int64_t kStaggerGroups = 7;
 
@@ -89,8 +89,9 @@ std::int64_t UpdateMemory::staggerGroup() {
 
 void UpdateMemory::setAttempt(const UpdateAttempt& attempt) {
   set(kAttempt, QuillonPropertyListValue(Dictionary{{"identifier", QuillonPropertyListValue(attempt.identifier)},
-                                                    {"version", QuillonPropertyListValue(attempt.version)},
-                                                    {"build", QuillonPropertyListValue(attempt.build)}}));
+                                                    {"fromVersion", QuillonPropertyListValue(attempt.fromVersion)},
+                                                    {"fromBuild", QuillonPropertyListValue(attempt.fromBuild)},
+                                                    {"toVersion", QuillonPropertyListValue(attempt.toVersion)}}));
 }
 
 std::optional<UpdateAttempt> UpdateMemory::takeAttempt() {
@@ -98,11 +99,12 @@ std::optional<UpdateAttempt> UpdateMemory::takeAttempt() {
   const Dictionary* const attempt = stored ? stored->getIf<Dictionary>() : nullptr;
   if (attempt == nullptr) return std::nullopt;
   set(kAttempt, std::nullopt);
-  const QuillonPropertyListValue* const build = stored->find("build");
+  const QuillonPropertyListValue* const build = stored->find("fromBuild");
   const std::int64_t* const number = build == nullptr ? nullptr : build->getIf<std::int64_t>();
   return UpdateAttempt{.identifier = quillon::stringOrEmpty(*attempt, "identifier"),
-                       .version = quillon::stringOrEmpty(*attempt, "version"),
-                       .build = number == nullptr ? 0 : *number};
+                       .fromVersion = quillon::stringOrEmpty(*attempt, "fromVersion"),
+                       .fromBuild = number == nullptr ? 0 : *number,
+                       .toVersion = quillon::stringOrEmpty(*attempt, "toVersion")};
 }
 
 void UpdateMemory::set(std::string_view key, const std::optional<QuillonPropertyListValue>& value) {

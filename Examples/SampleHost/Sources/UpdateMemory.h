@@ -13,14 +13,18 @@
 
 namespace sample {
 
-/// An update that was handed to the installer, and the version that handed it on.
+/// An update that was handed to the installer.
 struct UpdateAttempt {
+  /// Names its failure report.
   std::string identifier;
-  std::string version;
-  std::int64_t build = 0;
+  /// The version that has handed it on.
+  std::string fromVersion;
+  std::int64_t fromBuild = 0;
+  std::string toVersion;
 };
 
-/// What is remembered between checks, and from one run of the application to the next, in its settings.
+/// What is remembered between checks, and from one run of the application to the next, in its settings:
+/// the keys are those of `quillon update`, so that either knows what the other has done.
 ///
 /// A setting that cannot be written is dropped: at worst, an update is offered once too often.
 class UpdateMemory {
