@@ -208,24 +208,25 @@ void VirtualDesktop::typeKey(const std::string& name) {
   XSync(display_, False);
 }
 
-std::vector<std::string> VirtualDesktop::accessibleParts() {
+std::vector<std::string> VirtualDesktop::accessibleParts(pid_t process) {
   int status = 0;
-  std::istringstream output(runAccessibilityReader({"list"}, status));
+  std::istringstream output(runAccessibilityReader(process, {"list"}, status));
   std::vector<std::string> parts;
   for (std::string line; std::getline(output, line);) parts.push_back(line);
   return parts;
 }
 
-bool VirtualDesktop::pressThroughAccessibility(const std::string& name) {
+bool VirtualDesktop::pressThroughAccessibility(const std::string& name, pid_t process) {
   int status = 1;
-  static_cast<void>(runAccessibilityReader({"press", name}, status));
+  static_cast<void>(runAccessibilityReader(process, {"press", name}, status));
   return status == 0;
 }
 
-std::string VirtualDesktop::runAccessibilityReader(const std::vector<std::string>& arguments, int& status) {
+std::string VirtualDesktop::runAccessibilityReader(pid_t process, const std::vector<std::string>& arguments,
+                                                   int& status) {
   const std::string output = (folder_ / "parts").string();
   std::filesystem::remove(output);
-  std::vector<std::string> command{QUILLON_ACCESSIBILITY_READER, std::to_string(getpid())};
+  std::vector<std::string> command{QUILLON_ACCESSIBILITY_READER, std::to_string(process)};
   command.insert(command.end(), arguments.begin(), arguments.end());
   // Served meanwhile: this process answers what the reader asks.
   serveDuring([&] {
