@@ -55,8 +55,8 @@ void log(const ApplicationSession& session, const std::string& text) {
 
 /// Those of installers that ended between putting the new version in place and removing the old one.
 void removeBackups(const ApplicationSession& session) {
-  for (const std::string& name :
-       VeskAppBundleReplacementBackup::removeLeftBehind(*session.services.fileManager, session.application.bundle)) {
+  for (const std::string& name : VeskAppBundleReplacementBackup::removeAbandonedBackups(*session.services.fileManager,
+                                                                                        session.application.bundle)) {
     log(session, "removed the old version " + name);
   }
 }

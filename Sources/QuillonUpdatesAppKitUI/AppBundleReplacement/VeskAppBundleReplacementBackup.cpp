@@ -1,10 +1,10 @@
 #include "QuillonUpdatesAppKitUI/AppBundleReplacement/VeskAppBundleReplacementBackup.h"
 
 #include <algorithm>
-#include <cstdint>
 #include <exception>
 #include <string>
 #include <utility>
+#include <vector>
 
 #include "QuillonCore/Values/QuillonError.h"
 #include "QuillonCore/Values/QuillonUUID.h"
@@ -23,27 +23,32 @@ bool isBackupName(std::string_view name, std::string_view installedName) {
          });
 }
 
-std::vector<QuillonURL> backupsOf(const QuillonFileManaging& fileManager, const QuillonURL& installed) {
+struct Backup {
+  QuillonURL url;
+  QuillonFileStatus status;
+};
+
+/// The backup folders beside `installed`.
+std::vector<Backup> backupsOf(const QuillonFileManaging& fileManager, const QuillonURL& installed) {
   const QuillonURL folder = installed.deletingLastPathComponent();
-  std::vector<QuillonURL> backups;
+  std::vector<Backup> backups;
   for (const std::string& name : fileManager.contentsOfDirectory(folder)) {
-    if (isBackupName(name, installed.lastPathComponent())) backups.push_back(folder.appendingPathComponent(name));
+    if (!isBackupName(name, installed.lastPathComponent())) continue;
+    QuillonURL url = folder.appendingPathComponent(name);
+    const std::optional<QuillonFileStatus> status = fileManager.itemStatus(url);
+    if (!status || !fileManager.directoryExists(url)) continue;  // an installed link is moved aside itself
+    backups.push_back({.url = std::move(url), .status = *status});
   }
   return backups;
 }
 
 /// The backup folder of `installed` that was moved there last.
 std::optional<QuillonURL> latestBackup(const QuillonFileManaging& fileManager, const QuillonURL& installed) {
-  std::optional<QuillonURL> latest;
-  std::int64_t latestChange = 0;
-  for (const QuillonURL& candidate : backupsOf(fileManager, installed)) {
-    const std::optional<QuillonFileStatus> status = fileManager.itemStatus(candidate);
-    if (!status || !fileManager.directoryExists(candidate)) continue;  // an installed link is moved aside itself
-    if (latest && status->changeTimeNanoseconds <= latestChange) continue;
-    latest = candidate;
-    latestChange = status->changeTimeNanoseconds;
-  }
-  return latest;
+  const std::vector<Backup> backups = backupsOf(fileManager, installed);
+  const auto latest =
+      std::ranges::max_element(backups, {}, [](const Backup& backup) { return backup.status.changeTimeNanoseconds; });
+  if (latest == backups.end()) return std::nullopt;
+  return latest->url;
 }
 
 }  // namespace
@@ -102,16 +107,19 @@ void VeskAppBundleReplacementBackup::recoverInterruptedReplacement(const Quillon
   }
 }
 
-std::vector<std::string> VeskAppBundleReplacementBackup::removeLeftBehind(const QuillonFileManaging& fileManager,
-                                                                          const QuillonURL& installed) noexcept {
+std::vector<std::string> VeskAppBundleReplacementBackup::removeAbandonedBackups(const QuillonFileManaging& fileManager,
+                                                                                const QuillonURL& installed) noexcept {
   std::vector<std::string> removed;
   try {
-    if (!fileManager.itemStatus(installed)) return removed;
-    for (const QuillonURL& backup : backupsOf(fileManager, installed)) {
-      fileManager.removeItem(backup);
-      removed.emplace_back(backup.lastPathComponent());
+    const std::optional<QuillonFileStatus> application = fileManager.itemStatus(installed);
+    if (!application) return removed;
+    for (const Backup& backup : backupsOf(fileManager, installed)) {
+      if (backup.status.type != QuillonFileType::directory) continue;
+      if (backup.status.userIdentifier != application->userIdentifier) continue;
+      fileManager.removeItem(backup.url);
+      removed.emplace_back(backup.url.lastPathComponent());
     }
-  } catch (const std::exception&) {  // NOLINT(bugprone-empty-catch): a backup that stays costs space and nothing else
+  } catch (const std::exception&) {  // NOLINT(bugprone-empty-catch): the next replacement tries again
   }
   return removed;
 }

@@ -38,11 +38,11 @@ class VeskAppBundleReplacementBackup {
   static void recoverInterruptedReplacement(const QuillonFileManaging& fileManager, const QuillonURL& installed,
                                             const QuillonDiagnosticLog& log) noexcept;
 
-  /// Removes the backups of `installed` that interrupted replacements have left, as far as that is possible, and
-  /// returns their names. Only for whoever knows that no replacement is under way and that the bundle at that path is
-  /// the one to keep; while nothing is there, backups stay.
-  static std::vector<std::string> removeLeftBehind(const QuillonFileManaging& fileManager,
-                                                   const QuillonURL& installed) noexcept;
+  /// Removes the backups that killed replacements of `installed` left beside it, those of the bundle's own owner, and
+  /// returns their names. For after a replacement that succeeded: whatever they hold has been superseded. While nothing
+  /// is at that path, backups stay. Never fails: a backup that stays costs space and nothing else.
+  static std::vector<std::string> removeAbandonedBackups(const QuillonFileManaging& fileManager,
+                                                         const QuillonURL& installed) noexcept;
 
  private:
   std::shared_ptr<const QuillonFileManaging> fileManager_;

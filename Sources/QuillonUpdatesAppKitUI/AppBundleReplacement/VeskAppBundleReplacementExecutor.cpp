@@ -98,6 +98,7 @@ std::optional<QuillonURL> VeskAppBundleReplacementExecutor::swapIn(const VeskApp
   flushToDisk(installed);
   if (!relauncher_->relaunchApplication(installed)) throw VeskUpdateInstallerError::relaunchFailed();
   backup.remove();
+  (void)VeskAppBundleReplacementBackup::removeAbandonedBackups(*fileManager_, installed);
   return backup.url();
 }
 

@@ -1,6 +1,9 @@
 #include <gtest/gtest.h>
+#include <unistd.h>
 
 #include <filesystem>
+#include <string>
+#include <vector>
 
 #include "QuillonCore/Runtime/Posix/QuillonPosixFileManager.h"
 #include "QuillonCore/Values/QuillonError.h"
@@ -56,22 +59,6 @@ TEST_F(VeskAppBundleReplacementBackupTest, WithoutABackupTheInstalledBundleIsNev
   EXPECT_EQ(versionOfApplicationBundle(installed), "1.0");
 }
 
-TEST_F(VeskAppBundleReplacementBackupTest, WhatInterruptedReplacementsLeftIsRemovedBesideAnInstalledBundleOnly) {
-  const std::string name = "Example.app.vesk-update-backup-11111111-1111-4111-8111-111111111111";
-  fs::create_directory(folder / name);
-  fs::create_directory(folder / "Example.app.vesk-update-backup-mine");
-  fs::create_directory(folder / "Other.app.vesk-update-backup-11111111-1111-4111-8111-111111111111");
-  const QuillonURL url = QuillonURL::fileURL(installed.string());
-  fs::rename(installed, folder / "aside");
-  EXPECT_TRUE(VeskAppBundleReplacementBackup::removeLeftBehind(*files, url).empty());
-  fs::rename(folder / "aside", installed);
-
-  EXPECT_EQ(VeskAppBundleReplacementBackup::removeLeftBehind(*files, url), std::vector{name});
-
-  EXPECT_EQ(versionOfApplicationBundle(installed), "1.0");
-  EXPECT_EQ(std::distance(fs::directory_iterator(folder.path()), {}), 3);
-}
-
 TEST_F(VeskAppBundleReplacementBackupTest, NothingIsBroughtBackOverAnInstalledBundle) {
   fs::create_directory(folder / "Example.app.vesk-update-backup-11111111-1111-4111-8111-111111111111");
   std::string log;
@@ -94,6 +81,36 @@ TEST_F(VeskAppBundleReplacementBackupTest, OtherNamesAreNoBackups) {
                                                                 [](std::string_view) {});
 
   EXPECT_EQ(versionOfApplicationBundle(installed), "none");
+}
+
+TEST_F(VeskAppBundleReplacementBackupTest, AbandonedBackupsOfTheSameOwnerAreRemovedAndNothingElse) {
+  makeApplicationBundle(folder / "Example.app.vesk-update-backup-11111111-1111-4111-8111-111111111111", {});
+  makeApplicationBundle(folder / "Example.app.vesk-update-backup-22222222-1111-4111-8111-111111111111", {});
+  makeApplicationBundle(folder / "Other.app.vesk-update-backup-11111111-1111-4111-8111-111111111111", {});
+  testing::writeFile(folder / "Example.app.vesk-update-backup-33333333-1111-4111-8111-111111111111", "a file");
+  fs::create_directory_symlink(installed,
+                               folder / "Example.app.vesk-update-backup-44444444-1111-4111-8111-111111111111");
+  const fs::path foreign = folder / "Example.app.vesk-update-backup-55555555-1111-4111-8111-111111111111";
+  makeApplicationBundle(foreign, {});
+  const bool isForeign = lchown(foreign.c_str(), 65534, 65534) == 0;
+
+  const std::vector<std::string> removed =
+      VeskAppBundleReplacementBackup::removeAbandonedBackups(*files, QuillonURL::fileURL(installed.string()));
+
+  EXPECT_EQ(removed.size(), isForeign ? 2 : 3);
+  EXPECT_EQ(versionOfApplicationBundle(installed), "1.0");
+  EXPECT_EQ(fs::exists(foreign), isForeign);
+  EXPECT_EQ(std::distance(fs::directory_iterator(folder.path()), {}), isForeign ? 5 : 4);
+}
+
+TEST_F(VeskAppBundleReplacementBackupTest, WithoutAnInstalledBundleNoBackupIsRemoved) {
+  const fs::path backup = folder / "Example.app.vesk-update-backup-11111111-1111-4111-8111-111111111111";
+  fs::rename(installed, backup);
+
+  EXPECT_TRUE(
+      VeskAppBundleReplacementBackup::removeAbandonedBackups(*files, QuillonURL::fileURL(installed.string())).empty());
+
+  EXPECT_EQ(versionOfApplicationBundle(backup), "1.0");
 }
 
 }  // namespace

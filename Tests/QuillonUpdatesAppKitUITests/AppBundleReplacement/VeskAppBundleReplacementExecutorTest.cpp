@@ -375,6 +375,23 @@ TEST(VeskAppBundleReplacementExecutorTest, TheLatestOfSeveralBackupsIsBroughtBac
   EXPECT_EQ(world.installedVersion(), "1.5");
 }
 
+TEST(VeskAppBundleReplacementExecutorTest, ABackupThatAKilledReplacementLeftGoesWithTheNextThatSucceeds) {
+  ReplacementWorld world;
+  const fs::path left =
+      world.installed.parent_path() / "Example.app.vesk-update-backup-11111111-1111-4111-8111-111111111111";
+  makeApplicationBundle(left, {.version = "0.9"});
+  world.relauncher->answer = false;
+  EXPECT_EQ(world.replace(), VeskUpdateInstallerError::relaunchFailed());
+  EXPECT_EQ(testing::versionOfApplicationBundle(left), "0.9");
+  world.relauncher->answer = true;
+  makeApplicationBundle(world.staged, {.version = "2.0", .build = "2"});
+
+  EXPECT_EQ(world.replace(), std::nullopt);
+
+  EXPECT_EQ(world.installedVersion(), "2.0");
+  EXPECT_THAT(world.destinationNames(), ElementsAre("Example.app"));
+}
+
 TEST(VeskAppBundleReplacementExecutorTest, AVolumeThatOnlyTheRenameTellsApartIsCopiedFrom) {
   if (geteuid() != 0) GTEST_SKIP() << "only root may mount a volume";
   ReplacementWorld world;
