@@ -92,6 +92,9 @@ class PrivilegedLaunchScenario : public MachineScenario {
   void TearDown() override {
     if (!isBooted()) return;
     fs::remove(machine().root() / "home/alice/dialogs");
+    fs::remove(machine().root() / "home/alice/feed.plist");
+    fs::remove(machine().root() / "home/alice/Example.zip");
+    fs::remove_all(machine().root() / "home/alice/.config");
     fs::remove_all(machine().root() / "home/alice/.local");
     fs::remove(machine().root() / fs::path(kRelaunched).relative_path());
     if (fs::remove(machine().root() / kPolicyFile)) restartPolkit();
@@ -113,6 +116,26 @@ class PrivilegedLaunchScenario : public MachineScenario {
     const TestMachineCommandResult result = machine().runInSession(
         session, {programs + "/ScriptedPolkitAgent", answer, TestMachine::administratorPassword, "/home/alice/dialogs",
                   "/bin/sh", "-c", programs + "/UpdateHost " + bundle + " " + kStaged + after});
+    return result.output;
+  }
+
+  /// Has alice update `bundle` to version 2.0 with the command of this system, as she would in a terminal of her
+  /// session; then runs `after` in that session. What both print.
+  static std::string update(const std::string& answer, const std::string& bundle, const std::string& after = "",
+                            const TestMachine::Session& session = {}) {
+    const std::string commands = commandsFolder;
+    const TestMachineCommandResult packed =
+        machine().run({commands + "/quillon-ditto", "-c", "-k", "/home/alice/Staging", "/home/alice/Example.zip"});
+    EXPECT_EQ(packed.status, 0) << packed.output;
+    writeFile(machine().root() / "home/alice/feed.plist",
+              "<?xml version=\"1.0\"?><plist version=\"1.0\"><array><dict><key>type</key><string>update</string>"
+              "<key>id</key><string>2.0</string><key>current</key><string>2.0</string><key>currentbuild</key>"
+              "<string>2</string><key>important</key><string>1</string><key>app-installer</key>"
+              "<string>file:///home/alice/Example.zip</string></dict></array></plist>");
+    const TestMachineCommandResult result = machine().runInSession(
+        session, {std::string(programsFolder) + "/ScriptedPolkitAgent", answer, TestMachine::administratorPassword,
+                  "/home/alice/dialogs", "/bin/sh", "-c",
+                  commands + "/quillon update " + bundle + " --feed file:///home/alice/feed.plist --yes 2>&1" + after});
     return result.output;
   }
 
@@ -374,6 +397,30 @@ TEST_F(PrivilegedLaunchScenario, AnOlderInstallerUnderAnotherNumberIsStoppedWith
 
   EXPECT_THAT(output, HasSubstr("relaunched 2.0 as alice\n"));
   EXPECT_THAT(dialogs(), Not(HasSubstr("systemd1")));
+  expectNothingIsLeft();
+}
+
+TEST_F(PrivilegedLaunchScenario, AUserUpdatesRootsApplicationWithOneCommand) {
+  installPolicy();
+
+  const std::string output = update("yes", kRootsApplication, untilRelaunched());
+
+  EXPECT_THAT(output, AllOf(HasSubstr("Verifying update"), HasSubstr("takes over"),
+                            HasSubstr("relaunched 2.0 as alice\n")));
+  EXPECT_EQ(versionAt(kRootsApplication), "2.0");
+  EXPECT_EQ(machine().run({"find", kRootsApplication, "!", "-user", "root"}).output, "");
+  EXPECT_THAT(dialogs(), StartsWith("action=org.example.App.quillon-update\n"));
+  expectNothingIsLeft();
+}
+
+TEST_F(PrivilegedLaunchScenario, WhomTheAdministratorRefusesAnUpdateIsToldSoAndKeepsTheOldOne) {
+  installPolicy();
+
+  const std::string output = update("no", kRootsApplication, "; echo status $?");
+
+  EXPECT_THAT(output, AllOf(HasSubstr("An administrator has to allow this update, and none did."),
+                            HasSubstr("\nstatus 1\n")));
+  EXPECT_EQ(versionAt(kRootsApplication), "1.0");
   expectNothingIsLeft();
 }
 
