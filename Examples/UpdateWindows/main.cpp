@@ -180,9 +180,7 @@ class Application {
   }
 
   void showDownload(std::int64_t received) {
-    const auto size = [this](std::int64_t bytes) {
-      return formattedFileByteCount(bytes, texts_->updateTexts()->language());
-    };
+    const auto size = [this](std::int64_t bytes) { return formattedFileByteCount(bytes, texts_->language()); };
     progress_.updateProgressWindow(
         window_,
         {.title = texts_->text(Texts::downloadingUpdate),
