@@ -9,14 +9,14 @@
 namespace quillon {
 namespace {
 
-INSTANTIATE_TEST_SUITE_P(Apple, QuillonMainThreadDispatchingContract,
-                         ::testing::Values(testing::MainThreadImplementation{
-                             "RunLoop",
-                             [] {
-                               return testing::MainThread{std::make_shared<QuillonAppleMainThread>(),
-                                                          testing::runMainRunLoop};
-                             }}),
-                         [](const auto& run) { return run.param.name; });
+INSTANTIATE_TEST_SUITE_P(
+    Apple, QuillonMainThreadDispatchingContract,
+    ::testing::Values(testing::MainThreadImplementation{
+        "RunLoop",
+        [] {
+          return testing::MainThread{std::make_shared<QuillonAppleMainThread>(), testing::runMainRunLoop};
+        }}),
+    [](const auto& run) { return run.param.name; });
 
 }  // namespace
 }  // namespace quillon

@@ -10,7 +10,7 @@ namespace {
 /// Values that categories add to objects, kept as long as the process runs.
 NSMutableDictionary* valuesOf(id object) {
   static NSMutableDictionary* const all = [[NSMutableDictionary alloc] init];
-  NSValue* const key = [NSValue valueWithNonretainedObject:object];
+  NSValue* const key = [NSValue valueWithPointer:object];
   NSMutableDictionary* values = [all objectForKey:key];
   if (values == nil) {
     values = [NSMutableDictionary dictionary];
@@ -93,9 +93,10 @@ CFRunLoopRunResult CFRunLoopRunInMode(CFStringRef mode, double seconds, bool /*r
 /// GNUstep keeps what is set under the name of the process, whatever suites there are. It is made empty here.
 - (instancetype)initWithSuiteName:(NSString*)name {
   (void)name;
-  self = [self init];
-  [self removePersistentDomainForName:[[NSProcessInfo processInfo] processName]];
-  return self;
+  [self release];
+  NSUserDefaults* const defaults = [NSUserDefaults standardUserDefaults];
+  [defaults removePersistentDomainForName:[[NSProcessInfo processInfo] processName]];
+  return [defaults retain];
 }
 
 @end

@@ -1,27 +1,35 @@
 #import <AppKit/AppKit.h>
 #include <gtest/gtest.h>
 
+#include <cstddef>
 #include <optional>
 #include <string>
 
 #include "QuillonCore/Runtime/Apple/QuillonAppleMainThread.h"
+#import "QuillonCore/Runtime/Apple/QuillonFoundationConversion.h"
 #include "QuillonUpdatesAppKitUI/Presentation/Apple/VeskUpdateAppKitAlertRunner.h"
-#import "QuillonUpdatesAppKitUI/Presentation/Apple/VeskUpdateAppKitDescendant.h"
 
 namespace quillon {
 namespace {
+
+NSButton* buttonTitled(NSView* view, NSString* title) {
+  for (NSView* child in [view subviews]) {
+    const bool isButton = [child isKindOfClass:[NSButton class]];
+    if (isButton && [[static_cast<NSButton*>(child) title] isEqualToString:title]) return static_cast<NSButton*>(child);
+    if (NSButton* const found = buttonTitled(child, title)) return found;
+  }
+  return nil;
+}
 
 class VeskUpdateAppKitAlertRunnerTest : public ::testing::Test {
  protected:
   VeskUpdateAppKitAlertRunnerTest() { [NSApplication sharedApplication]; }
 
   /// Presses the button `index` as soon as the alert is up.
-  VeskUpdateAlertAnswer runAndPress(const VeskUpdateAlert& alert, int index) {
-    const std::string identifier = std::string(VeskUpdateAlertIdentifiers::button) + std::to_string(index);
-    mainThread_.post([this, identifier] {
+  VeskUpdateAlertAnswer runAndPress(const VeskUpdateAlert& alert, std::size_t index) {
+    mainThread_.post([this, title = alert.buttons[index]] {
       didRunWithinAlert_ = [NSApp modalWindow] != nil;
-      NSButton* const button =
-          veskUpdateProgressDescendant([[NSApp modalWindow] contentView], [NSButton class], identifier);
+      NSButton* const button = buttonTitled([[NSApp modalWindow] contentView], toNSString(title));
       if (button == nil) return [NSApp abortModal];
       [button performClick:nil];
     });
