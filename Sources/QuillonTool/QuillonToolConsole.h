@@ -13,6 +13,8 @@ class QuillonToolConsole {
       : input_(input), output_(output), error_(error), errorIsTerminal_(errorIsTerminal) {}
 
   [[nodiscard]] std::istream& input() const noexcept { return input_; }
+  [[nodiscard]] std::ostream& output() const noexcept { return output_; }
+  [[nodiscard]] std::ostream& error() const noexcept { return error_; }
 
   /// Prints one line; control characters, which could steer the terminal, are escaped.
   void printLine(std::string_view line);

@@ -12,6 +12,7 @@
 #include "QuillonTool/QuillonToolMessageShow.h"
 #include "QuillonTool/QuillonToolPolicy.h"
 #include "QuillonTool/QuillonToolReportShow.h"
+#include "QuillonTool/QuillonToolUpdate.h"
 #include "QuillonTool/QuillonToolUsageError.h"
 #include "QuillonTool/QuillonToolVersionCompare.h"
 
@@ -36,7 +37,7 @@ QuillonToolSubcommandList allSubcommands() {
   return QuillonToolSubcommandList({versionCompareSubcommand(), bundleValidateSubcommand(), bundleSignSubcommand(),
                                     messageShowSubcommand(), reportShowSubcommand(), policySubcommand(),
                                     feedLintSubcommand(), feedExplainSubcommand(), feedAddSubcommand(),
-                                    feedSimulateSubcommand()});
+                                    feedSimulateSubcommand(), updateSubcommand()});
 }
 
 QuillonToolExitStatus QuillonToolMain::execute(const std::vector<std::string>& words,

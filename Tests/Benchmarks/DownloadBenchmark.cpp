@@ -23,7 +23,7 @@
 #include "QuillonCore/Network/QuillonSystemURLTransfers.h"
 #include "QuillonCore/Runtime/Posix/QuillonPosixFileManager.h"
 #include "QuillonUpdatesAppKitUI/InstallerCoordinator/VeskUpdateURLSessionInstallerNetworkClient.h"
-#include "Support/NginxServer.h"
+#include "ServedArchive.h"
 
 namespace {
 
@@ -32,41 +32,12 @@ using quillon::QuillonURL;
 using quillon::VeskUpdateInstallerDownloadProgress;
 using quillon::VeskUpdateInstallerDownloadProgressHandler;
 
-constexpr std::size_t kMegabyte = 1'000'000;
-constexpr std::size_t kArchiveMegabytes = 1000;
 constexpr int kRuns = 5;
-
-void makeArchive(const fs::path& file) {
-  std::ofstream out(file, std::ios::binary);
-  std::string block(kMegabyte, '\0');
-  for (std::size_t i = 0; i < kArchiveMegabytes; ++i) {
-    std::uint32_t state = static_cast<std::uint32_t>(i) + 1;
-    for (char& c : block) {
-      state = state * 1664525U + 1013904223U;
-      c = static_cast<char>(state >> 24);
-    }
-    out.write(block.data(), static_cast<std::streamsize>(block.size()));
-  }
-}
 
 double seconds(const std::function<void()>& action) {
   const auto begin = std::chrono::steady_clock::now();
   action();
   return std::chrono::duration<double>(std::chrono::steady_clock::now() - begin).count();
-}
-
-double processorSeconds(const std::function<void()>& action) {
-  const auto used = [] {
-    rusage usage{};
-    getrusage(RUSAGE_THREAD, &usage);
-    const auto secondsOf = [](const timeval& time) {
-      return static_cast<double>(time.tv_sec) + static_cast<double>(time.tv_usec) / 1e6;
-    };
-    return secondsOf(usage.ru_utime) + secondsOf(usage.ru_stime);
-  };
-  const double begin = used();
-  action();
-  return used() - begin;
 }
 
 double medianOf(std::vector<double> times) {
@@ -84,7 +55,7 @@ void download(const QuillonURL& url, const fs::path& file, const VeskUpdateInsta
 }
 
 void requireSize(const fs::path& file) {
-  if (fs::file_size(file) == kArchiveMegabytes * kMegabyte) return;
+  if (fs::file_size(file) == quillon::ServedArchive::kBytes) return;
   std::fprintf(stderr, "%s is not whole\n", file.c_str());
   std::exit(1);
 }
@@ -112,42 +83,15 @@ void measure(const QuillonURL& url, const fs::path& folder) {
               medianOf(theirs), medianOf(ours) / medianOf(theirs));
 }
 
-void measureProgress(const QuillonURL& url, const fs::path& folder) {
-  const fs::path file = folder / "quillon-download.zip";
-  std::vector<double> with;
-  std::vector<double> without;
-  std::uint64_t reports = 0;
-  double fractions = 0;
-  for (int run = 0; run < kRuns; ++run) {
-    with.push_back(processorSeconds([&] {
-      download(url, file, [&](const VeskUpdateInstallerDownloadProgress& progress) {
-        ++reports;
-        fractions += progress.progressFraction().value_or(0);
-      });
-    }));
-    without.push_back(processorSeconds([&] { download(url, file, nullptr); }));
-  }
-  rusage usage{};
-  getrusage(RUSAGE_SELF, &usage);
-  std::printf("progress   %llu reports, %.0f ms processor time; without handler %.0f ms%s\n",
-              static_cast<unsigned long long>(reports / kRuns), medianOf(with) * 1e3, medianOf(without) * 1e3,
-              fractions < 0 ? "!" : "");
-  std::printf("memory     %ld MB at most\n", usage.ru_maxrss / 1024);
-  fs::remove(file);
-}
-
 }  // namespace
 
 int main(int argumentCount, char** arguments) {
   std::vector<fs::path> folders(arguments + 1, arguments + argumentCount);
   if (folders.empty()) folders = {"/dev/shm", "/var/tmp"};
-  const quillon::testing::NginxServer server;
-  // In memory, so that only the download writes to a disk.
-  const fs::path archive = "/dev/shm/quillon-download-source.zip";
-  makeArchive(archive);
-  fs::create_symlink(archive, server.documents() / "archive.zip");
-  for (const fs::path& folder : folders) measure(server.url("/archive.zip"), folder);
-  measureProgress(server.url("/archive.zip"), folders.front());
-  fs::remove(archive);
+  const quillon::ServedArchive archive;
+  for (const fs::path& folder : folders) measure(archive.url(), folder);
+  rusage usage{};
+  getrusage(RUSAGE_SELF, &usage);
+  std::printf("memory     %ld MB at most\n", usage.ru_maxrss / 1024);
   return 0;
 }

@@ -93,11 +93,11 @@ TEST(QuillonToolMainTest, AfterTwoDashesHelpIsAWordLikeOthers) {
 }
 
 TEST(QuillonToolMainTest, UnknownWordsAreAUsageErrorWithAHint) {
-  const ToolResult result = ToolRun()({"update", "\x1b[0m"});
+  const ToolResult result = ToolRun()({"upgrade", "\x1b[0m"});
 
   EXPECT_EQ(result.status, 2);
   EXPECT_THAT(result.output, IsEmpty());
-  EXPECT_THAT(result.error, StartsWith("quillon: Unknown command \"update\"; the commands are version"));
+  EXPECT_THAT(result.error, StartsWith("quillon: Unknown command \"upgrade\"; the commands are version"));
   EXPECT_THAT(result.error, EndsWith("\nSee 'quillon --help'.\n"));
 }
 

@@ -63,7 +63,7 @@ constexpr int kCancellations = QUILLON_UPDATE_CANCELLATIONS;
 constexpr std::uint32_t kSeed = 20'260'611;
 /// What no machine that works at all needs to end a cancelled update.
 constexpr auto kWatchdog = std::chrono::seconds(20);
-/// Longer than libcurl reads at once, so that an archive comes in several pieces.
+/// So many that an archive comes in many reads, between which there is time to cancel.
 constexpr std::size_t kFillerBytes = std::size_t{1536} * 1024;
 
 std::string incompressibleBytes(std::size_t count) {
@@ -102,6 +102,16 @@ class Archives {
     writeFile(folder_ / "installer/Read me.txt", "nothing");
     writeFile(folder_ / "installer/filler", incompressibleBytes(kFillerBytes));
     pack(folder_ / "installer", "Notes.zip");
+
+    const fs::path future = folder_ / "future/Example.app";
+    makeApplicationBundle(future, {.version = "2.0", .build = "2", .minimumSystemVersion = "999.0"});
+    signCode(QuillonURL::fileURL(future.string()), testing::sharedSigningOptions());
+    pack(future.parent_path(), "Future.zip");
+
+    const fs::path hollow = folder_ / "hollow/Example.app";
+    makeApplicationBundle(hollow, {.version = "2.0", .build = "2"});
+    fs::remove(hollow / "Contents/MacOS/Example");
+    pack(hollow.parent_path(), "Hollow.zip");
 
     // Last: it spoils the application.
     writeFile(application / "Contents/Resources/version.txt", "3.0");
@@ -306,7 +316,23 @@ TEST_F(UpdateInstallationScenario, AnApplicationIsDownloadedUnpackedVerifiedAndH
 }
 
 TEST_F(UpdateInstallationScenario, TheWindowShowsEachStepAndRealSizes) {
-  EXPECT_EQ(host.install(host.appBundleRequest()), "done");
+  // A server that is not done before the window has shown what it announced.
+  std::counting_semaphore<> announcementShown{0};
+  testing::MisbehavingServer patient([&](testing::MisbehavingServer::Connection& connection) {
+    (void)connection.readRequest();
+    const std::string archive = readFile(server->documents() / "Example.zip");
+    connection.send("HTTP/1.1 200 OK\r\nConnection: close\r\nContent-Length: " + std::to_string(archive.size()) +
+                    "\r\n\r\n");
+    announcementShown.acquire();
+    connection.send(archive);
+  });
+  host.onState = [&](const std::string& state) {
+    if (state.ends_with(" 0%")) announcementShown.release();
+  };
+  VeskAppBundleUpdateRequest request = host.appBundleRequest();
+  request.archiveURL = patient.url("/Example.zip");
+
+  EXPECT_EQ(host.install(request), "done");
 
   std::vector<std::string> titles;
   for (const std::string& state : host.window->states) {
@@ -370,6 +396,8 @@ TEST_F(UpdateInstallationScenario, EveryUnusableArchiveHasItsErrorAndLeavesNothi
                                                                   {"/Page.zip", "unzipFailed"},
                                                                   {"/Notes.zip", "noAppBundleFound"},
                                                                   {"/Two.zip", "multipleAppBundlesFound"},
+                                                                  {"/Future.zip", "minimumOSVersionUnsupported"},
+                                                                  {"/Hollow.zip", "missingExecutable"},
                                                                   {"/Tampered.zip", "signatureValidationFailed"}};
   for (const auto& [archive, error] : table) {
     EXPECT_EQ(host.install(host.appBundleRequest(archive)), error) << archive;
@@ -521,6 +549,7 @@ class UpdateCancellationScenario : public UpdateInstallationScenario {
 };
 
 TEST_F(UpdateCancellationScenario, AnUpdateCancelledAtAnyMomentEndsPromptlyAndLeavesNothing) {
+  const testing::ScopedOrphanAdoption orphansOfTools;
   const Moments ofInstaller = momentsOf(false);
   const Moments ofApplication = momentsOf(true);
   const testing::ProcessResources before = testing::ProcessResources::current();
@@ -534,7 +563,7 @@ TEST_F(UpdateCancellationScenario, AnUpdateCancelledAtAnyMomentEndsPromptlyAndLe
     CancelledUpdate update;
     update.replacesApplication = numberIn(1, 3) > 1;
     const Moments& moments = update.replacesApplication ? ofApplication : ofInstaller;
-    // The many pieces of the download are as much as the few steps behind it.
+    // The download as often as the many steps behind it.
     update.moment = i % 2 == 0 ? numberIn(1, moments.unpacking) : numberIn(moments.unpacking, moments.last);
     // As often few looks as many.
     update.looks = numberIn(1, 3) == 1 ? 0 : numberIn(1, 1 << numberIn(1, 14));

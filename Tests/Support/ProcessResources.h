@@ -4,10 +4,11 @@
 
 namespace quillon::testing {
 
-/// How many descriptors and threads this process has.
+/// How many descriptors, threads and children this process has. A child that has ended counts until it is waited for.
 struct ProcessResources {
   std::size_t descriptors = 0;
   std::size_t threads = 0;
+  std::size_t children = 0;
 
   [[nodiscard]] static ProcessResources current();
 
@@ -17,5 +18,14 @@ struct ProcessResources {
 /// Looks until this process has no more than `expected`: a thread that was joined is counted for a moment still. False
 /// when it has more in many looks.
 [[nodiscard]] bool waitForResources(const ProcessResources& expected);
+
+/// Makes this process the parent of what its children leave behind, so that it counts as a child.
+class ScopedOrphanAdoption {
+ public:
+  ScopedOrphanAdoption();
+  ~ScopedOrphanAdoption();
+  ScopedOrphanAdoption(const ScopedOrphanAdoption&) = delete;
+  ScopedOrphanAdoption& operator=(const ScopedOrphanAdoption&) = delete;
+};
 
 }  // namespace quillon::testing

@@ -19,12 +19,14 @@ class RecordingURLReceiver final : public QuillonURLTransferReceiving {
   }
   void didReceiveData(std::string_view bytes) override {
     body.append(bytes);
+    ++pieces;
     if (onData) onData();
   }
 
   std::optional<QuillonURLResponse> response;
   int responseCount = 0;
   std::string body;
+  int pieces = 0;
   /// Called when something has arrived; may be empty.
   std::function<void()> onResponse;
   std::function<void()> onData;

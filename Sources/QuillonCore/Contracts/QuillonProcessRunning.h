@@ -1,5 +1,6 @@
 #pragma once
 
+#include <chrono>
 #include <cstdint>
 #include <stop_token>
 #include <string>
@@ -17,6 +18,9 @@ struct QuillonProcessResult {
   friend bool operator==(const QuillonProcessResult&, const QuillonProcessResult&) = default;
 };
 
+/// What a stopped command may take to remove what it has begun, unless its runner was made to give it longer.
+inline constexpr std::chrono::milliseconds kDefaultTimeToCleanUp{500};
+
 /// Runs a command as a child process.
 class QuillonProcessRunning {
  public:
@@ -25,9 +29,9 @@ class QuillonProcessRunning {
   /// Starts `executablePath` (absolute; nothing is searched) with `arguments`, reads its joined output while it runs,
   /// and waits for its end. Standard input is empty. A child that cannot be started gives status 1 and no output. Keeps
   /// the first 16 MiB of output and drops the rest. A stop request ends the child and the processes that it started:
-  /// they are asked to (SIGTERM), so that they can remove what they have begun, and what is left of them after half a
-  /// second is killed. The status is then that of the signal, unless the child says otherwise. A child that was to be
-  /// started afterwards is not started, which gives the status of SIGKILL.
+  /// they are asked to (SIGTERM), so that they can remove what they have begun, and what is left of them after the time
+  /// that the runner gives them is killed. The status is then that of the signal, unless the child says otherwise. A
+  /// child that was to be started afterwards is not started, which gives the status of SIGKILL.
   [[nodiscard]] virtual QuillonProcessResult run(const std::string& executablePath,
                                                  const std::vector<std::string>& arguments,
                                                  std::stop_token stopToken = {}) noexcept = 0;

@@ -17,9 +17,11 @@ namespace quillon {
 /// The platform's file system.
 [[nodiscard]] std::shared_ptr<QuillonFileManaging> makeSystemFileManager();
 /// Runs commands with the environment that this process's privileges allow: its own, or a minimal one as root. A
-/// command that runs longer than `timeLimit`, if there is one, is killed and has failed.
+/// command that runs longer than `timeLimit`, if there is one, is killed and has failed. One that is stopped has
+/// `timeToCleanUp` to end by itself.
 [[nodiscard]] std::shared_ptr<QuillonProcessRunning> makeSystemProcessRunner(
-    std::optional<std::chrono::nanoseconds> timeLimit = std::nullopt);
+    std::optional<std::chrono::nanoseconds> timeLimit = std::nullopt,
+    std::chrono::nanoseconds timeToCleanUp = kDefaultTimeToCleanUp);
 /// The user's desktop.
 [[nodiscard]] std::shared_ptr<QuillonWorkspaceOpening> makeSystemWorkspace();
 /// The settings of this user for the application with `bundleIdentifier`. Throws QuillonSystemError: EINVAL for an

@@ -23,14 +23,20 @@ bool isBackupName(std::string_view name, std::string_view installedName) {
          });
 }
 
+std::vector<QuillonURL> backupsOf(const QuillonFileManaging& fileManager, const QuillonURL& installed) {
+  const QuillonURL folder = installed.deletingLastPathComponent();
+  std::vector<QuillonURL> backups;
+  for (const std::string& name : fileManager.contentsOfDirectory(folder)) {
+    if (isBackupName(name, installed.lastPathComponent())) backups.push_back(folder.appendingPathComponent(name));
+  }
+  return backups;
+}
+
 /// The backup folder of `installed` that was moved there last.
 std::optional<QuillonURL> latestBackup(const QuillonFileManaging& fileManager, const QuillonURL& installed) {
-  const QuillonURL folder = installed.deletingLastPathComponent();
   std::optional<QuillonURL> latest;
   std::int64_t latestChange = 0;
-  for (const std::string& name : fileManager.contentsOfDirectory(folder)) {
-    if (!isBackupName(name, installed.lastPathComponent())) continue;
-    const QuillonURL candidate = folder.appendingPathComponent(name);
+  for (const QuillonURL& candidate : backupsOf(fileManager, installed)) {
     const std::optional<QuillonFileStatus> status = fileManager.itemStatus(candidate);
     if (!status || !fileManager.directoryExists(candidate)) continue;  // an installed link is moved aside itself
     if (latest && status->changeTimeNanoseconds <= latestChange) continue;
@@ -94,6 +100,20 @@ void VeskAppBundleReplacementBackup::recoverInterruptedReplacement(const Quillon
     } catch (const std::exception&) {  // NOLINT(bugprone-empty-catch): nothing is left to tell it to
     }
   }
+}
+
+std::vector<std::string> VeskAppBundleReplacementBackup::removeLeftBehind(const QuillonFileManaging& fileManager,
+                                                                          const QuillonURL& installed) noexcept {
+  std::vector<std::string> removed;
+  try {
+    if (!fileManager.itemStatus(installed)) return removed;
+    for (const QuillonURL& backup : backupsOf(fileManager, installed)) {
+      fileManager.removeItem(backup);
+      removed.emplace_back(backup.lastPathComponent());
+    }
+  } catch (const std::exception&) {  // NOLINT(bugprone-empty-catch): a backup that stays costs space and nothing else
+  }
+  return removed;
 }
 
 }  // namespace quillon

@@ -2,7 +2,9 @@
 
 #include <memory>
 #include <optional>
+#include <string>
 #include <string_view>
+#include <vector>
 
 #include "QuillonCore/Contracts/QuillonFileManaging.h"
 #include "QuillonCore/Runtime/QuillonSystemLog.h"
@@ -35,6 +37,12 @@ class VeskAppBundleReplacementBackup {
   /// so in `log`. Never fails: a bundle that is still missing afterwards is an error of the next step.
   static void recoverInterruptedReplacement(const QuillonFileManaging& fileManager, const QuillonURL& installed,
                                             const QuillonDiagnosticLog& log) noexcept;
+
+  /// Removes the backups of `installed` that interrupted replacements have left, as far as that is possible, and
+  /// returns their names. Only for whoever knows that no replacement is under way and that the bundle at that path is
+  /// the one to keep; while nothing is there, backups stay.
+  static std::vector<std::string> removeLeftBehind(const QuillonFileManaging& fileManager,
+                                                   const QuillonURL& installed) noexcept;
 
  private:
   std::shared_ptr<const QuillonFileManaging> fileManager_;

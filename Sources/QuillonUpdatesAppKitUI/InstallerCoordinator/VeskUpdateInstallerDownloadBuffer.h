@@ -14,9 +14,9 @@ namespace quillon {
 class VeskUpdateInstallerDownloadBuffer : public VeskUpdateInstallerDownloadedData {
  public:
   /// Sets space aside for `bytes` in all, where that can be done. Throws QuillonSystemError when there is not so much:
-  /// ENOSPC, EDQUOT, or EFBIG for more than the buffer takes.
+  /// ENOSPC, EDQUOT, ENOMEM, or EFBIG for more than the buffer takes.
   virtual void reserve(std::uint64_t bytes) = 0;
-  /// Throws QuillonSystemError: ENOSPC, EDQUOT, EFBIG.
+  /// Throws QuillonSystemError: ENOSPC, EDQUOT, ENOMEM, EFBIG.
   virtual void append(std::string_view bytes) = 0;
 };
 

@@ -1,6 +1,8 @@
 #pragma once
 
+#include <chrono>
 #include <memory>
+#include <optional>
 #include <string>
 
 #include "QuillonCore/Contracts/QuillonProcessRunning.h"
@@ -14,8 +16,12 @@ namespace quillon {
 /// extracted until then. Calls may run on several threads at once.
 class VeskUpdateSystemUnzipper final : public VeskUpdateArchiveUnzipping {
  public:
-  explicit VeskUpdateSystemUnzipper(std::shared_ptr<QuillonProcessRunning> processRunner = makeSystemProcessRunner(),
-                                    std::string archiveToolPath = systemArchiveToolPath());
+  /// A hundred thousand files take the tool a second to remove. It is killed after this time, and leaves them.
+  static constexpr std::chrono::seconds kTimeToCleanUp{10};
+
+  explicit VeskUpdateSystemUnzipper(
+      std::shared_ptr<QuillonProcessRunning> processRunner = makeSystemProcessRunner(std::nullopt, kTimeToCleanUp),
+      std::string archiveToolPath = systemArchiveToolPath());
 
   [[nodiscard]] bool unzip(const std::string& archivePath, const std::string& destinationPath,
                            std::stop_token stopToken = {}) noexcept override;

@@ -90,8 +90,10 @@ bool VeskUpdatePromptPresenter::shouldNavigate(const VeskUpdatePromptWindow& sen
   if (!isCurrent(sender)) return false;
   const Policy policy = promptNavigationPolicy(navigation, releaseNotesURL_);
   if (policy == Policy::openWithWorkspace) {
+    // A copy: the application that comes up may lead the host to destroy this presenter.
+    const auto workspace = workspace_;
     // A desktop without application for it cannot be helped here: the page stays as it is.
-    static_cast<void>(workspace_->open(*navigation.url));
+    static_cast<void>(workspace->open(*navigation.url));
   }
   return policy == Policy::allow;
 }

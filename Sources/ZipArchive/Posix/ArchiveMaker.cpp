@@ -4,6 +4,7 @@
 #include <unistd.h>
 #include <zlib.h>
 
+#include <algorithm>
 #include <cerrno>
 #include <cstdint>
 #include <new>
@@ -164,9 +165,7 @@ class Maker {
       entry.crc32 = libdeflate_crc32(entry.crc32, block.data(), block.size());
       deflater.add(block, block.empty(), output_);
     } while (!block.empty());
-    if (entry.size != static_cast<std::uint64_t>(item.status.st_size)) {
-      throw ZipArchiveError(quotedArchiveName(item.path) + " was changed while it was read.");
-    }
+    requireUnchanged(item, file);
   }
 
   const SourceTree& tree_;
@@ -177,10 +176,27 @@ class Maker {
   std::uint64_t entryCount_ = 0;
 };
 
+/// Whether the archive is to stand in a folder that goes into it, where it would be part of what it was made of.
+bool liesInSource(const std::string& archivePath, const SourceTree& tree) {
+  const std::size_t slash = archivePath.rfind('/');
+  const std::string path = slash == std::string::npos ? "." : archivePath.substr(0, slash + 1);
+  struct stat folder {};
+  struct stat source {};
+  if (stat(path.c_str(), &folder) != 0) throw QuillonSystemError::posix(errno, "write", archivePath);
+  if (fstat(tree.folder.get(), &source) != 0) throw QuillonSystemError::posix(errno, "examine", "the source");
+  const auto isFolder = [&folder](const struct stat& item) {
+    return item.st_dev == folder.st_dev && item.st_ino == folder.st_ino;
+  };
+  return (tree.isFolderSource && isFolder(source)) ||
+         std::any_of(tree.items.begin(), tree.items.end(),
+                     [&](const SourceItem& item) { return isFolder(item.status); });
+}
+
 }  // namespace
 
 void makeArchive(const std::string& source, const std::string& archivePath, ArchiveRoot root, std::stop_token stop) {
   const SourceTree tree = readSourceTree(source, root);
+  if (liesInSource(archivePath, tree)) throw ZipArchiveError("The archive lies in its own source.");
   ArchiveOutput output(archivePath);
   Maker(tree, output, std::move(stop)).run();
   output.publish();

@@ -14,7 +14,8 @@ enum class ArchiveRoot { contents, sourceItself };
 /// Names, symbolic links, permissions, times (in seconds) and extended attributes are kept, the latter as AppleDouble
 /// files where macOS looks for them. The archive replaces an older one at once when it is complete and on disk.
 ///
-/// Throws ZipArchiveError for what an archive cannot hold: special files, names that are no UTF-8, the archive itself.
+/// Throws ZipArchiveError for what an archive cannot hold: special files, names that are no UTF-8, too long, alike but
+/// for case, or kept for attributes, files that change while they are read, and the archive itself.
 /// Throws QuillonSystemError, and QuillonCancellationError on `stop`; then nothing has changed.
 void makeArchive(const std::string& source, const std::string& archivePath, ArchiveRoot root, std::stop_token stop);
 

@@ -27,7 +27,10 @@ bool isSame(const struct stat& a, const struct stat& b) noexcept {
 
 ArchiveOutput::ArchiveOutput(const std::string& path) : path_(path), temporaryPath_(temporaryPathFor(path)) {
   if (stat(path.c_str(), &replaced_) != 0) replaced_ = {};
-  if (S_ISDIR(replaced_.st_mode)) throw QuillonSystemError::posix(EISDIR, "write", path);
+  // A device or a pipe would not be written to but replaced.
+  if (replaced_.st_ino != 0 && !S_ISREG(replaced_.st_mode)) {
+    throw QuillonSystemError::posix(S_ISDIR(replaced_.st_mode) ? EISDIR : EOPNOTSUPP, "replace", path);
+  }
   file_ = FileDescriptor(open(temporaryPath_.c_str(), O_RDWR | O_CREAT | O_EXCL | O_NOFOLLOW | O_CLOEXEC, 0666));
   if (!file_ || fstat(file_.get(), &own_) != 0) throw QuillonSystemError::posix(errno, "write", path);
 }

@@ -16,6 +16,7 @@
 #include "ZipArchive/Posix/FolderOpening.h"
 #include "ZipArchive/Posix/ItemAttributes.h"
 #include "ZipArchive/ZipArchiveError.h"
+#include "ZipArchive/ZipEntryName.h"
 #include "ZipArchive/ZipFormat.h"
 
 namespace quillon {
@@ -45,6 +46,7 @@ std::string readFileContent(const SourceItem& item, int file) {
     if (count == 0) break;
     length += static_cast<std::size_t>(count);
   }
+  requireUnchanged(item, file);
   if (length + 1 != content.size()) refuseChange(item);
   content.pop_back();
   return content;
@@ -83,6 +85,7 @@ std::vector<PackedEntry> EntryPacker::packAttributes(const SourceItem& item, int
   if (attributes.empty()) return {};
   ZipWrittenEntry entry = writtenEntry(item);
   entry.name = appleDoublePath(item.archiveName);
+  (void)checkedZipName(entry.name, kZipHostUnix, {});
   entry.mode = S_IFREG | (entry.mode & 0666);
   std::vector<PackedEntry> entries;
   entries.push_back(packed(std::move(entry), makeAppleDouble(attributes)));
@@ -110,11 +113,17 @@ PackedEntry EntryPacker::packed(ZipWrittenEntry entry, std::string content) {
 ZipWrittenEntry writtenEntry(const SourceItem& item) {
   ZipWrittenEntry entry;
   entry.name = item.archiveName + (S_ISDIR(item.status.st_mode) ? "/" : "");
-  if (entry.name.size() > UINT16_MAX)
-    throw ZipArchiveError("The name " + quotedArchiveName(entry.name) + " is too long.");
   entry.mode = item.status.st_mode & (S_IFMT | 0777);
   entry.modificationTime = std::chrono::sys_seconds(std::chrono::seconds(item.status.st_mtim.tv_sec));
   return entry;
+}
+
+void requireUnchanged(const SourceItem& item, int descriptor) {
+  struct stat status {};
+  if (fstat(descriptor, &status) != 0) throw QuillonSystemError::posix(errno, "examine", item.path);
+  const bool isSame = status.st_size == item.status.st_size && status.st_mtim.tv_sec == item.status.st_mtim.tv_sec &&
+                      status.st_mtim.tv_nsec == item.status.st_mtim.tv_nsec;
+  if (!isSame) refuseChange(item);
 }
 
 FileDescriptor openSourceItem(const SourceItem& item, int folder) {

@@ -41,6 +41,9 @@ class EntryPacker {
 /// The headers of an item, but for what depends on its content.
 [[nodiscard]] ZipWrittenEntry writtenEntry(const SourceItem& item);
 
+/// Throws ZipArchiveError unless an item that is open as `descriptor`, and was read, is as it was when it was listed.
+void requireUnchanged(const SourceItem& item, int descriptor);
+
 /// Opens a file or folder of a source tree, following no link. Throws QuillonSystemError, and ZipArchiveError when
 /// something else is there by now.
 [[nodiscard]] FileDescriptor openSourceItem(const SourceItem& item, int folder);

@@ -4,14 +4,17 @@
 
 #include <algorithm>
 #include <cerrno>
+#include <map>
 #include <string_view>
 #include <utility>
 
 #include "QuillonCore/Runtime/Posix/DirectoryEntries.h"
 #include "QuillonCore/Values/QuillonError.h"
+#include "ZipArchive/AppleDoubleName.h"
 #include "ZipArchive/Posix/FolderOpening.h"
 #include "ZipArchive/ZipArchiveError.h"
 #include "ZipArchive/ZipEntryName.h"
+#include "ZipArchive/ZipFormat.h"
 
 namespace quillon {
 namespace {
@@ -25,7 +28,7 @@ class Listing {
     if (fstatat(folder, name.c_str(), &item.status, AT_SYMLINK_NOFOLLOW) != 0) {
       throw QuillonSystemError::posix(errno, "examine", path);
     }
-    if (!isUTF8(name)) throw ZipArchiveError("The name " + quotedArchiveName(path) + " is no UTF-8.");
+    checkName(path, archiveName);
     const mode_t mode = item.status.st_mode;
     if (!S_ISREG(mode) && !S_ISDIR(mode) && !S_ISLNK(mode)) {
       throw ZipArchiveError(quotedArchiveName(path) + " is a special file, which an archive cannot hold.");
@@ -38,12 +41,27 @@ class Listing {
     std::vector<DirectoryEntry> entries = directoryEntries(folder, path);
     std::sort(entries.begin(), entries.end(),
               [](const DirectoryEntry& a, const DirectoryEntry& b) { return a.name < b.name; });
+    std::map<std::string, std::string> namesByKey;
     for (const DirectoryEntry& entry : entries) {
+      const auto [other, isFirst] = namesByKey.emplace(collisionKey(entry.name), entry.name);
+      if (!isFirst) {
+        throw ZipArchiveError(quotedArchiveName(below(path, entry.name)) + " has a name that differs from " +
+                              quotedArchiveName(other->second) + " in case or composition of characters only.");
+      }
       add(folder, entry.name, below(path, entry.name), below(archiveName, entry.name));
     }
   }
 
  private:
+  /// Refuses what could not be unpacked again.
+  static void checkName(const std::string& path, const std::string& archiveName) {
+    if (!isUTF8(archiveName)) throw ZipArchiveError("The name " + quotedArchiveName(path) + " is no UTF-8.");
+    (void)checkedZipName(archiveName, kZipHostUnix, {});
+    if (collisionKey(archiveName) == collisionKey(kAppleDoubleFolder)) {
+      throw ZipArchiveError(quotedArchiveName(path) + " has the name of the folder in which archives keep attributes.");
+    }
+  }
+
   static std::string below(const std::string& path, const std::string& name) {
     return path.empty() ? name : path + "/" + name;
   }
@@ -86,6 +104,7 @@ SourceTree readSourceTree(const std::string& source, ArchiveRoot root) {
   Listing listing(tree.items);
   if (S_ISDIR(status.st_mode) && root == ArchiveRoot::contents) {
     tree.folder = openFolder(source);
+    tree.isFolderSource = true;
     listing.addContents(tree.folder.get(), {}, {});
     return tree;
   }

@@ -23,12 +23,14 @@ struct SourceItem {
 struct SourceTree {
   /// The folder that the items' paths begin at.
   FileDescriptor folder;
+  /// Whether that folder is the source, and not the one around it.
+  bool isFolderSource = false;
   /// Folders before what they hold, names in the order of their bytes.
   std::vector<SourceItem> items;
 };
 
-/// Lists `source`, following no link in it. Throws QuillonSystemError, and ZipArchiveError for special files and names
-/// that are no UTF-8.
+/// Lists `source`, following no link in it. Throws QuillonSystemError, and ZipArchiveError for special files and for
+/// names that an archive cannot hold or that macOS would not keep apart.
 [[nodiscard]] SourceTree readSourceTree(const std::string& source, ArchiveRoot root);
 
 }  // namespace quillon

@@ -19,8 +19,20 @@ bool isTerminalAs(int descriptor) {
   return answer;
 }
 
+/// The same of standard input.
+bool isInputTerminalAs(int descriptor) {
+  const int before = dup(STDIN_FILENO);
+  dup2(descriptor, STDIN_FILENO);
+  const bool answer = standardInputIsTerminal();
+  dup2(before, STDIN_FILENO);
+  close(before);
+  close(descriptor);
+  return answer;
+}
+
 TEST(QuillonTerminalTest, AFileIsNoTerminal) {
   EXPECT_FALSE(isTerminalAs(open("/dev/null", O_WRONLY | O_CLOEXEC)));
+  EXPECT_FALSE(isInputTerminalAs(open("/dev/null", O_RDONLY | O_CLOEXEC)));
 }
 
 TEST(QuillonTerminalTest, ATerminalIsOne) {
@@ -34,6 +46,7 @@ TEST(QuillonTerminalTest, ATerminalIsOne) {
     GTEST_SKIP() << "this machine gives out no pseudo-terminals";
   }
 
+  EXPECT_TRUE(isInputTerminalAs(dup(terminal)));
   EXPECT_TRUE(isTerminalAs(terminal));
 
   close(controller);

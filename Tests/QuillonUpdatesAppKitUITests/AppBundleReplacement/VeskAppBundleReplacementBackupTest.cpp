@@ -56,6 +56,22 @@ TEST_F(VeskAppBundleReplacementBackupTest, WithoutABackupTheInstalledBundleIsNev
   EXPECT_EQ(versionOfApplicationBundle(installed), "1.0");
 }
 
+TEST_F(VeskAppBundleReplacementBackupTest, WhatInterruptedReplacementsLeftIsRemovedBesideAnInstalledBundleOnly) {
+  const std::string name = "Example.app.vesk-update-backup-11111111-1111-4111-8111-111111111111";
+  fs::create_directory(folder / name);
+  fs::create_directory(folder / "Example.app.vesk-update-backup-mine");
+  fs::create_directory(folder / "Other.app.vesk-update-backup-11111111-1111-4111-8111-111111111111");
+  const QuillonURL url = QuillonURL::fileURL(installed.string());
+  fs::rename(installed, folder / "aside");
+  EXPECT_TRUE(VeskAppBundleReplacementBackup::removeLeftBehind(*files, url).empty());
+  fs::rename(folder / "aside", installed);
+
+  EXPECT_EQ(VeskAppBundleReplacementBackup::removeLeftBehind(*files, url), std::vector{name});
+
+  EXPECT_EQ(versionOfApplicationBundle(installed), "1.0");
+  EXPECT_EQ(std::distance(fs::directory_iterator(folder.path()), {}), 3);
+}
+
 TEST_F(VeskAppBundleReplacementBackupTest, NothingIsBroughtBackOverAnInstalledBundle) {
   fs::create_directory(folder / "Example.app.vesk-update-backup-11111111-1111-4111-8111-111111111111");
   std::string log;

@@ -1,6 +1,8 @@
 #include <gtest/gtest.h>
 
 #include <cerrno>
+#include <cstdint>
+#include <limits>
 
 #include "QuillonCore/Runtime/Posix/QuillonPosixFileManager.h"
 #include "QuillonCore/Values/QuillonError.h"
@@ -40,6 +42,14 @@ TEST(VeskUpdateInstallerDownloadMemoryTest, MoreThanTheLimitIsNotTaken) {
   EXPECT_EQ(failureOf([&] { memory.append("e"); }), EFBIG);
   EXPECT_EQ(failureOf([&] { memory.reserve(5); }), EFBIG);
   EXPECT_EQ(memory.size(), 4U);
+}
+
+TEST(VeskUpdateInstallerDownloadMemoryTest, MoreThanThereIsOfMemoryIsAnErrorOfItsOwn) {
+  constexpr auto kMost = std::numeric_limits<std::uint64_t>::max();
+  VeskUpdateInstallerDownloadMemory memory(kMost);
+
+  EXPECT_EQ(failureOf([&] { memory.reserve(kMost / 2 + 1); }), ENOMEM);
+  EXPECT_EQ(memory.size(), 0U);
 }
 
 }  // namespace

@@ -60,6 +60,44 @@ TEST(VeskUpdateSystemUnzipperTest, TheToolsOwnVerdictCounts) {
   EXPECT_EQ(testing::readFile(folder / "unpacked"), "content");
 }
 
+class VeskUpdateSystemUnzipperToolTest : public ::testing::Test {
+ protected:
+  VeskUpdateSystemUnzipperToolTest() {
+    testing::writeFile(folder_ / "source/document", "content");
+    const auto made = makeSystemProcessRunner()->run(
+        tool_, {"-c", "-k", (folder_ / "source").string(), (folder_ / "archive.zip").string()});
+    EXPECT_EQ(made.status, 0) << made.output;
+  }
+  bool unzip(const std::string& archive) {
+    return VeskUpdateSystemUnzipper(makeSystemProcessRunner(), tool_)
+        .unzip((folder_ / archive).string(), destination_.string());
+  }
+
+  const std::string tool_ = std::string(QUILLON_BINARY_FOLDER) + "/quillon-ditto";
+  const TemporaryDirectory folder_;
+  const std::filesystem::path destination_ = folder_ / "unpacked";
+};
+
+TEST_F(VeskUpdateSystemUnzipperToolTest, AnArchiveIsUnpackedIntoTheFolder) {
+  EXPECT_TRUE(unzip("archive.zip"));
+
+  EXPECT_EQ(testing::readFile(destination_ / "document"), "content");
+}
+
+TEST_F(VeskUpdateSystemUnzipperToolTest, ADamagedArchiveIsAFailure) {
+  std::string bytes = testing::readFile(folder_ / "archive.zip");
+  bytes[bytes.find("content")] = 'C';
+  testing::writeFile(folder_ / "archive.zip", bytes);
+
+  EXPECT_FALSE(unzip("archive.zip"));
+
+  EXPECT_FALSE(std::filesystem::exists(destination_));
+}
+
+TEST_F(VeskUpdateSystemUnzipperToolTest, AnArchiveThatIsNotThereIsAFailure) {
+  EXPECT_FALSE(unzip("missing.zip"));
+}
+
 TEST(VeskUpdateSystemUnzipperTest, AStopEndsTheToolAndIsAFailure) {
   const TemporaryDirectory folder;
   const testing::ReportFifo started(folder / "started");

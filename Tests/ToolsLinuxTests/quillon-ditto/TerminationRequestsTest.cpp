@@ -2,6 +2,7 @@
 #include <unistd.h>
 
 #include <condition_variable>
+#include <csignal>
 #include <future>
 #include <mutex>
 #include <stop_token>
@@ -48,6 +49,7 @@ TEST(TerminationRequestsTest, WithoutASignalNobodyDies) {
 TEST(TerminationRequestsTest, AProcessDiesOfTheSignalThatCame) {
   EXPECT_EXIT(
       {
+        (void)signal(SIGINT, SIG_DFL);  // a job in the background is started with it ignored
         TerminationRequests requests;
         std::promise<void> stopped;
         const std::stop_callback callback(requests.stopToken(), [&] { stopped.set_value(); });

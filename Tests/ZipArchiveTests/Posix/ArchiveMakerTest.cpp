@@ -3,8 +3,11 @@
 #include <gtest/gtest.h>
 #include <sys/stat.h>
 #include <sys/xattr.h>
+#include <unistd.h>
 
+#include <cerrno>
 #include <random>
+#include <utility>
 
 #include "QuillonCore/Values/QuillonError.h"
 #include "Support/ScopedFileLengthLimit.h"
@@ -167,6 +170,103 @@ TEST_F(ArchiveMakerTest, AnArchiveThatLiesInItsOwnSourceIsRefused) {
 
   EXPECT_EQ(treeSnapshot(source_).size(), 1U);
   EXPECT_EQ(readFile(archive_), "old");
+}
+
+TEST_F(ArchiveMakerTest, AnArchiveIsNotMadeInItsOwnSource) {
+  writeFile(source_ / "Contents/file", "content");
+  for (const fs::path& folder : {source_, source_ / "Contents"}) {
+    archive_ = folder / "Example.zip";
+
+    EXPECT_THROW(make(ArchiveRoot::contents), ZipArchiveError);
+    EXPECT_THROW(make(ArchiveRoot::sourceItself), ZipArchiveError);
+
+    EXPECT_EQ(treeSnapshot(source_).size(), 2U);
+  }
+}
+
+TEST_F(ArchiveMakerTest, AnArchiveMayStandBesideItsSource) {
+  writeFile(source_ / "file", "content");
+
+  make(ArchiveRoot::sourceItself);
+
+  EXPECT_THAT(names(), ElementsAre("Example.app/", "Example.app/file"));
+}
+
+TEST_F(ArchiveMakerTest, OnlyFilesAreReplacedByAnArchive) {
+  writeFile(source_ / "file", "content");
+  mkfifo(archive_.c_str(), 0600);
+
+  EXPECT_THROW(make(), QuillonSystemError);
+
+  EXPECT_TRUE(fs::is_fifo(archive_));
+  EXPECT_EQ(std::distance(fs::directory_iterator(folder_.path()), fs::directory_iterator()), 2);
+}
+
+TEST_F(ArchiveMakerTest, ALinkIsReplacedByTheArchiveAndNotWrittenThrough) {
+  writeFile(source_ / "file", "content");
+  writeFile(folder_ / "target", "old");
+  fs::create_symlink("target", archive_);
+
+  make();
+
+  EXPECT_TRUE(fs::is_regular_file(fs::symlink_status(archive_)));
+  EXPECT_EQ(readFile(folder_ / "target"), "old");
+}
+
+TEST_F(ArchiveMakerTest, NamesThatDifferInCaseOrCompositionOnlyAreRefused) {
+  for (const auto& [first, second] : {std::pair("Readme", "README"), std::pair("gr\u00FC\u00DF", "gru\u0308ss")}) {
+    const testing::TemporaryDirectory folder;
+    writeFile(folder / "source/Contents" / first, "");
+    writeFile(folder / "source/Contents" / second, "");
+
+    EXPECT_THROW(makeArchive((folder / "source").string(), (folder / "archive").string(), ArchiveRoot::contents, {}),
+                 ZipArchiveError);
+  }
+}
+
+TEST_F(ArchiveMakerTest, TheFolderForAttributesIsNoItemsName) {
+  writeFile(source_ / "Contents/__MACOSX/file", "deeper it is a name like any other");
+  make();
+  extract();
+  EXPECT_EQ(treeSnapshot(destination_), treeSnapshot(source_));
+  writeFile(source_ / "__MacOSX/file", "");
+
+  EXPECT_THROW(make(), ZipArchiveError);
+  EXPECT_NO_THROW(make(ArchiveRoot::sourceItself));
+}
+
+TEST_F(ArchiveMakerTest, NamesThatAreTooLongForUnpackingAreRefused) {
+  writeFile(source_ / std::string(255, 'a'), "");
+  EXPECT_NO_THROW(make());
+  setxattr((source_ / std::string(255, 'a')).c_str(), "user.a", "b", 1, 0);
+  EXPECT_THROW(make(), ZipArchiveError);  // that of its attributes is longer
+
+  fs::path deep = folder_ / "deep";
+  for (int i = 0; i < 101; ++i) deep /= "a";
+  fs::create_directories(deep);
+
+  EXPECT_THROW(makeArchive((folder_ / "deep").string(), archive_.string(), ArchiveRoot::contents, {}), ZipArchiveError);
+}
+
+TEST_F(ArchiveMakerTest, AnUnreadableItemIsAnErrorAndLeavesNothing) {
+  writeFile(source_ / "file", "content");
+  fs::permissions(source_ / "file", fs::perms::none);
+  fs::permissions(folder_.path(), fs::perms(0777));
+  constexpr uid_t kNobody = 65534;
+  constexpr int kRefused = 3;
+  const auto makeAsNobody = [&] {
+    if (geteuid() == 0 && setuid(kNobody) != 0) _exit(1);
+    try {
+      make();
+    } catch (const QuillonSystemError& error) {
+      _exit(error.isPOSIX(EACCES) ? kRefused : 1);
+    }
+    _exit(0);
+  };
+
+  EXPECT_EXIT(makeAsNobody(), ::testing::ExitedWithCode(kRefused), "");
+
+  EXPECT_EQ(std::distance(fs::directory_iterator(folder_.path()), fs::directory_iterator()), 1);
 }
 
 TEST_F(ArchiveMakerTest, AFullVolumeLeavesNothing) {

@@ -21,6 +21,10 @@ using std::chrono::milliseconds;
 using std::chrono::steady_clock;
 
 constexpr long kReadBytes = 512L * 1024;  // the most that libcurl takes
+// libcurl brings at most 16 KB at a time. What arrives is handed on together after this time, or when it is so much: a
+// receiver that wakes another thread for each piece would otherwise cost more than the transfer.
+constexpr milliseconds kGatheringTime{10};
+constexpr std::size_t kGatheredBytes = std::size_t{8} * 1024 * 1024;
 /// A redirect's body is read up to here, which keeps the connection; behind it the connection is given up.
 constexpr std::size_t kMaximumRedirectBodyBytes = std::size_t{64} * 1024;
 
@@ -156,15 +160,32 @@ CURLcode CurlTransfer::waitForEnd() {
     throwIfStopped();
     int running = 0;
     require(curl_multi_perform(multi_.get(), &running));
-    if (const auto result = resultIfEnded()) return *result;
-    const auto quiet = std::chrono::duration_cast<milliseconds>(steady_clock::now() - lastArrival_);
-    if (quiet >= request_.timeout) {
-      throw urlFailure(QuillonURLErrorCode::timedOut, request_.url,
-                       "nothing arrived for " + std::to_string(request_.timeout.count()) + " ms");
+    if (const auto result = resultIfEnded()) {
+      if (!exchange_.failure) deliverGathered();
+      return *result;
     }
-    const auto rest = std::min<std::int64_t>((request_.timeout - quiet).count(), std::numeric_limits<int>::max());
-    require(curl_multi_poll(multi_.get(), nullptr, 0, static_cast<int>(rest), nullptr));
+    waitForMore();
   }
+}
+
+void CurlTransfer::waitForMore() {
+  if (!gathered_.empty() && steady_clock::now() >= gatheredSince_ + kGatheringTime) deliverGathered();
+  const auto quiet = std::chrono::duration_cast<milliseconds>(steady_clock::now() - lastArrival_);
+  if (quiet >= request_.timeout) {
+    throw urlFailure(QuillonURLErrorCode::timedOut, request_.url,
+                     "nothing arrived for " + std::to_string(request_.timeout.count()) + " ms");
+  }
+  auto rest = std::min<std::int64_t>((request_.timeout - quiet).count(), std::numeric_limits<int>::max());
+  if (!gathered_.empty()) rest = std::min<std::int64_t>(rest, kGatheringTime.count());
+  require(curl_multi_poll(multi_.get(), nullptr, 0, static_cast<int>(rest), nullptr));
+}
+
+void CurlTransfer::deliverGathered() {
+  if (gathered_.empty()) return;
+  throwIfStopped();
+  receiver_.didReceiveData(gathered_);
+  gathered_.clear();
+  lastArrival_ = steady_clock::now();  // the time that the receiver took is not the server's
 }
 
 std::optional<CURLcode> CurlTransfer::resultIfEnded() {
@@ -241,7 +262,9 @@ void CurlTransfer::didReceiveHeader() {
 void CurlTransfer::didReceiveBody(std::string_view bytes) {
   throwIfStopped();
   if (!exchange_.location) {
-    receiver_.didReceiveData(bytes);
+    if (gathered_.size() + bytes.size() > kGatheredBytes) deliverGathered();
+    if (gathered_.empty()) gatheredSince_ = steady_clock::now();
+    gathered_.append(bytes);
     return;
   }
   exchange_.redirectBodyBytes += bytes.size();

@@ -50,6 +50,7 @@ class CurlTransfer {
   void prepare(const QuillonURLRequest& request);
   void exchange();
   [[nodiscard]] CURLcode waitForEnd();
+  void waitForMore();
   [[nodiscard]] std::optional<CURLcode> resultIfEnded();
   void throwIfStopped() const;
   void throwIfFailed(CURLcode result);
@@ -58,6 +59,8 @@ class CurlTransfer {
   void didReceiveHeaderLine(std::string_view line);
   void didReceiveHeader();
   void didReceiveBody(std::string_view bytes);
+  /// Hands on what has arrived since the last time.
+  void deliverGathered();
   /// Runs `function` for libcurl, which no exception may cross; false after one.
   template <typename Function>
   bool callIn(Function function) noexcept;
@@ -74,6 +77,8 @@ class CurlTransfer {
   std::array<char, CURL_ERROR_SIZE> detail_{};
   std::chrono::steady_clock::time_point lastArrival_;
   Exchange exchange_;
+  std::string gathered_;
+  std::chrono::steady_clock::time_point gatheredSince_;
   CurlMultiHandle multi_;
   CurlEasyHandle easy_;  // goes before the multi handle
 };

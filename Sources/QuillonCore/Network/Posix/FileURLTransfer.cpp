@@ -4,6 +4,7 @@
 #include <sys/stat.h>
 #include <unistd.h>
 
+#include <algorithm>
 #include <cerrno>
 #include <cstdint>
 #include <string>
@@ -17,7 +18,8 @@
 namespace quillon {
 namespace {
 
-constexpr std::size_t kPieceBytes = std::size_t{256} * 1024;
+/// A receiver may wake another thread for each piece: few of them cost it little.
+constexpr std::int64_t kPieceBytes = std::int64_t{4} * 1024 * 1024;
 
 QuillonURLErrorCode codeFor(int error) noexcept {
   switch (error) {
@@ -56,7 +58,8 @@ void transferFile(const QuillonURL& file, QuillonURLTransferReceiving& receiver,
   std::int64_t length = 0;
   const FileDescriptor descriptor = openRegularFile(file, length);
   receiver.didReceiveResponse({.url = file, .expectedContentLength = length});
-  std::vector<char> piece(kPieceBytes);
+  // A file that grows is read on in pieces as long as it was.
+  std::vector<char> piece(static_cast<std::size_t>(std::clamp<std::int64_t>(length, 4096, kPieceBytes)));
   std::int64_t received = 0;
   for (;;) {
     if (stopToken.stop_requested()) throw cancelledTransfer(file);

@@ -15,8 +15,10 @@ std::shared_ptr<QuillonFileManaging> makeSystemFileManager() {
   return std::make_shared<QuillonPosixFileManager>();
 }
 
-std::shared_ptr<QuillonProcessRunning> makeSystemProcessRunner(std::optional<std::chrono::nanoseconds> timeLimit) {
-  return std::make_shared<QuillonPosixProcessRunner>(environmentForOwnPrivileges(), timeLimit);
+std::shared_ptr<QuillonProcessRunning> makeSystemProcessRunner(std::optional<std::chrono::nanoseconds> timeLimit,
+                                                               std::chrono::nanoseconds timeToCleanUp) {
+  return std::make_shared<QuillonPosixProcessRunner>(environmentForOwnPrivileges(), timeLimit,
+                                                     makeSystemMonotonicTimeProvider(), timeToCleanUp);
 }
 
 std::shared_ptr<QuillonWorkspaceOpening> makeSystemWorkspace() {

@@ -36,6 +36,15 @@ QuillonFileLock::QuillonFileLock(const QuillonURL& file) : descriptor_(openLockF
   }
 }
 
+std::unique_ptr<QuillonFileLock> QuillonFileLock::ifFree(const QuillonURL& file) {
+  FileDescriptor opened = openLockFile(file);
+  while (flock(opened.get(), LOCK_EX | LOCK_NB) != 0) {
+    if (errno == EWOULDBLOCK) return nullptr;
+    if (errno != EINTR) fail(errno, file);
+  }
+  return std::unique_ptr<QuillonFileLock>(new QuillonFileLock(std::move(opened)));
+}
+
 QuillonFileLock::~QuillonFileLock() {
   // Closing alone would leave the lock with a child that was forked meanwhile.
   (void)flock(descriptor_.get(), LOCK_UN);

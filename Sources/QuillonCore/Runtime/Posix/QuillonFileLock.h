@@ -1,5 +1,8 @@
 #pragma once
 
+#include <memory>
+#include <utility>
+
 #include "QuillonCore/Runtime/Posix/FileDescriptor.h"
 #include "QuillonCore/Values/QuillonURL.h"
 
@@ -14,11 +17,15 @@ class QuillonFileLock {
   /// file that is removed while somebody waits for it lets two in.
   /// Throws QuillonSystemError; ELOOP for a link, EINVAL for anything else but a regular file.
   explicit QuillonFileLock(const QuillonURL& file);
+  /// The same without waiting: null while somebody else holds the lock.
+  [[nodiscard]] static std::unique_ptr<QuillonFileLock> ifFree(const QuillonURL& file);
   ~QuillonFileLock();
   QuillonFileLock(const QuillonFileLock&) = delete;
   QuillonFileLock& operator=(const QuillonFileLock&) = delete;
 
  private:
+  explicit QuillonFileLock(FileDescriptor locked) noexcept : descriptor_(std::move(locked)) {}
+
   FileDescriptor descriptor_;
 };
 

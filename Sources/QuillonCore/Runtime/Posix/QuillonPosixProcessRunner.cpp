@@ -25,8 +25,6 @@ namespace quillon {
 namespace {
 
 constexpr std::size_t kLargestOutput = std::size_t{16} * 1024 * 1024;
-/// What a child may take to clean up after a stop.
-constexpr std::chrono::milliseconds kTimeToCleanUp{500};
 
 /// When a child has had its time.
 class Deadline {
@@ -254,7 +252,7 @@ void addTimeLimitLine(std::string& output, const std::string& executablePath, st
 QuillonProcessResult runChild(const std::string& executablePath, const std::vector<std::string>& arguments,
                               QuillonProcessEnvironment environment, std::optional<std::chrono::nanoseconds> timeLimit,
                               const QuillonMonotonicTimeProvider& monotonicTimeProvider,
-                              const std::stop_token& stopToken) {
+                              std::chrono::nanoseconds timeToCleanUp, const std::stop_token& stopToken) {
   if (stopToken.stop_requested()) return {.status = 128 + SIGKILL, .output = {}};
   std::vector<std::string> words = {executablePath};
   words.insert(words.end(), arguments.begin(), arguments.end());
@@ -273,7 +271,7 @@ QuillonProcessResult runChild(const std::string& executablePath, const std::vect
   const bool isKilled = canBeKilled && !child.endsBefore(deadline, stop, stopToken);
   if (isKilled && stopToken.stop_requested()) {
     child.terminate();
-    (void)child.endsBefore(Deadline(kTimeToCleanUp, monotonicTimeProvider), StopSignal({}), {});
+    (void)child.endsBefore(Deadline(timeToCleanUp, monotonicTimeProvider), StopSignal({}), {});
   }
   if (isKilled) child.kill();
   // A child still writing behind the reader's back, after an error of poll, must not wait for it forever.
@@ -292,7 +290,8 @@ QuillonProcessResult QuillonPosixProcessRunner::run(const std::string& executabl
                                                     const std::vector<std::string>& arguments,
                                                     std::stop_token stopToken) noexcept {
   try {
-    return runChild(executablePath, arguments, environment_, timeLimit_, monotonicTimeProvider_, stopToken);
+    return runChild(executablePath, arguments, environment_, timeLimit_, monotonicTimeProvider_, timeToCleanUp_,
+                    stopToken);
   } catch (const std::exception&) {  // no memory: the child was not started, or its output is lost
     return {};
   }

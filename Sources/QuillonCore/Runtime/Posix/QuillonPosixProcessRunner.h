@@ -22,7 +22,8 @@ namespace quillon {
 ///
 /// With a time limit, or a stop token that can be stopped, the child leads a process group of its own. When the limit
 /// is over and the child is not, the whole group is killed; the status is then that of SIGKILL, and a line at the end
-/// of the output says why. A stop request does the same without that line.
+/// of the output says why. After a stop request the group is asked to end, and killed when it has not within
+/// `timeToCleanUp`.
 ///
 /// Holds no mutable state and may be called from any thread.
 class QuillonPosixProcessRunner final : public QuillonProcessRunning {
@@ -30,8 +31,12 @@ class QuillonPosixProcessRunner final : public QuillonProcessRunning {
   explicit QuillonPosixProcessRunner(
       QuillonProcessEnvironment environment = environmentForOwnPrivileges(),
       std::optional<std::chrono::nanoseconds> timeLimit = std::nullopt,
-      QuillonMonotonicTimeProvider monotonicTimeProvider = makeSystemMonotonicTimeProvider())
-      : environment_(environment), timeLimit_(timeLimit), monotonicTimeProvider_(std::move(monotonicTimeProvider)) {}
+      QuillonMonotonicTimeProvider monotonicTimeProvider = makeSystemMonotonicTimeProvider(),
+      std::chrono::nanoseconds timeToCleanUp = kDefaultTimeToCleanUp)
+      : environment_(environment),
+        timeLimit_(timeLimit),
+        monotonicTimeProvider_(std::move(monotonicTimeProvider)),
+        timeToCleanUp_(timeToCleanUp) {}
 
   [[nodiscard]] QuillonProcessResult run(const std::string& executablePath, const std::vector<std::string>& arguments,
                                          std::stop_token stopToken = {}) noexcept override;
@@ -40,6 +45,7 @@ class QuillonPosixProcessRunner final : public QuillonProcessRunning {
   const QuillonProcessEnvironment environment_;
   const std::optional<std::chrono::nanoseconds> timeLimit_;
   const QuillonMonotonicTimeProvider monotonicTimeProvider_;
+  const std::chrono::nanoseconds timeToCleanUp_;
 };
 
 }  // namespace quillon

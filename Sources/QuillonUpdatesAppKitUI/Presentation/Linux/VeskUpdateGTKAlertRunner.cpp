@@ -1,16 +1,18 @@
 #include "QuillonUpdatesAppKitUI/Presentation/Linux/VeskUpdateGTKAlertRunner.h"
 
 #include <gdk/gdkkeysyms.h>
+#include <gdkmm/display.h>
 #include <glib.h>
 #include <gtkmm/box.h>
 #include <gtkmm/button.h>
 #include <gtkmm/checkbutton.h>
 #include <gtkmm/eventcontrollerkey.h>
-#include <gtkmm/headerbar.h>
+#include <gtkmm/icontheme.h>
 #include <gtkmm/image.h>
 #include <gtkmm/label.h>
 #include <gtkmm/scrolledwindow.h>
 #include <gtkmm/window.h>
+#include <gtkmm/windowhandle.h>
 
 #include <algorithm>
 #include <cstddef>
@@ -28,11 +30,14 @@ namespace Identifiers = VeskUpdateAlertIdentifiers;
 
 constexpr double kTextWidth = 340;
 constexpr double kLongestBodyHeight = 240;
-constexpr int kMargin = 20;
+constexpr int kMargin = 24;
+constexpr int kMarginBelowStrip = 6;
 constexpr int kSpacing = 12;
-constexpr int kIconSize = 48;
+constexpr int kIconSize = 56;
 constexpr int kTitleLines = 4;
 constexpr int kLongestButtonTitle = 32;
+/// So that a short title is no small target.
+constexpr double kSmallestButtonWidth = 84;
 /// What an alert shows as a whole: in bytes, and in lines that the text itself has.
 constexpr std::size_t kLongestBody = 400;
 constexpr std::ptrdiff_t kMostBodyLines = 8;
@@ -48,13 +53,15 @@ class AlertWindow {
     window_.set_resizable(false);
     window_.set_deletable(false);
     if (Gtk::Window* const front = windowInFront()) window_.set_transient_for(*front);
-    auto* const titleBar = Gtk::make_managed<Gtk::HeaderBar>();
-    titleBar->set_show_title_buttons(false);
-    titleBar->set_title_widget(*Gtk::make_managed<Gtk::Label>());
-    window_.set_titlebar(*titleBar);
+    // As themes draw alerts: the strip that moves the window has no look of its own.
+    for (const char* const styleClass : {"dialog", "message"}) window_.add_css_class(styleClass);
+    auto* const strip = Gtk::make_managed<Gtk::WindowHandle>();
+    strip->add_css_class("titlebar");
+    window_.set_titlebar(*strip);
 
-    auto* const row = Gtk::make_managed<Gtk::Box>(Gtk::Orientation::HORIZONTAL, kSpacing + kSpacing / 2);
+    auto* const row = Gtk::make_managed<Gtk::Box>(Gtk::Orientation::HORIZONTAL, kMargin);
     row->set_margin(kMargin);
+    row->set_margin_top(kMarginBelowStrip);
     row->append(makeIcon(alert.style));
     auto* const column = Gtk::make_managed<Gtk::Box>(Gtk::Orientation::VERTICAL, kSpacing);
     column->set_size_request(scaledToText(kTextWidth), -1);
@@ -89,9 +96,17 @@ class AlertWindow {
     return nullptr;
   }
 
+  /// The application's, so that users see who speaks; without one that of the style.
+  static std::string iconName(VeskUpdateAlertStyle style) {
+    std::string ofApplication = Gtk::Window::get_default_icon_name();
+    const auto icons = Gtk::IconTheme::get_for_display(Gdk::Display::get_default());
+    if (!ofApplication.empty() && icons->has_icon(ofApplication)) return ofApplication;
+    return style == VeskUpdateAlertStyle::warning ? "dialog-warning" : "dialog-information";
+  }
+
   static Gtk::Widget& makeIcon(VeskUpdateAlertStyle style) {
     auto* const icon = Gtk::make_managed<Gtk::Image>();
-    icon->set_from_icon_name(style == VeskUpdateAlertStyle::warning ? "dialog-warning" : "dialog-information");
+    icon->set_from_icon_name(iconName(style));
     icon->set_pixel_size(scaledToText(kIconSize));
     icon->set_valign(Gtk::Align::START);
     return *icon;
@@ -148,6 +163,7 @@ class AlertWindow {
       auto* const button = Gtk::make_managed<Gtk::Button>();
       setAccessibilityIdentifier(*button, std::string(Identifiers::button).append(std::to_string(index)));
       showButtonTitle(*button, titles[index], kLongestButtonTitle);
+      button->set_size_request(scaledToText(kSmallestButtonWidth), -1);
       button->signal_clicked().connect([this, index] { end(index); });
       row->prepend(*button);
       if (index == 0) {

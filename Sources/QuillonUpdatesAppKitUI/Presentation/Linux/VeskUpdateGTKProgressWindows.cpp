@@ -76,6 +76,7 @@ class ProgressWindow final : public VeskUpdateProgressWindow {
     bar->set_size_request(-1, kBarHeight);
     auto* const button = Gtk::make_managed<VeskUpdateProgressActionButton>();
     setAccessibilityIdentifier(*button, Identifiers::actionButton);
+    button->add_css_class("suggested-action");
     button->set_visible(false);
 
     auto* const buttonRow = Gtk::make_managed<Gtk::Box>(Gtk::Orientation::HORIZONTAL);

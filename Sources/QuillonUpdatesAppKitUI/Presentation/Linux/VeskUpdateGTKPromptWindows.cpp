@@ -29,6 +29,8 @@ namespace Identifiers = VeskUpdatePromptWindowIdentifiers;
 using PageScripts = VeskUpdateGTKPromptWindows::PageScripts;
 
 constexpr int kMargin = 20;
+/// Between heading, page and buttons.
+constexpr int kSectionSpacing = 18;
 constexpr int kSpacing = 12;
 constexpr int kLogoSize = 64;
 constexpr int kDescriptionLines = 4;
@@ -86,7 +88,10 @@ void setContentSize(Gtk::Window& window, Gtk::Widget& titleBar, std::pair<int, i
   window.set_default_size(size.first + std::max(frameWidth, 0), size.second + std::max(frameHeight, 0));
 }
 
-/// The widgets of a prompt. They outlive the prompt until the toolkit is done with what it was calling.
+class PromptWindow;
+
+/// The widgets of a prompt. They outlive the prompt until the toolkit is done with what it was calling, and can still
+/// be clicked until then.
 class PromptWidgets {
  public:
   PromptWidgets(const VeskUpdatePromptContent& content, const QuillonURL& imagesFolder, PageScripts pageScripts,
@@ -111,6 +116,8 @@ class PromptWidgets {
     chooseFocus(content);
   }
 
+  /// Whose widgets these are; null when it is gone.
+  PromptWindow* prompt = nullptr;
   Gtk::Window window;
   VeskUpdateGTKReleaseNotesView page;
   Gtk::Button installButton;
@@ -119,7 +126,7 @@ class PromptWidgets {
 
  private:
   Gtk::Widget& makeHeading(const VeskUpdatePromptContent& content, const QuillonURL& imagesFolder) {
-    auto* const row = Gtk::make_managed<Gtk::Box>(Gtk::Orientation::HORIZONTAL, kSpacing + kSpacing / 2);
+    auto* const row = Gtk::make_managed<Gtk::Box>(Gtk::Orientation::HORIZONTAL, kSectionSpacing);
     auto* const logo = Gtk::make_managed<Gtk::Image>();
     setAccessibilityIdentifier(*logo, Identifiers::logoImage);
     logo->set_pixel_size(scaledToText(kLogoSize));
@@ -193,7 +200,7 @@ class PromptWidgets {
     window.set_focus(button);
   }
 
-  Gtk::Box column_{Gtk::Orientation::VERTICAL, kSpacing};
+  Gtk::Box column_{Gtk::Orientation::VERTICAL, kSectionSpacing};
 };
 
 class PromptWindow final : public VeskUpdatePromptWindow {
@@ -206,13 +213,13 @@ class PromptWindow final : public VeskUpdatePromptWindow {
                                                  [this](const VeskUpdatePromptNavigation& navigation) {
                                                    return delegate_.shouldNavigate(*this, navigation);
                                                  })) {
-    // Each of these may end this object; nothing of it is touched afterwards.
-    widgets_->installButton.signal_clicked().connect([this] { press(VeskUpdatePromptButton::install); });
-    widgets_->remindLaterButton.signal_clicked().connect([this] { press(VeskUpdatePromptButton::remindLater); });
-    widgets_->dismissButton.signal_clicked().connect([this] { press(VeskUpdatePromptButton::dismiss); });
+    widgets_->prompt = this;
+    pressOnClick(widgets_->installButton, VeskUpdatePromptButton::install);
+    pressOnClick(widgets_->remindLaterButton, VeskUpdatePromptButton::remindLater);
+    pressOnClick(widgets_->dismissButton, VeskUpdatePromptButton::dismiss);
     widgets_->window.signal_close_request().connect(
-        [this] {
-          close();
+        [widgets = widgets_.get()] {
+          if (widgets->prompt != nullptr) widgets->prompt->close();
           return true;
         },
         false);
@@ -221,6 +228,7 @@ class PromptWindow final : public VeskUpdatePromptWindow {
 
   ~PromptWindow() override {
     // The toolkit may be calling from one of its widgets.
+    widgets_->prompt = nullptr;
     widgets_->page.stop();
     widgets_->window.set_visible(false);
     g_idle_add(
@@ -248,6 +256,7 @@ class PromptWindow final : public VeskUpdatePromptWindow {
   }
 
  private:
+  /// May end this object: nothing of it is touched after the delegate was told. The same goes for close().
   void press(VeskUpdatePromptButton button) {
     if (isClosed_) return;
     switch (button) {
@@ -263,14 +272,20 @@ class PromptWindow final : public VeskUpdatePromptWindow {
     }
   }
 
+  void pressOnClick(Gtk::Button& clicked, VeskUpdatePromptButton button) {
+    clicked.signal_clicked().connect([widgets = widgets_.get(), button] {
+      if (widgets->prompt != nullptr) widgets->prompt->press(button);
+    });
+  }
+
   /// Before the page can take the key for itself.
   void listenForEscape() {
     const auto keys = Gtk::EventControllerKey::create();
     keys->set_propagation_phase(Gtk::PropagationPhase::CAPTURE);
     keys->signal_key_pressed().connect(
-        [this](guint key, guint /*code*/, Gdk::ModifierType /*modifiers*/) {
+        [widgets = widgets_.get()](guint key, guint /*code*/, Gdk::ModifierType /*modifiers*/) {
           if (key != GDK_KEY_Escape) return false;
-          press(VeskUpdatePromptButton::remindLater);
+          if (widgets->prompt != nullptr) widgets->prompt->press(VeskUpdatePromptButton::remindLater);
           return true;
         },
         false);

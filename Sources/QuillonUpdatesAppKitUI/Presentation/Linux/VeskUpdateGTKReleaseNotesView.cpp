@@ -36,8 +36,10 @@ std::optional<VeskUpdatePromptNavigation> navigationOf(WebKitPolicyDecision* dec
       webkit_navigation_policy_decision_get_navigation_action(WEBKIT_NAVIGATION_POLICY_DECISION(decision));
   const char* const text = webkit_uri_request_get_uri(webkit_navigation_action_get_request(action));
   VeskUpdatePromptNavigation navigation;
+  // A script can follow a link as well, but it is no user.
   navigation.isLinkActivated =
-      webkit_navigation_action_get_navigation_type(action) == WEBKIT_NAVIGATION_TYPE_LINK_CLICKED;
+      webkit_navigation_action_get_navigation_type(action) == WEBKIT_NAVIGATION_TYPE_LINK_CLICKED &&
+      webkit_navigation_action_is_user_gesture(action) != FALSE;
   if (text == nullptr || *text == '\0') return navigation;
   navigation.url = QuillonURL::parse(text);
   // A text that is no URL leads nowhere.
@@ -52,15 +54,35 @@ bool mayBeShown(WebKitPolicyDecision* decision) {
        .httpStatusCode = webkit_uri_response_get_status_code(webkit_response_policy_decision_get_response(response))});
 }
 
+/// Frames within a page may be empty or have their content in their address; what is shown as the page may not.
+bool isOfPage(const char* address) {
+  const std::optional<QuillonURL> url = QuillonURL::parse(address == nullptr ? "" : address);
+  return url && (url->scheme() == "http" || url->scheme() == "https" || url->isFileURL());
+}
+
+bool isRedirectElsewhere(WebKitPolicyDecision* decision) {
+  WebKitNavigationAction* const action =
+      webkit_navigation_policy_decision_get_navigation_action(WEBKIT_NAVIGATION_POLICY_DECISION(decision));
+  return webkit_navigation_action_is_redirect(action) != FALSE &&
+         !isOfPage(webkit_uri_request_get_uri(webkit_navigation_action_get_request(action)));
+}
+
 bool mayGoOn(const View::ShouldNavigate& shouldNavigate, WebKitPolicyDecision* decision,
              WebKitPolicyDecisionType type) {
   if (type == WEBKIT_POLICY_DECISION_TYPE_RESPONSE) return mayBeShown(decision);
   const std::optional<VeskUpdatePromptNavigation> navigation = navigationOf(decision);
-  if (!navigation || !shouldNavigate) return false;
+  if (!navigation || !shouldNavigate || isRedirectElsewhere(decision)) return false;
   if (type == WEBKIT_POLICY_DECISION_TYPE_NAVIGATION_ACTION) return shouldNavigate(*navigation);
   // There is no other window. A link that asks for one is a link like any other.
   if (navigation->isLinkActivated) static_cast<void>(shouldNavigate(*navigation));
   return false;
+}
+
+/// An empty document, of which no server has said anything, stands for a redirect that leads nowhere.
+bool hasPage(WebKitWebView* view) {
+  WebKitWebResource* const resource = webkit_web_view_get_main_resource(view);
+  return resource != nullptr && webkit_web_resource_get_response(resource) != nullptr &&
+         isOfPage(webkit_web_view_get_uri(view));
 }
 
 gboolean decidePolicy(WebKitWebView* /*view*/, WebKitPolicyDecision* decision, WebKitPolicyDecisionType type,
@@ -146,8 +168,13 @@ VeskUpdateGTKReleaseNotesView::VeskUpdateGTKReleaseNotesView(bool allowsScripts,
   g_signal_connect(webView_, "context-menu", G_CALLBACK(showNoMenu), nullptr);
   g_signal_connect(webView_, "decide-policy", G_CALLBACK(decidePolicy), &shouldNavigate_);
   g_signal_connect(webView_, "load-failed", G_CALLBACK(keepWhatIsShown), nullptr);
-  const auto didChangeLoad = +[](WebKitWebView* /*web*/, WebKitLoadEvent event, gpointer view) {
-    if (event == WEBKIT_LOAD_COMMITTED) static_cast<View*>(view)->showPage();
+  const auto didChangeLoad = +[](WebKitWebView* web, WebKitLoadEvent event, gpointer view) {
+    if (event != WEBKIT_LOAD_COMMITTED) return;
+    if (hasPage(web)) {
+      static_cast<View*>(view)->showPage();
+    } else {
+      static_cast<View*>(view)->showPlaceholder();
+    }
   };
   g_signal_connect(webView_, "load-changed", G_CALLBACK(didChangeLoad), this);
   const auto didEnd = +[](WebKitWebView* /*web*/, WebKitWebProcessTerminationReason /*reason*/, gpointer view) {

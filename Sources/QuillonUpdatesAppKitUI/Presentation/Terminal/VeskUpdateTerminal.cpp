@@ -12,7 +12,7 @@ namespace {
 constexpr std::string_view kClearLine = "\r\x1b[K";
 constexpr std::string_view kEllipsis = "...";
 
-std::size_t columnsOf(std::string_view scalar) noexcept {
+std::size_t columnsOfScalar(std::string_view scalar) noexcept {
   return scalar.size() == 1 ? 1 : 2;
 }
 
@@ -92,6 +92,7 @@ void VeskUpdateTerminal::endDrawing() {
 
 std::shared_ptr<VeskUpdateTerminal::Question> VeskUpdateTerminal::ask(std::vector<Choice> choices) {
   for (const Choice& choice : choices) {
+    if (choice.title.empty()) continue;
     printLines(std::string("  ") + choice.keys.front() + ") " + singleLineText(choice.title));
   }
   auto question = std::make_shared<Question>(std::move(choices));
@@ -131,11 +132,17 @@ void VeskUpdateTerminal::setAskingObserver(std::function<void(bool)> observer) {
   questions_->tellObserver();
 }
 
+std::size_t columnsOf(std::string_view text) noexcept {
+  std::size_t columns = 0;
+  while (!text.empty()) columns += columnsOfScalar(takeScalarText(text));
+  return columns;
+}
+
 std::string cutToColumns(std::string_view text, std::size_t columns) {
   std::size_t needed = 0;
   std::size_t fitting = 0;  // bytes that leave room for the ellipsis
   for (std::string_view rest = text; !rest.empty();) {
-    const std::size_t width = columnsOf(takeScalarText(rest));
+    const std::size_t width = columnsOfScalar(takeScalarText(rest));
     if (needed + width + kEllipsis.size() <= columns) fitting = text.size() - rest.size();
     needed += width;
     if (needed > columns) return std::string(text.substr(0, fitting)).append(kEllipsis.substr(0, columns));

@@ -28,7 +28,7 @@ class VeskUpdateTerminal {
     std::size_t columns = 80;
   };
   struct Choice {
-    /// The first one is shown, the others are keys that mean the same.
+    /// The first one is shown, the others are keys that mean the same. A choice without title is not shown.
     std::string keys;
     std::string title;
     /// May end the question, and this terminal with it.
@@ -71,8 +71,10 @@ class VeskUpdateTerminal {
   const std::shared_ptr<Questions> questions_;
 };
 
-/// `text` as it is shown in `columns`: cut off, with an ellipsis, where it is longer. Characters outside of ASCII are
-/// counted as two columns, which the widest of them take.
+/// What `text` takes at most: a character outside of ASCII is counted as two columns, which the widest of them take.
+[[nodiscard]] std::size_t columnsOf(std::string_view text) noexcept;
+
+/// `text` as it is shown in `columns`: cut off, with an ellipsis, where it may take more.
 [[nodiscard]] std::string cutToColumns(std::string_view text, std::size_t columns);
 
 }  // namespace quillon

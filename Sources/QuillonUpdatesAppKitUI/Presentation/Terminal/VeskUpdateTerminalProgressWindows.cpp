@@ -1,21 +1,25 @@
 #include "QuillonUpdatesAppKitUI/Presentation/Terminal/VeskUpdateTerminalProgressWindows.h"
 
+#include <algorithm>
 #include <cmath>
 #include <cstdint>
 #include <functional>
 #include <optional>
 #include <utility>
+#include <vector>
 
 namespace quillon {
 namespace {
 
-constexpr std::size_t kBarColumns = 24;
+constexpr std::size_t kMostBarColumns = 24;
+/// A bar of fewer says less than the percents beside it.
+constexpr std::size_t kFewestBarColumns = 6;
 constexpr int kPercentBetweenLines = 10;
 constexpr double kNanosecondsPerSecond = 1e9;
 
-std::string bar(double fraction) {
-  const auto filled = static_cast<std::size_t>(std::floor(fraction * static_cast<double>(kBarColumns)));
-  return '[' + std::string(filled, '#') + std::string(kBarColumns - filled, '.') + ']';
+std::string bar(double fraction, std::size_t columns) {
+  const auto filled = static_cast<std::size_t>(std::floor(fraction * static_cast<double>(columns)));
+  return '[' + std::string(filled, '#') + std::string(columns - filled, '.') + "] ";
 }
 
 std::string percent(double fraction) {
@@ -46,9 +50,10 @@ class Speed {
 class ProgressWindow final : public VeskUpdateProgressWindow {
  public:
   ProgressWindow(std::shared_ptr<VeskUpdateTerminal> terminal, QuillonMonotonicTimeProvider monotonicTime,
-                 std::string windowTitle)
+                 std::function<void()> nobodyAnswers, std::string windowTitle)
       : terminal_(std::move(terminal)),
         monotonicTime_(std::move(monotonicTime)),
+        nobodyAnswers_(std::move(nobodyAnswers)),
         windowTitle_(std::move(windowTitle)) {}
 
   ~ProgressWindow() override {
@@ -93,13 +98,22 @@ class ProgressWindow final : public VeskUpdateProgressWindow {
 
   void showActionButton(const std::string& title, std::function<void()> action) override {
     terminal_->endDrawing();
-    question_ = terminal_->ask({{.keys = std::string("1") + VeskUpdateTerminal::kReturnKey,
-                                 .title = title,
-                                 .action = [this, action = std::move(action)] {
-                                   // Nothing of this object may be touched once the action has run.
-                                   question_.reset();
-                                   if (action) action();
-                                 }}});
+    // Nothing of this object may be touched once one of these has run.
+    const auto answer = [this](std::function<void()> consequence) {
+      return [this, consequence = std::move(consequence)] {
+        question_.reset();
+        if (consequence) consequence();
+      };
+    };
+    std::vector<VeskUpdateTerminal::Choice> choices{{.keys = std::string("1") + VeskUpdateTerminal::kReturnKey,
+                                                     .title = title,
+                                                     .action = answer(std::move(action))}};
+    if (nobodyAnswers_) {
+      choices.push_back(
+          {.keys = std::string(1, VeskUpdateTerminal::kEndOfInput), .title = {}, .action = answer(nobodyAnswers_)});
+    }
+    question_ = terminal_->ask(std::move(choices));
+    if (terminal_->didInputEnd() && nobodyAnswers_) answer(nobodyAnswers_)();
   }
 
   void show() override {
@@ -122,16 +136,21 @@ class ProgressWindow final : public VeskUpdateProgressWindow {
     }
   }
 
+  /// The bar takes what the texts leave of the line.
   [[nodiscard]] std::string line() {
-    std::string text = title_;
-    if (fraction_) {
-      text += "  " + bar(*fraction_) + ' ' + percent(*fraction_);
-      if (const auto speed = speed_.percentPerSecond(*fraction_, monotonicTime_())) {
-        text += " (" + std::to_string(*speed) + " %/s)";
-      }
+    const std::string status = isStatusHidden_ ? "" : "  " + status_;
+    if (!fraction_) return title_ + status;
+    std::string share = percent(*fraction_);
+    if (const auto speed = speed_.percentPerSecond(*fraction_, monotonicTime_())) {
+      share += " (" + std::to_string(*speed) + " %/s)";
     }
-    if (!isStatusHidden_) text += "  " + status_;
-    return text;
+    std::string text = title_ + "  " + share + status;
+    // Two brackets and a blank, and the last column, which is never drawn in.
+    const std::size_t taken = columnsOf(text) + 4;
+    const std::size_t columns = terminal_->style().columns;
+    const std::size_t room = columns > taken ? std::min(columns - taken, kMostBarColumns) : 0;
+    if (room < kFewestBarColumns) return text;
+    return title_ + "  " + bar(*fraction_, room) + share + status;
   }
 
   /// A line at the beginning of a step, and another one whenever a tenth more of it is done.
@@ -148,6 +167,7 @@ class ProgressWindow final : public VeskUpdateProgressWindow {
 
   const std::shared_ptr<VeskUpdateTerminal> terminal_;
   const QuillonMonotonicTimeProvider monotonicTime_;
+  const std::function<void()> nobodyAnswers_;
   const std::string windowTitle_;
   bool hasContent_ = false;
   bool isVisible_ = false;
@@ -163,12 +183,15 @@ class ProgressWindow final : public VeskUpdateProgressWindow {
 }  // namespace
 
 VeskUpdateTerminalProgressWindows::VeskUpdateTerminalProgressWindows(std::shared_ptr<VeskUpdateTerminal> terminal,
-                                                                     QuillonMonotonicTimeProvider monotonicTime)
-    : terminal_(std::move(terminal)), monotonicTime_(std::move(monotonicTime)) {}
+                                                                     QuillonMonotonicTimeProvider monotonicTime,
+                                                                     std::function<void()> nobodyAnswers)
+    : terminal_(std::move(terminal)),
+      monotonicTime_(std::move(monotonicTime)),
+      nobodyAnswers_(std::move(nobodyAnswers)) {}
 
 std::shared_ptr<VeskUpdateProgressWindow> VeskUpdateTerminalProgressWindows::makeProgressWindow(
     const std::string& windowTitle) {
-  return std::make_shared<ProgressWindow>(terminal_, monotonicTime_, windowTitle);
+  return std::make_shared<ProgressWindow>(terminal_, monotonicTime_, nobodyAnswers_, windowTitle);
 }
 
 }  // namespace quillon

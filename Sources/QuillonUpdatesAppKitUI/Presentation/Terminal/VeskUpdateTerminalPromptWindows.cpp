@@ -12,8 +12,11 @@ using Button = VeskUpdatePromptButton;
 class PromptWindow final : public VeskUpdatePromptWindow {
  public:
   PromptWindow(std::shared_ptr<VeskUpdateTerminal> terminal, VeskUpdatePromptContent content,
-               VeskUpdatePromptWindowDelegate& delegate)
-      : terminal_(std::move(terminal)), content_(std::move(content)), delegate_(delegate) {}
+               VeskUpdatePromptWindowDelegate& delegate, std::string releaseNotes)
+      : terminal_(std::move(terminal)),
+        content_(std::move(content)),
+        delegate_(delegate),
+        releaseNotes_(std::move(releaseNotes)) {}
 
   void show() override {
     if (isClosed_) return;
@@ -23,6 +26,7 @@ class PromptWindow final : public VeskUpdatePromptWindow {
     }
     if (content_.releaseNotesURL) {
       terminal_->printLines(content_.releaseNotesTitle + ' ' + content_.releaseNotesURL->absoluteString());
+      if (!releaseNotes_.empty()) terminal_->printLines(releaseNotes_);
     }
     question_ = terminal_->ask(choices());
     if (terminal_->didInputEnd()) press(Button::remindLater);
@@ -71,18 +75,22 @@ class PromptWindow final : public VeskUpdatePromptWindow {
   const std::shared_ptr<VeskUpdateTerminal> terminal_;
   const VeskUpdatePromptContent content_;
   VeskUpdatePromptWindowDelegate& delegate_;
+  const std::string releaseNotes_;
   std::shared_ptr<VeskUpdateTerminal::Question> question_;
   bool isClosed_ = false;
 };
 
 }  // namespace
 
-VeskUpdateTerminalPromptWindows::VeskUpdateTerminalPromptWindows(std::shared_ptr<VeskUpdateTerminal> terminal)
-    : terminal_(std::move(terminal)) {}
+VeskUpdateTerminalPromptWindows::VeskUpdateTerminalPromptWindows(std::shared_ptr<VeskUpdateTerminal> terminal,
+                                                                 ReleaseNotesText releaseNotesText)
+    : terminal_(std::move(terminal)), releaseNotesText_(std::move(releaseNotesText)) {}
 
 std::shared_ptr<VeskUpdatePromptWindow> VeskUpdateTerminalPromptWindows::makePromptWindow(
     const VeskUpdatePromptContent& content, VeskUpdatePromptWindowDelegate& delegate) {
-  return std::make_shared<PromptWindow>(terminal_, content, delegate);
+  std::string releaseNotes;
+  if (content.releaseNotesURL && releaseNotesText_) releaseNotes = releaseNotesText_(*content.releaseNotesURL);
+  return std::make_shared<PromptWindow>(terminal_, content, delegate, std::move(releaseNotes));
 }
 
 }  // namespace quillon

@@ -1,6 +1,7 @@
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
+#include <future>
 #include <string>
 #include <thread>
 #include <utility>
@@ -92,6 +93,48 @@ TEST_F(CurlTransferTest, ManyMegabytesArriveWhole) {
   load(server.url("/archive.zip"));
 
   EXPECT_TRUE(receiver_.body == content);
+}
+
+TEST_F(CurlTransferTest, WhatArrivesTogetherIsHandedOnTogether) {
+  std::string answer = "HTTP/1.1 200 OK\r\nTransfer-Encoding: chunked\r\nConnection: close\r\n\r\n";
+  for (int i = 0; i < 100; ++i) answer += "4\r\nfeed\r\n";
+  MisbehavingServer server([&](Connection& connection) {
+    connection.readRequest();
+    connection.send(answer + "0\r\n\r\n");
+  });
+
+  load(server.url());
+
+  EXPECT_EQ(receiver_.body.size(), 400U);
+  EXPECT_EQ(receiver_.pieces, 1);
+}
+
+TEST_F(CurlTransferTest, WhatArrivesIsHandedOnBeforeMoreComes) {
+  std::promise<void> received;
+  receiver_.onData = [&, isFirst = true]() mutable {
+    if (std::exchange(isFirst, false)) received.set_value();
+  };
+  MisbehavingServer server([&](Connection& connection) {
+    connection.readRequest();
+    connection.send("HTTP/1.1 200 OK\r\nContent-Length: 8\r\nConnection: close\r\n\r\nfeed");
+    received.get_future().wait();
+    connection.send("feed");
+  });
+
+  load(server.url());
+
+  EXPECT_EQ(receiver_.body, "feedfeed");
+}
+
+TEST_F(CurlTransferTest, WhatArrivedBeforeAFailureIsHandedOn) {
+  MisbehavingServer server([](Connection& connection) {
+    connection.readRequest();
+    connection.send("HTTP/1.1 200 OK\r\nContent-Length: 8\r\nConnection: close\r\n\r\nfeed");
+  });
+
+  EXPECT_EQ(failureOf(server.url()).code(), QuillonURLErrorCode::networkConnectionLost);
+
+  EXPECT_EQ(receiver_.body, "feed");
 }
 
 TEST_F(CurlTransferTest, ACompressedBodyIsExpandedAndItsLengthUnknown) {

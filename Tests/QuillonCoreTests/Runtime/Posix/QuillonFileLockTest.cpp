@@ -111,5 +111,21 @@ TEST_F(QuillonFileLockTest, OnlyARegularFileIsLocked) {
   expectFailure(ENOTDIR, "file/lock");
 }
 
+TEST_F(QuillonFileLockTest, WhoDoesNotWantToWaitIsToldThatTheLockIsHeld) {
+  const QuillonURL file = url("lock");
+
+  {
+    const auto held = QuillonFileLock::ifFree(file);
+    EXPECT_NE(held, nullptr);
+    EXPECT_EQ(QuillonFileLock::ifFree(file), nullptr);
+  }
+
+  EXPECT_NE(QuillonFileLock::ifFree(file), nullptr);
+}
+
+TEST_F(QuillonFileLockTest, WhatIsNoFileIsAFailureWithoutWaitingToo) {
+  EXPECT_THROW((void)QuillonFileLock::ifFree(QuillonURL::fileURL(folder_.path().string())), QuillonSystemError);
+}
+
 }  // namespace
 }  // namespace quillon

@@ -238,15 +238,16 @@ TEST_F(QuillonPosixProcessRunnerTimeLimitTest, AChildThatEndsInTimeIsAsWithoutAL
 class QuillonPosixProcessRunnerStopTest : public QuillonPosixProcessRunnerTimeLimitTest {
  protected:
   /// Requests the stop once the child has run `preparation`.
-  QuillonProcessResult runShellUntilItReports(const std::string& script, const std::string& preparation = ":") {
+  QuillonProcessResult runShellUntilItReports(const std::string& script, const std::string& preparation = ":",
+                                              QuillonPosixProcessRunner runner = QuillonPosixProcessRunner()) {
     const testing::ReportFifo report(folder_ / "report");
     std::jthread stopper([&] {
       (void)report.read();
       stop_.request_stop();
     });
-    return QuillonPosixProcessRunner().run(
-        "/bin/sh", {"-c", "printf begun; " + preparation + "; echo > " + report.path().string() + "; " + script},
-        stop_.get_token());
+    return runner.run("/bin/sh",
+                      {"-c", "printf begun; " + preparation + "; echo > " + report.path().string() + "; " + script},
+                      stop_.get_token());
   }
 
   std::stop_source stop_;
@@ -291,6 +292,20 @@ TEST_F(QuillonPosixProcessRunnerStopTest, AStoppedChildCanCleanUp) {
 
   EXPECT_EQ(result.status, 5);
   EXPECT_FALSE(std::filesystem::exists(begun));
+}
+
+TEST_F(QuillonPosixProcessRunnerStopTest, ARunnerCanGiveAChildLongerToCleanUp) {
+  int looks = 0;
+  // More than children have otherwise is over at the first look after the stop.
+  const auto clock = [&looks] {
+    const std::chrono::nanoseconds passed = looks++ == 0 ? std::chrono::nanoseconds(0) : 2 * kDefaultTimeToCleanUp;
+    return static_cast<std::uint64_t>(passed.count());
+  };
+  const QuillonPosixProcessRunner runner(environmentForOwnPrivileges(), std::nullopt, clock, std::chrono::hours(1));
+
+  const QuillonProcessResult result = runShellUntilItReports(hang_, "trap 'exit 5' TERM", runner);
+
+  EXPECT_EQ(result.status, 5);
 }
 
 TEST_F(QuillonPosixProcessRunnerStopTest, AChildThatDoesNotCareIsKilled) {

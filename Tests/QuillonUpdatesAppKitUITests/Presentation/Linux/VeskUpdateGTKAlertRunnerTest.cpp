@@ -3,6 +3,7 @@
 #include <gtk/gtk.h>
 #include <gtkmm/button.h>
 #include <gtkmm/checkbutton.h>
+#include <gtkmm/image.h>
 #include <gtkmm/label.h>
 #include <gtkmm/window.h>
 
@@ -33,7 +34,7 @@ using testing::VirtualDesktop;
 
 class VeskUpdateGTKAlertRunnerTest : public ::testing::Test {
  protected:
-  ~VeskUpdateGTKAlertRunnerTest() override { desktop_.serveWhatWaits(); }
+  ~VeskUpdateGTKAlertRunnerTest() override { testing::expectNoWindowIsLeft(desktop_); }
 
   /// Does `what` while the next alert is up, which is before run() or a presentation returns.
   void whileAlertIsUp(std::function<void()> what) {
@@ -215,6 +216,68 @@ TEST_F(VeskUpdateGTKAlertRunnerTest, AtTwiceTheTextSizeNoTitleIsCutOff) {
   });
 
   presenter_.presentUnableToCheckForUpdatesAlert(true, *englishTexts());
+}
+
+TEST_F(VeskUpdateGTKAlertRunnerTest, InARightToLeftLanguageTheAlertIsMirrored) {
+  const testing::RightToLeft rightToLeft;
+  whileAlertIsUp([this] {
+    EXPECT_LT(testing::rightEdge(button(0), window()), testing::rightEdge(button(1), window()));
+    EXPECT_LT(testing::rightEdge(testing::part<Gtk::Label>(window(), Identifiers::titleLabel), window()),
+              testing::rightEdge(*testing::descendantOfType<Gtk::Image>(window()), window()));
+    desktop_.click(button(1));
+  });
+
+  presenter_.presentManualUpdateAlert(*englishTexts(), std::nullopt, *QuillonURL::parse("https://example.org/"),
+                                      Phase::download);
+}
+
+TEST_F(VeskUpdateGTKAlertRunnerTest, TextsAreLightOnADarkDesktop) {
+  const testing::DarkDesktop dark;
+  whileAlertIsUp([this] {
+    EXPECT_GT(testing::brightness(testing::part<Gtk::Label>(window(), Identifiers::bodyLabel)), 0.6);
+    desktop_.click(button(0));
+  });
+
+  presenter_.presentUpdateCancelledAlert(*englishTexts());
+}
+
+TEST_F(VeskUpdateGTKAlertRunnerTest, TheIconIsTheApplicationsWhereItHasOneAndElseThatOfTheStyle) {
+  std::vector<std::string> names;
+  const auto noteIcon = [&] {
+    names.push_back(testing::descendantOfType<Gtk::Image>(window())->get_icon_name());
+    desktop_.click(button(0));
+  };
+  for (const char* name : {"", "no-such-icon", "folder"}) {
+    gtk_window_set_default_icon_name(name);
+    whileAlertIsUp(noteIcon);
+    presenter_.presentUpdateCancelledAlert(*englishTexts());
+  }
+  gtk_window_set_default_icon_name("");
+
+  EXPECT_THAT(names, ElementsAre("dialog-warning", "dialog-warning", "folder"));
+}
+
+TEST_F(VeskUpdateGTKAlertRunnerTest, AnAlertOverAnAlertIsAnsweredByItself) {
+  const VeskUpdateAlert alert = presenter_.makeManualUpdateAlert(*englishTexts(), std::nullopt, Phase::download);
+  VeskUpdateAlertAnswer inner;
+  whileAlertIsUp([&] {
+    Gtk::Window& outerWindow = window();
+    mainThread_.post([this, &outerWindow] {
+      for (Gtk::Window* const shown : testing::windowsOnScreen()) {
+        if (shown == &outerWindow) continue;
+        ASSERT_TRUE(desktop_.waitUntilShown(*shown));
+        desktop_.typeKey("Escape");
+      }
+    });
+    inner = runner_.run(alert);
+    ASSERT_TRUE(desktop_.waitUntilShown(outerWindow));
+    desktop_.typeKey("Return");
+  });
+
+  const VeskUpdateAlertAnswer outer = runner_.run(alert);
+
+  EXPECT_EQ(inner.pressedButton, std::optional<std::size_t>(1));
+  EXPECT_EQ(outer.pressedButton, std::optional<std::size_t>(0));
 }
 
 TEST_F(VeskUpdateGTKAlertRunnerTest, AssistiveTechnologiesFindThePartsAndPressTheButton) {

@@ -6,12 +6,14 @@
 #include <gtkmm/progressbar.h>
 #include <gtkmm/window.h>
 
+#include <exception>
 #include <memory>
 #include <optional>
 #include <string>
 #include <vector>
 
 #include "QuillonCore/Runtime/QuillonSystemServices.h"
+#include "QuillonCore/Values/QuillonError.h"
 #include "QuillonUpdatesAppKitUI/Presentation/Linux/VeskUpdateGTKDescendant.h"
 #include "QuillonUpdatesAppKitUI/Presentation/Linux/VeskUpdateGTKProgressWindows.h"
 #include "QuillonUpdatesAppKitUI/Presentation/Linux/VeskUpdateProgressActionButton.h"
@@ -34,7 +36,7 @@ class VeskUpdateGTKProgressWindowsTest : public ::testing::Test {
  protected:
   ~VeskUpdateGTKProgressWindowsTest() override {
     window_.reset();
-    desktop_.serveWhatWaits();
+    testing::expectNoWindowIsLeft(desktop_);
   }
 
   [[nodiscard]] VeskUpdateProgressWindowPresenter makePresenter() const {
@@ -72,7 +74,7 @@ class VeskUpdateGTKProgressWindowsTest : public ::testing::Test {
     return part<VeskUpdateProgressActionButton>(Identifiers::actionButton);
   }
   /// GTK marks the bar's block.
-  [[nodiscard]] static bool isIndeterminate() { return testing::hasDescendantOfClass(bar(), "pulse"); }
+  [[nodiscard]] static bool isIndeterminate() { return testing::descendantOfClass(bar(), "pulse") != nullptr; }
 
   VirtualDesktop& desktop_ = VirtualDesktop::shared();
   testing::TemporaryDirectory folder_;
@@ -176,8 +178,16 @@ TEST_F(VeskUpdateGTKProgressWindowsTest, AStateChangeWithdrawsTheOffer) {
 TEST_F(VeskUpdateGTKProgressWindowsTest, ACancellationBeforeTheOfferEndsTheWaitAndALaterPressDoesNothing) {
   VeskUpdateReadyInstallConfirmation confirmation;
   std::vector<bool> endings;
-  confirmation.resolve(std::make_exception_ptr(std::runtime_error("cancelled")));
-  confirmation.setContinuation([&](const std::exception_ptr& error) { endings.push_back(error != nullptr); });
+  const auto isCancellation = [](const std::exception_ptr& error) {
+    try {
+      if (error) std::rethrow_exception(error);
+    } catch (const QuillonCancellationError&) {
+      return true;
+    }
+    return false;
+  };
+  confirmation.resolve(std::make_exception_ptr(QuillonCancellationError()));
+  confirmation.setContinuation([&](const std::exception_ptr& error) { endings.push_back(isCancellation(error)); });
   show();
   offer([&] { confirmation.resolve(); });
 
@@ -262,6 +272,15 @@ TEST_F(VeskUpdateGTKProgressWindowsTest, InARightToLeftLanguageTheWindowIsMirror
   offer([] {});
 
   EXPECT_EQ(testing::rightEdge(button(), onScreen()), testing::rightEdge(bar(), onScreen()));
+}
+
+TEST_F(VeskUpdateGTKProgressWindowsTest, TextsAreLightOnADarkDesktop) {
+  show();
+  EXPECT_LT(testing::brightness(title()), 0.4);
+
+  const testing::DarkDesktop dark;
+
+  EXPECT_TRUE(desktop_.serveUntil([] { return testing::brightness(title()) > 0.6; }));
 }
 
 TEST_F(VeskUpdateGTKProgressWindowsTest, AssistiveTechnologiesFindThePartsByRoleAndName) {

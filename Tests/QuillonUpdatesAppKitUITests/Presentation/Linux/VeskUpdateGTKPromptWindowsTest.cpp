@@ -9,9 +9,13 @@
 
 #include <functional>
 #include <memory>
+#include <optional>
+#include <random>
 #include <string>
 #include <vector>
 
+#include "QuillonUpdatesAppKitUI/Presentation/Linux/QuillonGLibMainThread.h"
+#include "QuillonUpdatesAppKitUI/Presentation/Linux/VeskUpdateGTKAlertRunner.h"
 #include "QuillonUpdatesAppKitUI/Presentation/Linux/VeskUpdateGTKPromptWindows.h"
 #include "QuillonUpdatesAppKitUI/Presentation/Linux/VeskUpdateGTKReleaseNotesView.h"
 #include "QuillonUpdatesAppKitUI/Presentation/VeskUpdatePromptPresenter.h"
@@ -48,7 +52,7 @@ class VeskUpdateGTKPromptWindowsTest : public ::testing::Test {
  protected:
   ~VeskUpdateGTKPromptWindowsTest() override {
     presenter_.reset();
-    desktop_.serveWhatWaits();
+    testing::expectNoWindowIsLeft(desktop_);
   }
 
   void present(const VeskUpdatePromptInput& input = promptInput()) {
@@ -85,10 +89,36 @@ class VeskUpdateGTKPromptWindowsTest : public ::testing::Test {
     return desktop_.serveUntil(
         [] { return !page().showsPlaceholder() && webkit_web_view_is_loading(page().webView()) == FALSE; });
   }
+  /// Does to the window what a user or the host can do, and tells what that reports when it comes first.
+  Action act(Gtk::Window& shown, std::mt19937::result_type kind, const VeskUpdatePromptInput& input) {
+    const auto press = [&](std::string_view identifier) {
+      g_signal_emit_by_name(testing::part<Gtk::Button>(shown, identifier).gobj(), "clicked");
+    };
+    switch (kind) {
+      case 0:
+        press(Identifiers::installButton);
+        return Action::install(input.feed);
+      case 1:
+        press(Identifiers::remindLaterButton);
+        return Action::remindLater("update");
+      case 2:
+        press(Identifiers::dismissButton);
+        return Action::dismissed();
+      case 3:
+        shown.close();
+        return Action::dismissed();
+      default:
+        presenter_->cancel();
+        return Action::dismissed();
+    }
+  }
+
   [[nodiscard]] static int contentWidth() { return window().get_child()->get_width() + 2 * kMargin; }
   [[nodiscard]] static int contentHeight() { return window().get_child()->get_height() + 2 * kMargin; }
 
   static constexpr int kMargin = 20;
+  /// Each takes a window of its own; the thousand is done with recorded windows.
+  static constexpr int kRandomSequences = 50;
 
   static VeskUpdatePromptInput installableInput(bool isManualCheck = true) {
     VeskUpdatePromptInput input =
@@ -156,6 +186,57 @@ TEST_F(VeskUpdateGTKPromptWindowsTest, TheCloseControlDismissesOnce) {
   EXPECT_TRUE(waitForAction());
   EXPECT_THAT(actions_, ElementsAre(Action::dismissed()));
   EXPECT_TRUE(isGone());
+}
+
+TEST_F(VeskUpdateGTKPromptWindowsTest, AClickOnTheCloseControlDismisses) {
+  present();
+  Gtk::Widget* const control = testing::descendantOfClass(window(), "close");
+  ASSERT_NE(control, nullptr);
+
+  desktop_.click(*control);
+
+  EXPECT_TRUE(waitForAction());
+  EXPECT_THAT(actions_, ElementsAre(Action::dismissed()));
+  EXPECT_TRUE(isGone());
+}
+
+TEST_F(VeskUpdateGTKPromptWindowsTest, AButtonFollowedByTheCloseReportsTheButtonOnly) {
+  onAction_ = [] { window().close(); };
+  present(installableInput());
+
+  click(Identifiers::installButton);
+
+  EXPECT_TRUE(waitForAction());
+  ASSERT_EQ(actions_.size(), 1U);
+  EXPECT_TRUE(std::holds_alternative<Action::Install>(actions_.front().value));
+  EXPECT_TRUE(isGone());
+}
+
+TEST_F(VeskUpdateGTKPromptWindowsTest, ExactlyOneActionIsReportedWhateverTheOrderOfClicksAndCloses) {
+  std::mt19937 random(20240615);
+  const VeskUpdatePromptInput input = installableInput();
+  for (int sequence = 0; sequence < kRandomSequences; ++sequence) {
+    SCOPED_TRACE(sequence);
+    actions_.clear();
+    presenter_->present(input, [this](const Action& action) { actions_.push_back(action); });
+    // Outlives its end for as long as the toolkit serves nothing.
+    Gtk::Window& shown = window();
+    std::optional<Action> first;
+    const auto length = 1 + random() % 6;
+    for (std::mt19937::result_type step = 0; step < length; ++step) {
+      const auto kind = random() % 6;
+      if (kind == 5) {
+        if (!first) desktop_.serveWhatWaits();
+        continue;
+      }
+      const Action expected = act(shown, kind, input);
+      if (!first) first = expected;
+    }
+    if (!first) first = act(shown, 0, input);
+    desktop_.serveWhatWaits();
+    ASSERT_THAT(actions_, ElementsAre(*first));
+    ASSERT_TRUE(isGone());
+  }
 }
 
 TEST_F(VeskUpdateGTKPromptWindowsTest, EscapeRemindsLater) {
@@ -251,6 +332,108 @@ TEST_F(VeskUpdateGTKPromptWindowsTest, ThePromptMayGoAwayWhileTheBrowserIsOpened
   EXPECT_TRUE(isGone());
 }
 
+TEST_F(VeskUpdateGTKPromptWindowsTest, ThePresenterMayGoAwayWhileTheBrowserIsOpened) {
+  testing::PageServer server;
+  server.answers["/notes"] = {.body = testing::pageOfOneLink("https://example.org/more")};
+  present(promptInput({{"current", "2.1"}, {"url", server.address("/notes")}}));
+  ASSERT_TRUE(waitForPage());
+  browser_->onOpen = [this] { presenter_.reset(); };
+
+  EXPECT_TRUE(desktop_.clickUntil(page(), [this] { return presenter_ == nullptr; }));
+  desktop_.serveWhatWaits();
+  EXPECT_TRUE(isGone());
+  EXPECT_THAT(actions_, IsEmpty());
+}
+
+TEST_F(VeskUpdateGTKPromptWindowsTest, APromptWhosePageNeverComesIsAnsweredAsAnyOther) {
+  testing::PageServer server;
+  server.answers["/never"] = {.body = "", .isNever = true};
+  present(promptInput({{"type", "update"}, {"current", "2.1"}, {"url", server.address("/never")}}));
+  ASSERT_TRUE(desktop_.serveUntil([&] { return !server.requests.empty(); }));
+  EXPECT_TRUE(page().showsPlaceholder());
+
+  click(Identifiers::remindLaterButton);
+
+  EXPECT_TRUE(waitForAction());
+  EXPECT_THAT(actions_, ElementsAre(Action::remindLater("update")));
+}
+
+TEST_F(VeskUpdateGTKPromptWindowsTest, APageThatIsRedirectedToAnotherSchemeIsNotShownAndOpensNothing) {
+  for (const char* target : {"x-evil:run", "data:text/html,evil", "javascript:alert(1)", "about:blank#evil"}) {
+    testing::PageServer server;
+    server.answers["/moved"] = {.body = "", .status = 302, .location = target};
+    present(promptInput({{"current", "2.1"}, {"url", server.address("/moved")}}));
+    EXPECT_TRUE(desktop_.serveUntil(
+        [&] { return !server.requests.empty() && webkit_web_view_is_loading(page().webView()) == FALSE; }));
+    EXPECT_TRUE(page().showsPlaceholder()) << target;
+    EXPECT_THAT(browser_->opened, IsEmpty()) << target;
+    presenter_->cancel();
+  }
+}
+
+TEST_F(VeskUpdateGTKPromptWindowsTest, APageWithScriptsThatMisbehavesChangesNothingInTheWindow) {
+  testing::PageServer server;
+  server.answers["/notes"] = {.body = R"(<title>Evil</title><script>
+    const denied = [];
+    const ask = (name, promise) => promise.then(() => denied.push(name + ' granted'), () => denied.push(name));
+    window.open('/popup'); window.open('x-evil:run'); window.close();
+    window.moveTo(0, 0); window.resizeTo(1, 1);
+    alert('x'); confirm('y'); prompt('z'); print();
+    location.href = 'x-evil:run';
+    document.documentElement.requestFullscreen?.();
+    Promise.all([
+      ask('place', new Promise((yes, no) => navigator.geolocation.getCurrentPosition(yes, no))),
+      ask('clipboard', Promise.resolve(document.execCommand('paste')).then(did => did || Promise.reject())),
+      ask('messages', Promise.resolve(window.Notification ? Notification.requestPermission() : 'denied').then(
+          answer => answer === 'granted' || Promise.reject())),
+      ask('camera', navigator.mediaDevices ? navigator.mediaDevices.getUserMedia({video: true}) : Promise.reject()),
+    ]).then(() => { document.title = 'Denied: ' + denied.sort().join(', '); });
+  </script>)"};
+  presenter_ = std::make_unique<VeskUpdatePromptPresenter>(
+      std::make_shared<VeskUpdateGTKPromptWindows>(QuillonURL::fileURL("/nonexistent"),
+                                                   VeskUpdateGTKPromptWindows::PageScripts::allowed),
+      browser_);
+
+  present(promptInput({{"title", "News"}, {"current", "2.1"}, {"url", server.address("/notes")}}));
+
+  const auto pageTitle = [] {
+    const char* const title = webkit_web_view_get_title(page().webView());
+    return std::string(title == nullptr ? "" : title);
+  };
+  ASSERT_TRUE(desktop_.serveUntil([&] { return pageTitle().starts_with("Denied"); }));
+  EXPECT_EQ(pageTitle(), "Denied: camera, clipboard, messages, place");
+  EXPECT_EQ(testing::windowsOnScreen().size(), 1U);
+  EXPECT_EQ(window().get_title(), "News");
+  EXPECT_EQ(contentWidth(), 700);
+  EXPECT_FALSE(window().is_fullscreen());
+  EXPECT_EQ(text(Identifiers::titleLabel), "A new version is available!");
+  EXPECT_THAT(browser_->opened, IsEmpty());
+  EXPECT_THAT(server.requests, ::testing::Not(Contains("/popup")));
+  EXPECT_THAT(actions_, IsEmpty());
+}
+
+TEST_F(VeskUpdateGTKPromptWindowsTest, TheHandlerMayRunAnAlertWhenThePresenterIsGone) {
+  // The alert serves the toolkit while the click that led to it is still being handled.
+  QuillonGLibMainThread mainThread;
+  VeskUpdateAlert alert;
+  alert.buttons = {"OK"};
+  bool didAnswer = false;
+  onAction_ = [&] {
+    presenter_.reset();
+    mainThread.post([this] {
+      ASSERT_TRUE(desktop_.waitUntilShown(window()));
+      desktop_.typeKey("Return");
+    });
+    didAnswer = VeskUpdateGTKAlertRunner().run(alert).pressedButton == std::optional<std::size_t>(0);
+  };
+  present(installableInput());
+
+  click(Identifiers::installButton);
+
+  EXPECT_TRUE(desktop_.serveUntil([&] { return didAnswer; }));
+  EXPECT_TRUE(isGone());
+}
+
 TEST_F(VeskUpdateGTKPromptWindowsTest, TheHandlerMayDestroyThePresenterInAnyCallback) {
   const std::vector<std::function<void()>> endings = {
       [this] { click(Identifiers::installButton); }, [this] { click(Identifiers::dismissButton); },
@@ -312,6 +495,16 @@ TEST_F(VeskUpdateGTKPromptWindowsTest, InARightToLeftLanguageTheButtonsAreMirror
 
   EXPECT_LT(testing::rightEdge(part<Gtk::Button>(Identifiers::installButton), window()),
             testing::rightEdge(part<Gtk::Button>(Identifiers::dismissButton), window()));
+}
+
+TEST_F(VeskUpdateGTKPromptWindowsTest, TextsAreLightOnADarkDesktop) {
+  present(installableInput());
+  EXPECT_LT(testing::brightness(part<Gtk::Label>(Identifiers::descriptionLabel)), 0.4);
+
+  const testing::DarkDesktop dark;
+
+  EXPECT_TRUE(
+      desktop_.serveUntil([] { return testing::brightness(part<Gtk::Label>(Identifiers::descriptionLabel)) > 0.6; }));
 }
 
 TEST_F(VeskUpdateGTKPromptWindowsTest, TheApplicationsImageIsShownWhereThereIsOne) {

@@ -31,7 +31,7 @@ class VeskUpdateGTKReleaseNotesViewTest : public ::testing::Test {
   ~VeskUpdateGTKReleaseNotesViewTest() override {
     window_.reset();
     view_.reset();
-    desktop_.serveWhatWaits();
+    testing::expectNoWindowIsLeft(desktop_);
   }
 
   void open(const std::optional<QuillonURL>& page, bool allowsScripts = false) {
@@ -161,6 +161,28 @@ TEST_F(VeskUpdateGTKReleaseNotesViewTest, AClickOnALinkIsAskedAboutAndThePageSta
     EXPECT_EQ(title(), "Notes");
     EXPECT_FALSE(view_->showsPlaceholder());
   }
+}
+
+TEST_F(VeskUpdateGTKReleaseNotesViewTest, ALinkThatAScriptFollowsIsNoChoiceOfTheUser) {
+  server_.answers["/notes"] = {.body = pageOfOneLink("/other") + "<script>document.links[0].click()</script>"};
+  server_.answers["/other"] = {.body = "<title>Other</title>"};
+
+  open("/notes", true);
+
+  EXPECT_TRUE(waitForPage("Other"));
+  EXPECT_THAT(asked_, ElementsAre(server_.address("/notes"), server_.address("/other")));
+}
+
+TEST_F(VeskUpdateGTKReleaseNotesViewTest, APageCanBeDarkOnADarkDesktop) {
+  server_.answers["/notes"] = {
+      .body =
+          "<script>document.title = matchMedia('(prefers-color-scheme: dark)').matches ? 'dark' : 'light'</script>"};
+  open("/notes", true);
+  EXPECT_TRUE(waitForPage("light"));
+
+  const testing::DarkDesktop dark;
+  open("/notes", true);
+  EXPECT_TRUE(waitForPage("dark"));
 }
 
 TEST_F(VeskUpdateGTKReleaseNotesViewTest, WindowsDialogsAndPermissionsAreDeniedWithoutAWord) {

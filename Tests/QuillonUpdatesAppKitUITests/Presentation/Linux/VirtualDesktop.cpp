@@ -19,10 +19,13 @@
 
 #include "QuillonUpdatesAppKitUI/Presentation/Linux/VeskUpdateGTKToolkit.h"
 
-/// What libraries keep until the end of a process: fontconfig its fonts, JavaScriptCore and GLib their tables. Leaks of
-/// this system are told all the same.
+/// Leaks that are not this system's: fontconfig and Pango keep what they know of fonts, of which the end of a thread
+/// may leave a part; WebKit, whose memory comes from JavaScriptCore's allocator, keeps a cycle for each view that never
+/// loads a page; GLib's table of quarks, made when the library is loaded and larger than its first block by now, leaves
+/// that block. Stacks end at the first library without frame pointers, so that nothing narrower can be named: windows
+/// that are forgotten are looked for by the tests themselves.
 extern "C" const char* __lsan_default_suppressions() {  // NOLINT(bugprone-reserved-identifier): the sanitizer's name
-  return "leak:libfontconfig.so\nleak:libjavascriptcoregtk-6.0.so\nleak:libglib-2.0.so\n";
+  return "leak:libfontconfig.so\nleak:libjavascriptcoregtk-6.0.so\nleak:^g_malloc$\n";
 }
 
 namespace quillon::testing {
@@ -32,7 +35,7 @@ constexpr int kDisplayDescriptor = 3;
 constexpr int kTickMilliseconds = 5;
 /// More than makes a double click.
 constexpr std::chrono::milliseconds kTimeBetweenClicks{600};
-constexpr unsigned kPatienceSeconds = 30;
+constexpr unsigned kPatienceSeconds = 60;
 
 pid_t start(const std::vector<std::string>& command, const std::string& log, int descriptorToKeep = -1) {
   // A test that crashes takes its children with it.
@@ -205,24 +208,25 @@ void VirtualDesktop::typeKey(const std::string& name) {
   XSync(display_, False);
 }
 
-std::vector<std::string> VirtualDesktop::accessibleParts() {
+std::vector<std::string> VirtualDesktop::accessibleParts(pid_t process) {
   int status = 0;
-  std::istringstream output(runAccessibilityReader({"list"}, status));
+  std::istringstream output(runAccessibilityReader(process, {"list"}, status));
   std::vector<std::string> parts;
   for (std::string line; std::getline(output, line);) parts.push_back(line);
   return parts;
 }
 
-bool VirtualDesktop::pressThroughAccessibility(const std::string& name) {
+bool VirtualDesktop::pressThroughAccessibility(const std::string& name, pid_t process) {
   int status = 1;
-  static_cast<void>(runAccessibilityReader({"press", name}, status));
+  static_cast<void>(runAccessibilityReader(process, {"press", name}, status));
   return status == 0;
 }
 
-std::string VirtualDesktop::runAccessibilityReader(const std::vector<std::string>& arguments, int& status) {
+std::string VirtualDesktop::runAccessibilityReader(pid_t process, const std::vector<std::string>& arguments,
+                                                   int& status) {
   const std::string output = (folder_ / "parts").string();
   std::filesystem::remove(output);
-  std::vector<std::string> command{QUILLON_TEST_PROGRAM_FOLDER "/AccessibilityReader", std::to_string(getpid())};
+  std::vector<std::string> command{QUILLON_ACCESSIBILITY_READER, std::to_string(process)};
   command.insert(command.end(), arguments.begin(), arguments.end());
   // Served meanwhile: this process answers what the reader asks.
   serveDuring([&] {

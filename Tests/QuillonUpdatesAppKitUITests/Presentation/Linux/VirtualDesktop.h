@@ -3,6 +3,7 @@
 #include <gtkmm/widget.h>
 #include <gtkmm/window.h>
 #include <sys/types.h>
+#include <unistd.h>
 
 #include <chrono>
 #include <functional>
@@ -47,14 +48,13 @@ class VirtualDesktop {
   /// Presses and releases a key of the keyboard, by its X name: "Return", "Escape", "Tab".
   void typeKey(const std::string& name);
 
-  /// What assistive technologies see of this process: a line for each part with role, name and value, tabs between
-  /// them.
-  [[nodiscard]] std::vector<std::string> accessibleParts();
+  /// What assistive technologies see of a process: a line for each part with role, name and value, tabs between them.
+  [[nodiscard]] std::vector<std::string> accessibleParts(pid_t process = getpid());
   /// Does the first action of the part with this name, as a screen reader would. False when there is none.
-  [[nodiscard]] bool pressThroughAccessibility(const std::string& name);
+  [[nodiscard]] bool pressThroughAccessibility(const std::string& name, pid_t process = getpid());
 
  private:
-  std::string runAccessibilityReader(const std::vector<std::string>& arguments, int& status);
+  std::string runAccessibilityReader(pid_t process, const std::vector<std::string>& arguments, int& status);
 
   TemporaryDirectory folder_;
   PrivateBus sessionBus_;

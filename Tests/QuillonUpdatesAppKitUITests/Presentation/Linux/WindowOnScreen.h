@@ -2,6 +2,7 @@
 
 #include <gtest/gtest.h>
 #include <gtk/gtk.h>
+#include <gtkmm/stylecontext.h>
 #include <gtkmm/widget.h>
 #include <gtkmm/window.h>
 
@@ -11,6 +12,7 @@
 #include <vector>
 
 #include "QuillonUpdatesAppKitUI/Presentation/Linux/VeskUpdateGTKDescendant.h"
+#include "QuillonUpdatesAppKitUITests/Presentation/Linux/VirtualDesktop.h"
 
 namespace quillon::testing {
 
@@ -28,6 +30,12 @@ namespace quillon::testing {
   return *windows.front();
 }
 
+/// Serves what waits, after which no window may be left, visible or not.
+inline void expectNoWindowIsLeft(VirtualDesktop& desktop) {
+  desktop.serveWhatWaits();
+  EXPECT_TRUE(Gtk::Window::list_toplevels().empty());
+}
+
 /// The part of `window` with this identifier. Throws when it has none.
 template <typename Type>
 [[nodiscard]] Type& part(Gtk::Window& window, std::string_view identifier) {
@@ -36,11 +44,29 @@ template <typename Type>
   return *found;
 }
 
-[[nodiscard]] inline bool hasDescendantOfClass(Gtk::Widget& view, const char* styleClass) {
+/// The first widget below `view` with a class that GTK or a theme gives it; null when there is none.
+[[nodiscard]] inline Gtk::Widget* descendantOfClass(Gtk::Widget& view, const char* styleClass) {
   for (Gtk::Widget* child = view.get_first_child(); child != nullptr; child = child->get_next_sibling()) {
-    if (child->has_css_class(styleClass) || hasDescendantOfClass(*child, styleClass)) return true;
+    if (child->has_css_class(styleClass)) return child;
+    if (Gtk::Widget* const found = descendantOfClass(*child, styleClass)) return found;
   }
-  return false;
+  return nullptr;
+}
+
+/// The first widget below `view` of a type; null when there is none.
+template <typename Type>
+[[nodiscard]] Type* descendantOfType(Gtk::Widget& view) {
+  for (Gtk::Widget* child = view.get_first_child(); child != nullptr; child = child->get_next_sibling()) {
+    if (auto* const candidate = dynamic_cast<Type*>(child)) return candidate;
+    if (Type* const found = descendantOfType<Type>(*child)) return found;
+  }
+  return nullptr;
+}
+
+/// How bright the text of `widget` is, from 0 for black to 1 for white.
+[[nodiscard]] inline double brightness(Gtk::Widget& widget) {
+  const Gdk::RGBA colour = widget.get_style_context()->get_color();
+  return (colour.get_red() + colour.get_green() + colour.get_blue()) / 3;
 }
 
 /// Where `widget` is in `window`, in pixels.
@@ -66,6 +92,20 @@ class TextSize {
 
  private:
   static void set(int resolution) { g_object_set(gtk_settings_get_default(), "gtk-xft-dpi", resolution, nullptr); }
+};
+
+/// A desktop whose user wants dark windows.
+class DarkDesktop {
+ public:
+  DarkDesktop() { set(TRUE); }
+  ~DarkDesktop() { set(FALSE); }
+  DarkDesktop(const DarkDesktop&) = delete;
+  DarkDesktop& operator=(const DarkDesktop&) = delete;
+
+ private:
+  static void set(gboolean isDark) {
+    g_object_set(gtk_settings_get_default(), "gtk-application-prefer-dark-theme", isDark, nullptr);
+  }
 };
 
 /// The direction of Arabic and Hebrew.

@@ -22,11 +22,12 @@ using ::testing::Not;
 
 class VeskUpdateTerminalProgressWindowsTest : public ::testing::Test {
  protected:
-  void show(bool drawsInPlace) {
+  void show(bool drawsInPlace, std::size_t columns = 100) {
     terminal_ = std::make_shared<VeskUpdateTerminal>(
-        output_, VeskUpdateTerminal::Style{.drawsInPlace = drawsInPlace, .columns = 100});
+        output_, VeskUpdateTerminal::Style{.drawsInPlace = drawsInPlace, .columns = columns});
     presenter_ = std::make_unique<VeskUpdateProgressWindowPresenter>(
-        std::make_shared<VeskUpdateTerminalProgressWindows>(terminal_, [this] { return now_; }),
+        std::make_shared<VeskUpdateTerminalProgressWindows>(
+            terminal_, [this] { return now_; }, [this] { ++unanswered_; }),
         makeSystemFileManager(), QuillonURL::fileURL("/nonexistent"), englishTexts());
     window_ = presenter_->showProgressWindow("Downloading", "Example Update");
     takeOutput();
@@ -40,6 +41,7 @@ class VeskUpdateTerminalProgressWindowsTest : public ::testing::Test {
 
   std::ostringstream output_;
   std::uint64_t now_ = 0;
+  int unanswered_ = 0;
   std::shared_ptr<VeskUpdateTerminal> terminal_;
   std::unique_ptr<VeskUpdateProgressWindowPresenter> presenter_;
   std::shared_ptr<VeskUpdateProgressWindow> window_;
@@ -54,6 +56,18 @@ TEST_F(VeskUpdateTerminalProgressWindowsTest, TheBarIsDrawnInPlaceWithSizesAndSp
   now_ = 2'000'000'000;
   update({.title = "Downloading", .statusText = "2 MB of 4 MB", .progressFraction = 0.5});
   EXPECT_EQ(takeOutput(), "\r\x1b[KDownloading  [############............] 50 % (13 %/s)  2 MB of 4 MB");
+}
+
+TEST_F(VeskUpdateTerminalProgressWindowsTest, TheBarTakesWhatTheTextsLeaveOfTheLine) {
+  const VeskUpdateProgressWindowState state{
+      .title = "Downloading", .statusText = "1 MB of 4 MB", .progressFraction = 0.5};
+  show(true, 44);
+  update(state);
+  EXPECT_EQ(takeOutput(), "\r\x1b[KDownloading  [####.....] 50 %  1 MB of 4 MB");
+
+  show(true, 40);
+  update(state);
+  EXPECT_EQ(takeOutput(), "\r\x1b[KDownloading  50 %  1 MB of 4 MB");
 }
 
 TEST_F(VeskUpdateTerminalProgressWindowsTest, AFractionAboveOneIsAFullBarAndAnAbsentOneNone) {
@@ -107,6 +121,21 @@ TEST_F(VeskUpdateTerminalProgressWindowsTest, AStateChangeWithdrawsTheQuestion) 
   update({.title = "Preparing"});
   terminal_->keyPressed('\n');
 
+  EXPECT_EQ(presses, 0);
+}
+
+TEST_F(VeskUpdateTerminalProgressWindowsTest, TheHostHearsWhenNobodyCanConfirm) {
+  int presses = 0;
+  show(false);
+  presenter_->showReadyToInstallAndRelaunch(window_, "Ready to Install", "Install and Relaunch", [&] { ++presses; });
+  EXPECT_EQ(unanswered_, 0);
+
+  terminal_->keyPressed(VeskUpdateTerminal::kEndOfInput);
+  EXPECT_EQ(unanswered_, 1);
+  presenter_->showReadyToInstallAndRelaunch(window_, "Ready to Install", "Install and Relaunch", [&] { ++presses; });
+  EXPECT_EQ(unanswered_, 2);
+
+  terminal_->keyPressed('1');
   EXPECT_EQ(presses, 0);
 }
 

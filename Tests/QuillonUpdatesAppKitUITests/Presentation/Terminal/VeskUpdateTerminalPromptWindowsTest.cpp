@@ -60,6 +60,18 @@ TEST_F(VeskUpdateTerminalPromptWindowsTest, ThePromptIsPrintedWithItsChoices) {
             "  3) Skip This Update\n");
 }
 
+TEST_F(VeskUpdateTerminalPromptWindowsTest, NotesThatTheHostHasAreShownBelowTheirLocation) {
+  presenter_ = std::make_unique<VeskUpdatePromptPresenter>(
+      std::make_shared<VeskUpdateTerminalPromptWindows>(
+          terminal_, [](const QuillonURL& url) { return "Notes at " + url.absoluteString(); }),
+      std::make_shared<NoBrowser>());
+
+  present(installableInput(true));
+
+  EXPECT_THAT(output_.str(), HasSubstr("Release Notes: https://example.org/notes\nNotes at https://example.org/notes\n"
+                                       "  1) Install Update\n"));
+}
+
 TEST_F(VeskUpdateTerminalPromptWindowsTest, EachKeyReportsItsActionOnce) {
   const VeskUpdatePromptInput input = installableInput(true);
   const std::vector<std::pair<char, Action>> table = {{'1', Action::install(input.feed)},

@@ -54,7 +54,10 @@ VeskUpdateTerminalKeys::VeskUpdateTerminalKeys(int inputDescriptor, std::shared_
       mainThread_(std::move(mainThread)) {
   if (pipe(wakeUp_) != 0) throw QuillonSystemError::posix(errno, "make", "a pipe");
   for (const int end : wakeUp_) fcntl(end, F_SETFD, FD_CLOEXEC);
-  terminal_->setAskingObserver([this](bool isAsking) { setKeyByKey(isAsking); });
+  terminal_->setAskingObserver([this](bool isAsking) {
+    setKeyByKey(isAsking);
+    if (isAsking) wantKey();
+  });
   thread_ = std::thread([this] { read(); });
 }
 
@@ -69,47 +72,69 @@ VeskUpdateTerminalKeys::~VeskUpdateTerminalKeys() {
 void VeskUpdateTerminalKeys::read() {
   std::array<pollfd, 2> sources{{{inputDescriptor_, POLLIN, 0}, {wakeUp_[0], POLLIN, 0}}};
   std::array<char, 256> bytes{};
+  bool isWanted = isTerminal_;
   for (;;) {
+    if (isWanted && !isTerminal_ && takeLine()) isWanted = false;
+    sources[0].fd = isWanted ? inputDescriptor_ : -1;  // a negative one is not waited for
     if (poll(sources.data(), sources.size(), -1) < 0) {
       if (errno == EINTR) continue;
       return;
     }
-    if (sources[1].revents != 0) return;
+    if (sources[1].revents != 0) {
+      char request = 0;
+      if (::read(wakeUp_[0], &request, 1) <= 0) return;
+      isWanted = true;
+      continue;
+    }
     const ssize_t count = ::read(inputDescriptor_, bytes.data(), bytes.size());
     if (count < 0 && (errno == EINTR || errno == EAGAIN)) continue;
     // What poll has seen may have been thrown away since. The end of a terminal is its hanging up.
     if (count == 0 && isTerminal_ && (sources[0].revents & (POLLHUP | POLLERR | POLLNVAL)) == 0) continue;
-    if (count <= 0) {
+    if (count <= 0 && unread_.empty()) {
       post(VeskUpdateTerminal::kEndOfInput);
       return;
     }
-    take({bytes.data(), static_cast<std::size_t>(count)});
+    if (isTerminal_) {
+      take({bytes.data(), static_cast<std::size_t>(count)});
+    } else if (count <= 0) {
+      unread_ += '\n';  // the last line has an end as well
+    } else {
+      unread_.append(bytes.data(), static_cast<std::size_t>(count));
+    }
   }
 }
 
-void VeskUpdateTerminalKeys::take(std::string_view bytes) {
-  if (isTerminal_) {
-    while (!bytes.empty()) {
-      if (skipSpecialKey(bytes)) continue;
-      post(bytes.front() == '\r' ? VeskUpdateTerminal::kReturnKey : bytes.front());
-      bytes.remove_prefix(1);
-    }
-    return;
+void VeskUpdateTerminalKeys::take(std::string_view bytes) const {
+  while (!bytes.empty()) {
+    if (skipSpecialKey(bytes)) continue;
+    post(bytes.front() == '\r' ? VeskUpdateTerminal::kReturnKey : bytes.front());
+    bytes.remove_prefix(1);
   }
-  for (const char byte : bytes) {
-    if (byte == '\n') {
-      post(line_.empty() ? VeskUpdateTerminal::kReturnKey : line_.front());
-      line_.clear();
-    } else if (line_.empty()) {
-      line_ += byte;  // the rest of a line means nothing
-    }
+}
+
+bool VeskUpdateTerminalKeys::takeLine() {
+  const std::size_t end = unread_.find('\n');
+  if (end == std::string::npos) {
+    if (unread_.size() > 1) unread_.resize(1);  // the rest of a line means nothing
+    return false;
   }
+  post(end == 0 ? VeskUpdateTerminal::kReturnKey : unread_.front());
+  unread_.erase(0, end + 1);
+  return true;
 }
 
 void VeskUpdateTerminalKeys::post(char key) const {
-  mainThread_->post([terminal = std::weak_ptr(terminal_), key] {
+  mainThread_->post([self = std::weak_ptr(self_), terminal = std::weak_ptr(terminal_), key] {
+    if (const auto keys = self.lock()) (*keys)->isKeyWanted_ = false;
     if (const auto live = terminal.lock()) live->keyPressed(key);
+    // The key may have ended all of this, or may have been no choice of the question.
+    if (const auto keys = self.lock(); keys && (*keys)->terminal_->isAsking()) (*keys)->wantKey();
   });
+}
+
+void VeskUpdateTerminalKeys::wantKey() {
+  if (isTerminal_ || terminal_->didInputEnd() || std::exchange(isKeyWanted_, true)) return;
+  static_cast<void>(write(wakeUp_[1], "", 1));  // one byte at a time always has room
 }
 
 void VeskUpdateTerminalKeys::setKeyByKey(bool isKeyByKey) {

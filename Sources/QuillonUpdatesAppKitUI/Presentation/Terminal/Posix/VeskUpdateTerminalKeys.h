@@ -18,7 +18,8 @@ namespace quillon {
 
 /// Hands what the user types to a VeskUpdateTerminal. In a terminal that is each key, and none is echoed, as long as a
 /// question is open; its settings are then put back. In a file or pipe it is the first character of each line, an empty
-/// line being the return key. Made and destroyed on the main thread.
+/// line being the return key; each line waits for a question that it can answer, so that a script can write all of them
+/// at once. Made and destroyed on the main thread.
 ///
 /// A process that is killed while a question is open leaves the terminal without echo, which shells put right.
 class VeskUpdateTerminalKeys {
@@ -32,17 +33,24 @@ class VeskUpdateTerminalKeys {
 
  private:
   void read();
-  void take(std::string_view bytes);
+  /// Of a terminal: posts every key.
+  void take(std::string_view bytes) const;
+  /// Of a script: posts the key of the first line that is complete, and forgets the line. False when there is none.
+  [[nodiscard]] bool takeLine();
   void post(char key) const;
   void setKeyByKey(bool isKeyByKey);
+  /// Lets the reading thread read a line of a script for the question that is open.
+  void wantKey();
 
   const int inputDescriptor_;
   const bool isTerminal_;
   const std::shared_ptr<VeskUpdateTerminal> terminal_;
   const std::shared_ptr<QuillonMainThreadDispatching> mainThread_;
   std::optional<termios> settings_;  // what the terminal had, while keys are read one by one
-  std::string line_;                 // of the reading thread
-  int wakeUp_[2] = {-1, -1};
+  std::string unread_;               // what a script has written beyond the last line; of the reading thread
+  bool isKeyWanted_ = false;         // by a question, of the main thread
+  int wakeUp_[2] = {-1, -1};         // a byte for each wanted key; closed to end the reading thread
+  const std::shared_ptr<VeskUpdateTerminalKeys*> self_ = std::make_shared<VeskUpdateTerminalKeys*>(this);
   std::thread thread_;
 };
 

@@ -79,6 +79,25 @@ TEST_F(VeskUpdateTerminalKeysTest, OfAPipeTheFirstCharacterOfEachLineIsAKeyAndIt
   close(ends[0]);
 }
 
+TEST_F(VeskUpdateTerminalKeysTest, ALineOfAScriptWaitsForItsQuestion) {
+  std::array<int, 2> ends{};
+  ASSERT_EQ(pipe(ends.data()), 0);
+  const VeskUpdateTerminalKeys keys(ends[0], terminal_, mainThread_);
+  type(ends[1], "1\nx\n2\n3");
+  close(ends[1]);
+
+  auto question = ask("1");
+  runKeys(1);
+  question = ask("2");
+  runKeys(2);
+  question = ask("3\x04");
+  runKeys(2);
+
+  EXPECT_EQ(chosen_, "1233");
+  EXPECT_EQ(mainThread_->waitingCount(), 0U);
+  close(ends[0]);
+}
+
 TEST_F(VeskUpdateTerminalKeysTest, OfATerminalEachKeyCountsWithoutEchoWhileAQuestionIsOpen) {
   const PseudoTerminal pseudo;
   const VeskUpdateTerminalKeys keys(pseudo.program, terminal_, mainThread_);

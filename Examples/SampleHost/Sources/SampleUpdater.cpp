@@ -1,0 +1,293 @@
+#include "SampleUpdater.h"
+
+#include <algorithm>
+#include <utility>
+#include <variant>
+#include <vector>
+
+#include "QuillonCore/Network/QuillonSystemURLTransfers.h"
+#include "QuillonCore/Network/QuillonURLSessionNetworkClient.h"
+#include "QuillonCore/Runtime/QuillonPreferredLanguages.h"
+#include "QuillonCore/Runtime/QuillonSystemClock.h"
+#include "QuillonCore/Runtime/QuillonSystemLogging.h"
+#include "QuillonCore/Runtime/QuillonSystemServices.h"
+#include "QuillonCore/Runtime/QuillonTimerThread.h"
+#include "QuillonCore/Values/PropertyListReading.h"
+#include "QuillonCore/Values/QuillonError.h"
+#include "QuillonCore/Values/QuillonUUID.h"
+#include "QuillonUpdatesAppKitUI/AppBundleReplacement/VeskAppBundleUpdateFailureReportStore.h"
+#include "QuillonUpdatesAppKitUI/AppBundleReplacement/VeskUpdateInstallerError.h"
+#include "QuillonUpdatesAppKitUI/InstallerCoordinator/VeskUpdateSystemInstallerCoordinator.h"
+#include "QuillonUpdatesCore/VeskUpdateFeedKeys.h"
+#include "QuillonUpdatesCore/VeskUpdateFeedPipelineApplier.h"
+#include "UpdateDecision.h"
+#include "UpdateFailureExplanation.h"
+#include "UpdateFeedLoading.h"
+#include "UpdateLauncher.h"
+
+namespace sample {
+namespace {
+
+using namespace quillon;
+
+/// After a check that failed. The refetch interval counts from one that reached the feed.
+constexpr std::chrono::minutes kRetryDelay{30};
+/// Timers stand still while a machine sleeps, the clock does not: it is looked at from time to time.
+constexpr std::chrono::hours kLongestTimer{1};
+constexpr std::string_view kLogCategory = "updates";
+
+QuillonDate now() {
+  return QuillonSystemClock().now();
+}
+
+/// An error thrown by what `function` runs, if it throws one.
+std::exception_ptr failureOf(const std::function<void()>& function) noexcept {
+  try {
+    function();
+    return nullptr;
+  } catch (...) {
+    return std::current_exception();
+  }
+}
+
+std::string descriptionOf(const std::exception_ptr& failure) {
+  try {
+    std::rethrow_exception(failure);
+  } catch (const std::exception& error) {
+    return error.what();
+  }
+}
+
+}  // namespace
+
+SampleUpdater::SampleUpdater(HostInformation host, UpdateWindows windows, UpdateCallbacks callbacks)
+    : host_(std::move(host)),
+      windows_(std::move(windows)),
+      callbacks_(std::move(callbacks)),
+      files_(makeSystemFileManager()),
+      networkClient_(std::make_shared<QuillonURLSessionNetworkClient>(makeSystemURLTransfers())),
+      timers_(std::make_shared<QuillonTimerThread>()),
+      logger_(makeSystemLogger({.identifier = host_.identifier})),
+      texts_(std::make_shared<VeskUpdateLocalizationBundle>(files_, host_.bundle, preferredLanguages())),
+      progress_(
+          std::make_shared<VeskUpdateProgressWindowPresenter>(windows_.progressWindows, files_, host_.bundle, texts_)),
+      coordinator_(makeSystemInstallerCoordinator(makeUpdateLauncher(*files_, host_.bundle, timers_),
+                                                  windows_.mainThread, progress_, texts_, files_)),
+      alerts_([](const QuillonURL& url) { return makeSystemWorkspace()->open(url); }, windows_.alerts),
+      prompt_(windows_.prompts, makeSystemWorkspace()),
+      memory_(makeSystemUserDefaults(host_.identifier)) {}
+
+void SampleUpdater::start() {
+  explainLastAttempt();
+  becomeIdle(timeUntilNextCheck());
+}
+
+// Looking by itself
+
+void SampleUpdater::becomeIdle(std::chrono::nanoseconds untilNextLook) {
+  state_ = State::idle;
+  const auto time = std::clamp<std::chrono::nanoseconds>(untilNextLook, std::chrono::nanoseconds(0), kLongestTimer);
+  nextLook_ = timers_->schedule(static_cast<std::uint64_t>(time.count()), [later = laterOnMainThread()] {
+    later([](SampleUpdater& self) { self.checkIfDue(); });
+  });
+}
+
+std::chrono::nanoseconds SampleUpdater::timeUntilNextCheck() const {
+  const QuillonDate time = now();
+  return std::min<std::chrono::microseconds>(memory_.nextCheck(time) - time, kLongestTimer);
+}
+
+void SampleUpdater::checkIfDue() {
+  if (state_ != State::idle) return;  // becomes idle some time, and looks again then
+  if (memory_.nextCheck(now()) > now()) return becomeIdle(timeUntilNextCheck());
+  beginCheck(false);
+}
+
+// Checking
+
+void SampleUpdater::checkForUpdates() {
+  if (state_ == State::idle) return beginCheck(true);
+  if (state_ == State::checking) isManualCheck_ = true;  // the answer is the user's
+  // Otherwise a window of an update is on the screen, which is the answer.
+}
+
+void SampleUpdater::beginCheck(bool isManualCheck) {
+  state_ = State::checking;
+  isManualCheck_ = isManualCheck;
+  work_ = std::jthread(
+      [client = networkClient_, url = host_.feed, later = laterOnMainThread()](const std::stop_token& stopToken) {
+        std::shared_ptr<const VeskUpdateFeed> feed;
+        const std::exception_ptr failure =
+            failureOf([&] { feed = std::make_shared<const VeskUpdateFeed>(loadUpdateFeed(*client, url, stopToken)); });
+        later([feed, failure](SampleUpdater& self) {
+          if (failure) return self.didFailToLoad(failure);
+          self.didLoad(*feed);
+        });
+      });
+}
+
+void SampleUpdater::didLoad(const VeskUpdateFeed& feed) {
+  const auto decision = decideOnUpdate(feed, host_, memory_, isManualCheck_, now());
+  const auto& candidate = decision.selectedCandidate;
+  const std::string identifier = candidate ? candidate->display.resolvedFeedIdentifier.value_or("") : "";
+  const auto result =
+      VeskUpdateFeedPipelineApplier().apply({.pipelineResult = decision,
+                                             .canProcessUpdateFeeds = true,
+                                             .shouldConfirmNoUpdatesDialog = isManualCheck_,
+                                             .shouldSetSleepInterval = true,
+                                             .existingNewsDictionary = memory_.shownEntries(),
+                                             .feedTypeKey = std::string(VeskUpdateFeedKeys::updateType),
+                                             .defaultRefetchIntervalSeconds = kDefaultRefetchIntervalSeconds,
+                                             .minimumRefetchIntervalSeconds = kMinimumRefetchIntervalSeconds},
+                                            [&](const VeskUpdateFeedEntry& entry) { return offer(entry, identifier); });
+  memory_.rememberCheck(result, now());
+  if (state_ == State::offering) return;
+  if (isManualCheck_) tellThatNothingWasFound(result.shouldMarkUpdateCheckPerformedOK);
+  becomeIdle(timeUntilNextCheck());
+}
+
+void SampleUpdater::didFailToLoad(const std::exception_ptr& failure) {
+  logger_->warn([&] { return "The feed cannot be loaded: " + descriptionOf(failure); }, kLogCategory);
+  if (isManualCheck_) {
+    if (meansOffline(failure)) {
+      alerts_.presentUnableToCheckForUpdatesAlert(true, *texts_);
+    } else {
+      tellThatNothingWasFound(false);
+    }
+  }
+  becomeIdle(kRetryDelay);
+}
+
+void SampleUpdater::tellThatNothingWasFound(bool wasCheckPerformed) {
+  const auto answer = alerts_.presentManualCheckCompletionAlert({.shouldShowNoUpdatesFoundDialog = true,
+                                                                 .updateCheckPerformedOK = wasCheckPerformed,
+                                                                 .applicationName = host_.name,
+                                                                 .shouldOfferBetaToggle = true,
+                                                                 .betaToggleEnabled = memory_.checksForBetas(),
+                                                                 .localizationBundle = texts_});
+  if (!answer.selectedBetaToggleState) return;
+  memory_.setChecksForBetas(*answer.selectedBetaToggleState);
+  callbacks_.checksForBetasDidChange(*answer.selectedBetaToggleState);
+}
+
+// Offering
+
+bool SampleUpdater::offer(const VeskUpdateFeedEntry& entry, const std::string& identifier) {
+  if (!isManualCheck_ && memory_.skippedEntry() == identifier) return false;
+  const QuillonPropertyListValue value = entry.toValue();
+  VeskUpdatePromptInput input;
+  input.feed = *value.getIf<QuillonPropertyListValue::Dictionary>();
+  input.isManualCheck = isManualCheck_;
+  input.allowInstallAction = true;
+  input.applicationName = host_.name;
+  input.applicationVersion = host_.version;
+  input.applicationBuild = host_.build;
+  input.applicationLogoImageName = "Logo";
+  input.localizationBundle = texts_;
+  // Later, because the prompt is in the middle of closing when it calls.
+  prompt_.present(input, [later = laterOnMainThread()](const VeskUpdatePromptAction& action) {
+    later([action](SampleUpdater& self) { self.didChoose(action); });
+  });
+  offeredEntry_ = identifier;
+  memory_.setLastOffer(now());
+  state_ = State::offering;
+  return true;
+}
+
+void SampleUpdater::didChoose(const VeskUpdatePromptAction& action) {
+  if (const auto* const chosen = std::get_if<VeskUpdatePromptAction::Install>(&action.value)) {
+    return install(chosen->feed);
+  }
+  if (std::holds_alternative<VeskUpdatePromptAction::Dismissed>(action.value)) memory_.setSkippedEntry(offeredEntry_);
+  becomeIdle(timeUntilNextCheck());
+}
+
+// Installing
+
+void SampleUpdater::install(const QuillonPropertyListValue::Dictionary& entry) {
+  state_ = State::installing;
+  const std::string attempt = makeUUIDString();
+  memory_.setAttempt({.identifier = attempt,
+                      .fromVersion = host_.version,
+                      .fromBuild = host_.build,
+                      .toVersion = stringOrEmpty(entry, VeskUpdateFeedKeys::currentVersion)});
+  const auto request = VeskAppBundleUpdateRequest::makeFromFeed(
+      entry, host_.name, host_.bundle, host_.identity(),
+      host_.bundle.appendingPathComponent("Contents/MacOS/QuillonUpdateInstaller"), "Update", attempt);
+  progressWindow_ = progress_->showProgressWindow("", std::nullopt);
+  work_ = std::jthread(
+      [this, request, window = progressWindow_, later = laterOnMainThread()](const std::stop_token& stopToken) mutable {
+        const auto log = [logger = logger_](const VeskAppBundleInstallerLaunchProgress& progress) {
+          logger->info([&] { return std::string(progress.caseName()); }, kLogCategory);
+        };
+        const std::exception_ptr failure =
+            failureOf([&] { coordinator_.install(request, std::exchange(window, nullptr), log, stopToken); });
+        later([failure](SampleUpdater& self) { self.didEndInstallation(failure); });
+      });
+}
+
+void SampleUpdater::didEndInstallation(const std::exception_ptr& failure) {
+  progress_->hideProgressWindow(std::exchange(progressWindow_, nullptr));
+  // The installer waits for the end of this process. It stays "installing": nothing else is begun until then.
+  if (!failure) return callbacks_.quit();
+  static_cast<void>(memory_.takeAttempt());
+  explain(failure);
+  becomeIdle(timeUntilNextCheck());
+}
+
+// Explaining
+
+void SampleUpdater::explainLastAttempt() {
+  const auto attempt = memory_.takeAttempt();
+  const auto preferred = attempt ? std::optional(attempt->identifier) : std::nullopt;
+  const auto report = VeskAppBundleUpdateFailureReportStore(files_).consumeFailureReport(host_.identifier, preferred);
+  if (report) {
+    logger_->error([&] { return "The last update failed: " + report->errorDescription; }, kLogCategory);
+    return explainInstallationFailure(report->errorDescription);
+  }
+  // An installer that was killed leaves no report.
+  if (attempt && attempt->fromVersion == host_.version && attempt->fromBuild == host_.build) {
+    logger_->error([] { return "The last update did not take place."; }, kLogCategory);
+    explainInstallationFailure(std::nullopt);
+  }
+}
+
+void SampleUpdater::explain(const std::exception_ptr& failure) {
+  using Code = VeskUpdateInstallerError::Code;
+  try {
+    std::rethrow_exception(failure);
+  } catch (const QuillonCancellationError&) {  // by the end of this object
+  } catch (const VeskUpdateInstallerError& error) {
+    logger_->error([&] { return "The update failed: " + error.description(); }, kLogCategory);
+    // Who knows no administrator would be asked for one again and again.
+    if (error.code() == Code::authorizationDenied) memory_.setSkippedEntry(offeredEntry_);
+    if (error.code() == Code::authorizationCancelled) return alerts_.presentUpdateCancelledAlert(*texts_);
+    if (error.code() == Code::downloadFailed || error.code() == Code::missingArchiveURL) {
+      if (!host_.downloadPage) return alerts_.presentDownloadFailedAlert(*texts_, std::nullopt);
+      return alerts_.presentManualUpdateAlert(*texts_, std::nullopt, *host_.downloadPage,
+                                              VeskUpdateManualUpdateFailurePhase::download);
+    }
+    explainInstallationFailure(error.description());
+  } catch (const std::exception& error) {
+    logger_->error([&] { return std::string("The update failed: ") + error.what(); }, kLogCategory);
+    explainInstallationFailure(std::nullopt);
+  }
+}
+
+void SampleUpdater::explainInstallationFailure(const std::optional<std::string>& description) {
+  auto text = description ? explanationOfUpdateFailure(*description) : std::nullopt;
+  if (text) text = texts_->applicationText(*text);
+  if (!host_.downloadPage) return alerts_.presentInstallationFailedAlert(*texts_, text);
+  alerts_.presentManualUpdateAlert(*texts_, text, *host_.downloadPage,
+                                   VeskUpdateManualUpdateFailurePhase::installation);
+}
+
+std::function<void(std::function<void(SampleUpdater&)>)> SampleUpdater::laterOnMainThread() {
+  return [weak = weak_from_this(), mainThread = windows_.mainThread](std::function<void(SampleUpdater&)> function) {
+    mainThread->post([weak, function = std::move(function)] {
+      if (const auto self = weak.lock()) function(*self);
+    });
+  };
+}
+
+}  // namespace sample

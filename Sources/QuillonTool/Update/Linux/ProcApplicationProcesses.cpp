@@ -1,0 +1,87 @@
+#include "QuillonTool/Update/Linux/ProcApplicationProcesses.h"
+
+#include <unistd.h>
+
+#include <algorithm>
+#include <filesystem>
+#include <fstream>
+#include <iterator>
+#include <optional>
+#include <string_view>
+#include <system_error>
+#include <utility>
+
+#include "QuillonCore/Text/DecimalNumber.h"
+#include "QuillonUpdatesAppKitUI/AppBundleReplacement/VeskAppBundleInstallerOptions.h"
+#include "QuillonUpdatesAppKitUI/AppBundleReplacement/VeskAppBundleUpdateHelperIdentity.h"
+
+namespace quillon {
+namespace {
+
+namespace fs = std::filesystem;
+
+/// What the kernel adds to the path of a program whose file was removed (proc_pid_exe(5)).
+constexpr std::string_view kDeleted = " (deleted)";
+
+std::string programOf(const fs::path& process) {
+  std::error_code error;
+  std::string program = fs::read_symlink(process / "exe", error).string();
+  if (program.ends_with(kDeleted)) program.resize(program.size() - kDeleted.size());
+  return program;
+}
+
+std::vector<std::string> commandLineOf(const fs::path& process) {
+  std::ifstream file(process / "cmdline", std::ios::binary);
+  const std::string bytes{std::istreambuf_iterator<char>(file), {}};
+  std::vector<std::string> words;
+  for (std::string_view rest = bytes; !rest.empty();) {
+    const std::size_t end = std::min(rest.find('\0'), rest.size());
+    words.emplace_back(rest.substr(0, end));
+    rest.remove_prefix(std::min(end + 1, rest.size()));
+  }
+  return words;
+}
+
+bool isInstallerOf(const std::vector<std::string>& words, const std::string& bundle) {
+  if (words.empty() || fs::path(words.front()).filename() != VeskAppBundleUpdateHelperIdentity::executableName) {
+    return false;
+  }
+  const auto option = std::ranges::find(words, VeskAppBundleInstallerOptions::installedApplication);
+  return option != words.end() && std::next(option) != words.end() && *std::next(option) == bundle;
+}
+
+std::optional<ApplicationProcess> processIn(const fs::path& process, std::int32_t identifier,
+                                            const std::string& bundle) {
+  const std::vector<std::string> words = commandLineOf(process);
+  if (isInstallerOf(words, bundle)) {
+    return ApplicationProcess{.identifier = identifier,
+                              .name = std::string(VeskAppBundleUpdateHelperIdentity::executableName),
+                              .isInstaller = true};
+  }
+  const std::string program = programOf(process);
+  if (!program.starts_with(bundle + "/")) return std::nullopt;
+  return ApplicationProcess{
+      .identifier = identifier, .name = fs::path(program).filename().string(), .isInstaller = false};
+}
+
+}  // namespace
+
+ProcApplicationProcesses::ProcApplicationProcesses(std::string folder) : folder_(std::move(folder)) {}
+
+std::vector<ApplicationProcess> ProcApplicationProcesses::processesOf(const QuillonURL& bundle) const {
+  std::vector<ApplicationProcess> found;
+  std::error_code error;
+  for (fs::directory_iterator entry(folder_, error), end; !error && entry != end; entry.increment(error)) {
+    const auto identifier = decimalNumber<std::int32_t>(entry->path().filename().string());
+    if (!identifier || *identifier == getpid()) continue;
+    if (auto process = processIn(entry->path(), *identifier, bundle.path())) found.push_back(*std::move(process));
+  }
+  std::ranges::sort(found, {}, &ApplicationProcess::identifier);
+  return found;
+}
+
+std::shared_ptr<const ApplicationProcessFinding> makeSystemApplicationProcesses() {
+  return std::make_shared<ProcApplicationProcesses>();
+}
+
+}  // namespace quillon

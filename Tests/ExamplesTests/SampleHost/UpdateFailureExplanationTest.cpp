@@ -1,0 +1,57 @@
+#include <gmock/gmock.h>
+#include <gtest/gtest.h>
+
+#include <optional>
+#include <string>
+
+#include "QuillonUpdatesAppKitUI/AppBundleReplacement/VeskUpdateInstallerError.h"
+#include "SampleHost/Sources/UpdateFailureExplanation.h"
+
+namespace sample {
+namespace {
+
+using ::testing::HasSubstr;
+using ::testing::Optional;
+using Error = quillon::VeskUpdateInstallerError;
+
+TEST(UpdateFailureExplanationTest, AnErrorIsExplainedByItsDescription) {
+  EXPECT_THAT(explanationOfUpdateFailure(Error::signatureValidationFailed().description()),
+              Optional(HasSubstr("does not come from the maker")));
+  EXPECT_THAT(explanationOfUpdateFailure(Error::destinationNotWritable().description()),
+              Optional(HasSubstr("cannot be changed")));
+}
+
+TEST(UpdateFailureExplanationTest, WhatAnErrorCarriesIsNoMatterOfUsers) {
+  const Error error = Error::authorizationDenied({.status = -60005, .message = "denied"});
+
+  EXPECT_EQ(explanationOfUpdateFailure(error.description()), "An administrator has to allow the update.");
+}
+
+TEST(UpdateFailureExplanationTest, AFailureWithoutSentenceIsLeftToTheAlert) {
+  EXPECT_EQ(explanationOfUpdateFailure(Error::replacementFailed().description()), std::nullopt);
+  EXPECT_EQ(explanationOfUpdateFailure("Unknown helper failure"), std::nullopt);
+  EXPECT_EQ(explanationOfUpdateFailure(""), std::nullopt);
+}
+
+/// Every failure that users can do something about, or that says who is to blame.
+class ExplainedFailureTest : public ::testing::TestWithParam<Error::Code> {};
+
+TEST_P(ExplainedFailureTest, HasASentence) {
+  EXPECT_TRUE(explanationOfUpdateFailure(quillon::caseName(GetParam()))) << quillon::caseName(GetParam());
+}
+
+INSTANTIATE_TEST_SUITE_P(All, ExplainedFailureTest,
+                         ::testing::Values(Error::Code::authorizationDenied, Error::Code::writeFailed,
+                                           Error::Code::unzipFailed, Error::Code::invalidArchive,
+                                           Error::Code::noAppBundleFound, Error::Code::multipleAppBundlesFound,
+                                           Error::Code::bundleIdentifierMismatch, Error::Code::teamIdentifierMismatch,
+                                           Error::Code::missingExecutable, Error::Code::signatureValidationFailed,
+                                           Error::Code::nonNewerBundleVersion, Error::Code::minimumOSVersionUnsupported,
+                                           Error::Code::replacementHelperUnavailable,
+                                           Error::Code::replacementHelperLaunchTimedOut,
+                                           Error::Code::replacementHelperProtocolFailure,
+                                           Error::Code::destinationNotWritable, Error::Code::relaunchFailed),
+                         [](const auto& failure) { return std::string(quillon::caseName(failure.param)); });
+
+}  // namespace
+}  // namespace sample
