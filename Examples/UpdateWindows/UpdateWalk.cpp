@@ -125,9 +125,7 @@ void UpdateWalk::openProgressWindow() {
 }
 
 void UpdateWalk::showReceived(std::int64_t bytes) const {
-  const auto size = [this](std::int64_t count) {
-    return formattedFileByteCount(count, texts_->updateTexts()->language());
-  };
+  const auto size = [this](std::int64_t count) { return formattedFileByteCount(count, texts_->language()); };
   progress_.updateProgressWindow(
       window_,
       {.title = texts_->text(Texts::downloadingUpdate),

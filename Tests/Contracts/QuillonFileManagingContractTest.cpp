@@ -5,14 +5,13 @@
 #include <gtest/gtest.h>
 #include <sys/stat.h>
 #include <sys/wait.h>
-#include <sys/xattr.h>
 #include <unistd.h>
 
-#include <array>
 #include <cerrno>
 #include <filesystem>
 #include <functional>
 #include <memory>
+#include <optional>
 #include <ostream>
 #include <string>
 #include <utility>
@@ -20,6 +19,7 @@
 #include "QuillonCore/Contracts/QuillonFileManaging.h"
 #include "QuillonCore/Runtime/Posix/QuillonPosixFileManager.h"
 #include "QuillonCore/Values/QuillonError.h"
+#include "Support/ExtendedAttributes.h"
 #include "Support/FaultInjectingFileManager.h"
 #include "Support/ScopedMount.h"
 #include "Support/TemporaryDirectory.h"
@@ -243,7 +243,7 @@ TEST_P(QuillonFileManagingContract, CopyKeepsContentsLinksModesTimesAndAttribute
   writeFile(folder / "tree/sub/file", "content");
   fs::permissions(folder / "tree/sub/file", fs::perms(0540));
   fs::create_symlink("../elsewhere", folder / "tree/link");
-  const bool hasAttributes = setxattr((folder / "tree/sub").c_str(), "user.quillon.test", "v", 1, 0) == 0;
+  const bool hasAttributes = testing::setAttribute(folder / "tree/sub", "user.quillon.test", "v");
   const auto time = fs::last_write_time(folder / "tree/sub/file") - std::chrono::hours(50);
   fs::last_write_time(folder / "tree/sub/file", time);
   fs::permissions(folder / "tree/sub", fs::perms(0550));
@@ -256,9 +256,7 @@ TEST_P(QuillonFileManagingContract, CopyKeepsContentsLinksModesTimesAndAttribute
   EXPECT_EQ(fs::read_symlink(folder / "copy/link"), "../elsewhere");
   EXPECT_EQ(fs::last_write_time(folder / "copy/sub/file"), time);
   if (hasAttributes) {
-    char value = 0;
-    EXPECT_EQ(getxattr((folder / "copy/sub").c_str(), "user.quillon.test", &value, 1), 1);
-    EXPECT_EQ(value, 'v');
+    EXPECT_EQ(testing::attribute(folder / "copy/sub", "user.quillon.test"), "v");
   }
   fs::permissions(folder / "tree/sub", fs::perms(0750));
   fs::permissions(folder / "copy/sub", fs::perms(0750));
@@ -278,19 +276,14 @@ TEST_P(QuillonFileManagingContract, ACopyOfRootsLetsNobodyElseWrite) {
   writeFile(folder / "tree/tool", "x");
   ASSERT_EQ(chmod((folder / "tree/tool").c_str(), 0777), 0);
   ASSERT_EQ(chmod((folder / "tree").c_str(), 01777), 0);
-  // An access list, in the form of acl(5), that gives user 65534 every right.
-  const std::array<unsigned char, 44> list = {
-      2,    0,    0,    0,    1,    0, 7, 0, 0xFF, 0xFF, 0xFF, 0xFF, 2,    0, 7, 0, 0xFE, 0xFF, 0,    0,   4, 0, 5, 0,
-      0xFF, 0xFF, 0xFF, 0xFF, 0x10, 0, 7, 0, 0xFF, 0xFF, 0xFF, 0xFF, 0x20, 0, 5, 0, 0xFF, 0xFF, 0xFF, 0xFF};
-  const bool hasLists =
-      setxattr((folder / "tree/tool").c_str(), "system.posix_acl_access", list.data(), list.size(), 0) == 0;
+  const bool hasLists = testing::setAccessListForOther(folder / "tree/tool");
 
   files->copyItem(url("tree"), url("copy"));
 
   EXPECT_EQ(files->itemStatus(url("copy"))->permissions, 0755U);
   EXPECT_EQ(files->itemStatus(url("copy/tool"))->permissions, 0755U);
   if (hasLists) {
-    EXPECT_EQ(getxattr((folder / "copy/tool").c_str(), "system.posix_acl_access", nullptr, 0), -1);
+    EXPECT_FALSE(testing::hasAccessList(folder / "copy/tool"));
   }
 }
 
@@ -412,7 +405,7 @@ TEST_P(QuillonFileManagingContract, QuarantineMarksAreTakenOffEveryItem) {
   writeFile(folder / "tree/sub/file", "x");
   fs::create_symlink("/nowhere", folder / "tree/link");
   for (const char* item : {"tree", "tree/sub", "tree/sub/file"}) {
-    if (setxattr((folder / item).c_str(), "user.com.apple.quarantine", "q", 1, 0) != 0) {
+    if (!testing::setAttribute(folder / item, testing::kQuarantineAttribute, "q")) {
       GTEST_SKIP() << "this volume holds no extended attributes";
     }
   }
@@ -420,8 +413,7 @@ TEST_P(QuillonFileManagingContract, QuarantineMarksAreTakenOffEveryItem) {
   EXPECT_FALSE(files->releaseQuarantine(url("tree")).has_value());
 
   for (const char* item : {"tree", "tree/sub", "tree/sub/file"}) {
-    EXPECT_EQ(getxattr((folder / item).c_str(), "user.com.apple.quarantine", nullptr, 0), -1) << item;
-    EXPECT_EQ(errno, ENODATA) << item;
+    EXPECT_EQ(testing::attribute(folder / item, testing::kQuarantineAttribute), std::nullopt) << item;
   }
 }
 
@@ -450,7 +442,7 @@ TEST_P(QuillonFileManagingContract, AReadOnlyFileWithoutAMarkHasNoneToKeep) {
 TEST_P(QuillonFileManagingContract, QuarantineIsTakenOffPastAFolderThatCannotBeOpened) {
   writeFile(folder / "tree/a/file", "x");
   writeFile(folder / "tree/b", "x");
-  const bool hasAttributes = setxattr((folder / "tree/b").c_str(), "user.com.apple.quarantine", "q", 1, 0) == 0;
+  const bool hasAttributes = testing::setAttribute(folder / "tree/b", testing::kQuarantineAttribute, "q");
   if (!hasAttributes) GTEST_SKIP() << "this volume holds no extended attributes";
   if (geteuid() == 0) {
     for (const char* item : {"", "tree", "tree/a", "tree/b"}) {
@@ -468,7 +460,7 @@ TEST_P(QuillonFileManagingContract, QuarantineIsTakenOffPastAFolderThatCannotBeO
   int status = 0;
   ASSERT_EQ(waitpid(child, &status, 0), child);
   EXPECT_EQ(status, 0);
-  EXPECT_EQ(getxattr((folder / "tree/b").c_str(), "user.com.apple.quarantine", nullptr, 0), -1);
+  EXPECT_EQ(testing::attribute(folder / "tree/b", testing::kQuarantineAttribute), std::nullopt);
   ASSERT_EQ(chmod((folder / "tree/a").c_str(), 0700), 0);
 }
 

@@ -1,6 +1,7 @@
 #include "Support/ListeningSocket.h"
 
 #include <arpa/inet.h>
+#include <fcntl.h>
 #include <netinet/in.h>
 #include <sys/socket.h>
 
@@ -17,8 +18,9 @@ void require(bool condition) {
 }  // namespace
 
 ListeningSocket ListeningSocket::make() {
-  ListeningSocket made{.descriptor = FileDescriptor(socket(AF_INET, SOCK_STREAM | SOCK_CLOEXEC, 0))};
+  ListeningSocket made{.descriptor = FileDescriptor(socket(AF_INET, SOCK_STREAM, 0))};
   const int descriptor = made.descriptor.get();
+  require(fcntl(descriptor, F_SETFD, FD_CLOEXEC) == 0);
   sockaddr_in address{};
   address.sin_family = AF_INET;
   address.sin_addr.s_addr = htonl(INADDR_LOOPBACK);

@@ -8,8 +8,8 @@
 
 namespace quillon {
 
-/// Hears what arrives: the response once, then its body in pieces. Called on the thread that runs the transfer. What it
-/// throws ends the transfer and is thrown by it.
+/// Hears what arrives: the response once, then its body in pieces. Called while the transfer runs, one call at a time,
+/// on its thread or on one of the platform's. What it throws ends the transfer and is thrown by it.
 class QuillonURLTransferReceiving {
  public:
   virtual ~QuillonURLTransferReceiving() = default;

@@ -1,15 +1,12 @@
 #include "QuillonCore/Runtime/QuillonMainThreadQueue.h"
 
+#include <cstddef>
 #include <utility>
 
 namespace quillon {
 
 QuillonMainThreadQueue::~QuillonMainThreadQueue() {
-  // Destroyed after the lock is released: what the functions hold may call back.
-  std::deque<std::function<void()>> dropped;
-  const std::lock_guard guard(lock_);
-  didEnd_ = true;
-  dropped.swap(functions_);
+  end();
 }
 
 void QuillonMainThreadQueue::post(std::function<void()> function) {
@@ -34,16 +31,39 @@ void QuillonMainThreadQueue::run(const std::stop_token& stopToken) {
 }
 
 void QuillonMainThreadQueue::drain() {
-  for (;;) {
-    std::function<void()> function;
-    {
-      const std::lock_guard guard(lock_);
-      if (functions_.empty()) return;
-      function = std::move(functions_.front());
-      functions_.pop_front();
-    }
+  for (std::function<void()> function; takeNext(function);) {
     function();
+    function = nullptr;
   }
+}
+
+void QuillonMainThreadQueue::runWaiting() {
+  std::size_t count = 0;
+  {
+    const std::lock_guard guard(lock_);
+    count = functions_.size();
+  }
+  std::function<void()> function;
+  for (; count > 0 && takeNext(function); --count) {
+    function();
+    function = nullptr;
+  }
+}
+
+void QuillonMainThreadQueue::end() {
+  // Destroyed after the lock is released: what the functions hold may call back.
+  std::deque<std::function<void()>> dropped;
+  const std::lock_guard guard(lock_);
+  didEnd_ = true;
+  dropped.swap(functions_);
+}
+
+bool QuillonMainThreadQueue::takeNext(std::function<void()>& function) {
+  const std::lock_guard guard(lock_);
+  if (functions_.empty()) return false;
+  function = std::move(functions_.front());
+  functions_.pop_front();
+  return true;
 }
 
 }  // namespace quillon

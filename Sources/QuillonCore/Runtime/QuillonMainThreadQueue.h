@@ -16,7 +16,7 @@ namespace quillon {
 class QuillonMainThreadQueue final : public QuillonMainThreadDispatching {
  public:
   QuillonMainThreadQueue() = default;
-  /// Destroys what still waits without running it, and from then on whatever is posted by that.
+  /// As end().
   ~QuillonMainThreadQueue() override;
   QuillonMainThreadQueue(const QuillonMainThreadQueue&) = delete;
   QuillonMainThreadQueue& operator=(const QuillonMainThreadQueue&) = delete;
@@ -29,8 +29,18 @@ class QuillonMainThreadQueue final : public QuillonMainThreadDispatching {
   void run(const std::stop_token& stopToken);
   /// Runs functions until none waits, those posted meanwhile included. Main thread only.
   void drain();
+  /// Runs the functions that wait at the time of the call, and none that is posted meanwhile: for the event loop of a
+  /// platform, in which events take turns with functions. What a loop within one of them runs does not run again. Main
+  /// thread only.
+  void runWaiting();
+  /// Destroys what still waits without running it, and from then on whatever is posted. Main thread only, also from
+  /// within a posted function.
+  void end();
 
  private:
+  /// Takes the next function; false when none waits.
+  [[nodiscard]] bool takeNext(std::function<void()>& function);
+
   const std::thread::id mainThread_ = std::this_thread::get_id();
   std::mutex lock_;
   std::condition_variable_any changed_;

@@ -8,7 +8,6 @@
 #include <variant>
 
 #include "QuillonCore/Runtime/QuillonMainThreadCall.h"
-#include "QuillonCore/Text/QuillonByteCountFormatter.h"
 #include "QuillonCore/Text/QuillonCaseFolding.h"
 #include "QuillonCore/Text/QuillonLocalizedFormat.h"
 #include "QuillonCore/Text/QuillonPathComponent.h"
@@ -19,6 +18,7 @@
 #include "QuillonUpdatesAppKitUI/AppBundleReplacement/VeskAppBundleReplacementRequest.h"
 #include "QuillonUpdatesAppKitUI/AppBundleReplacement/VeskAppBundleUpdateFailureReportStore.h"
 #include "QuillonUpdatesAppKitUI/AppBundleReplacement/VeskUpdateInstallerError.h"
+#include "QuillonUpdatesAppKitUI/InstallerCoordinator/VeskUpdateByteCountFormatting.h"
 #include "QuillonUpdatesAppKitUI/Presentation/VeskUpdateReadyInstallConfirmation.h"
 
 namespace quillon {
@@ -129,7 +129,7 @@ bool isSuccess(const QuillonURLResponse& response) noexcept {
 VeskUpdateInstallerCoordinator::ByteCountFormatter byteCountFormatterFor(
     std::shared_ptr<const VeskUpdateLocalizationBundle> texts) {
   return [texts = std::move(texts)](std::int64_t byteCount) {
-    return formattedFileByteCount(byteCount, texts->updateTexts()->language());
+    return systemFormattedByteCount(byteCount, texts->language());
   };
 }
 

@@ -44,7 +44,7 @@ class VeskUpdateInstallerCoordinator {
   /// The user in whose session the new bundle is started.
   using LaunchUserContextProvider = std::function<std::optional<VeskAppBundleLaunchdUserContext>()>;
   /// A number of bytes as users read it. Called on the main thread; must not throw. Without one, sizes are those of
-  /// formattedFileByteCount() in the language of the texts.
+  /// systemFormattedByteCount() in the language of the texts.
   using ByteCountFormatter = std::function<std::string(std::int64_t byteCount)>;
 
   VeskUpdateInstallerCoordinator(std::shared_ptr<const QuillonFileManaging> fileManager,

@@ -18,7 +18,7 @@ namespace quillon {
 ///
 /// `replacementLauncher` starts the installer command; a host that only opens installer documents may pass null.
 /// `texts` are those of the host's bundle, and sizes are written in their language. Downloads are kept in the first
-/// Application Support folder, else in the temporary one, as files without names.
+/// Application Support folder, else in the temporary one, as files without names; on macOS in memory.
 [[nodiscard]] VeskUpdateInstallerCoordinator makeSystemInstallerCoordinator(
     std::shared_ptr<VeskAppBundleUpdateHelperLaunching> replacementLauncher,
     std::shared_ptr<QuillonMainThreadDispatching> mainThread,

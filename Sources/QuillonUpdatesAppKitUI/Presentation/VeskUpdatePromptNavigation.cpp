@@ -15,6 +15,8 @@ constexpr std::array<std::string_view, 5> kSchemesOfNoLink{"file", "javascript",
 /// Those after the first two have no content but the page's own.
 constexpr std::array<std::string_view, 5> kSchemesOfPage{"http", "https", "about", "data", "blob"};
 
+constexpr std::int64_t kFirstErrorStatus = 400;
+
 template <std::size_t count>
 bool isAmong(const std::array<std::string_view, count>& schemes, std::string_view scheme) noexcept {
   return std::ranges::find(schemes, scheme) != schemes.end();
@@ -33,6 +35,11 @@ VeskUpdatePromptNavigationPolicy promptNavigationPolicy(const VeskUpdatePromptNa
     return releaseNotesURL && releaseNotesURL->isFileURL() ? Policy::allow : Policy::cancel;
   }
   return isAmong(kSchemesOfPage, scheme) ? Policy::allow : Policy::cancel;
+}
+
+bool showsPromptNavigationAnswer(const VeskUpdatePromptNavigationAnswer& answer) noexcept {
+  if (!answer.canBeShown) return false;
+  return !answer.isPage || answer.httpStatusCode.value_or(0) < kFirstErrorStatus;
 }
 
 }  // namespace quillon

@@ -1,5 +1,6 @@
 #pragma once
 
+#include <cstdint>
 #include <optional>
 
 #include "QuillonCore/Values/QuillonURL.h"
@@ -31,5 +32,18 @@ enum class VeskUpdatePromptNavigationPolicy {
 /// wake other applications.
 [[nodiscard]] VeskUpdatePromptNavigationPolicy promptNavigationPolicy(
     const VeskUpdatePromptNavigation& navigation, const std::optional<QuillonURL>& releaseNotesURL) noexcept;
+
+/// What a server answered to a navigation.
+struct VeskUpdatePromptNavigationAnswer {
+  /// It is the page, and not a part of it.
+  bool isPage = false;
+  /// The web engine can show content of its type; it would download the rest.
+  bool canBeShown = false;
+  /// Absent when it did not come by HTTP.
+  std::optional<std::int64_t> httpStatusCode = std::nullopt;
+};
+
+/// Whether the prompt shows it: nothing that would be downloaded, and not what a server answers instead of the page.
+[[nodiscard]] bool showsPromptNavigationAnswer(const VeskUpdatePromptNavigationAnswer& answer) noexcept;
 
 }  // namespace quillon

@@ -88,5 +88,49 @@ TEST(QuillonMainThreadQueueTest, WhatTheDroppedPostWhileTheyGoIsDroppedToo) {
   EXPECT_EQ(poster.use_count(), 1);
 }
 
+TEST(QuillonMainThreadQueueTest, ATurnRunsWhatWaitsAndLeavesWhatIsPostedMeanwhileForTheNext) {
+  QuillonMainThreadQueue queue;
+  std::vector<std::string> ran;
+  queue.post([&] {
+    ran.emplace_back("first");
+    queue.post([&] { ran.emplace_back("later"); });
+  });
+  queue.post([&] { ran.emplace_back("second"); });
+
+  queue.runWaiting();
+  EXPECT_THAT(ran, ElementsAre("first", "second"));
+
+  queue.runWaiting();
+  EXPECT_THAT(ran, ElementsAre("first", "second", "later"));
+}
+
+TEST(QuillonMainThreadQueueTest, ATurnWithinAFunctionTakesWhatTheOuterOneWasToRunAndKeepsTheOrder) {
+  QuillonMainThreadQueue queue;
+  std::vector<std::string> ran;
+  queue.post([&] {
+    queue.post([&] { ran.emplace_back("third"); });
+    queue.runWaiting();
+    ran.emplace_back("end of first");
+  });
+  queue.post([&] { ran.emplace_back("second"); });
+
+  queue.runWaiting();
+
+  EXPECT_THAT(ran, ElementsAre("second", "third", "end of first"));
+}
+
+TEST(QuillonMainThreadQueueTest, AFunctionMayEndTheQueueThatRunsIt) {
+  QuillonMainThreadQueue queue;
+  std::vector<std::string> ran;
+  queue.post([&] { queue.end(); });
+  queue.post([&] { ran.emplace_back("waiting"); });
+
+  queue.runWaiting();
+  queue.post([&] { ran.emplace_back("late"); });
+  queue.runWaiting();
+
+  EXPECT_TRUE(ran.empty());
+}
+
 }  // namespace
 }  // namespace quillon

@@ -44,8 +44,22 @@ TEST_F(VeskUpdateLocalizationBundleTest, TheLanguageOfTheUpdateTextsIsTheirOwn) 
   writeTable("de", "QuillonUpdate", R"("Cancel" = "Abbrechen";)");
   writeTable("fr", "Localizable", R"("Cancel" = "Annuler";)");
 
-  EXPECT_EQ(bundle({"fr", "de-AT"}).updateTexts()->language(), "de-AT");
-  EXPECT_EQ(bundle({"fr"}).updateTexts()->language(), "en");
+  EXPECT_EQ(bundle({"fr", "de-AT"}).language(), "de-AT");
+  EXPECT_EQ(bundle({"fr"}).language(), "en");
+}
+
+TEST_F(VeskUpdateLocalizationBundleTest, SomebodyElseCanLookTextsUpInTheSameTables) {
+  const VeskUpdateLocalizationBundle texts(
+      [](std::string_view key, std::string_view table) { return std::string(table) + ": " + std::string(key); }, "nl");
+
+  EXPECT_EQ(texts.text(VeskUpdateTexts::ok), "QuillonUpdate: OK");
+  EXPECT_EQ(texts.applicationText("OK"), "Localizable: OK");
+  EXPECT_EQ(texts.language(), "nl");
+}
+
+TEST_F(VeskUpdateLocalizationBundleTest, ABundleWithoutTextsHasTheEnglishOnesOnThePlatform) {
+  EXPECT_EQ(makeSystemLocalizationBundle(QuillonURL::fileURL(folder_.path().string()))->text(VeskUpdateTexts::cancel),
+            "Cancel");
 }
 
 }  // namespace

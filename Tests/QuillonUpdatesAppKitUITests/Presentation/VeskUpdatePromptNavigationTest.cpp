@@ -74,5 +74,17 @@ INSTANTIATE_TEST_SUITE_P(
                       NavigationCase{"ToAnotherApplicationsScheme", kPage, false, "x-evil:run", Policy::cancel}),
     nameOf);
 
+TEST(VeskUpdatePromptNavigationTest, APageThatTheServerRefusesIsNotShownButItsPartsAre) {
+  EXPECT_TRUE(showsPromptNavigationAnswer({.isPage = true, .canBeShown = true, .httpStatusCode = 200}));
+  EXPECT_TRUE(showsPromptNavigationAnswer({.isPage = true, .canBeShown = true}));
+  EXPECT_FALSE(showsPromptNavigationAnswer({.isPage = true, .canBeShown = true, .httpStatusCode = 404}));
+  EXPECT_TRUE(showsPromptNavigationAnswer({.isPage = false, .canBeShown = true, .httpStatusCode = 404}));
+}
+
+TEST(VeskUpdatePromptNavigationTest, WhatWouldBeDownloadedIsNotShown) {
+  EXPECT_FALSE(showsPromptNavigationAnswer({.isPage = true, .canBeShown = false, .httpStatusCode = 200}));
+  EXPECT_FALSE(showsPromptNavigationAnswer({.isPage = false, .canBeShown = false}));
+}
+
 }  // namespace
 }  // namespace quillon

@@ -43,4 +43,8 @@ std::shared_ptr<const QuillonURLTransferring> makeSystemURLTransfers(QuillonURLT
   return std::make_shared<SystemURLTransfers>(std::move(configuration));
 }
 
+std::shared_ptr<const QuillonURLTransferring> makeSharedURLTransfers() {
+  return makeSystemURLTransfers();
+}
+
 }  // namespace quillon

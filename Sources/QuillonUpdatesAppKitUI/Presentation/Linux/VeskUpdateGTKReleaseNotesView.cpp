@@ -16,7 +16,6 @@ using View = VeskUpdateGTKReleaseNotesView;
 constexpr const char* kPlaceholder = "placeholder";
 constexpr const char* kPage = "page";
 constexpr int kPlaceholderIconSize = 48;
-constexpr unsigned kFirstErrorStatus = 400;
 
 /// A page of text with links and images needs none of what is off here, and each is something to attack.
 WebKitSettings* makeSettings(bool allowsScripts) {
@@ -47,13 +46,12 @@ std::optional<VeskUpdatePromptNavigation> navigationOf(WebKitPolicyDecision* dec
   return navigation.url ? std::optional(navigation) : std::nullopt;
 }
 
-/// What the server answers instead of the page is not shown, nor is what would be downloaded.
-bool isPage(WebKitPolicyDecision* decision) {
+bool mayBeShown(WebKitPolicyDecision* decision) {
   auto* const response = WEBKIT_RESPONSE_POLICY_DECISION(decision);
-  if (webkit_response_policy_decision_is_mime_type_supported(response) == FALSE) return false;
-  if (webkit_response_policy_decision_is_main_frame_main_resource(response) == FALSE) return true;
-  return webkit_uri_response_get_status_code(webkit_response_policy_decision_get_response(response)) <
-         kFirstErrorStatus;
+  return showsPromptNavigationAnswer(
+      {.isPage = webkit_response_policy_decision_is_main_frame_main_resource(response) != FALSE,
+       .canBeShown = webkit_response_policy_decision_is_mime_type_supported(response) != FALSE,
+       .httpStatusCode = webkit_uri_response_get_status_code(webkit_response_policy_decision_get_response(response))});
 }
 
 /// Frames within a page may be empty or have their content in their address; what is shown as the page may not.
@@ -71,7 +69,7 @@ bool isRedirectElsewhere(WebKitPolicyDecision* decision) {
 
 bool mayGoOn(const View::ShouldNavigate& shouldNavigate, WebKitPolicyDecision* decision,
              WebKitPolicyDecisionType type) {
-  if (type == WEBKIT_POLICY_DECISION_TYPE_RESPONSE) return isPage(decision);
+  if (type == WEBKIT_POLICY_DECISION_TYPE_RESPONSE) return mayBeShown(decision);
   const std::optional<VeskUpdatePromptNavigation> navigation = navigationOf(decision);
   if (!navigation || !shouldNavigate || isRedirectElsewhere(decision)) return false;
   if (type == WEBKIT_POLICY_DECISION_TYPE_NAVIGATION_ACTION) return shouldNavigate(*navigation);

@@ -1,0 +1,22 @@
+#import "QuillonUpdatesAppKitUI/Presentation/Apple/VeskUpdateAppKitDescendant.h"
+
+#import "QuillonUpdatesAppKitUI/Presentation/Apple/VeskUpdateAppKitText.h"
+
+namespace quillon {
+namespace {
+
+id descendant(NSView* view, Class type, NSString* identifier) {
+  for (NSView* child in [view subviews]) {
+    if ([child isKindOfClass:type] && [[child accessibilityIdentifier] isEqualToString:identifier]) return child;
+    if (id const found = descendant(child, type, identifier)) return found;
+  }
+  return nil;
+}
+
+}  // namespace
+
+id veskUpdateProgressDescendant(NSView* view, Class type, std::string_view accessibilityIdentifier) {
+  return descendant(view, type, identifierNSString(accessibilityIdentifier));
+}
+
+}  // namespace quillon

@@ -1,0 +1,103 @@
+#import "QuillonUpdatesAppKitUI/Presentation/Apple/VeskUpdateWebKitReleaseNotesView.h"
+
+#include <utility>
+
+#import "QuillonCore/Runtime/Apple/QuillonFoundationConversion.h"
+#import "QuillonCore/Runtime/Apple/QuillonObjectReference.h"
+
+using quillon::VeskUpdatePromptNavigation;
+using quillon::VeskUpdatePromptNavigationAnswer;
+
+namespace {
+
+WKWebView* makeWebView(BOOL allowsScripts) {
+  WKWebViewConfiguration* const configuration = quillon::autoreleased([[WKWebViewConfiguration alloc] init]);
+  [configuration setWebsiteDataStore:[WKWebsiteDataStore nonPersistentDataStore]];
+  [[configuration defaultWebpagePreferences] setAllowsContentJavaScript:allowsScripts];
+  return quillon::autoreleased([[WKWebView alloc] initWithFrame:NSZeroRect configuration:configuration]);
+}
+
+/// Absent when the navigation leads to what is no URL.
+std::optional<VeskUpdatePromptNavigation> navigationOf(WKNavigationAction* action) {
+  NSURL* const location = [[action request] URL];
+  VeskUpdatePromptNavigation navigation;
+  navigation.isLinkActivated = [action navigationType] == WKNavigationTypeLinkActivated;
+  if (location == nil) return navigation;
+  navigation.url = quillon::fromNSURL(location);
+  return navigation.url ? std::optional(navigation) : std::nullopt;
+}
+
+VeskUpdatePromptNavigationAnswer answerOf(WKNavigationResponse* navigationResponse) {
+  VeskUpdatePromptNavigationAnswer answer{.isPage = [navigationResponse isForMainFrame] == YES,
+                                          .canBeShown = [navigationResponse canShowMIMEType] == YES};
+  NSURLResponse* const response = [navigationResponse response];
+  if ([response isKindOfClass:[NSHTTPURLResponse class]]) {
+    answer.httpStatusCode = [static_cast<NSHTTPURLResponse*>(response) statusCode];
+  }
+  return answer;
+}
+
+}  // namespace
+
+@implementation VeskUpdateWebKitReleaseNotesView
+
+- (instancetype)initAllowingScripts:(BOOL)allowsScripts
+                     shouldNavigate:(std::function<bool(const VeskUpdatePromptNavigation&)>)shouldNavigate {
+  self = [super initWithFrame:NSZeroRect];
+  if (self != nil) {
+    shouldNavigate_ = std::move(shouldNavigate);
+    webView_ = makeWebView(allowsScripts);  // a subview, which this view keeps
+    [webView_ setAutoresizingMask:NSViewWidthSizable | NSViewHeightSizable];
+    [webView_ setNavigationDelegate:self];
+    [webView_ setHidden:YES];
+    [self addSubview:webView_];
+  }
+  return self;
+}
+
+- (void)loadPage:(const std::optional<quillon::QuillonURL>&)page {
+  NSURL* const location = page ? quillon::toNSURL(*page) : nil;
+  if (location == nil) return;
+  if ([location isFileURL]) {
+    [webView_ loadFileURL:location allowingReadAccessToURL:[location URLByDeletingLastPathComponent]];
+  } else {
+    [webView_ loadRequest:[NSURLRequest requestWithURL:location]];
+  }
+}
+
+- (void)stop {
+  shouldNavigate_ = nullptr;
+  [webView_ stopLoading];
+}
+
+- (void)webView:(WKWebView*)webView
+    decidePolicyForNavigationAction:(WKNavigationAction*)navigationAction
+                    decisionHandler:(void (^)(WKNavigationActionPolicy))decisionHandler {
+  (void)webView;
+  // A copy: the answer may come with the end of the window, which takes the function away.
+  const auto shouldNavigate = shouldNavigate_;
+  const auto navigation = navigationOf(navigationAction);
+  const bool isWanted = shouldNavigate && navigation && shouldNavigate(*navigation);
+  // There is no other window to go to.
+  const bool goesOn = isWanted && [navigationAction targetFrame] != nil;
+  decisionHandler(goesOn ? WKNavigationActionPolicyAllow : WKNavigationActionPolicyCancel);
+}
+
+- (void)webView:(WKWebView*)webView
+    decidePolicyForNavigationResponse:(WKNavigationResponse*)navigationResponse
+                      decisionHandler:(void (^)(WKNavigationResponsePolicy))decisionHandler {
+  (void)webView;
+  const bool isShown = quillon::showsPromptNavigationAnswer(answerOf(navigationResponse));
+  decisionHandler(isShown ? WKNavigationResponsePolicyAllow : WKNavigationResponsePolicyCancel);
+}
+
+- (void)webView:(WKWebView*)webView didCommitNavigation:(WKNavigation*)navigation {
+  (void)navigation;
+  [webView setHidden:NO];
+}
+
+- (void)webViewWebContentProcessDidTerminate:(WKWebView*)webView {
+  [webView setHidden:YES];
+}
+
+@end
