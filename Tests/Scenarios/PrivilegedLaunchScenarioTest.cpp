@@ -405,8 +405,8 @@ TEST_F(PrivilegedLaunchScenario, AUserUpdatesRootsApplicationWithOneCommand) {
 
   const std::string output = update("yes", kRootsApplication, untilRelaunched());
 
-  EXPECT_THAT(output, AllOf(HasSubstr("Verifying update"), HasSubstr("takes over"),
-                            HasSubstr("relaunched 2.0 as alice\n")));
+  EXPECT_THAT(output,
+              AllOf(HasSubstr("Verifying update"), HasSubstr("takes over"), HasSubstr("relaunched 2.0 as alice\n")));
   EXPECT_EQ(versionAt(kRootsApplication), "2.0");
   EXPECT_EQ(machine().run({"find", kRootsApplication, "!", "-user", "root"}).output, "");
   EXPECT_THAT(dialogs(), StartsWith("action=org.example.App.quillon-update\n"));
@@ -418,8 +418,8 @@ TEST_F(PrivilegedLaunchScenario, WhomTheAdministratorRefusesAnUpdateIsToldSoAndK
 
   const std::string output = update("no", kRootsApplication, "; echo status $?");
 
-  EXPECT_THAT(output, AllOf(HasSubstr("An administrator has to allow this update, and none did."),
-                            HasSubstr("\nstatus 1\n")));
+  EXPECT_THAT(output,
+              AllOf(HasSubstr("An administrator has to allow this update, and none did."), HasSubstr("\nstatus 1\n")));
   EXPECT_EQ(versionAt(kRootsApplication), "1.0");
   expectNothingIsLeft();
 }
