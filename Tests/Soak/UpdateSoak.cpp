@@ -17,6 +17,7 @@
 #include <map>
 #include <optional>
 #include <random>
+#include <stdexcept>
 #include <string>
 #include <string_view>
 #include <thread>
@@ -47,6 +48,7 @@ struct SoakOptions {
 /// How long a program is taken to run until an attempt without a fault has shown it.
 constexpr auto kFirstLifetime = std::chrono::milliseconds(100);
 
+constexpr auto kQuitLimit = std::chrono::seconds(20);
 /// By which two commands for one application tell each other of themselves.
 constexpr const char* kLock = "quillon-update.lock";
 
@@ -76,6 +78,7 @@ class Soak {
 
   /// Whether nothing was lost, unexplained or left behind.
   bool run() {
+    if (!volumes_.areMounted()) std::cout << "no volume can be mounted here: none becomes full or read-only\n";
     for (int attempt = 1; attempt <= options_.updates; ++attempt) {
       const SoakResult result = attemptOnce();
       table_.add(result);
@@ -91,7 +94,7 @@ class Soak {
  private:
   SoakResult attemptOnce() {
     SoakResult result{.fault = drawSoakFault(generator_)};
-    if (soakFaultNeedsMounts(result.fault) && !volumes_.areMounted()) result.fault = SoakFault::none;
+    if (soakFaultNeedsMounts(result.fault) && !volumes_.areMounted()) result.fault = SoakFault::none;  // as run() says
     server_.publish(feedFor(installed_ + 1), archive(result.fault), result.fault);
     volumes_.make(result.fault, drawRoom());
     const std::optional<SoakKill> kill = drawKill(result.fault);
@@ -155,7 +158,8 @@ class Soak {
     }
     int number = application_.installedNumber();
     const bool hasFailed = number != installed_ + 1;
-    const bool isExplainedAtOnce = last_.status != 0 && !last_.output.empty();
+    // The line in which the command says why, and not the progress that it prints in any case.
+    const bool isExplainedAtOnce = last_.status == 1 && last_.output.find("quillon update: ") != std::string::npos;
     const bool isUsersOwnDoing = result.fault == SoakFault::hostKilled && last_.hasKilled;
     if (hasFailed && (number == 0 || (!isExplainedAtOnce && !isUsersOwnDoing))) {
       next_ = runSoakAttempt(folder_.path(), command({"--check"}));
@@ -178,7 +182,11 @@ class Soak {
     for (const SoakProcess& process : processesAbout(application_.installed())) {
       (void)kill(process.identifier, SIGTERM);
     }
-    while (!processesAbout(application_.installed()).empty()) std::this_thread::yield();
+    const auto limit = std::chrono::steady_clock::now() + kQuitLimit;
+    while (!processesAbout(application_.installed()).empty()) {
+      if (std::chrono::steady_clock::now() > limit) throw std::runtime_error("the application does not quit");
+      std::this_thread::yield();
+    }
     fs::remove(application_.installed().parent_path() / "Sample.log");
   }
 

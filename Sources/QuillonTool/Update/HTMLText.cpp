@@ -124,7 +124,7 @@ class Page {
   }
 
   void takeTag(std::string_view name, bool isEnd) {
-    static constexpr std::array<std::string_view, 4> kHidden{"script", "style", "head", "title"};
+    static constexpr std::array<std::string_view, 3> kHidden{"script", "style", "title"};
     static constexpr std::array<std::string_view, 22> kBlocks{
         "p",  "div", "br", "li", "ul",  "ol",     "h1",     "h2",      "h3",   "h4",  "h5",
         "h6", "tr",  "hr", "dt", "pre", "header", "footer", "section", "body", "nav", "article"};

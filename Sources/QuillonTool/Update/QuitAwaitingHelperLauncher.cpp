@@ -3,6 +3,7 @@
 #include <exception>
 #include <string>
 #include <utility>
+#include <variant>
 
 namespace quillon {
 namespace {
@@ -35,7 +36,16 @@ Result QuitAwaitingHelperLauncher::launchReplacement(
   } catch (const std::exception& error) {
     return launchFailed(error.what());
   }
-  return launcher_->launchReplacement(request, progressHandler);
+  Result result = launcher_->launchReplacement(request, progressHandler);
+  const std::lock_guard guard(lock_);
+  mayHaveLaunched_ = std::holds_alternative<Result::ProtocolFailure>(result.value) ||
+                     std::holds_alternative<Result::TimedOut>(result.value);
+  return result;
+}
+
+bool QuitAwaitingHelperLauncher::mayHaveLaunched() const {
+  const std::lock_guard guard(lock_);
+  return mayHaveLaunched_;
 }
 
 std::vector<ApplicationProcess> QuitAwaitingHelperLauncher::processesThatStayed() const {

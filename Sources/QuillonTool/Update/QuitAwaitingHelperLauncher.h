@@ -25,6 +25,8 @@ class QuitAwaitingHelperLauncher final : public VeskAppBundleUpdateHelperLaunchi
       const VeskAppBundleReplacementRequest& request,
       const VeskAppBundleInstallerLaunchProgressHandler& progressHandler) noexcept override;
 
+  /// Whether an installer may be at work although the launch failed.
+  [[nodiscard]] bool mayHaveLaunched() const;
   /// The processes because of which nothing was launched.
   [[nodiscard]] std::vector<ApplicationProcess> processesThatStayed() const;
 
@@ -33,6 +35,7 @@ class QuitAwaitingHelperLauncher final : public VeskAppBundleUpdateHelperLaunchi
   const WaitForQuit waitForQuit_;
   mutable std::mutex lock_;
   std::vector<ApplicationProcess> processesThatStayed_;  // guarded by lock_
+  bool mayHaveLaunched_ = false;                         // guarded by lock_
 };
 
 }  // namespace quillon

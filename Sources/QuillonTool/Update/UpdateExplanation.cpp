@@ -79,7 +79,7 @@ std::string_view explanationOfReport(std::string_view errorDescription) noexcept
     const auto code = static_cast<Code>(value);
     if (caseName(code) == name) return explanation(code);
   }
-  return "The installer failed. The old version is still installed.";
+  return "The installer failed.";
 }
 
 bool isDownloadFailure(Code code) noexcept {

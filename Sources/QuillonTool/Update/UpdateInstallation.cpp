@@ -75,13 +75,13 @@ class Installation {
     try {
       install(makeRequest(isNoted ? std::optional(attempt.identifier) : std::nullopt));
     } catch (const VeskUpdateInstallerError& error) {
-      if (!mayHaveBeenLaunched(error)) forgetAttempt();
+      if (!launcher_->mayHaveLaunched()) forgetAttempt();
       throw failure(error);
     } catch (const QuillonError&) {
       forgetAttempt();
       throw;
     } catch (const QuillonCancellationError&) {
-      forgetAttempt();
+      if (!launcher_->mayHaveLaunched()) forgetAttempt();
       if (!consent_->isDeclined) throw;
       return false;
     }
@@ -167,12 +167,6 @@ class Installation {
   void forgetAttempt() const {
     session_.memory.setAttempt(std::nullopt);
     folders_.removeLeftovers(*session_.services.fileManager);
-  }
-
-  /// Whether an installer may be at work although the launch failed.
-  [[nodiscard]] static bool mayHaveBeenLaunched(const VeskUpdateInstallerError& error) {
-    return error.code() == Code::replacementHelperProtocolFailure ||
-           error.code() == Code::replacementHelperLaunchTimedOut;
   }
 
   [[nodiscard]] UpdateFailure failure(const VeskUpdateInstallerError& error) const {

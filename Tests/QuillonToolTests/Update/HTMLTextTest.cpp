@@ -21,6 +21,10 @@ TEST(HTMLTextTest, APageBecomesLines) {
       "Example 2.0\nFaster and smaller.\nSecond line\n- One\n- Two & three");
 }
 
+TEST(HTMLTextTest, AHeadWhoseEndIsLeftOutHidesNothingOfThePage) {
+  EXPECT_EQ(textOf("<head><title>T</title><meta charset=utf-8><body><p>Faster</p>"), "Faster");
+}
+
 TEST(HTMLTextTest, CharacterReferencesAreTheirCharacters) {
   const std::vector<std::pair<std::string, std::string>> table = {
       {"&lt;b&gt; &quot;x&quot; &apos;", "<b> \"x\" '"},

@@ -2,6 +2,7 @@
 #include <gtest/gtest.h>
 
 #include <memory>
+#include <utility>
 #include <vector>
 
 #include "QuillonCore/Values/QuillonError.h"
@@ -59,6 +60,21 @@ TEST_F(QuitAwaitingHelperLauncherTest, NothingIsLaunchedWhenTheWaitIsGivenUp) {
 
   EXPECT_THAT(inner_->requests, IsEmpty());
   EXPECT_THAT(launcher.processesThatStayed(), IsEmpty());
+}
+
+TEST_F(QuitAwaitingHelperLauncherTest, ALaunchWhoseEndNobodyHeardOfMayHaveSucceeded) {
+  const auto nobodyRuns = [](const QuillonURL&) { return std::vector<ApplicationProcess>(); };
+  for (const auto& [result, mayHaveLaunched] :
+       {std::pair(Result::protocolFailure({}), true), std::pair(Result::launched(), false),
+        std::pair(Result::authorizationCancelled(-60006), false)}) {
+    inner_->answer = result;
+    QuitAwaitingHelperLauncher launcher(inner_, nobodyRuns);
+    EXPECT_FALSE(launcher.mayHaveLaunched());
+
+    EXPECT_EQ(launch(launcher), result);
+
+    EXPECT_EQ(launcher.mayHaveLaunched(), mayHaveLaunched) << result.caseName();
+  }
 }
 
 }  // namespace

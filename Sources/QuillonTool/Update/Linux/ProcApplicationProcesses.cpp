@@ -5,6 +5,7 @@
 #include <algorithm>
 #include <filesystem>
 #include <fstream>
+#include <ios>
 #include <iterator>
 #include <optional>
 #include <string_view>
@@ -30,9 +31,18 @@ std::string programOf(const fs::path& process) {
   return program;
 }
 
+/// Empty for a process that ends while it is read.
+std::string commandLineBytesOf(const fs::path& process) {
+  try {
+    std::ifstream file(process / "cmdline", std::ios::binary);
+    return {std::istreambuf_iterator<char>(file), {}};
+  } catch (const std::ios_base::failure&) {
+    return {};
+  }
+}
+
 std::vector<std::string> commandLineOf(const fs::path& process) {
-  std::ifstream file(process / "cmdline", std::ios::binary);
-  const std::string bytes{std::istreambuf_iterator<char>(file), {}};
+  const std::string bytes = commandLineBytesOf(process);
   std::vector<std::string> words;
   for (std::string_view rest = bytes; !rest.empty();) {
     const std::size_t end = std::min(rest.find('\0'), rest.size());

@@ -19,8 +19,11 @@ constexpr std::array kSignals{SIGINT, SIGTERM, SIGHUP};
 std::atomic<int> pipeEnd = -1;
 static_assert(std::atomic<int>::is_always_lock_free);
 
+void setHandlers(void (*handler)(int));
+
 void noteSignal(int /*signal*/) {
   const int error = errno;
+  setHandlers(SIG_DFL);  // whichever signal is the second one
   const char byte = 1;
   (void)!write(pipeEnd.load(), &byte, 1);
   errno = error;

@@ -72,6 +72,14 @@ TEST_F(ProcApplicationProcessesTest, AnInstallerIsKnownByItsCommandLineWhereverI
               ElementsAre(ApplicationProcess{.identifier = 5, .name = "QuillonUpdateInstaller", .isInstaller = true}));
 }
 
+TEST_F(ProcApplicationProcessesTest, AProcessWhoseWordsCannotBeReadIsKnownByItsProgram) {
+  // As those of a process that ends at that moment, whose file can be opened still.
+  fs::create_directories(folder_ / "31/cmdline");
+  fs::create_symlink("/opt/Example.app/Contents/MacOS/Example", folder_ / "31/exe");
+
+  EXPECT_THAT(processes(), ElementsAre(ApplicationProcess{.identifier = 31, .name = "Example", .isInstaller = false}));
+}
+
 TEST_F(ProcApplicationProcessesTest, WithoutSuchAFolderThereAreNone) {
   EXPECT_THAT(ProcApplicationProcesses("/nowhere").processesOf(QuillonURL::fileURL("/")), IsEmpty());
 }
