@@ -6,6 +6,7 @@
 #include <string_view>
 
 #include "QuillonCore/Runtime/QuillonBundleInformation.h"
+#include "QuillonCore/Text/QuillonPathComponent.h"
 
 namespace sample {
 namespace {
@@ -35,6 +36,10 @@ HostInformation HostInformation::ofRunningApplication(const quillon::QuillonFile
           .downloadPage = QuillonURL::parse(text("QuillonUpdatePageURL").value_or("")),
           .distribution = text("QuillonUpdateDistribution"),
           .team = text("QuillonUpdateTeamIdentifier")};
+}
+
+std::string HostInformation::folderName() const {
+  return quillon::isSinglePathComponent(name) ? name : identifier;
 }
 
 quillon::VeskAppBundleUpdateHostIdentity HostInformation::identity() const {

@@ -16,7 +16,7 @@ struct HostInformation {
   quillon::QuillonURL bundle;
   /// CFBundleIdentifier
   std::string identifier;
-  /// CFBundleName
+  /// CFBundleName, for users.
   std::string name;
   /// CFBundleShortVersionString
   std::string version;
@@ -36,6 +36,8 @@ struct HostInformation {
   /// or a feed: such a bundle was made wrong.
   [[nodiscard]] static HostInformation ofRunningApplication(const quillon::QuillonFileManaging& files);
 
+  /// The name where it can be that of a folder, else the identifier: the folder of what the application keeps.
+  [[nodiscard]] std::string folderName() const;
   /// What an update is compared with.
   [[nodiscard]] quillon::VeskAppBundleUpdateHostIdentity identity() const;
 };

@@ -5,6 +5,7 @@
 #include <variant>
 #include <vector>
 
+#include "AttemptNotingLauncher.h"
 #include "QuillonCore/Network/QuillonSystemURLTransfers.h"
 #include "QuillonCore/Network/QuillonURLSessionNetworkClient.h"
 #include "QuillonCore/Runtime/QuillonPreferredLanguages.h"
@@ -24,6 +25,7 @@
 #include "UpdateFailureExplanation.h"
 #include "UpdateFeedLoading.h"
 #include "UpdateLauncher.h"
+#include "UpdateWorkingFolder.h"
 
 namespace sample {
 namespace {
@@ -71,15 +73,15 @@ SampleUpdater::SampleUpdater(HostInformation host, UpdateWindows windows, Update
       texts_(std::make_shared<VeskUpdateLocalizationBundle>(files_, host_.bundle, preferredLanguages())),
       progress_(
           std::make_shared<VeskUpdateProgressWindowPresenter>(windows_.progressWindows, files_, host_.bundle, texts_)),
-      coordinator_(makeSystemInstallerCoordinator(makeUpdateLauncher(*files_, host_.bundle, timers_),
-                                                  windows_.mainThread, progress_, texts_, files_)),
+      launcher_(makeUpdateLauncher(*files_, host_.bundle, timers_)),
       alerts_([](const QuillonURL& url) { return makeSystemWorkspace()->open(url); }, windows_.alerts),
       prompt_(windows_.prompts, makeSystemWorkspace()),
       memory_(makeSystemUserDefaults(host_.identifier)) {}
 
 void SampleUpdater::start() {
   explainLastAttempt();
-  becomeIdle(timeUntilNextCheck());
+  // While an alert was on the screen the user may have begun something, which ends by itself.
+  if (state_ == State::idle) becomeIdle(timeUntilNextCheck());
 }
 
 // Looking by itself
@@ -130,6 +132,7 @@ void SampleUpdater::didLoad(const VeskUpdateFeed& feed) {
   const auto decision = decideOnUpdate(feed, host_, memory_, isManualCheck_, now());
   const auto& candidate = decision.selectedCandidate;
   const std::string identifier = candidate ? candidate->display.resolvedFeedIdentifier.value_or("") : "";
+  const bool isHeldBack = candidate && !isManualCheck_ && isWithheld(*candidate, host_, memory_);
   const auto result =
       VeskUpdateFeedPipelineApplier().apply({.pipelineResult = decision,
                                              .canProcessUpdateFeeds = true,
@@ -139,7 +142,11 @@ void SampleUpdater::didLoad(const VeskUpdateFeed& feed) {
                                              .feedTypeKey = std::string(VeskUpdateFeedKeys::updateType),
                                              .defaultRefetchIntervalSeconds = kDefaultRefetchIntervalSeconds,
                                              .minimumRefetchIntervalSeconds = kMinimumRefetchIntervalSeconds},
-                                            [&](const VeskUpdateFeedEntry& entry) { return offer(entry, identifier); });
+                                            [&](const VeskUpdateFeedEntry& entry) {
+                                              if (isHeldBack) return false;
+                                              offer(entry, identifier);
+                                              return true;
+                                            });
   memory_.rememberCheck(result, now());
   if (state_ == State::offering) return;
   if (isManualCheck_) tellThatNothingWasFound(result.shouldMarkUpdateCheckPerformedOK);
@@ -172,8 +179,7 @@ void SampleUpdater::tellThatNothingWasFound(bool wasCheckPerformed) {
 
 // Offering
 
-bool SampleUpdater::offer(const VeskUpdateFeedEntry& entry, const std::string& identifier) {
-  if (!isManualCheck_ && memory_.skippedEntry() == identifier) return false;
+void SampleUpdater::offer(const VeskUpdateFeedEntry& entry, const std::string& identifier) {
   const QuillonPropertyListValue value = entry.toValue();
   VeskUpdatePromptInput input;
   input.feed = *value.getIf<QuillonPropertyListValue::Dictionary>();
@@ -191,7 +197,6 @@ bool SampleUpdater::offer(const VeskUpdateFeedEntry& entry, const std::string& i
   offeredEntry_ = identifier;
   memory_.setLastOffer(now());
   state_ = State::offering;
-  return true;
 }
 
 void SampleUpdater::didChoose(const VeskUpdatePromptAction& action) {
@@ -206,31 +211,39 @@ void SampleUpdater::didChoose(const VeskUpdatePromptAction& action) {
 
 void SampleUpdater::install(const QuillonPropertyListValue::Dictionary& entry) {
   state_ = State::installing;
-  const std::string attempt = makeUUIDString();
-  memory_.setAttempt({.identifier = attempt,
-                      .fromVersion = host_.version,
-                      .fromBuild = host_.build,
-                      .toVersion = stringOrEmpty(entry, VeskUpdateFeedKeys::currentVersion)});
+  memory_.setSkippedEntry(std::nullopt);
+  memory_.setRefusedEntry(std::nullopt);
+  const UpdateAttempt attempt{.identifier = makeUUIDString(),
+                              .fromVersion = host_.version,
+                              .fromBuild = host_.build,
+                              .toVersion = stringOrEmpty(entry, VeskUpdateFeedKeys::currentVersion)};
   const auto request = VeskAppBundleUpdateRequest::makeFromFeed(
-      entry, host_.name, host_.bundle, host_.identity(),
-      host_.bundle.appendingPathComponent("Contents/MacOS/QuillonUpdateInstaller"), "Update", attempt);
+      entry, host_.folderName(), host_.bundle, host_.identity(),
+      host_.bundle.appendingPathComponent("Contents/MacOS/QuillonUpdateInstaller"),
+      std::string(kUpdateWorkingFolderName), attempt.identifier);
   progressWindow_ = progress_->showProgressWindow("", std::nullopt);
-  work_ = std::jthread(
-      [this, request, window = progressWindow_, later = laterOnMainThread()](const std::stop_token& stopToken) mutable {
-        const auto log = [logger = logger_](const VeskAppBundleInstallerLaunchProgress& progress) {
-          logger->info([&] { return std::string(progress.caseName()); }, kLogCategory);
-        };
-        const std::exception_ptr failure =
-            failureOf([&] { coordinator_.install(request, std::exchange(window, nullptr), log, stopToken); });
-        later([failure](SampleUpdater& self) { self.didEndInstallation(failure); });
-      });
+  const auto log = [logger = logger_](const VeskAppBundleInstallerLaunchProgress& progress) {
+    logger->info([&] { return std::string(progress.caseName()); }, kLogCategory);
+  };
+  work_ = std::jthread([coordinator = makeCoordinator(attempt), request, window = progressWindow_, log,
+                        later = laterOnMainThread()](const std::stop_token& stopToken) mutable {
+    const std::exception_ptr failure =
+        failureOf([&] { coordinator->install(request, std::exchange(window, nullptr), log, stopToken); });
+    later([failure](SampleUpdater& self) { self.didEndInstallation(failure); });
+  });
+}
+
+std::shared_ptr<const VeskUpdateInstallerCoordinator> SampleUpdater::makeCoordinator(
+    const UpdateAttempt& attempt) const {
+  return std::make_shared<const VeskUpdateInstallerCoordinator>(
+      makeSystemInstallerCoordinator(std::make_shared<AttemptNotingLauncher>(launcher_, memory_, attempt),
+                                     windows_.mainThread, progress_, texts_, files_));
 }
 
 void SampleUpdater::didEndInstallation(const std::exception_ptr& failure) {
   progress_->hideProgressWindow(std::exchange(progressWindow_, nullptr));
   // The installer waits for the end of this process. It stays "installing": nothing else is begun until then.
   if (!failure) return callbacks_.quit();
-  static_cast<void>(memory_.takeAttempt());
   explain(failure);
   becomeIdle(timeUntilNextCheck());
 }
@@ -241,12 +254,16 @@ void SampleUpdater::explainLastAttempt() {
   const auto attempt = memory_.takeAttempt();
   const auto preferred = attempt ? std::optional(attempt->identifier) : std::nullopt;
   const auto report = VeskAppBundleUpdateFailureReportStore(files_).consumeFailureReport(host_.identifier, preferred);
+  const bool isUnchanged = attempt && attempt->fromVersion == host_.version && attempt->fromBuild == host_.build;
+  // An installer may still be at work where nothing tells that it is done. What it works on is removed at a later
+  // start.
+  if (report || !isUnchanged) removeUpdateWorkingFolder(*files_, host_.folderName());
   if (report) {
     logger_->error([&] { return "The last update failed: " + report->errorDescription; }, kLogCategory);
     return explainInstallationFailure(report->errorDescription);
   }
   // An installer that was killed leaves no report.
-  if (attempt && attempt->fromVersion == host_.version && attempt->fromBuild == host_.build) {
+  if (isUnchanged) {
     logger_->error([] { return "The last update did not take place."; }, kLogCategory);
     explainInstallationFailure(std::nullopt);
   }
@@ -260,7 +277,7 @@ void SampleUpdater::explain(const std::exception_ptr& failure) {
   } catch (const VeskUpdateInstallerError& error) {
     logger_->error([&] { return "The update failed: " + error.description(); }, kLogCategory);
     // Who knows no administrator would be asked for one again and again.
-    if (error.code() == Code::authorizationDenied) memory_.setSkippedEntry(offeredEntry_);
+    if (error.code() == Code::authorizationDenied) memory_.setRefusedEntry(offeredEntry_);
     if (error.code() == Code::authorizationCancelled) return alerts_.presentUpdateCancelledAlert(*texts_);
     if (error.code() == Code::downloadFailed || error.code() == Code::missingArchiveURL) {
       if (!host_.downloadPage) return alerts_.presentDownloadFailedAlert(*texts_, std::nullopt);

@@ -13,6 +13,7 @@
 #include "QuillonCore/Contracts/QuillonMainThreadDispatching.h"
 #include "QuillonCore/Contracts/QuillonNetworkClient.h"
 #include "QuillonCore/Contracts/QuillonTimerScheduling.h"
+#include "QuillonUpdatesAppKitUI/HelperLaunchers/VeskAppBundleUpdateHelperLaunching.h"
 #include "QuillonUpdatesAppKitUI/InstallerCoordinator/VeskUpdateInstallerCoordinator.h"
 #include "QuillonUpdatesAppKitUI/Presentation/VeskUpdateAlert.h"
 #include "QuillonUpdatesAppKitUI/Presentation/VeskUpdateAlertPresenter.h"
@@ -77,10 +78,12 @@ class SampleUpdater : public std::enable_shared_from_this<SampleUpdater> {
   void didFailToLoad(const std::exception_ptr& failure);
   void tellThatNothingWasFound(bool wasCheckPerformed);
 
-  [[nodiscard]] bool offer(const quillon::VeskUpdateFeedEntry& entry, const std::string& identifier);
+  void offer(const quillon::VeskUpdateFeedEntry& entry, const std::string& identifier);
   void didChoose(const quillon::VeskUpdatePromptAction& action);
 
   void install(const quillon::QuillonPropertyListValue::Dictionary& entry);
+  [[nodiscard]] std::shared_ptr<const quillon::VeskUpdateInstallerCoordinator> makeCoordinator(
+      const UpdateAttempt& attempt) const;
   void didEndInstallation(const std::exception_ptr& failure);
 
   void explainLastAttempt();
@@ -101,7 +104,7 @@ class SampleUpdater : public std::enable_shared_from_this<SampleUpdater> {
   const std::shared_ptr<quillon::QuillonLogger> logger_;
   const std::shared_ptr<const quillon::VeskUpdateLocalizationBundle> texts_;
   const std::shared_ptr<const quillon::VeskUpdateProgressWindowPresenter> progress_;
-  const quillon::VeskUpdateInstallerCoordinator coordinator_;
+  const std::shared_ptr<quillon::VeskAppBundleUpdateHelperLaunching> launcher_;
   const quillon::VeskUpdateAlertPresenter alerts_;
   quillon::VeskUpdatePromptPresenter prompt_;
 

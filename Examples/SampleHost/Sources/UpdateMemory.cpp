@@ -1,5 +1,7 @@
 #include "UpdateMemory.h"
 
+#include <algorithm>
+#include <cmath>
 #include <random>
 #include <utility>
 
@@ -19,10 +21,13 @@ constexpr std::string_view kRefetchInterval = "QuillonUpdateRefetchInterval";
 constexpr std::string_view kShownEntries = "QuillonUpdateShownIdentifiers";
 constexpr std::string_view kLastOffer = "QuillonUpdateLastShown";
 constexpr std::string_view kSkippedEntry = "QuillonUpdateSkippedIdentifier";
+constexpr std::string_view kRefusedEntry = "QuillonUpdateRefusedIdentifier";
 constexpr std::string_view kStaggerGroup = "QuillonUpdateStaggerGroup";
 constexpr std::string_view kAttempt = "QuillonUpdateLastAttempt";
 
 constexpr std::int64_t kStaggerGroups = 7;
+/// A feed that asks for a longer one is mistaken, and dates have an end.
+constexpr double kLongestRefetchIntervalSeconds = 366.0 * 24 * 3600;
 
 template <typename Value>
 std::optional<Value> find(const quillon::QuillonKeyValueStoring& settings, std::string_view key) {
@@ -49,8 +54,9 @@ QuillonDate UpdateMemory::nextCheck(QuillonDate now) const {
   // A check of the future was made before the clock was set back.
   if (!lastCheck || *lastCheck > now) return now;
   const auto interval = find<double>(*settings_, kRefetchInterval);
-  return *lastCheck +
-         std::chrono::seconds(interval ? static_cast<std::int64_t>(*interval) : kDefaultRefetchIntervalSeconds);
+  if (!interval || std::isnan(*interval)) return *lastCheck + std::chrono::seconds(kDefaultRefetchIntervalSeconds);
+  const double seconds = std::clamp(*interval, 0.0, kLongestRefetchIntervalSeconds);
+  return *lastCheck + std::chrono::seconds(static_cast<std::int64_t>(seconds));
 }
 
 Dictionary UpdateMemory::shownEntries() const {
@@ -75,8 +81,16 @@ std::optional<std::string> UpdateMemory::skippedEntry() const {
   return settings_->stringForKey(kSkippedEntry);
 }
 
-void UpdateMemory::setSkippedEntry(const std::string& identifier) {
-  set(kSkippedEntry, QuillonPropertyListValue(identifier));
+void UpdateMemory::setSkippedEntry(const std::optional<std::string>& identifier) {
+  set(kSkippedEntry, identifier ? std::optional(QuillonPropertyListValue(*identifier)) : std::nullopt);
+}
+
+std::optional<std::string> UpdateMemory::refusedEntry() const {
+  return settings_->stringForKey(kRefusedEntry);
+}
+
+void UpdateMemory::setRefusedEntry(const std::optional<std::string>& identifier) {
+  set(kRefusedEntry, identifier ? std::optional(QuillonPropertyListValue(*identifier)) : std::nullopt);
 }
 
 std::int64_t UpdateMemory::staggerGroup() {
@@ -87,11 +101,12 @@ std::int64_t UpdateMemory::staggerGroup() {
   return group;
 }
 
-void UpdateMemory::setAttempt(const UpdateAttempt& attempt) {
-  set(kAttempt, QuillonPropertyListValue(Dictionary{{"identifier", QuillonPropertyListValue(attempt.identifier)},
-                                                    {"fromVersion", QuillonPropertyListValue(attempt.fromVersion)},
-                                                    {"fromBuild", QuillonPropertyListValue(attempt.fromBuild)},
-                                                    {"toVersion", QuillonPropertyListValue(attempt.toVersion)}}));
+void UpdateMemory::setAttempt(const std::optional<UpdateAttempt>& attempt) {
+  if (!attempt) return set(kAttempt, std::nullopt);
+  set(kAttempt, QuillonPropertyListValue(Dictionary{{"identifier", QuillonPropertyListValue(attempt->identifier)},
+                                                    {"fromVersion", QuillonPropertyListValue(attempt->fromVersion)},
+                                                    {"fromBuild", QuillonPropertyListValue(attempt->fromBuild)},
+                                                    {"toVersion", QuillonPropertyListValue(attempt->toVersion)}}));
 }
 
 std::optional<UpdateAttempt> UpdateMemory::takeAttempt() {

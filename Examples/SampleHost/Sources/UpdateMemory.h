@@ -21,12 +21,15 @@ struct UpdateAttempt {
   std::string fromVersion;
   std::int64_t fromBuild = 0;
   std::string toVersion;
+
+  friend bool operator==(const UpdateAttempt&, const UpdateAttempt&) = default;
 };
 
 /// What is remembered between checks, and from one run of the application to the next, in its settings:
 /// the keys are those of `quillon update`, so that either knows what the other has done.
 ///
-/// A setting that cannot be written is dropped: at worst, an update is offered once too often.
+/// A setting that cannot be written is dropped: at worst, an update is offered once too often. A copy has the same
+/// settings. Callable from any thread.
 class UpdateMemory {
  public:
   explicit UpdateMemory(std::shared_ptr<quillon::QuillonKeyValueStoring> settings);
@@ -35,7 +38,8 @@ class UpdateMemory {
   [[nodiscard]] bool checksForBetas() const;
   void setChecksForBetas(bool checksForBetas);
 
-  /// When to look at the feed by itself again: one refetch interval after the last check that reached it.
+  /// When to look at the feed by itself again: one refetch interval, of a year at most, after the last check that
+  /// reached it.
   [[nodiscard]] quillon::QuillonDate nextCheck(quillon::QuillonDate now) const;
   /// The identifier of the entry that was last shown, by type of entry.
   [[nodiscard]] quillon::QuillonPropertyListValue::Dictionary shownEntries() const;
@@ -48,12 +52,15 @@ class UpdateMemory {
 
   /// The entry that the user does not want to see again.
   [[nodiscard]] std::optional<std::string> skippedEntry() const;
-  void setSkippedEntry(const std::string& identifier);
+  void setSkippedEntry(const std::optional<std::string>& identifier);
+  /// The entry whose installation no administrator allowed.
+  [[nodiscard]] std::optional<std::string> refusedEntry() const;
+  void setRefusedEntry(const std::optional<std::string>& identifier);
 
   /// The days that an update which is rolled out in steps is held back for this user: drawn once.
   [[nodiscard]] std::int64_t staggerGroup();
 
-  void setAttempt(const UpdateAttempt& attempt);
+  void setAttempt(const std::optional<UpdateAttempt>& attempt);
   /// The attempt of the last run, which is then forgotten.
   [[nodiscard]] std::optional<UpdateAttempt> takeAttempt();
 

@@ -3,6 +3,7 @@
 
 #include <cerrno>
 #include <chrono>
+#include <limits>
 #include <memory>
 
 #include "QuillonCore/Values/QuillonError.h"
@@ -21,6 +22,12 @@ constexpr QuillonDate kNow = std::chrono::sys_days{std::chrono::year{2026} / std
 
 class UpdateMemoryTest : public ::testing::Test {
  protected:
+  /// What a check at `kNow` has left, whatever the feed's limits are.
+  void storeInterval(double interval) {
+    memory_.rememberCheck({}, kNow);
+    settings_->set(QuillonPropertyListValue(interval), "QuillonUpdateRefetchInterval");
+  }
+
   std::shared_ptr<quillon::testing::FakeKeyValueStore> settings_ =
       std::make_shared<quillon::testing::FakeKeyValueStore>();
   UpdateMemory memory_{settings_};
@@ -51,6 +58,26 @@ TEST_F(UpdateMemoryTest, ACheckIsDueAfterTheClockWasSetBack) {
   EXPECT_EQ(memory_.nextCheck(kNow - hours(1)), kNow - hours(1));
 }
 
+TEST_F(UpdateMemoryTest, AnIntervalThatNoDateCanHoldIsAYear) {
+  for (const double interval : {1e13, 1e300, std::numeric_limits<double>::infinity()}) {
+    storeInterval(interval);
+    EXPECT_EQ(memory_.nextCheck(kNow), kNow + hours(366 * 24)) << interval;
+  }
+}
+
+TEST_F(UpdateMemoryTest, AnIntervalBelowZeroIsOver) {
+  for (const double interval : {-1.0, -1e300, -std::numeric_limits<double>::infinity()}) {
+    storeInterval(interval);
+    EXPECT_EQ(memory_.nextCheck(kNow), kNow) << interval;
+  }
+}
+
+TEST_F(UpdateMemoryTest, AnIntervalThatIsNoNumberIsADay) {
+  storeInterval(std::numeric_limits<double>::quiet_NaN());
+
+  EXPECT_EQ(memory_.nextCheck(kNow), kNow + hours(24));
+}
+
 TEST_F(UpdateMemoryTest, WhatWasShownStaysWhenACheckShowsNothing) {
   quillon::VeskUpdateFeedPipelineApplicationResult shown;
   shown.updatedNewsDictionary = {{"update", QuillonPropertyListValue("sample-2.0")}};
@@ -73,6 +100,22 @@ TEST_F(UpdateMemoryTest, ThePreferencesOfTheUserAreKept) {
   EXPECT_TRUE(memory_.checksForBetas());
   EXPECT_EQ(memory_.skippedEntry(), "sample-2.0");
   EXPECT_EQ(memory_.lastOffer(), kNow);
+
+  memory_.setSkippedEntry(std::nullopt);
+
+  EXPECT_EQ(memory_.skippedEntry(), std::nullopt);
+}
+
+TEST_F(UpdateMemoryTest, ARefusedEntryIsKeptWhereTheCommandKeepsIt) {
+  memory_.setRefusedEntry("sample-2.0");
+
+  EXPECT_EQ(settings_->stringForKey("QuillonUpdateRefusedIdentifier"), "sample-2.0");
+  EXPECT_EQ(memory_.refusedEntry(), "sample-2.0");
+  EXPECT_EQ(memory_.skippedEntry(), std::nullopt);
+
+  memory_.setRefusedEntry(std::nullopt);
+
+  EXPECT_EQ(memory_.refusedEntry(), std::nullopt);
 }
 
 TEST_F(UpdateMemoryTest, TheGroupOfARollOutIsDrawnOnce) {
@@ -84,7 +127,7 @@ TEST_F(UpdateMemoryTest, TheGroupOfARollOutIsDrawnOnce) {
 }
 
 TEST_F(UpdateMemoryTest, AnAttemptIsHandedOutOnce) {
-  memory_.setAttempt({.identifier = "A-1", .fromVersion = "1.0", .fromBuild = 1, .toVersion = "2.0"});
+  memory_.setAttempt(UpdateAttempt{.identifier = "A-1", .fromVersion = "1.0", .fromBuild = 1, .toVersion = "2.0"});
 
   const auto attempt = memory_.takeAttempt();
 
@@ -93,6 +136,14 @@ TEST_F(UpdateMemoryTest, AnAttemptIsHandedOutOnce) {
   EXPECT_EQ(attempt->fromVersion, "1.0");
   EXPECT_EQ(attempt->fromBuild, 1);
   EXPECT_EQ(attempt->toVersion, "2.0");
+  EXPECT_FALSE(memory_.takeAttempt());
+}
+
+TEST_F(UpdateMemoryTest, AnAttemptCanBeForgotten) {
+  memory_.setAttempt(UpdateAttempt{.identifier = "A-1", .fromVersion = "1.0", .fromBuild = 1, .toVersion = "2.0"});
+
+  memory_.setAttempt(std::nullopt);
+
   EXPECT_FALSE(memory_.takeAttempt());
 }
 
