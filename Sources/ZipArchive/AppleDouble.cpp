@@ -3,6 +3,7 @@
 #include <algorithm>
 #include <cstddef>
 #include <cstdint>
+#include <utility>
 
 #include "ZipArchive/ZipArchiveError.h"
 
@@ -60,7 +61,27 @@ bool isBlankResourceFork(std::string_view fork) {
   return fork.empty() || (fork.size() == kBlankLength && fork.substr(kTextOffset).starts_with(kText));
 }
 
-void readAttributes(std::string_view bytes, std::vector<ExtendedAttribute>& attributes) {
+/// The attributes of one file. No two of them share bytes of it, so that they never take more memory than it does.
+class AttributeList {
+ public:
+  explicit AttributeList(std::size_t fileLength) noexcept : room_(fileLength) {}
+
+  /// Adds an attribute that takes `fixedLength` bytes of the file, and those of its value.
+  void add(std::string_view name, std::string_view value, std::size_t fixedLength) {
+    if (fixedLength > room_ || value.size() > room_ - fixedLength) {
+      throw ZipArchiveError::damaged("attributes in it share their bytes");
+    }
+    room_ -= fixedLength + value.size();
+    attributes_.push_back({std::string(name), std::string(value)});
+  }
+  [[nodiscard]] std::vector<ExtendedAttribute> take() && noexcept { return std::move(attributes_); }
+
+ private:
+  std::size_t room_;
+  std::vector<ExtendedAttribute> attributes_;
+};
+
+void readAttributes(std::string_view bytes, AttributeList& attributes) {
   const std::size_t count = bigEndian(bytes, kAttributesOffset + kAttributesHeaderLength - 2, 2);
   std::size_t offset = kAttributesOffset + kAttributesHeaderLength;
   for (std::size_t i = 0; i < count; ++i) {
@@ -70,17 +91,16 @@ void readAttributes(std::string_view bytes, std::vector<ExtendedAttribute>& attr
     std::string_view name = part(bytes, offset + kAttributeFixedLength, nameLength);
     name = name.substr(0, name.find('\0'));  // its length counts the NUL at the end
     if (name.empty()) throw ZipArchiveError::damaged("an attribute in it has no name");
-    attributes.push_back({std::string(name), std::string(part(bytes, valueOffset, valueLength))});
+    attributes.add(name, part(bytes, valueOffset, valueLength), kAttributeFixedLength + nameLength);
     offset += alignedToFour(kAttributeFixedLength + nameLength);
   }
 }
 
-void readFinderInfo(std::string_view bytes, std::size_t offset, std::string_view content,
-                    std::vector<ExtendedAttribute>& attributes) {
+void readFinderInfo(std::string_view bytes, std::size_t offset, std::string_view content, AttributeList& attributes) {
   const std::string_view information = content.substr(0, kFinderInfoLength);
   const bool isSet = information.find_first_not_of('\0') != std::string_view::npos;
   if (information.size() == kFinderInfoLength && isSet) {
-    attributes.push_back({std::string(kFinderInfoAttribute), std::string(information)});
+    attributes.add(kFinderInfoAttribute, information, kDescriptorLength);
   }
   const bool hasAttributes = offset == kFinderInfoOffset &&
                              content.size() >= kAttributesOffset + kAttributesHeaderLength - kFinderInfoOffset &&
@@ -164,18 +184,19 @@ std::vector<ExtendedAttribute> parseAppleDouble(std::string_view bytes) {
   if (!isAppleDouble(bytes) || bigEndian(bytes, 4, 4) != kVersion) {
     throw ZipArchiveError::damaged("a file in it that should be AppleDouble is not");
   }
-  std::vector<ExtendedAttribute> attributes;
+  AttributeList list(bytes.size());
   const std::size_t count = bigEndian(bytes, kHeaderLength - 2, 2);
   for (std::size_t i = 0; i < count; ++i) {
     const std::size_t descriptor = kHeaderLength + i * kDescriptorLength;
     const std::uint32_t identifier = bigEndian(bytes, descriptor, 4);
     const std::uint32_t offset = bigEndian(bytes, descriptor + 4, 4);
     const std::string_view content = part(bytes, offset, bigEndian(bytes, descriptor + 8, 4));
-    if (identifier == kFinderInfoEntry) readFinderInfo(bytes, offset, content, attributes);
+    if (identifier == kFinderInfoEntry) readFinderInfo(bytes, offset, content, list);
     if (identifier == kResourceForkEntry && !isBlankResourceFork(content)) {
-      attributes.push_back({std::string(kResourceForkAttribute), std::string(content)});
+      list.add(kResourceForkAttribute, content, kDescriptorLength);
     }
   }
+  std::vector<ExtendedAttribute> attributes = std::move(list).take();
   checkNames(attributes);
   return attributes;
 }

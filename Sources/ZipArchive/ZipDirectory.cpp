@@ -96,7 +96,7 @@ Location readZip64EndRecord(const ArchiveFile& archive, std::uint64_t offset, co
   const bool agrees = (classic.entryCount == kZip64Marker16 || classic.entryCount == location.entryCount) &&
                       (classic.length == kZip64Marker32 || classic.length == location.length) &&
                       (classic.offset == kZip64Marker32 || classic.offset == location.offset);
-  if (!agrees || recordLength != space - kUncountedLength) {
+  if (!agrees || space < kZip64EndLength || recordLength != space - kUncountedLength) {
     throw ZipArchiveError::damaged("the records at its end contradict each other");
   }
   return location;

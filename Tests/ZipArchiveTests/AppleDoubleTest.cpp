@@ -8,7 +8,9 @@ namespace quillon {
 namespace {
 
 using ::testing::ElementsAre;
+using ::testing::HasSubstr;
 using ::testing::IsEmpty;
+using ::testing::SizeIs;
 
 std::string bigEndian(std::size_t value, int length) {
   std::string bytes;
@@ -76,6 +78,31 @@ TEST(AppleDoubleTest, EveryTruncationIsRefused) {
 TEST(AppleDoubleTest, TwoAttributesOfOneNameAreRefused) {
   EXPECT_THROW((void)parseAppleDouble(makeAppleDouble({{"a", "1"}, {"a", "2"}})), ZipArchiveError);
   EXPECT_THROW((void)parseAppleDouble(file({{2, "fork"}, {2, "fork"}})), ZipArchiveError);
+}
+
+TEST(AppleDoubleTest, AttributesThatShareTheirBytesAreRefused) {
+  const std::string value(1000, 'v');
+  std::string bytes = makeAppleDouble({{"a", value}, {"b", ""}, {"c", ""}});
+  const std::string place = bytes.substr(120, 8);  // of the first, which the others are given too
+  EXPECT_EQ(place, bigEndian(168, 4) + bigEndian(1000, 4));
+  EXPECT_THAT(parseAppleDouble(bytes), SizeIs(3));
+
+  bytes.replace(136, 8, place).replace(152, 8, place);
+
+  EXPECT_THROW((void)parseAppleDouble(bytes), ZipArchiveError);
+}
+
+TEST(AppleDoubleTest, AttributesOfRepeatedFinderInformationAreRefused) {
+  // Its second entry, a resource fork otherwise, is the first one again.
+  std::string bytes = makeAppleDouble({{"a", std::string(1000, 'v')}});
+  bytes.replace(38, 12, bytes.substr(26, 12));
+
+  try {
+    (void)parseAppleDouble(bytes);
+    FAIL() << "not refused";
+  } catch (const ZipArchiveError& error) {
+    EXPECT_THAT(error.description(), HasSubstr("share their bytes"));
+  }
 }
 
 TEST(AppleDoubleTest, AnAttributeWithoutNameIsRefused) {

@@ -28,7 +28,7 @@ using Code = VeskUpdateInstallerError::Code;
 using Result = VeskAppBundleReplacementLaunchResult;
 
 constexpr std::string_view kBundleExtension = "app";
-/// Where archives keep attributes that their format has no place for; nothing in there is the update.
+/// The folder at an archive's top with attributes that its format has no place for; nothing in there is the update.
 constexpr std::string_view kAttributeFolderName = "__MACOSX";
 /// Name of an archive whose location has none.
 constexpr std::string_view kUnnamedArchiveFileName = "Update.zip";
@@ -40,8 +40,9 @@ void throwIfStopRequested(const std::stop_token& stopToken) {
 }
 
 /// Turns the error of a transfer that was cancelled into the cancellation error; returns for every other one.
-void throwIfCancellation(const QuillonError& error, const std::stop_token& stopToken) {
+void throwIfCancellation(const std::exception& error, const std::stop_token& stopToken) {
   throwIfStopRequested(stopToken);
+  if (dynamic_cast<const QuillonCancellationError*>(&error) != nullptr) throw QuillonCancellationError();
   const auto* const urlError = dynamic_cast<const QuillonURLError*>(&error);
   if (urlError != nullptr && urlError->code() == QuillonURLErrorCode::cancelled) throw QuillonCancellationError();
 }
@@ -253,13 +254,13 @@ VeskUpdateInstallerDownload VeskUpdateInstallerCoordinator::downloadArchive(
     const std::stop_token& stopToken) const {
   try {
     return fetchArchive(primaryURL, window, stopToken);
-  } catch (const QuillonError& error) {
+  } catch (const std::exception& error) {
     throwIfCancellation(error, stopToken);
   }
   if (!fallbackURL) throw VeskUpdateInstallerError(Code::downloadFailed);
   try {
     return fetchArchive(*fallbackURL, window, stopToken);
-  } catch (const QuillonError& error) {
+  } catch (const std::exception& error) {
     throwIfCancellation(error, stopToken);
     throw VeskUpdateInstallerError(Code::downloadFailed);
   }
@@ -409,7 +410,7 @@ QuillonURL VeskUpdateInstallerCoordinator::findSingleAppBundle(const QuillonURL&
       const QuillonURL current = std::move(waiting.back());
       waiting.pop_back();
       for (const std::string& name : fileManager_->contentsOfDirectory(current)) {
-        if (name == kAttributeFolderName) continue;
+        if (current == folder && name == kAttributeFolderName) continue;
         QuillonURL item = current.appendingPathComponent(name);
         if (equalIgnoringCase(item.pathExtension(), kBundleExtension)) {
           std::optional<QuillonURL> bundle =

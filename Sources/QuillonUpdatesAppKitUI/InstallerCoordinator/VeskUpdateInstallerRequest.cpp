@@ -1,5 +1,6 @@
 #include "QuillonUpdatesAppKitUI/InstallerCoordinator/VeskUpdateInstallerRequest.h"
 
+#include <cstddef>
 #include <string_view>
 #include <utility>
 
@@ -10,8 +11,10 @@
 namespace quillon {
 namespace {
 
+constexpr std::size_t kLongestFileName = 255;  // NAME_MAX of both platforms
+
 std::string fileNameOr(const std::string& fallback, std::string_view name) {
-  return isSinglePathComponent(name) ? std::string(name) : fallback;
+  return isSinglePathComponent(name) && name.size() <= kLongestFileName ? std::string(name) : fallback;
 }
 
 }  // namespace

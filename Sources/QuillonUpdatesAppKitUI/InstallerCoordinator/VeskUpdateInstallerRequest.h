@@ -31,7 +31,8 @@ struct VeskUpdateInstallerRequest {
 
   /// A request for the archive that a feed entry names as its `installerURL`; without a usable location there, one
   /// without `archiveURL`. The archive keeps the last component of that location as its name and the document is the
-  /// entry's `installerName`, where these are names of a file; what is none, such as "..", counts as missing.
+  /// entry's `installerName`, where these are names of a file; what is none, such as ".." or more than 255 bytes,
+  /// counts as missing.
   [[nodiscard]] static VeskUpdateInstallerRequest makeFromFeed(const QuillonPropertyListValue::Dictionary& feedEntry,
                                                                std::string applicationName,
                                                                const VeskUpdateInstallerRequestDefaults& defaults = {});

@@ -2,6 +2,7 @@
 
 #include <sys/stat.h>
 
+#include <algorithm>
 #include <optional>
 #include <string_view>
 #include <utility>
@@ -23,21 +24,29 @@ namespace {
 /// The longest target of a link, PATH_MAX without the NUL.
 constexpr std::uint64_t kLongestLinkTarget = 4095;
 
+void throwIfStopped(const std::stop_token& stop) {
+  if (stop.stop_requested()) throw QuillonCancellationError();
+}
+
+/// AppleDouble files are read whole, in both their forms.
 void checkAppleDoubleSizes(const ArchiveTree& tree, const std::vector<ZipEntry>& entries,
                            const ZipArchiveLimits& limits) {
   for (const ArchiveItem& item : tree.items()) {
-    if (item.appleDouble && entries[*item.appleDouble].size > limits.appleDoubleSize) {
-      throw ZipArchiveError::entry(entries[*item.appleDouble].path, "is too large for an AppleDouble file");
+    if (!item.appleDouble) continue;
+    const ZipEntry& file = entries[*item.appleDouble];
+    if (std::max(file.size, file.compressedSize) > limits.appleDoubleSize) {
+      throw ZipArchiveError::entry(file.path, "is too large for an AppleDouble file");
     }
   }
 }
 
 std::vector<LinkTarget> readLinkTargets(const ArchiveTree& tree, const std::vector<ZipEntry>& entries,
-                                        EntryReader& reader) {
+                                        EntryReader& reader, const std::stop_token& stop) {
   std::vector<LinkTarget> targets;
   for (std::size_t i = 0; i < tree.items().size(); ++i) {
     const ArchiveItem& item = tree.items()[i];
     if (item.kind != ZipEntryKind::symbolicLink) continue;
+    throwIfStopped(stop);
     const ZipEntry& entry = entries[*item.entry];
     if (entry.size == 0 || entry.size > kLongestLinkTarget || entry.compressedSize > 2 * kLongestLinkTarget) {
       throw ZipArchiveError::entry(entry.path, "is a symbolic link with a target of impossible length");
@@ -58,12 +67,15 @@ void extractArchive(const std::string& archivePath, const std::string& destinati
                     const std::stop_token& stop) {
   const ArchiveFile archive(archivePath);
   const std::vector<ZipEntry> entries = readZipDirectory(archive, limits);
+  throwIfStopped(stop);
   EntryReader reader(archive);
   constexpr std::size_t kMagicLength = 4;
-  const ArchiveTree tree(entries, limits.entries,
-                         [&](const ZipEntry& entry) { return isAppleDouble(reader.peek(entry, kMagicLength)); });
+  const ArchiveTree tree(entries, limits.entries, [&](const ZipEntry& entry) {
+    throwIfStopped(stop);
+    return isAppleDouble(reader.peek(entry, kMagicLength));
+  });
   checkAppleDoubleSizes(tree, entries, limits);
-  const std::vector<LinkTarget> targets = readLinkTargets(tree, entries, reader);
+  const std::vector<LinkTarget> targets = readLinkTargets(tree, entries, reader, stop);
 
   DestinationFolder folder(destination);
   ExtractionStage stage(folder.get());
@@ -73,7 +85,7 @@ void extractArchive(const std::string& archivePath, const std::string& destinati
   // Links come last, so that no file can be written through one.
   writer.makeLinks(targets);
   writer.finishFolders();
-  if (stop.stop_requested()) throw QuillonCancellationError();
+  throwIfStopped(stop);
   stage.moveIntoDestination(archive);
   folder.keep();
   writer.restrictFolders(folder.get());

@@ -3,6 +3,7 @@
 
 #include <cerrno>
 #include <filesystem>
+#include <new>
 #include <string>
 #include <utility>
 #include <vector>
@@ -326,6 +327,32 @@ TEST_F(VeskUpdateInstallerCoordinatorTest, AFallbackThatFailsTooIsDownloadFailed
   }
 }
 
+TEST_F(VeskUpdateInstallerCoordinatorTest, AFailureThatIsNotOfTheTransferIsFollowedByTheFallbackToo) {
+  const FakeInstallerNetworkClient::Answer outOfMemory =
+      [](const Handler&, const std::stop_token&) -> VeskUpdateInstallerDownload { throw std::bad_alloc(); };
+  VeskUpdateInstallerRequest request = world_.installerRequest();
+  world_.network->answers[kFirst] = outOfMemory;
+
+  EXPECT_EQ(world_.install(request), "downloadFailed");
+
+  request.fallbackArchiveURL = kSecondURL;
+  EXPECT_EQ(world_.install(request), "done");
+  world_.network->answers[kSecond] = outOfMemory;
+  EXPECT_EQ(world_.install(request), "downloadFailed");
+}
+
+TEST_F(VeskUpdateInstallerCoordinatorTest, ADownloadThatEndsWithACancellationDoesNotTryTheFallback) {
+  VeskUpdateInstallerRequest request = world_.installerRequest();
+  request.fallbackArchiveURL = kSecondURL;
+  world_.network->answers[kFirst] = [](const Handler&, const std::stop_token&) -> VeskUpdateInstallerDownload {
+    throw QuillonCancellationError();
+  };
+
+  EXPECT_EQ(world_.install(request), "cancelled");
+
+  EXPECT_THAT(world_.network->requested, ElementsAre(kFirst));
+}
+
 TEST_F(VeskUpdateInstallerCoordinatorTest, ACancelledFirstDownloadDoesNotTryTheFallback) {
   VeskUpdateInstallerRequest request = world_.installerRequest();
   request.fallbackArchiveURL = kSecondURL;
@@ -495,6 +522,7 @@ TEST_F(VeskUpdateInstallerCoordinatorTest, TwoApplicationsInAnyLetterCaseAreMult
                                                                  {"A.app/", "B.APP/"},
                                                                  {"A.App/", "B.aPP/"},
                                                                  {"A.app/", "Extras/B.app/"},
+                                                                 {"A.app/", "Extras/__MACOSX/B.app/"},
                                                                  {"One/A.app/", "Two/A.app/"}}) {
     archiveHolds(names);
 

@@ -77,6 +77,18 @@ TEST(VeskUpdateInstallerRequestTest, NamesThatLeaveTheFolderAreNotTaken) {
   }
 }
 
+TEST(VeskUpdateInstallerRequestTest, NamesThatNoFileSystemHasRoomForAreNotTaken) {
+  const std::string longest(255, 'a');
+
+  EXPECT_EQ(VeskUpdateInstallerRequest::makeFromFeed(entry("https://example.org/" + longest), "A").archiveFileName,
+            longest);
+  const auto request =
+      VeskUpdateInstallerRequest::makeFromFeed(entry("https://example.org/a" + longest, "a" + longest), "Example");
+
+  EXPECT_EQ(request.archiveFileName, "Update.zip");
+  EXPECT_EQ(request.installerFileName, "Installer.pkg");
+}
+
 TEST(VeskUpdateInstallerRequestTest, AnEncodedSlashInALocationLeadsNowhereElse) {
   const auto request =
       VeskUpdateInstallerRequest::makeFromFeed(entry("https://example.org/a/..%2F..%2Fetc%2Fcrontab"), "Example");

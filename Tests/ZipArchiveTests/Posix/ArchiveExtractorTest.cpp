@@ -326,6 +326,20 @@ TEST_F(ArchiveExtractorTest, AHugeAppleDoubleFileIsRefused) {
               HasSubstr("too large for an AppleDouble file"));
 }
 
+TEST_F(ArchiveExtractorTest, AnAppleDoubleFileWithHugeCompressedDataIsRefused) {
+  const ZipArchiveLimits limits{.appleDoubleSize = 400};
+  const std::string file = attributesFile();
+  ASSERT_LT(file.size(), 400U);
+  const std::string archive =
+      ZipArchiveBuilder()
+          .addFile("file")
+          .add(
+              {.name = "._file", .content = file, .method = 8, .data = testing::deflated(file) + std::string(400, 'x')})
+          .build();
+
+  EXPECT_THAT(refusal(archive, limits), HasSubstr("too large for an AppleDouble file"));
+}
+
 // Hostile archives.
 
 struct HostileCase {
@@ -425,6 +439,45 @@ std::vector<HostileCase> hostileItems() {
   };
 }
 
+/// An archive whose zip64 record is a byte shorter than all that it has to say.
+std::string withShortZip64Record() {
+  constexpr std::size_t kLength = 56;
+  std::string bytes = ZipArchiveBuilder().addFile("a").withZip64().build();
+  const std::size_t record = bytes.find("PK\6\6");
+  bytes.replace(record + 4, 8, littleEndian(kLength - 1 - 12, 8));
+  return bytes.erase(record + kLength - 1, 1);
+}
+
+/// Numbers that only the zip64 field has, which here has that value.
+std::vector<HostileCase> hostileZip64Numbers() {
+  constexpr std::uint32_t kMarker = 0xFFFFFFFF;
+  const std::string huge(8, '\xFF');
+  return {
+      {"HugeSizes",
+       withEntry({.name = "a",
+                  .content = "x",
+                  .extra = zipExtraField(1, huge + huge),
+                  .size = kMarker,
+                  .compressedSize = kMarker}),
+       "unpacks to more than"},
+      {"HugeCompressedSize",
+       withEntry(
+           {.name = "a", .content = "x", .method = 8, .extra = zipExtraField(1, huge), .compressedSize = kMarker}),
+       "reaches into the archive's directory"},
+      {"HugeLocalHeaderOffset",
+       withEntry({.name = "a", .content = "x", .extra = zipExtraField(1, huge), .localHeaderOffset = kMarker}),
+       "not where it should be"},
+      {"ShortZip64Field",
+       withEntry({.name = "a",
+                  .content = "x",
+                  .extra = zipExtraField(1, std::string(4, '\xFF')),
+                  .size = kMarker,
+                  .compressedSize = kMarker}),
+       "ends too early"},
+      {"ShortZip64Record", withShortZip64Record(), "contradict each other"},
+  };
+}
+
 std::vector<HostileCase> hostileStructures() {
   const std::string whole = ZipArchiveBuilder().addFile("first").addFile("second").build();
   return {
@@ -458,6 +511,7 @@ std::string caseName(const ::testing::TestParamInfo<HostileCase>& info) {
 
 INSTANTIATE_TEST_SUITE_P(Names, HostileArchiveTest, ::testing::ValuesIn(hostileNames()), caseName);
 INSTANTIATE_TEST_SUITE_P(Items, HostileArchiveTest, ::testing::ValuesIn(hostileItems()), caseName);
+INSTANTIATE_TEST_SUITE_P(Zip64Numbers, HostileArchiveTest, ::testing::ValuesIn(hostileZip64Numbers()), caseName);
 INSTANTIATE_TEST_SUITE_P(Structures, HostileArchiveTest, ::testing::ValuesIn(hostileStructures()), caseName);
 
 TEST_F(ArchiveExtractorTest, EveryTruncationIsRefused) {
@@ -523,6 +577,19 @@ TEST_F(ArchiveExtractorTest, ARequestToStopLeavesNothing) {
   EXPECT_THROW(extract({}, source.get_token()), QuillonCancellationError);
 
   EXPECT_EQ(treeSnapshot(destination_).size(), 2U);
+}
+
+TEST_F(ArchiveExtractorTest, ARequestToStopComesBeforeWhatEntriesHold) {
+  std::stop_source source;
+  source.request_stop();
+
+  for (const ZipArchiveBuilder& archive :
+       {ZipArchiveBuilder().addLink("a", "/etc"),
+        ZipArchiveBuilder().addFile("a").addFile("__MACOSX/._a", "no AppleDouble")}) {
+    writeArchive(archive.build());
+
+    EXPECT_THROW(extract({}, source.get_token()), QuillonCancellationError);
+  }
 }
 
 }  // namespace

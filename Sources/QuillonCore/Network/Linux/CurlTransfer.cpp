@@ -172,6 +172,7 @@ void CurlTransfer::waitForMore() {
   if (!gathered_.empty() && steady_clock::now() >= gatheredSince_ + kGatheringTime) deliverGathered();
   const auto quiet = std::chrono::duration_cast<milliseconds>(steady_clock::now() - lastArrival_);
   if (quiet >= request_.timeout) {
+    deliverGathered();
     throw urlFailure(QuillonURLErrorCode::timedOut, request_.url,
                      "nothing arrived for " + std::to_string(request_.timeout.count()) + " ms");
   }

@@ -239,6 +239,22 @@ TEST_F(CurlTransferFailureTest, AServerThatStallsInTheBodyTimesOut) {
   EXPECT_EQ(receiver_.body, "only this");
 }
 
+TEST_F(CurlTransferFailureTest, WhatArrivedIsHandedOnBeforeAShortTimeoutEnds) {
+  // A timeout below the time for which what arrives is gathered; a busy machine may not answer in it at once.
+  const MisbehavingServer server([](Connection& connection) {
+    (void)connection.readRequest();
+    connection.send("HTTP/1.1 200 OK\r\nContent-Length: 100\r\n\r\nonly this");
+    connection.waitUntilClosed();
+  });
+
+  for (int attempt = 0; attempt < 100 && receiver_.responseCount == 0; ++attempt) {
+    EXPECT_EQ(failureOf(server.url(), milliseconds(5)).code(), QuillonURLErrorCode::timedOut);
+  }
+
+  EXPECT_EQ(receiver_.responseCount, 1);
+  EXPECT_EQ(receiver_.body, "only this");
+}
+
 TEST_F(CurlTransferFailureTest, InterimResponsesAndTrailersAreNoResponses) {
   const MisbehavingServer server([](Connection& connection) {
     (void)connection.readRequest();
