@@ -61,7 +61,8 @@ bool isBlankResourceFork(std::string_view fork) {
   return fork.empty() || (fork.size() == kBlankLength && fork.substr(kTextOffset).starts_with(kText));
 }
 
-/// The attributes of one file. No two of them share bytes of it, so that they never take more memory than it does.
+/// The attributes of one file. Together they take no more bytes than it has: attributes that all point at the same ones
+/// would make a small file fill the memory.
 class AttributeList {
  public:
   explicit AttributeList(std::size_t fileLength) noexcept : room_(fileLength) {}
