@@ -71,10 +71,11 @@ VeskUpdateManualCheckCompletionResult VeskUpdateAlertPresenter::presentManualChe
     const VeskUpdateManualCheckCompletionInput& input) const {
   const std::optional<VeskUpdateAlert> alert = makeManualCheckCompletionAlert(input);
   if (!alert) return {};
-  const VeskUpdateAlertAnswer answer = alertRunner_->run(*alert);
+  const bool hasBetaToggle = input.updateCheckPerformedOK && input.shouldOfferBetaToggle;
+  const VeskUpdateAlertAnswer answer = run(*alert);
   VeskUpdateManualCheckCompletionResult result{
       .didPresentAlert = true, .shouldClearNoUpdatesFoundDialog = true, .selectedBetaToggleState = std::nullopt};
-  if (input.updateCheckPerformedOK && input.shouldOfferBetaToggle) {
+  if (hasBetaToggle) {
     result.selectedBetaToggleState = answer.isSuppressionCheckboxOn.value_or(false);
   }
   return result;
@@ -82,12 +83,12 @@ VeskUpdateManualCheckCompletionResult VeskUpdateAlertPresenter::presentManualChe
 
 void VeskUpdateAlertPresenter::presentUnableToCheckForUpdatesAlert(bool offline,
                                                                    const Bundle& localizationBundle) const {
-  run(makeUnableToCheckAlert(offline, localizationBundle));
+  static_cast<void>(run(makeUnableToCheckAlert(offline, localizationBundle)));
 }
 
 void VeskUpdateAlertPresenter::presentDownloadFailedAlert(const Bundle& localizationBundle,
                                                           const OptionalText& informativeText) const {
-  run(makeAlert(localizationBundle, VeskUpdateTexts::downloadFailed, informativeText.value_or("")));
+  static_cast<void>(run(makeAlert(localizationBundle, VeskUpdateTexts::downloadFailed, informativeText.value_or(""))));
 }
 
 VeskUpdateAlert VeskUpdateAlertPresenter::makeInstallationFailedAlert(const Bundle& localizationBundle,
@@ -99,7 +100,7 @@ VeskUpdateAlert VeskUpdateAlertPresenter::makeInstallationFailedAlert(const Bund
 
 void VeskUpdateAlertPresenter::presentInstallationFailedAlert(const Bundle& localizationBundle,
                                                               const OptionalText& informativeText) const {
-  run(makeInstallationFailedAlert(localizationBundle, informativeText));
+  static_cast<void>(run(makeInstallationFailedAlert(localizationBundle, informativeText)));
 }
 
 VeskUpdateAlert VeskUpdateAlertPresenter::makeManualUpdateAlert(const Bundle& localizationBundle,
@@ -116,9 +117,11 @@ void VeskUpdateAlertPresenter::presentManualUpdateAlert(const Bundle& localizati
                                                         const OptionalText& informativeText,
                                                         const QuillonURL& manualUpdateURL, Phase failurePhase) const {
   const Alert alert = makeManualUpdateAlert(localizationBundle, informativeText, failurePhase);
-  const VeskUpdateAlertAnswer answer = alertRunner_->run(alert);
+  // Copies: the host may destroy this presenter, and what it has called it with, while the alert is up.
+  const auto openPage = [openURL = openURL_, page = manualUpdateURL] { return openURL(page); };
+  const VeskUpdateAlertAnswer answer = run(alert);
   // A page that cannot be opened leaves the user where the alert found them: there is nothing else to offer.
-  if (answer.pressedButton == 0U) static_cast<void>(openURL_(manualUpdateURL));
+  if (answer.pressedButton == 0U) static_cast<void>(openPage());
 }
 
 VeskUpdateAlert VeskUpdateAlertPresenter::makeUpdateCancelledAlert(const Bundle& localizationBundle) const {
@@ -129,11 +132,13 @@ VeskUpdateAlert VeskUpdateAlertPresenter::makeUpdateCancelledAlert(const Bundle&
 }
 
 void VeskUpdateAlertPresenter::presentUpdateCancelledAlert(const Bundle& localizationBundle) const {
-  run(makeUpdateCancelledAlert(localizationBundle));
+  static_cast<void>(run(makeUpdateCancelledAlert(localizationBundle)));
 }
 
-void VeskUpdateAlertPresenter::run(const VeskUpdateAlert& alert) const {
-  static_cast<void>(alertRunner_->run(alert));
+VeskUpdateAlertAnswer VeskUpdateAlertPresenter::run(const VeskUpdateAlert& alert) const {
+  // A copy: the host may destroy this presenter while the alert is up.
+  const auto alertRunner = alertRunner_;
+  return alertRunner->run(alert);
 }
 
 }  // namespace quillon

@@ -15,6 +15,7 @@ enum class VeskUpdateManualUpdateFailurePhase { download, installation };
 
 /// The fixed alerts of an update. What begins with "make" gives the alert, what begins with "present" runs it and acts
 /// on the answer. On the main thread only; a presentation returns when the user has answered.
+/// The host may destroy this object while an alert is up.
 ///
 /// `informativeText` is the caller's: its control characters are taken out, and only an absent one is replaced by the
 /// alert's own text. An empty one is shown as it is.
@@ -56,8 +57,8 @@ class VeskUpdateAlertPresenter {
   void presentUpdateCancelledAlert(const VeskUpdateLocalizationBundle& localizationBundle) const;
 
  private:
-  /// Runs an alert whose answer changes nothing.
-  void run(const VeskUpdateAlert& alert) const;
+  /// Nothing of this presenter may be touched once an alert has run.
+  [[nodiscard]] VeskUpdateAlertAnswer run(const VeskUpdateAlert& alert) const;
 
   const OpenURL openURL_;
   const std::shared_ptr<VeskUpdateAlertRunning> alertRunner_;

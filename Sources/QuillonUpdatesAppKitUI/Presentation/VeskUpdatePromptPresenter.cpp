@@ -41,7 +41,12 @@ VeskUpdatePromptPresenter::~VeskUpdatePromptPresenter() {
 }
 
 void VeskUpdatePromptPresenter::present(const VeskUpdatePromptInput& input, ActionHandler actionHandler) {
-  while (promptWindow_) cancel();  // a handler can present another prompt when its own is cancelled
+  // A handler can present another prompt when its own is cancelled, or destroy this presenter.
+  const std::weak_ptr<VeskUpdatePromptPresenter*> self = self_;
+  while (promptWindow_) {
+    cancel();
+    if (self.expired()) return;
+  }
   const VeskUpdatePromptContent content = makeContent(input);
   promptWindow_ = windowMaker_->makePromptWindow(content, *this);
   displayedFeed_ = input.feed;

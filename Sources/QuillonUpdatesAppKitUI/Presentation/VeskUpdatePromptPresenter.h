@@ -31,7 +31,8 @@ class VeskUpdatePromptPresenter final : public VeskUpdatePromptWindowDelegate {
   VeskUpdatePromptPresenter(const VeskUpdatePromptPresenter&) = delete;
   VeskUpdatePromptPresenter& operator=(const VeskUpdatePromptPresenter&) = delete;
 
-  /// Builds the window and shows it. One that is still up is cancelled first.
+  /// Builds the window and shows it. One that is still up is cancelled first; when its handler destroys this presenter,
+  /// nothing is shown and `actionHandler` is never called.
   void present(const VeskUpdatePromptInput& input, ActionHandler actionHandler);
   /// Closes the window as its close control does: the action is `dismissed`. Nothing happens without a window.
   void cancel();
@@ -66,6 +67,8 @@ class VeskUpdatePromptPresenter final : public VeskUpdatePromptWindowDelegate {
   ActionHandler actionHandler_;
   /// A window is up and no button has answered.
   bool shouldRemindOnWindowClose_ = false;
+  /// Ends with this presenter, which a handler may destroy.
+  const std::shared_ptr<VeskUpdatePromptPresenter*> self_ = std::make_shared<VeskUpdatePromptPresenter*>(this);
 };
 
 }  // namespace quillon

@@ -1,9 +1,12 @@
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
+#include <functional>
 #include <memory>
 #include <optional>
 #include <string>
+#include <string_view>
+#include <utility>
 #include <vector>
 
 #include "QuillonUpdatesAppKitUI/Presentation/VeskUpdateAlertPresenter.h"
@@ -31,11 +34,14 @@ class RecordingAlertRunner final : public VeskUpdateAlertRunning {
  public:
   Answer run(const Alert& alert) override {
     alerts.push_back(alert);
+    if (onRun) onRun();
     return answer;
   }
 
   Answer answer{.pressedButton = 0, .isSuppressionCheckboxOn = std::nullopt};
   std::vector<Alert> alerts;
+  /// What the host does while the alert is up.
+  std::function<void()> onRun;
 };
 
 /// An alert with `buttons`; none for the platform's own.
@@ -256,6 +262,85 @@ TEST_F(VeskUpdateAlertPresenterTest, EveryTextButTheCheckboxComesFromTheUpdateTe
   EXPECT_EQ(alert->body, "Example ist aktuell.");
   EXPECT_EQ(alert->defaultButtonTitle, "Gut");
   EXPECT_EQ(alert->suppressionCheckbox->title, "Betaversionen");
+}
+
+TEST_F(VeskUpdateAlertPresenterTest, EachTextOfEachAlertComesFromTheUpdateTextsTable) {
+  const auto fromTable = [](std::string_view key) { return "QuillonUpdate:" + std::string(key); };
+  const auto alertFromTable = [&](std::string_view title, std::string_view body,
+                                  std::initializer_list<std::string_view> buttons = {}) {
+    Alert alert = alertOf(fromTable(title), fromTable(body));
+    for (const std::string_view button : buttons) alert.buttons.push_back(fromTable(button));
+    alert.defaultButtonTitle = fromTable("OK");
+    return alert;
+  };
+  const VeskUpdateLocalizationBundle texts(
+      [](std::string_view key, std::string_view table) { return std::string(table) + ':' + std::string(key); }, "en");
+
+  presenter_.presentUnableToCheckForUpdatesAlert(true, texts);
+  presenter_.presentUnableToCheckForUpdatesAlert(false, texts);
+  presenter_.presentInstallationFailedAlert(texts, std::nullopt);
+  presenter_.presentManualUpdateAlert(texts, std::nullopt, page_, Phase::download);
+  presenter_.presentManualUpdateAlert(texts, std::nullopt, page_, Phase::installation);
+  presenter_.presentUpdateCancelledAlert(texts);
+  presenter_.presentDownloadFailedAlert(texts, std::nullopt);
+
+  const std::string_view manualInstallation =
+      "The update could not be installed automatically. You can download and install it manually.";
+  Alert downloadFailed = alertFromTable("Download Failed", "");
+  downloadFailed.body = "";
+  EXPECT_THAT(
+      runner_->alerts,
+      ElementsAre(
+          alertFromTable("Unable to Check For Updates. Internet appears to be offline.", "Please try again later."),
+          alertFromTable("Unable to Check For Updates", "Please try again later."),
+          alertFromTable("Update Failed", manualInstallation, {"OK"}),
+          alertFromTable("Download Failed",
+                         "The automatic update could not be installed. You can download the update manually.",
+                         {"Update Manually", "Cancel"}),
+          alertFromTable("Update Failed", manualInstallation, {"Update Manually", "Cancel"}),
+          alertFromTable("Update Canceled",
+                         "The update was not installed. It will be offered again the next time you check for "
+                         "updates.",
+                         {"OK"}),
+          downloadFailed));
+}
+
+TEST_F(VeskUpdateAlertPresenterTest, TheHostMayDestroyThePresenterAndWhatItWasCalledWithWhileAnAlertIsUp) {
+  // Nobody but the presenter holds the runner.
+  auto runner = std::make_shared<RecordingAlertRunner>();
+  RecordingAlertRunner& running = *runner;
+  auto presenter = std::make_unique<VeskUpdateAlertPresenter>(
+      [this](const QuillonURL& url) {
+        opened_.push_back(url);
+        return true;
+      },
+      std::move(runner));
+  auto page = std::make_unique<QuillonURL>(page_);
+  running.onRun = [&] {
+    presenter.reset();
+    page.reset();
+  };
+
+  presenter->presentManualUpdateAlert(*texts_, std::nullopt, *page, Phase::download);
+
+  EXPECT_EQ(presenter, nullptr);
+  EXPECT_THAT(opened_, ElementsAre(page_));
+}
+
+TEST_F(VeskUpdateAlertPresenterTest, TheHostMayDestroyThePresenterWhileTheEndOfACheckIsTold) {
+  auto runner = std::make_shared<RecordingAlertRunner>();
+  RecordingAlertRunner& running = *runner;
+  auto presenter = std::make_unique<VeskUpdateAlertPresenter>(nullptr, std::move(runner));
+  auto input = std::make_unique<VeskUpdateManualCheckCompletionInput>(checkedInput());
+  input->shouldOfferBetaToggle = true;
+  running.answer.isSuppressionCheckboxOn = true;
+  running.onRun = [&] {
+    presenter.reset();
+    input.reset();
+  };
+
+  EXPECT_EQ(presenter->presentManualCheckCompletionAlert(*input), (Result{true, true, true}));
+  EXPECT_EQ(presenter, nullptr);
 }
 
 TEST_F(VeskUpdateAlertPresenterTest, ACallersTextKeepsItsLinesAndLosesItsControlCharacters) {

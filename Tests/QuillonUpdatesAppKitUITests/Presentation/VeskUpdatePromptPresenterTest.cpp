@@ -206,6 +206,17 @@ TEST_F(VeskUpdatePromptPresenterTest, TheHandlerMayDestroyThePresenter) {
   }
 }
 
+TEST_F(VeskUpdatePromptPresenterTest, TheHandlerOfAPromptThatGivesWayMayDestroyThePresenter) {
+  presenter_->present(promptInput(), [this](const Action&) { presenter_.reset(); });
+
+  present();
+
+  EXPECT_EQ(presenter_, nullptr);
+  EXPECT_EQ(maker_->windows.size(), 1U);
+  EXPECT_TRUE(window().isClosed());
+  EXPECT_THAT(actions_, IsEmpty());
+}
+
 TEST_F(VeskUpdatePromptPresenterTest, APresenterThatGoesAwayClosesItsWindowAndReportsNothing) {
   present();
 

@@ -139,7 +139,10 @@ class ProgressWindow final : public VeskUpdateProgressWindow {
   }
 
   void show() override { window_.present(); }
-  void close() override { window_.set_visible(false); }
+  void close() override {
+    stopAnimation();
+    window_.set_visible(false);
+  }
 
  private:
   template <typename Type>

@@ -26,9 +26,10 @@ WebKitSettings* makeSettings(bool allowsScripts) {
       FALSE, "allow-universal-access-from-file-urls", FALSE, "allow-top-navigation-to-data-urls", FALSE,
       "enable-developer-extras", FALSE, "enable-fullscreen", FALSE, "enable-html5-database", FALSE,
       "enable-html5-local-storage", FALSE, "enable-dns-prefetching", FALSE, "enable-media-stream", FALSE,
-      "enable-mediasource", FALSE, "enable-encrypted-media", FALSE, "enable-webaudio", FALSE, "enable-webgl", FALSE,
-      "enable-webrtc", FALSE, "enable-page-cache", FALSE, "enable-back-forward-navigation-gestures", FALSE,
-      "hardware-acceleration-policy", WEBKIT_HARDWARE_ACCELERATION_POLICY_NEVER, nullptr);
+      "enable-media", FALSE, "enable-mediasource", FALSE, "enable-encrypted-media", FALSE, "enable-webaudio", FALSE,
+      "enable-webgl", FALSE, "enable-webrtc", FALSE, "enable-page-cache", FALSE,
+      "enable-back-forward-navigation-gestures", FALSE, "hardware-acceleration-policy",
+      WEBKIT_HARDWARE_ACCELERATION_POLICY_NEVER, nullptr);
 }
 
 std::optional<VeskUpdatePromptNavigation> navigationOf(WebKitPolicyDecision* decision) {
@@ -117,6 +118,11 @@ gboolean denyFiles(WebKitWebView* /*view*/, WebKitFileChooserRequest* request, g
   return TRUE;
 }
 
+gboolean denyColours(WebKitWebView* /*view*/, WebKitColorChooserRequest* request, gpointer /*data*/) {
+  webkit_color_chooser_request_cancel(request);
+  return TRUE;
+}
+
 /// For signals whose handling consists in showing nothing.
 gboolean showNothing(WebKitWebView* /*view*/, gpointer /*what*/, gpointer /*data*/) {
   return TRUE;
@@ -137,6 +143,7 @@ void denyEverything(WebKitWebView* view, WebKitNetworkSession* session) {
   g_signal_connect(view, "query-permission-state", G_CALLBACK(denyPermissionState), nullptr);
   g_signal_connect(view, "authenticate", G_CALLBACK(denyPassword), nullptr);
   g_signal_connect(view, "run-file-chooser", G_CALLBACK(denyFiles), nullptr);
+  g_signal_connect(view, "run-color-chooser", G_CALLBACK(denyColours), nullptr);
   for (const char* signal : {"script-dialog", "print", "show-notification"}) {
     g_signal_connect(view, signal, G_CALLBACK(showNothing), nullptr);
   }
@@ -164,6 +171,7 @@ VeskUpdateGTKReleaseNotesView::VeskUpdateGTKReleaseNotesView(bool allowsScripts,
   WebKitNetworkSession* const session = webkit_network_session_new_ephemeral();
   webView_ = WEBKIT_WEB_VIEW(g_object_new(WEBKIT_TYPE_WEB_VIEW, "settings", settings, "network-session", session,
                                           "zoom-level", textScale(), nullptr));
+  g_object_ref_sink(webView_);
   denyEverything(webView_, session);
   g_signal_connect(webView_, "context-menu", G_CALLBACK(showNoMenu), nullptr);
   g_signal_connect(webView_, "decide-policy", G_CALLBACK(decidePolicy), &shouldNavigate_);
@@ -184,6 +192,14 @@ VeskUpdateGTKReleaseNotesView::VeskUpdateGTKReleaseNotesView(bool allowsScripts,
   gtk_stack_add_named(gobj(), GTK_WIDGET(webView_), kPage);
   g_object_unref(session);
   g_object_unref(settings);
+}
+
+VeskUpdateGTKReleaseNotesView::~VeskUpdateGTKReleaseNotesView() {
+  stop();
+  // The web engine may hold its view for longer than this one lives.
+  g_signal_handlers_disconnect_by_data(webView_, this);
+  g_signal_handlers_disconnect_by_data(webView_, &shouldNavigate_);
+  g_object_unref(webView_);
 }
 
 void VeskUpdateGTKReleaseNotesView::load(const std::optional<QuillonURL>& page) {

@@ -23,6 +23,9 @@ class VeskUpdateGTKReleaseNotesView final : public Gtk::Stack {
   using ShouldNavigate = std::function<bool(const VeskUpdatePromptNavigation&)>;
 
   VeskUpdateGTKReleaseNotesView(bool allowsScripts, ShouldNavigate shouldNavigate);
+  ~VeskUpdateGTKReleaseNotesView() override;
+  VeskUpdateGTKReleaseNotesView(const VeskUpdateGTKReleaseNotesView&) = delete;
+  VeskUpdateGTKReleaseNotesView& operator=(const VeskUpdateGTKReleaseNotesView&) = delete;
 
   /// Loads `page`; without one the placeholder stays.
   void load(const std::optional<QuillonURL>& page);
@@ -38,7 +41,7 @@ class VeskUpdateGTKReleaseNotesView final : public Gtk::Stack {
   void showPage();
 
   ShouldNavigate shouldNavigate_;
-  WebKitWebView* webView_ = nullptr;  // the stack's
+  WebKitWebView* webView_ = nullptr;  // a reference of this object's own
 };
 
 }  // namespace quillon

@@ -1,5 +1,6 @@
 #include "QuillonUpdatesAppKitUI/Presentation/Terminal/VeskUpdateTerminal.h"
 
+#include <algorithm>
 #include <ostream>
 #include <utility>
 
@@ -78,7 +79,7 @@ void VeskUpdateTerminal::printLines(std::string_view text) {
 void VeskUpdateTerminal::drawInPlace(std::string_view text) {
   if (!style_.drawsInPlace) return;
   // The last column stays free: writing there makes some terminals begin another line.
-  std::string line = cutToColumns(singleLineText(text), style_.columns - 1);
+  std::string line = cutToColumns(singleLineText(text), std::max<std::size_t>(style_.columns, 1) - 1);
   if (line == drawn_) return;
   drawn_ = std::move(line);
   output_ << kClearLine << drawn_ << std::flush;

@@ -8,6 +8,8 @@
 #include <utility>
 #include <vector>
 
+#include "QuillonCore/Text/QuillonPlainText.h"
+
 namespace quillon {
 namespace {
 
@@ -159,9 +161,9 @@ class ProgressWindow final : public VeskUpdateProgressWindow {
     const int tenth = percents / kPercentBetweenLines;
     if (lastPrintedPercent_ && tenth <= *lastPrintedPercent_ / kPercentBetweenLines) return;
     lastPrintedPercent_ = percents;
-    std::string text = title_;
+    std::string text = singleLineText(title_);
     if (fraction_) text += "  " + percent(*fraction_);
-    if (!isStatusHidden_) text += "  " + status_;
+    if (!isStatusHidden_) text += "  " + singleLineText(status_);
     terminal_->printLines(text);
   }
 

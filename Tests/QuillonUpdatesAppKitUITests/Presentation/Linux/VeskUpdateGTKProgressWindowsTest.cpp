@@ -59,7 +59,7 @@ class VeskUpdateGTKProgressWindowsTest : public ::testing::Test {
   void offer(std::function<void()> action) {
     makePresenter().showReadyToInstallAndRelaunch(window_, "Ready to Install", "Install and Relaunch",
                                                   std::move(action));
-    ASSERT_TRUE(desktop_.serveUntil([this] { return button().get_mapped() && button().get_width() > 0; }));
+    ASSERT_TRUE(desktop_.serveUntil([] { return button().get_mapped() && button().get_width() > 0; }));
   }
 
   [[nodiscard]] static Gtk::Window& onScreen() { return testing::onlyWindowOnScreen(); }
@@ -222,6 +222,16 @@ TEST_F(VeskUpdateGTKProgressWindowsTest, AWindowMayBeClosedTwiceAndUpdatedAfterw
   desktop_.serveWhatWaits();
 
   EXPECT_TRUE(testing::windowsOnScreen().empty());
+}
+
+TEST_F(VeskUpdateGTKProgressWindowsTest, AClosedWindowAnimatesNothing) {
+  const auto isAnimated = [this] { return g_main_context_find_source_by_user_data(nullptr, window_.get()) != nullptr; };
+  show();
+  ASSERT_TRUE(isAnimated());
+
+  makePresenter().hideProgressWindow(window_);
+
+  EXPECT_FALSE(isAnimated());
 }
 
 TEST_F(VeskUpdateGTKProgressWindowsTest, ContentThatIsGoneIsBuiltAgain) {

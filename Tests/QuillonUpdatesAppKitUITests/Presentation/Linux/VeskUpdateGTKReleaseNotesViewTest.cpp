@@ -199,6 +199,37 @@ TEST_F(VeskUpdateGTKReleaseNotesViewTest, WindowsDialogsAndPermissionsAreDeniedW
   EXPECT_THAT(server_.requests, Not(Contains("/popup")));
 }
 
+TEST_F(VeskUpdateGTKReleaseNotesViewTest, AClickThatAsksForAColourOpensNoDialog) {
+  // The title changes after the dialog was asked for.
+  server_.answers["/notes"] = {.body = R"(<!DOCTYPE html><title>Notes</title>
+    <input type=color style="position:fixed;inset:0;width:100%;height:100%"
+           onclick="setTimeout(() => { document.title = 'Clicked'; });">)"};
+  open("/notes", true);
+  ASSERT_TRUE(waitForPage());
+
+  ASSERT_TRUE(desktop_.clickUntil(*view_, [this] { return title() == "Clicked"; }));
+
+  EXPECT_EQ(testing::windowsOnScreen().size(), 1U);
+}
+
+TEST_F(VeskUpdateGTKReleaseNotesViewTest, AWebViewThatOutlivesTheViewAsksNobody) {
+  server_.answers["/notes"] = {.body = "<title>Notes</title>"};
+  server_.answers["/other"] = {.body = "<title>Other</title>"};
+  open("/notes");
+  ASSERT_TRUE(waitForPage());
+  const std::unique_ptr<WebKitWebView, decltype(&g_object_unref)> web(WEBKIT_WEB_VIEW(g_object_ref(view_->webView())),
+                                                                      g_object_unref);
+  asked_.clear();
+
+  window_.reset();
+  view_.reset();
+  webkit_web_view_load_uri(web.get(), server_.address("/other").c_str());
+
+  EXPECT_TRUE(desktop_.serveUntil(
+      [&] { return server_.requests.back() == "/other" && webkit_web_view_is_loading(web.get()) == FALSE; }));
+  EXPECT_THAT(asked_, IsEmpty());
+}
+
 TEST_F(VeskUpdateGTKReleaseNotesViewTest, APageWithinThePageIsAskedAboutAndADownloadIsNoPage) {
   server_.answers["/notes"] = {.body =
                                    "<title>Notes</title><iframe src=/archive></iframe><iframe src=/inner></iframe>"};

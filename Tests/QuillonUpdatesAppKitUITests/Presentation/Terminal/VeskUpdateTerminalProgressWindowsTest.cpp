@@ -101,6 +101,14 @@ TEST_F(VeskUpdateTerminalProgressWindowsTest, AFileGetsALineForEachStepAndEachTe
   EXPECT_EQ(takeOutput(), "Downloading  10 %  some\nDownloading  20 %  some\nExtracting\n");
 }
 
+TEST_F(VeskUpdateTerminalProgressWindowsTest, OfAFileTheLinesOfATextAreNoLinesOfTheirOwn) {
+  show(false);
+
+  update({.title = "Down\nloading", .statusText = "so\nme", .progressFraction = 0.25});
+
+  EXPECT_EQ(takeOutput(), "Down loading  25 %  so me\n");
+}
+
 TEST_F(VeskUpdateTerminalProgressWindowsTest, TheButtonIsAQuestionThatIsAnsweredOnce) {
   int presses = 0;
   show(true);

@@ -36,6 +36,14 @@ TEST_F(VeskUpdateTerminalTest, WhatIsDrawnInPlaceReplacesWhatWasDrawnBefore) {
   EXPECT_EQ(output_.str(), "\r\x1b[K10 %\r\x1b[K20 %\n");
 }
 
+TEST_F(VeskUpdateTerminalTest, ATerminalWithoutColumnsGetsNothingDrawn) {
+  VeskUpdateTerminal narrow(output_, {.drawsInPlace = true, .columns = 0});
+
+  narrow.drawInPlace("10 %");
+
+  EXPECT_EQ(output_.str(), "");
+}
+
 TEST_F(VeskUpdateTerminalTest, LinesStandAboveWhatIsDrawnInPlace) {
   terminal_->drawInPlace("10 %");
   terminal_->printLines("line");

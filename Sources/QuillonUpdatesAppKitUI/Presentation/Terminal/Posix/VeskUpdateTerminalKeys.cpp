@@ -118,7 +118,9 @@ bool VeskUpdateTerminalKeys::takeLine() {
     if (unread_.size() > 1) unread_.resize(1);  // the rest of a line means nothing
     return false;
   }
-  post(end == 0 ? VeskUpdateTerminal::kReturnKey : unread_.front());
+  const char first = unread_.front();
+  // Lines that some editors write end with "\r\n".
+  post(first == '\n' || first == '\r' ? VeskUpdateTerminal::kReturnKey : first);
   unread_.erase(0, end + 1);
   return true;
 }

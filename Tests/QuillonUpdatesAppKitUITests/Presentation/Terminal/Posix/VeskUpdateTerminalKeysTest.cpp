@@ -79,6 +79,21 @@ TEST_F(VeskUpdateTerminalKeysTest, OfAPipeTheFirstCharacterOfEachLineIsAKeyAndIt
   close(ends[0]);
 }
 
+TEST_F(VeskUpdateTerminalKeysTest, AnEmptyLineOfAScriptIsTheReturnKeyWhateverLinesEndWith) {
+  std::array<int, 2> ends{};
+  ASSERT_EQ(pipe(ends.data()), 0);
+  const VeskUpdateTerminalKeys keys(ends[0], terminal_, mainThread_);
+  const auto one = ask("1");
+  const auto all = ask("2\n");
+
+  type(ends[1], "\r\n2\r\n\n");
+  runKeys(3);
+
+  EXPECT_EQ(chosen_, "222");
+  close(ends[1]);
+  close(ends[0]);
+}
+
 TEST_F(VeskUpdateTerminalKeysTest, ALineOfAScriptWaitsForItsQuestion) {
   std::array<int, 2> ends{};
   ASSERT_EQ(pipe(ends.data()), 0);
