@@ -1,0 +1,26 @@
+#include "SampleApplication.h"
+
+#import <AppKit/AppKit.h>
+
+#include <memory>
+#include <utility>
+
+#import "Apple/SampleApplicationDelegate.h"
+#import "QuillonCore/Runtime/Apple/QuillonObjectReference.h"
+
+namespace sample {
+
+int runSampleApplication(const HostInformation& host) {
+  @autoreleasepool {
+    NSApplication* const application = [NSApplication sharedApplication];
+    const auto delegate = quillon::QuillonObjectReference<SampleApplicationDelegate>::adopt(
+        [[SampleApplicationDelegate alloc] initWithHost:host]);
+    [application setDelegate:delegate.get()];
+    [application setActivationPolicy:NSApplicationActivationPolicyRegular];
+    [application run];
+    [application setDelegate:nil];
+  }
+  return 0;
+}
+
+}  // namespace sample
