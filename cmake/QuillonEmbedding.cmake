@@ -1,13 +1,10 @@
 # Puts what an application needs to update itself into its bundle, on macOS; for projects that add this one by
 # add_subdirectory, and for the example.
 
-set(_QUILLON_SERVICE_INFORMATION "${CMAKE_CURRENT_LIST_DIR}/macos/LauncherService.Info.plist.in")
-cmake_path(GET CMAKE_CURRENT_LIST_DIR PARENT_PATH _QUILLON_SOURCE_FOLDER)
-
 # Puts Quillon's texts into the bundle of `application`, in every language. One key begins with the name of the
 # application, `name`.
 function(_quillon_embed_texts application name)
-  file(GLOB tables CONFIGURE_DEPENDS "${_QUILLON_SOURCE_FOLDER}/Resources/Texts/*.lproj/*.strings")
+  file(GLOB tables CONFIGURE_DEPENDS "${CMAKE_CURRENT_FUNCTION_LIST_DIR}/../Resources/Texts/*.lproj/*.strings")
   foreach(table IN LISTS tables)
     cmake_path(GET table PARENT_PATH language)
     cmake_path(GET language FILENAME language)
@@ -37,15 +34,21 @@ function(quillon_embed_updates application)
   if(NOT arg_BUNDLE_IDENTIFIER)
     message(FATAL_ERROR "quillon_embed_updates: BUNDLE_IDENTIFIER of ${application} is missing")
   endif()
+  if(NOT PROJECT_VERSION)
+    message(FATAL_ERROR "quillon_embed_updates: the project of ${application} has no VERSION, which the service takes over")
+  endif()
   if(arg_NAME)
     _quillon_embed_texts(${application} "${arg_NAME}")
   endif()
   set(QUILLON_SERVICE_IDENTIFIER "${arg_BUNDLE_IDENTIFIER}.Quillon.UpdateInstallerLauncherService")
   set(information "${CMAKE_CURRENT_BINARY_DIR}/${QUILLON_SERVICE_IDENTIFIER}.Info.plist")
-  configure_file("${_QUILLON_SERVICE_INFORMATION}" "${information}" @ONLY)
+  configure_file("${CMAKE_CURRENT_FUNCTION_LIST_DIR}/macos/LauncherService.Info.plist.in" "${information}" @ONLY)
   set(contents "$<TARGET_BUNDLE_CONTENT_DIR:${application}>")
   set(service "${contents}/XPCServices/${QUILLON_SERVICE_IDENTIFIER}.xpc/Contents")
+  # What is embedded is copied after linking: whatever of it changes, the application is linked again.
   add_dependencies(${application} QuillonUpdateInstaller QuillonUpdateInstallerLauncherService)
+  set_property(TARGET ${application} APPEND PROPERTY LINK_DEPENDS
+    "$<TARGET_FILE:QuillonUpdateInstaller>" "$<TARGET_FILE:QuillonUpdateInstallerLauncherService>" "${information}")
   add_custom_command(TARGET ${application} POST_BUILD
     COMMAND "${CMAKE_COMMAND}" -E make_directory "${service}/MacOS"
     COMMAND "${CMAKE_COMMAND}" -E copy "$<TARGET_FILE:QuillonUpdateInstaller>" "${contents}/MacOS/"
