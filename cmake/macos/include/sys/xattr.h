@@ -1,5 +1,5 @@
-// Declarations of what this project calls of the extended attributes, for building where the header is missing. On a Mac
-// the real one is used.
+// Declarations of what this project calls of the extended attributes, for building where the header is missing. On a
+// Mac the real one is used.
 #pragma once
 
 #include <sys/types.h>
