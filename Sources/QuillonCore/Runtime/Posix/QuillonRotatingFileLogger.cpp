@@ -16,6 +16,7 @@
 #include "QuillonCore/Runtime/Posix/QuillonFileLock.h"
 #include "QuillonCore/Runtime/Posix/QuillonPosixFileManager.h"
 #include "QuillonCore/Runtime/Posix/QuillonPosixPath.h"
+#include "QuillonCore/Runtime/Posix/WriteSignalShield.h"
 #include "QuillonCore/Runtime/QuillonLogLine.h"
 #include "QuillonCore/Values/QuillonError.h"
 
@@ -130,6 +131,7 @@ class QuillonRotatingFileLogger::File {
   }
 
   void write(const std::string& text) {
+    const WriteSignalShield shield;
     ssize_t written = 0;
     do {
       written = ::write(descriptor_.get(), text.data(), text.size());
