@@ -508,6 +508,31 @@ TEST_F(VeskUpdateInstallerCoordinatorTest, AnUnpackedFolderThatCannotBeListedIsA
   EXPECT_EQ(world_.install(world_.appBundleRequest()), "invalidArchive");
 }
 
+TEST_F(VeskUpdateInstallerCoordinatorTest, AFolderThatCannotBeListedBesideTheApplicationIsPassedOver) {
+  archiveHolds({"Example.app/", "Closed/Folder/"});
+  world_.files->closeFoldersNamed("Closed");
+
+  EXPECT_EQ(world_.install(world_.appBundleRequest()), "done");
+
+  EXPECT_TRUE(stagedApplication().ends_with("/Example.app"));
+}
+
+TEST_F(VeskUpdateInstallerCoordinatorTest, ItemsThatCannotBeLookedAtBesideTheApplicationArePassedOver) {
+  archiveHolds({"Example.app/", "Closed/Folder/"});
+  world_.files->closeItemsInFoldersNamed("Closed");
+
+  EXPECT_EQ(world_.install(world_.appBundleRequest()), "done");
+
+  EXPECT_TRUE(stagedApplication().ends_with("/Example.app"));
+}
+
+TEST_F(VeskUpdateInstallerCoordinatorTest, AnApplicationInAFolderThatIsClosedIsNotFound) {
+  archiveHolds({"Closed/Example.app/"});
+  world_.files->closeFoldersNamed("Closed");
+
+  EXPECT_EQ(world_.install(world_.appBundleRequest()), "noAppBundleFound");
+}
+
 TEST_F(VeskUpdateInstallerCoordinatorTest, AnArchiveWithoutApplicationIsNoAppBundleFound) {
   for (const auto& names : std::vector<std::vector<std::string>>{
            {}, {"Example.pkg"}, {"Example.app"}, {"Example/"}, {"__MACOSX/Example.app/"}, {".app/"}, {"app/"}}) {
