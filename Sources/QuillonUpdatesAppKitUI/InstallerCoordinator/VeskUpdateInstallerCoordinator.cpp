@@ -19,6 +19,7 @@
 #include "QuillonUpdatesAppKitUI/AppBundleReplacement/VeskAppBundleUpdateFailureReportStore.h"
 #include "QuillonUpdatesAppKitUI/AppBundleReplacement/VeskUpdateInstallerError.h"
 #include "QuillonUpdatesAppKitUI/InstallerCoordinator/VeskUpdateByteCountFormatting.h"
+#include "QuillonUpdatesAppKitUI/InstallerCoordinator/VeskUpdateWorkingFolderSafety.h"
 #include "QuillonUpdatesAppKitUI/Presentation/VeskUpdateReadyInstallConfirmation.h"
 
 namespace quillon {
@@ -380,6 +381,7 @@ VeskUpdateInstallerCoordinator::ArchivePlacement VeskUpdateInstallerCoordinator:
     removeFileIgnoringErrors(*fileManager_, archive);
     try {
       fileManager_->createDirectory(folder);
+      if (!VeskUpdateWorkingFolderSafety::isOutOfOthersReach(*fileManager_, folder)) continue;
       data.writeAtomically(*fileManager_, archive);
       return {.archiveURL = archive, .destinationFolderURL = folder};
     } catch (const QuillonSystemError&) {  // NOLINT(bugprone-empty-catch): the next folder may be better
@@ -399,7 +401,7 @@ void VeskUpdateInstallerCoordinator::unzipArchive(const ArchivePlacement& placem
   }
 }
 
-/// Throws launchFailed for a document that is not in the unpacked folder.
+/// Throws launchFailed for a document that is not in the unpacked folder, or that somebody else can have put there.
 QuillonURL VeskUpdateInstallerCoordinator::installerURL(const ArchivePlacement& placement,
                                                         const std::string& installerFileName) const {
   if (!isSinglePathComponent(installerFileName)) throw VeskUpdateInstallerError(Code::launchFailed);
@@ -407,9 +409,12 @@ QuillonURL VeskUpdateInstallerCoordinator::installerURL(const ArchivePlacement& 
   try {
     const std::optional<QuillonFileStatus> status = fileManager_->itemStatus(installer);
     const bool isLink = status && status->type == QuillonFileType::symbolicLink;
-    if (isLink &&
-        !VeskAppBundleFileSafety::contains(fileManager_->resolvingSymbolicLinks(placement.destinationFolderURL).path(),
-                                           fileManager_->resolvingSymbolicLinks(installer).path())) {
+    const QuillonURL document = isLink ? fileManager_->resolvingSymbolicLinks(installer) : installer;
+    if (isLink && !VeskAppBundleFileSafety::contains(
+                      fileManager_->resolvingSymbolicLinks(placement.destinationFolderURL).path(), document.path())) {
+      throw VeskUpdateInstallerError(Code::launchFailed);
+    }
+    if (!VeskUpdateWorkingFolderSafety::isOutOfOthersReach(*fileManager_, document)) {
       throw VeskUpdateInstallerError(Code::launchFailed);
     }
   } catch (const QuillonSystemError&) {
