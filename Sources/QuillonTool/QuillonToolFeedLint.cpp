@@ -18,11 +18,11 @@ namespace {
 
 constexpr std::string_view kHelp = R"(Usage: quillon feed lint [--strict] [--json] FILE...
 
-Checks every entry of the feeds in the files: unknown keys, values of a wrong
-type or form, ranges that admit nothing, addresses that are not https, entries
-that are never offered or that an earlier one shadows. For each finding prints
-the entry's number (from 1), the key, what a host does with it, and how to mend
-it.
+Checks every entry of the feeds in the files: unknown and repeated keys, values
+of a wrong type or form, ranges that admit nothing, addresses that are not
+https, entries that are never offered or that an earlier one shadows. For each
+finding prints the entry's number (from 1), the key, what a host does with it,
+and how to mend it.
 
 Options:
   --strict  Let warnings count: end with status 1 when there is one.
