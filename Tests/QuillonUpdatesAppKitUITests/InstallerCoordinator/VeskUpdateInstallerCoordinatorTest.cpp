@@ -24,7 +24,6 @@ using ::testing::ElementsAre;
 using ::testing::IsEmpty;
 using ::testing::Not;
 using ::testing::SizeIs;
-using ::testing::StartsWith;
 using Code = VeskUpdateInstallerError::Code;
 using Handler = VeskUpdateInstallerDownloadProgressHandler;
 using LaunchResult = VeskAppBundleReplacementLaunchResult;

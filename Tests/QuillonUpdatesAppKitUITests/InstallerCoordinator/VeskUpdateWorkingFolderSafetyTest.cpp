@@ -57,7 +57,7 @@ TEST_F(VeskUpdateWorkingFolderSafetyTest, AFolderThatAnotherUserMadeFirstIsNotNo
 }
 
 TEST_F(VeskUpdateWorkingFolderSafetyTest, AFolderThatOthersMayWriteToIsNot) {
-  for (const mode_t mode : {0775, 0757, 0777}) {
+  for (const mode_t mode : {0775U, 0757U, 0777U}) {
     ASSERT_EQ(chmod((temporary_ / "Example").c_str(), mode), 0);
 
     EXPECT_FALSE(isOutOfOthersReach(temporary_ / "Example/Installer")) << mode;
