@@ -21,6 +21,7 @@
 #include "QuillonCore/Values/QuillonError.h"
 #include "Support/ExtendedAttributes.h"
 #include "Support/FaultInjectingFileManager.h"
+#include "Support/ScopedFileLengthLimit.h"
 #include "Support/ScopedMount.h"
 #include "Support/TemporaryDirectory.h"
 
@@ -292,6 +293,15 @@ TEST_P(QuillonFileManagingContract, CopyOfASpecialFileFailsAndLeavesNothing) {
   ASSERT_EQ(mkfifo((folder / "tree/zfifo").c_str(), 0600), 0);
 
   expectPOSIXError(EINVAL, [&] { files->copyItem(url("tree"), url("copy")); });
+
+  EXPECT_FALSE(fs::exists(folder / "copy"));
+}
+
+TEST_P(QuillonFileManagingContract, CopyThatMayNotBeThatLongFailsAndLeavesNothing) {
+  writeFile(folder / "tree/file", std::string(2000, 'x'));
+  const testing::ScopedFileLengthLimit limit(1000);
+
+  expectPOSIXError(EFBIG, [&] { files->copyItem(url("tree"), url("copy")); });
 
   EXPECT_FALSE(fs::exists(folder / "copy"));
 }

@@ -3,6 +3,7 @@
 #include <functional>
 #include <memory>
 #include <optional>
+#include <string>
 #include <vector>
 
 #include "QuillonCore/Contracts/QuillonFileManaging.h"
@@ -24,6 +25,10 @@ class FaultInjectingFileManager final : public QuillonFileManaging {
   void beforeEveryChange(std::function<void()> action);
   /// Makes every change below `folder`, itself included, fail with the errno value `code`.
   void failChangesBelow(QuillonURL folder, int code);
+  /// Makes every folder of that name one that cannot be listed (EACCES), which no folder is to root.
+  void closeFoldersNamed(std::string name);
+  /// Makes every folder of that name one that can be listed, and whose items cannot be looked at (EACCES).
+  void closeItemsInFoldersNamed(std::string name);
   /// Answers with these folders instead of the user's own.
   void placeWorkingFolders(std::vector<QuillonURL> applicationSupport, QuillonURL temporary);
   [[nodiscard]] bool didFail() const noexcept { return didFail_; }
@@ -72,6 +77,8 @@ class FaultInjectingFileManager final : public QuillonFileManaging {
   std::function<void()> beforeEvery_;
   std::optional<QuillonURL> closedFolder_;
   int closedFolderCode_ = 0;
+  std::optional<std::string> unlistedName_;
+  std::optional<std::string> unsearchedName_;
   std::vector<QuillonURL> applicationSupport_;
   std::optional<QuillonURL> temporary_;
   mutable int changes_ = 0;

@@ -17,6 +17,7 @@
 #include "QuillonCore/Runtime/Posix/QuillonPosixPlatform.h"
 #include "QuillonCore/Runtime/Posix/QuillonPosixTreeCopy.h"
 #include "QuillonCore/Runtime/Posix/QuillonPosixTreeWalk.h"
+#include "QuillonCore/Runtime/Posix/WriteSignalShield.h"
 #include "QuillonCore/Values/QuillonError.h"
 #include "QuillonCore/Values/QuillonUUID.h"
 
@@ -102,6 +103,7 @@ std::string readUpTo(int descriptor, std::size_t limit, const QuillonURL& file) 
 }
 
 void writeAll(int descriptor, std::string_view bytes, const QuillonURL& file) {
+  const WriteSignalShield shield;
   while (!bytes.empty()) {
     const ssize_t count = write(descriptor, bytes.data(), bytes.size());
     if (count < 0 && errno == EINTR) continue;
@@ -372,6 +374,7 @@ void QuillonPosixFileManager::copyItem(const QuillonURL& item, const QuillonURL&
   if (fstatat(to.folder.get(), to.name.c_str(), &existing, AT_SYMLINK_NOFOLLOW) == 0) {
     throw QuillonSystemError::posix(EEXIST, "copy to", destination.path());
   }
+  const WriteSignalShield shield;
   try {
     copyTree(from.folder.get(), from.name.c_str(), to.folder.get(), to.name.c_str(), item.path());
   } catch (...) {
