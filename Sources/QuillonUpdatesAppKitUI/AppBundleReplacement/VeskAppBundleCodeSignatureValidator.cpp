@@ -137,17 +137,36 @@ void VeskAppBundleCodeSignatureValidator::checkExecutable(const InfoPlist& info,
   throw VeskUpdateInstallerError(Code::missingExecutable);
 }
 
-QuillonProcessResult VeskAppBundleCodeSignatureValidator::runTool(const std::vector<std::string>& arguments,
+QuillonProcessResult VeskAppBundleCodeSignatureValidator::runTool(std::vector<std::string> arguments,
+                                                                  const QuillonURL& bundle,
                                                                   const std::stop_token& stopToken) const {
+  const std::string path = fileManager_->pathForOtherPrograms(bundle);
+  requireBundleAt(path, bundle);
+  arguments.push_back(path);
   QuillonProcessResult result = processRunner_->run(codeSigningToolPath_, arguments, stopToken);
   // A tool that was killed has said nothing about the bundle.
   if (stopToken.stop_requested()) throw QuillonCancellationError();
+  requireBundleAt(path, bundle);
   return result;
+}
+
+void VeskAppBundleCodeSignatureValidator::requireBundleAt(const std::string& path, const QuillonURL& bundle) const {
+  try {
+    const auto shown = fileManager_->itemStatus(QuillonURL::fileURL(path));
+    const auto meant = fileManager_->itemStatus(bundle);
+    if (shown && meant && shown->identity == meant->identity) return;
+  } catch (const QuillonSystemError&) {  // NOLINT(bugprone-empty-catch): what cannot be compared is not the same
+  }
+  log(Message("the code signing tool is not shown the bundle")
+          .with("shownApp", path)
+          .with("stagedApp", bundle.path())
+          .text());
+  throw VeskUpdateInstallerError::signatureValidationFailed();
 }
 
 void VeskAppBundleCodeSignatureValidator::checkSignature(const QuillonURL& bundle,
                                                          const std::stop_token& stopToken) const {
-  const QuillonProcessResult result = runTool({"--verify", "--strict", "--deep", bundle.path()}, stopToken);
+  const QuillonProcessResult result = runTool({"--verify", "--strict", "--deep"}, bundle, stopToken);
   if (result.status == 0) return;
   log(Message("code signature verification failed")
           .with("status", result.status)
@@ -159,7 +178,7 @@ void VeskAppBundleCodeSignatureValidator::checkSignature(const QuillonURL& bundl
 
 void VeskAppBundleCodeSignatureValidator::checkTeam(const QuillonURL& bundle, const std::string& expectedTeam,
                                                     const std::stop_token& stopToken) const {
-  const QuillonProcessResult result = runTool({"-dv", "--verbose=4", bundle.path()}, stopToken);
+  const QuillonProcessResult result = runTool({"-dv", "--verbose=4"}, bundle, stopToken);
   if (result.status != 0) {
     log(Message("code signature metadata read failed")
             .with("status", result.status)

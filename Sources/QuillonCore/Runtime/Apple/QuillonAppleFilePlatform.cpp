@@ -68,6 +68,11 @@ std::string pathOfOpenDirectory(int descriptor) {
   return leadsTo(path, descriptor) ? path : currentPathOfOpenDirectory(descriptor);
 }
 
+bool otherProgramsTakePathsOfOpenDirectories() noexcept {
+  // codesign(1) begins with realpath(3), which looks at every folder on the way and finds none at "/.vol/<device>".
+  return false;
+}
+
 std::string currentPathOfOpenDirectory(int descriptor) {
   PathBuffer path{};
   return fcntl(descriptor, F_GETPATH, path.data()) == 0 ? std::string(path.data()) : std::string("…");

@@ -41,6 +41,10 @@ std::string pathOfOpenDirectory(int descriptor) {
   return "/proc/" + std::to_string(getpid()) + "/fd/" + std::to_string(descriptor);
 }
 
+bool otherProgramsTakePathsOfOpenDirectories() noexcept {
+  return true;
+}
+
 std::string currentPathOfOpenDirectory(int descriptor) {
   std::array<char, PATH_MAX> target{};
   const std::string link = "/proc/self/fd/" + std::to_string(descriptor);

@@ -266,6 +266,10 @@ QuillonURL QuillonPosixFileManager::resolvingSymbolicLinks(const QuillonURL& ite
   return QuillonURL::fileURL(resolved.data());
 }
 
+std::string QuillonPosixFileManager::pathForOtherPrograms(const QuillonURL& item) const {
+  return otherProgramsTakePathsOfOpenDirectories() ? item.path() : ordinaryPath(item.path());
+}
+
 std::unique_ptr<QuillonPinnedDirectory> QuillonPosixFileManager::pinDirectory(const QuillonURL& directory) const {
   if (directory.path() == "/") return std::make_unique<PinnedDirectory>(openDirectory("/", "open"));
   const QuillonPosixPlace place = openPlace(directory, "open");

@@ -18,6 +18,9 @@ namespace quillon {
 /// A path that leads to the folder open as `descriptor`, whatever it is called, for this process and its children.
 [[nodiscard]] std::string pathOfOpenDirectory(int descriptor);
 
+/// Whether every program resolves what pathOfOpenDirectory makes, while this process runs.
+[[nodiscard]] bool otherProgramsTakePathsOfOpenDirectories() noexcept;
+
 /// Where the folder open as `descriptor` is at present, for messages; "…" when the system cannot tell.
 [[nodiscard]] std::string currentPathOfOpenDirectory(int descriptor);
 
