@@ -137,8 +137,10 @@ int copyFileContents(int from, int to, std::uint64_t size) noexcept {
 }
 
 int synchronizeVolume(int folder) noexcept {
-  if (fsync_volume_np(folder, SYNC_VOLUME_FULLSYNC | SYNC_VOLUME_WAIT) == 0) return 0;
-  return errno == ENOTSUP ? 0 : errno;
+  // The error number itself is returned, and errno left alone: sync_volume_np(3).
+  const int code = fsync_volume_np(folder, SYNC_VOLUME_FULLSYNC | SYNC_VOLUME_WAIT);
+  const bool cannotFlush = code == ENOTSUP || code == ENOTTY || code == EINVAL;
+  return cannotFlush ? 0 : code;
 }
 
 }  // namespace quillon
