@@ -128,7 +128,10 @@ int removeQuarantineMark(int folder, const char* name, bool /*isFileOrDirectory*
 int copyExtendedAttributes(int from, int to) noexcept {
   // Access lists that a user made give nobody rights to what root installs.
   const copyfile_flags_t what = geteuid() == 0 ? COPYFILE_XATTR : COPYFILE_XATTR | COPYFILE_ACL;
-  return fcopyfile(from, to, nullptr, what) == 0 ? 0 : errno;
+  if (fcopyfile(from, to, nullptr, what) == 0) return 0;
+  // It goes on after an attribute that cannot be set, and says so at the end: com.apple.provenance is the system's own
+  // (EPERM), and some volumes know no attributes. Of an attribute that mattered the signature of the copy will tell.
+  return errno == EPERM || errno == ENOTSUP ? 0 : errno;
 }
 
 int copyFileContents(int from, int to, std::uint64_t size) noexcept {
