@@ -1,5 +1,6 @@
 #include <copyfile.h>
 #include <fcntl.h>
+#include <sys/acl.h>
 #include <sys/param.h>
 #include <sys/stat.h>
 #include <sys/xattr.h>
@@ -9,6 +10,7 @@
 #include <cerrno>
 #include <charconv>
 #include <cstdio>
+#include <memory>
 #include <string_view>
 #include <system_error>
 
@@ -112,6 +114,14 @@ int changeOwnerOfItem(int folder, const char* name, uid_t user, gid_t group) noe
   const FileDescriptor item(openat(folder, name, O_RDONLY | O_SYMLINK | O_NONBLOCK | O_CLOEXEC));
   if (!item) return errno;
   return fchown(item.get(), user, group) == 0 ? 0 : errno;
+}
+
+int restrictToMode(int folder) noexcept {
+  const std::unique_ptr<void, int (*)(void*)> nothing(acl_init(0), acl_free);
+  if (!nothing) return errno;
+  // A volume that keeps no access lists has inherited none.
+  if (acl_set_fd_np(folder, static_cast<acl_t>(nothing.get()), ACL_TYPE_EXTENDED) == 0 || errno == ENOTSUP) return 0;
+  return errno;
 }
 
 int removeQuarantineMark(int folder, const char* name, bool /*isFileOrDirectory*/) noexcept {

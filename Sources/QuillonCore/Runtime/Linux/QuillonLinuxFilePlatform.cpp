@@ -86,6 +86,10 @@ int changeOwnerOfItem(int folder, const char* name, uid_t user, gid_t group) noe
   return fchownat(folder, name, user, group, AT_SYMLINK_NOFOLLOW) == 0 ? 0 : errno;
 }
 
+int restrictToMode(int /*folder*/) noexcept {
+  return 0;  // the mode with which a folder is made is the mask of what it inherits
+}
+
 int removeQuarantineMark(int folder, const char* name, bool isFileOrDirectory) noexcept {
   if (!isFileOrDirectory) return 0;  // links and special files hold no user attributes
   // One call where the kernel has it (6.13). Any failure but the usual one is left to the older calls, which tell more.

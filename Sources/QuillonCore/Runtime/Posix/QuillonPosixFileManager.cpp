@@ -322,6 +322,9 @@ std::unique_ptr<QuillonPinnedDirectory> QuillonPosixFileManager::createPrivateDi
   if (status.st_uid != geteuid() || (status.st_mode & (S_IRWXG | S_IRWXO)) != 0) {
     throw QuillonSystemError::posix(ESTALE, "create", directory.path());
   }
+  if (const int code = restrictToMode(made.get()); code != 0) {
+    throw QuillonSystemError::posix(code, "close to others", directory.path());
+  }
   return std::make_unique<PinnedDirectory>(std::move(made));
 }
 
