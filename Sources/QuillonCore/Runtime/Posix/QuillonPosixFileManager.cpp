@@ -111,8 +111,9 @@ void writeAll(int descriptor, std::string_view bytes, const QuillonURL& file) {
 }
 
 void synchronize(int descriptor, const QuillonURL& item) {
-  // Volumes that cannot flush say EINVAL; there is nothing more to do for them.
-  if (fsync(descriptor) != 0 && errno != EINVAL) fail("flush", item);
+  // Volumes that cannot flush say EINVAL, and network volumes of macOS ENOTSUP of a folder; there is nothing more to do
+  // for them.
+  if (fsync(descriptor) != 0 && errno != EINVAL && errno != ENOTSUP) fail("flush", item);
 }
 
 class PinnedDirectory final : public QuillonPinnedDirectory {
