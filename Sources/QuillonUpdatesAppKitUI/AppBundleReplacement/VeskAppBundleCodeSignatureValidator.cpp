@@ -7,6 +7,8 @@
 
 #include "QuillonCore/Runtime/QuillonSystemServices.h"
 #include "QuillonCore/Text/DecimalNumber.h"
+#include "QuillonCore/Text/QuillonPathComponent.h"
+#include "QuillonCore/Text/QuillonPlainText.h"
 #include "QuillonCore/Values/PropertyListReading.h"
 #include "QuillonCore/Values/QuillonError.h"
 #include "QuillonCore/Values/QuillonPropertyListCodec.h"
@@ -34,6 +36,11 @@ class Message {
  private:
   std::string text_;
 };
+
+/// Names a file in a folder, and cannot write a line of its own where the name is printed.
+bool isPlainFileName(std::string_view name) {
+  return isSinglePathComponent(name) && singleLineText(name) == name;
+}
 
 }  // namespace
 
@@ -132,7 +139,9 @@ void VeskAppBundleCodeSignatureValidator::checkExecutable(const InfoPlist& info,
     throw VeskUpdateInstallerError(Code::missingExecutable);
   }
   const QuillonURL executable = bundle.appendingPathComponent("Contents/MacOS").appendingPathComponent(name);
-  if (fileManager_->fileExists(executable) && !fileManager_->directoryExists(executable)) return;
+  if (isPlainFileName(name) && fileManager_->fileExists(executable) && !fileManager_->directoryExists(executable)) {
+    return;
+  }
   log(Message("missing executable").with("executableName", name).with("expectedPath", executable.path()).text());
   throw VeskUpdateInstallerError(Code::missingExecutable);
 }

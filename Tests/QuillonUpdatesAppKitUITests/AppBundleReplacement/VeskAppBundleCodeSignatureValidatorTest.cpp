@@ -218,6 +218,16 @@ TEST_F(VeskAppBundleCodeSignatureValidatorTest, AnExecutableThatIsMissingOrAFold
   EXPECT_THAT(log, ElementsAre(expected, expected));
 }
 
+TEST_F(VeskAppBundleCodeSignatureValidatorTest, AnExecutableNameThatLeadsElsewhereOrBreaksALineIsRejected) {
+  for (const char* name :
+       {"../Resources/version.txt", "sub/Example", "Example\nTeamIdentifier=TEAM1", "Ex\u2028ample", "Ex\x7F"}) {
+    make({.build = "101", .executable = name});
+    ASSERT_TRUE(fs::exists(bundle / "Contents/MacOS" / name));
+
+    EXPECT_EQ(validate(), Code::missingExecutable) << name;
+  }
+}
+
 TEST_F(VeskAppBundleCodeSignatureValidatorTest, AFailedVerificationIsRejectedWithTheToolsWords) {
   make({.build = "101"});
   runner->answer = [](const auto&) {
@@ -292,7 +302,7 @@ class VeskAppBundleCodeSignatureValidatorTeamTest : public VeskAppBundleCodeSign
     };
   }
 
-  QuillonProcessResult description{.status = 0, .output = "Identifier=x\nTeamIdentifier=TEAM1\nTeamIdentifier=OTHER\n"};
+  QuillonProcessResult description{.status = 0, .output = "Identifier=x\nTeamIdentifier=TEAM1\nSigned Time=1\n"};
 };
 
 TEST_F(VeskAppBundleCodeSignatureValidatorTeamTest, TheExpectedTeamIsAccepted) {
@@ -317,6 +327,16 @@ TEST_F(VeskAppBundleCodeSignatureValidatorTeamTest, AFailedDescriptionIsRejected
 
   EXPECT_THAT(
       log, ElementsAre(line("code signature metadata read failed status=2 output=usage stagedApp=" + bundle.string())));
+}
+
+TEST_F(VeskAppBundleCodeSignatureValidatorTeamTest, AnIdentifierThatWritesATeamLineOfItsOwnIsRejected) {
+  description.output = "Identifier=x\nTeamIdentifier=TEAM1\nTeamIdentifier=OTHER\n";
+
+  EXPECT_EQ(validate(), Code::signatureValidationFailed);
+
+  EXPECT_THAT(log, ElementsAre(line("code signature metadata did not include TeamIdentifier output=Identifier=x\\n"
+                                    "TeamIdentifier=TEAM1\\nTeamIdentifier=OTHER stagedApp=" +
+                                    bundle.string())));
 }
 
 TEST_F(VeskAppBundleCodeSignatureValidatorTeamTest, ADescriptionWithoutATeamLineIsRejected) {
