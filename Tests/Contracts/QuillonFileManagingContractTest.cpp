@@ -199,6 +199,19 @@ TEST_P(QuillonFileManagingContract, PinsAFolderButNoLink) {
   EXPECT_THROW((void)files->pinDirectory(url("link")), QuillonSystemError);
 }
 
+TEST_P(QuillonFileManagingContract, OtherProgramsAreLedToTheItemOfAPinnedFolderThatWasRenamed) {
+  writeFile(folder / "folder/file", "x");
+  const auto pinned = files->pinDirectory(url("folder"));
+  fs::rename(folder / "folder", folder / "moved");
+  const QuillonURL file = pinned->url().appendingPathComponent("file");
+
+  const std::string path = files->pathForOtherPrograms(file);
+
+  EXPECT_EQ(files->itemStatus(QuillonURL::fileURL(path)), files->itemStatus(url("moved/file")));
+  EXPECT_FALSE(path.starts_with("/.vol/")) << "codesign(1) takes no such path";
+  EXPECT_EQ(files->pathForOtherPrograms(url("moved/file")), url("moved/file").path());
+}
+
 TEST_P(QuillonFileManagingContract, AtomicWriteReplacesAFileOrALinkAndLeavesNothingElse) {
   writeFile(folder / "target", "untouched");
   fs::create_symlink("target", folder / "file");

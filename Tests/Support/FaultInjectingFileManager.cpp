@@ -107,6 +107,10 @@ std::vector<std::string> FaultInjectingFileManager::contentsOfDirectory(const Qu
 QuillonURL FaultInjectingFileManager::resolvingSymbolicLinks(const QuillonURL& item) const {
   return real_->resolvingSymbolicLinks(item);
 }
+std::string FaultInjectingFileManager::pathForOtherPrograms(const QuillonURL& item) const {
+  return real_->pathForOtherPrograms(item);
+}
+
 std::unique_ptr<QuillonPinnedDirectory> FaultInjectingFileManager::pinDirectory(const QuillonURL& directory) const {
   return real_->pinDirectory(directory);
 }

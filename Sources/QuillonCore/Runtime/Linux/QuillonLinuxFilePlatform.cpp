@@ -41,6 +41,10 @@ std::string pathOfOpenDirectory(int descriptor) {
   return "/proc/" + std::to_string(getpid()) + "/fd/" + std::to_string(descriptor);
 }
 
+bool otherProgramsTakePathsOfOpenDirectories() noexcept {
+  return true;
+}
+
 std::string currentPathOfOpenDirectory(int descriptor) {
   std::array<char, PATH_MAX> target{};
   const std::string link = "/proc/self/fd/" + std::to_string(descriptor);
@@ -80,6 +84,10 @@ QuillonFileTimes fileTimes(const struct stat& status) noexcept {
 
 int changeOwnerOfItem(int folder, const char* name, uid_t user, gid_t group) noexcept {
   return fchownat(folder, name, user, group, AT_SYMLINK_NOFOLLOW) == 0 ? 0 : errno;
+}
+
+int restrictToMode(int /*folder*/) noexcept {
+  return 0;  // the mode with which a folder is made is the mask of what it inherits
 }
 
 int removeQuarantineMark(int folder, const char* name, bool isFileOrDirectory) noexcept {

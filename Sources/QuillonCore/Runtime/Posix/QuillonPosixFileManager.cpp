@@ -113,8 +113,9 @@ void writeAll(int descriptor, std::string_view bytes, const QuillonURL& file) {
 }
 
 void synchronize(int descriptor, const QuillonURL& item) {
-  // Volumes that cannot flush say EINVAL; there is nothing more to do for them.
-  if (fsync(descriptor) != 0 && errno != EINVAL) fail("flush", item);
+  // Volumes that cannot flush say EINVAL, and network volumes of macOS ENOTSUP of a folder; there is nothing more to do
+  // for them.
+  if (fsync(descriptor) != 0 && errno != EINVAL && errno != ENOTSUP) fail("flush", item);
 }
 
 class PinnedDirectory final : public QuillonPinnedDirectory {
@@ -268,6 +269,10 @@ QuillonURL QuillonPosixFileManager::resolvingSymbolicLinks(const QuillonURL& ite
   return QuillonURL::fileURL(resolved.data());
 }
 
+std::string QuillonPosixFileManager::pathForOtherPrograms(const QuillonURL& item) const {
+  return otherProgramsTakePathsOfOpenDirectories() ? item.path() : ordinaryPath(item.path());
+}
+
 std::unique_ptr<QuillonPinnedDirectory> QuillonPosixFileManager::pinDirectory(const QuillonURL& directory) const {
   if (directory.path() == "/") return std::make_unique<PinnedDirectory>(openDirectory("/", "open"));
   const QuillonPosixPlace place = openPlace(directory, "open");
@@ -319,6 +324,9 @@ std::unique_ptr<QuillonPinnedDirectory> QuillonPosixFileManager::createPrivateDi
   if (!made || fstat(made.get(), &status) != 0) fail("open", directory);
   if (status.st_uid != geteuid() || (status.st_mode & (S_IRWXG | S_IRWXO)) != 0) {
     throw QuillonSystemError::posix(ESTALE, "create", directory.path());
+  }
+  if (const int code = restrictToMode(made.get()); code != 0) {
+    throw QuillonSystemError::posix(code, "close to others", directory.path());
   }
   return std::make_unique<PinnedDirectory>(std::move(made));
 }
