@@ -8,6 +8,11 @@
 #undef NS_UNAVAILABLE
 #define NS_UNAVAILABLE __attribute__((unavailable))
 
+@interface NSBundle (FoundationAdditions)
+/// GNUstep's looks for no folder Contents.
++ (NSBundle*)bundleWithURL:(NSURL*)url;
+@end
+
 @interface NSData (FoundationAdditions)
 - (void)enumerateByteRangesUsingBlock:(void (^)(const void* bytes, NSRange range, BOOL* stop))block;
 @end

@@ -2,6 +2,19 @@
 
 #include <sys/utsname.h>
 
+// Methods that take the place of GNUstep's.
+#pragma clang diagnostic ignored "-Wobjc-protocol-method-implementation"
+
+@implementation NSBundle (FoundationAdditions)
+
++ (NSBundle*)bundleWithURL:(NSURL*)url {
+  NSString* const contents = [[url path] stringByAppendingPathComponent:@"Contents"];
+  const BOOL hasContents = [[NSFileManager defaultManager] fileExistsAtPath:contents];
+  return [self bundleWithPath:hasContents ? contents : [url path]];
+}
+
+@end
+
 @implementation NSData (FoundationAdditions)
 
 - (void)enumerateByteRangesUsingBlock:(void (^)(const void* bytes, NSRange range, BOOL* stop))block {
