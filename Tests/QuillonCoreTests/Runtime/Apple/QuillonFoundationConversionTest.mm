@@ -153,7 +153,7 @@ TEST(QuillonFoundationConversionTest, AnIntegerBeyondTheSignedOnesIsNone) {
 TEST(QuillonFoundationConversionTest, DatesAreRoundedToMicroseconds) {
   @autoreleasepool {
     EXPECT_EQ(fromPropertyListObject([NSDate dateWithTimeIntervalSince1970:-0.5]), Value(dateAt(-500'000)));
-    EXPECT_EQ(fromPropertyListObject([NSDate dateWithTimeIntervalSince1970:0.0000014]), Value(dateAt(1)));
+    EXPECT_EQ(fromPropertyListObject([NSDate dateWithTimeIntervalSince1970:0.0000016]), Value(dateAt(2)));
   }
 }
 
