@@ -12,9 +12,7 @@
 #include <cstdio>
 #include <string_view>
 #include <system_error>
-#include <utility>
 
-#include "QuillonCore/Runtime/Linux/QuillonLinuxBaseDirectory.h"
 #include "QuillonCore/Runtime/Posix/BufferedFileCopy.h"
 #include "QuillonCore/Runtime/Posix/QuillonPosixPlatform.h"
 
@@ -147,11 +145,6 @@ int copyFileContents(int from, int to, std::uint64_t size) noexcept {
 
 int synchronizeVolume(int folder) noexcept {
   return syncfs(folder) == 0 ? 0 : errno;
-}
-
-std::vector<QuillonURL> systemApplicationSupportDirectories() {
-  if (auto folder = baseDirectory("XDG_DATA_HOME", ".local/share")) return {*std::move(folder)};
-  return {};
 }
 
 }  // namespace quillon
