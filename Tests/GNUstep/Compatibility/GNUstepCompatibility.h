@@ -7,6 +7,8 @@
 
 #import <CoreFoundation/CoreFoundation.h>
 
+#import "XPCLoopback.h"
+
 typedef struct {
   NSInteger majorVersion;
   NSInteger minorVersion;
