@@ -68,9 +68,9 @@ namespace quillon::testing {
 /// What listeners are told of hosts.
 void setXPCLoopbackHostUser(uid_t user);
 
-/// Which of the two a host's connection hears first when its service is gone.
-enum class XPCLoopbackInterruption { handlerFirst, messagesFirst };
-void setXPCLoopbackInterruption(XPCLoopbackInterruption order);
+/// What hears of the end of a connection first: its own handler, or those of the messages that wait for a reply.
+enum class XPCLoopbackFailureOrder { connectionFirst, messagesFirst };
+void setXPCLoopbackFailureOrder(XPCLoopbackFailureOrder order);
 
 }  // namespace quillon::testing
 

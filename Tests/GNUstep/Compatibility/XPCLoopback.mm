@@ -30,7 +30,7 @@ using Interface = quillon::QuillonObjectReference<XPCLoopbackInterface>;
 using Listener = quillon::QuillonObjectReference<XPCLoopbackListener>;
 using Object = quillon::QuillonObjectReference<NSObject>;
 using ReplyBlock = void (^)(NSDictionary*);
-using quillon::testing::XPCLoopbackInterruption;
+using quillon::testing::XPCLoopbackFailureOrder;
 using quillon::testing::XPCLoopbackQueue;
 
 // Foundation's NSXPCConnectionInterrupted and NSXPCConnectionInvalid.
@@ -38,7 +38,7 @@ constexpr NSInteger kInterrupted = 4097;
 constexpr NSInteger kInvalid = 4099;
 
 std::atomic<uid_t> hostUser = getuid();
-std::atomic<XPCLoopbackInterruption> interruptionOrder = XPCLoopbackInterruption::handlerFirst;
+std::atomic<XPCLoopbackFailureOrder> failureOrder = XPCLoopbackFailureOrder::connectionFirst;
 
 /// The listeners of the processes that run, by the names of their services.
 struct Services {
@@ -305,8 +305,7 @@ struct XPCLoopbackListenerState {
   }
   [state_->listener.get() didEnd:self];
   state_->queue.finish([held = Connection::retain(self)] {
-    [held.get() failUnanswered:kInvalid];
-    [held.get() callHandler:held.get()->state_->invalidationHandler];
+    [held.get() fail:kInvalid handler:held.get()->state_->invalidationHandler];
     [held.get() letGo];
   });
   [peer.get() peerDidEnd];
@@ -332,13 +331,15 @@ struct XPCLoopbackListenerState {
     if (state_->isInvalidated || std::exchange(state_->isInterrupted, true)) return;
     state_->peer = {};
   }
-  state_->queue.post([held = Connection::retain(self)] { [held.get() wasInterrupted]; });
+  state_->queue.post([held = Connection::retain(self)] {
+    [held.get() fail:kInterrupted handler:held.get()->state_->interruptionHandler];
+  });
 }
 
-- (void)wasInterrupted {
-  if (interruptionOrder == XPCLoopbackInterruption::messagesFirst) [self failUnanswered:kInterrupted];
-  [self callHandler:state_->interruptionHandler];
-  [self failUnanswered:kInterrupted];
+- (void)fail:(NSInteger)code handler:(const Object&)handler {
+  if (failureOrder == XPCLoopbackFailureOrder::messagesFirst) [self failUnanswered:code];
+  if (handler) ((XPCLoopbackHandler)(id)handler.get())();
+  [self failUnanswered:code];
 }
 
 - (void)send:(Message)message {
@@ -423,10 +424,6 @@ struct XPCLoopbackListenerState {
   for (const auto& [request, message] : unanswered) {
     if (message.errorHandler) ((XPCLoopbackErrorHandler)(id)message.errorHandler.get())(error);
   }
-}
-
-- (void)callHandler:(const Object&)handler {
-  if (handler) ((XPCLoopbackHandler)(id)handler.get())();
 }
 
 - (void)letGo {
@@ -572,6 +569,6 @@ std::shared_ptr<XPCServiceProcess> XPCServiceProcess::start(const std::string& n
 
 void setXPCLoopbackHostUser(uid_t user) { hostUser = user; }
 
-void setXPCLoopbackInterruption(XPCLoopbackInterruption order) { interruptionOrder = order; }
+void setXPCLoopbackFailureOrder(XPCLoopbackFailureOrder order) { failureOrder = order; }
 
 }  // namespace quillon::testing
