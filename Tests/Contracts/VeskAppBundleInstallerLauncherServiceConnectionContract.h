@@ -8,6 +8,7 @@
 #include <functional>
 #include <latch>
 #include <memory>
+#include <mutex>
 #include <optional>
 #include <ostream>
 #include <string>
@@ -72,11 +73,19 @@ class VeskAppBundleInstallerLauncherServiceConnectionContract
     running_.reset();
   }
 
-  /// Also does what the test has set for the next callback.
+  /// The next callback, once it is written down, does this too.
+  void atNextCallback(std::function<void()> action) {
+    const std::lock_guard guard(lock_);
+    atNextCallback_ = std::move(action);
+  }
   void note(const std::string& callback) {
-    const auto called = std::exchange(whenCalled_, nullptr);
+    std::function<void()> action;
+    {
+      const std::lock_guard guard(lock_);
+      action.swap(atNextCallback_);
+    }
     callbacks_.push(callback);
-    if (called) called();
+    if (action) action();
   }
 
   static std::string textOf(const Result& result) {
@@ -152,7 +161,8 @@ class VeskAppBundleInstallerLauncherServiceConnectionContract
       "error " + std::to_string(kInstallerLauncherServiceConnectionInterrupted);
 
   testing::BlockingQueue<std::string> callbacks_;
-  std::function<void()> whenCalled_;
+  std::mutex lock_;
+  std::function<void()> atNextCallback_;  // guarded by lock_
   testing::LauncherServiceEnd service_;
   std::optional<testing::LauncherService> running_;
   std::shared_ptr<VeskAppBundleInstallerLauncherServiceConnection> connection_;
@@ -199,7 +209,7 @@ TEST_P(VeskAppBundleInstallerLauncherServiceConnectionContract, EachRequestHasIt
 TEST_P(VeskAppBundleInstallerLauncherServiceConnectionContract, CallbacksRunOnAThreadOfTheConnection) {
   std::thread::id thread;
   const Request request = launchAndReceive();
-  whenCalled_ = [&] { thread = std::this_thread::get_id(); };
+  atNextCallback([&] { thread = std::this_thread::get_id(); });
 
   sayEverything(request);
 
@@ -302,7 +312,7 @@ TEST_P(VeskAppBundleInstallerLauncherServiceConnectionContract, NothingIsDeliver
 TEST_P(VeskAppBundleInstallerLauncherServiceConnectionContract, WhatWaitsIsNotDeliveredAfterInvalidation) {
   const Request request = launchAndReceive();
   testing::BlockingQueue<bool> goOn;
-  whenCalled_ = [&goOn] { goOn.pop(); };
+  atNextCallback([&goOn] { goOn.pop(); });
   sayEverything(request);
   EXPECT_EQ(callbacks_.pop(), "handoffStarted");
 
@@ -314,10 +324,10 @@ TEST_P(VeskAppBundleInstallerLauncherServiceConnectionContract, WhatWaitsIsNotDe
 
 TEST_P(VeskAppBundleInstallerLauncherServiceConnectionContract, InvalidatingInACallbackDropsWhatCameAfter) {
   const Request request = launchAndReceive();
-  whenCalled_ = [this] {
+  atNextCallback([this] {
     connection_->invalidate();
     callbacks_.push("invalidated");
-  };
+  });
 
   sayEverything(request);
 
@@ -369,10 +379,10 @@ TEST_P(VeskAppBundleInstallerLauncherServiceConnectionContract, WhatAServiceSays
 
 TEST_P(VeskAppBundleInstallerLauncherServiceConnectionContract, ACallbackMayLetTheLastOwnerGo) {
   const Request request = launchAndReceive();
-  whenCalled_ = [this] {
+  atNextCallback([this] {
     connection_.reset();
     callbacks_.push("gone");
-  };
+  });
 
   reply(request, Result::launched());
 
@@ -383,10 +393,10 @@ TEST_P(VeskAppBundleInstallerLauncherServiceConnectionContract, ACallbackMayLetT
 
 TEST_P(VeskAppBundleInstallerLauncherServiceConnectionContract, TheErrorHandlerMayLetTheLastOwnerGo) {
   const Request request = launchAndReceive();
-  whenCalled_ = [this] {
+  atNextCallback([this] {
     connection_.reset();
     callbacks_.push("gone");
-  };
+  });
 
   running_->crash();
 
@@ -425,7 +435,7 @@ TEST_P(VeskAppBundleInstallerLauncherServiceConnectionContract, ADroppedReplyMay
 
 TEST_P(VeskAppBundleInstallerLauncherServiceConnectionContract, ACallbackMaySendTheNextRequest) {
   const Request first = launchAndReceive();
-  whenCalled_ = [this] { EXPECT_TRUE(launch()); };
+  atNextCallback([this] { EXPECT_TRUE(launch()); });
 
   reply(first, Result::launched());
   reply(service_.nextRequest(), Result::helperUnavailable());
