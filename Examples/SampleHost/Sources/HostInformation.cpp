@@ -1,29 +1,23 @@
 #include "HostInformation.h"
 
 #include <cstdlib>
-#include <filesystem>
 #include <stdexcept>
 #include <string_view>
 
 #include "QuillonCore/Runtime/QuillonBundleInformation.h"
 #include "QuillonCore/Text/QuillonPathComponent.h"
+#include "RunningBundle.h"
 
 namespace sample {
-namespace {
 
 using quillon::QuillonURL;
 
-/// X.app for a program at X.app/Contents/MacOS/Program. On macOS, ask NSBundle for the main bundle instead.
-QuillonURL runningBundle() {
-  const std::filesystem::path program = std::filesystem::canonical("/proc/self/exe");
-  return QuillonURL::fileURL(program.parent_path().parent_path().parent_path().string());
-}
-
-}  // namespace
-
 HostInformation HostInformation::ofRunningApplication(const quillon::QuillonFileManaging& files) {
   const QuillonURL bundle = runningBundle();
-  const auto text = [&](std::string_view key) { return quillon::bundleInformationText(files, bundle, key); };
+  const auto text = [&](std::string_view key) {
+    const auto value = quillon::bundleInformationText(files, bundle, key);
+    return value == "" ? std::nullopt : value;  // an empty entry says nothing
+  };
   const auto identifier = text("CFBundleIdentifier");
   const auto feed = QuillonURL::parse(text("QuillonUpdateFeedURL").value_or(""));
   if (!identifier || !feed) throw std::runtime_error("No application that updates itself: " + bundle.path());

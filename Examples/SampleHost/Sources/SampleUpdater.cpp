@@ -8,7 +8,6 @@
 #include "AttemptNotingLauncher.h"
 #include "QuillonCore/Network/QuillonSystemURLTransfers.h"
 #include "QuillonCore/Network/QuillonURLSessionNetworkClient.h"
-#include "QuillonCore/Runtime/QuillonPreferredLanguages.h"
 #include "QuillonCore/Runtime/QuillonSystemClock.h"
 #include "QuillonCore/Runtime/QuillonSystemLogging.h"
 #include "QuillonCore/Runtime/QuillonSystemServices.h"
@@ -67,10 +66,10 @@ SampleUpdater::SampleUpdater(HostInformation host, UpdateWindows windows, Update
       windows_(std::move(windows)),
       callbacks_(std::move(callbacks)),
       files_(makeSystemFileManager()),
-      networkClient_(std::make_shared<QuillonURLSessionNetworkClient>(makeSystemURLTransfers())),
+      networkClient_(std::make_shared<QuillonURLSessionNetworkClient>(makeSharedURLTransfers())),
       timers_(std::make_shared<QuillonTimerThread>()),
       logger_(makeSystemLogger({.identifier = host_.identifier})),
-      texts_(std::make_shared<VeskUpdateLocalizationBundle>(files_, host_.bundle, preferredLanguages())),
+      texts_(makeSystemLocalizationBundle(host_.bundle)),
       progress_(
           std::make_shared<VeskUpdateProgressWindowPresenter>(windows_.progressWindows, files_, host_.bundle, texts_)),
       launcher_(makeUpdateLauncher(*files_, host_.bundle, timers_)),
@@ -188,7 +187,7 @@ void SampleUpdater::offer(const VeskUpdateFeedEntry& entry, const std::string& i
   input.applicationName = host_.name;
   input.applicationVersion = host_.version;
   input.applicationBuild = host_.build;
-  input.applicationLogoImageName = "Logo";
+  input.applicationLogoImageName = windows_.logoImageName;
   input.localizationBundle = texts_;
   // Later, because the prompt is in the middle of closing when it calls.
   prompt_.present(input, [later = laterOnMainThread()](const VeskUpdatePromptAction& action) {

@@ -31,6 +31,8 @@ struct UpdateWindows {
   std::shared_ptr<quillon::VeskUpdateProgressWindowMaking> progressWindows;
   std::shared_ptr<quillon::VeskUpdatePromptWindowMaking> prompts;
   std::shared_ptr<quillon::VeskUpdateAlertRunning> alerts;
+  /// What the toolkit shows beside an offer, in its own words.
+  std::string logoImageName;
 };
 
 /// What an updater wants of its application. Called on the main thread.

@@ -12,8 +12,9 @@ using Policy = VeskUpdatePromptNavigationPolicy;
 
 /// Links to files would start programs, and the others mean nothing outside of the page.
 constexpr std::array<std::string_view, 5> kSchemesOfNoLink{"file", "javascript", "data", "blob", "about"};
-/// Those after the first two have no content but the page's own.
-constexpr std::array<std::string_view, 5> kSchemesOfPage{"http", "https", "about", "data", "blob"};
+constexpr std::array<std::string_view, 3> kSchemesOfPage{"http", "https", "file"};
+/// These have no content but the page's own.
+constexpr std::array<std::string_view, 3> kSchemesOfFrame{"about", "data", "blob"};
 
 constexpr std::int64_t kFirstErrorStatus = 400;
 
@@ -31,10 +32,13 @@ VeskUpdatePromptNavigationPolicy promptNavigationPolicy(const VeskUpdatePromptNa
   if (navigation.isLinkActivated) {
     return isAmong(kSchemesOfNoLink, scheme) ? Policy::cancel : Policy::openWithWorkspace;
   }
-  if (navigation.url->isFileURL()) {
-    return releaseNotesURL && releaseNotesURL->isFileURL() ? Policy::allow : Policy::cancel;
-  }
-  return isAmong(kSchemesOfPage, scheme) ? Policy::allow : Policy::cancel;
+  if (navigation.url->isFileURL() && !(releaseNotesURL && releaseNotesURL->isFileURL())) return Policy::cancel;
+  if (isPromptPage(navigation.url)) return Policy::allow;
+  return !navigation.replacesPage && isAmong(kSchemesOfFrame, scheme) ? Policy::allow : Policy::cancel;
+}
+
+bool isPromptPage(const std::optional<QuillonURL>& url) noexcept {
+  return url && isAmong(kSchemesOfPage, url->scheme());
 }
 
 bool showsPromptNavigationAnswer(const VeskUpdatePromptNavigationAnswer& answer) noexcept {

@@ -74,6 +74,28 @@ INSTANTIATE_TEST_SUITE_P(
                       NavigationCase{"ToAnotherApplicationsScheme", kPage, false, "x-evil:run", Policy::cancel}),
     nameOf);
 
+TEST(VeskUpdatePromptNavigationTest, NothingButAPageTakesThePlaceOfThePage) {
+  const auto policyOfPage = [](const char* url) {
+    return promptNavigationPolicy({.replacesPage = true, .url = QuillonURL::parse(url)}, QuillonURL::parse(kPage));
+  };
+
+  EXPECT_EQ(policyOfPage("https://cdn.example.org/notes.html"), Policy::allow);
+  EXPECT_EQ(policyOfPage("http://example.org/notes.html"), Policy::allow);
+  for (const char* url : {"about:blank", "data:text/html,x", "blob:https://example.org/1", "file:///etc/passwd"}) {
+    EXPECT_EQ(policyOfPage(url), Policy::cancel) << url;
+  }
+}
+
+TEST(VeskUpdatePromptNavigationTest, APageIsOfTheWebOrOfThisMachine) {
+  for (const char* url : {"https://example.org/", "http://example.org/", "file:///usr/share/notes.html"}) {
+    EXPECT_TRUE(isPromptPage(QuillonURL::parse(url))) << url;
+  }
+  for (const char* url : {"about:blank", "data:text/html,x", "blob:https://example.org/1", "ftp://example.org/"}) {
+    EXPECT_FALSE(isPromptPage(QuillonURL::parse(url))) << url;
+  }
+  EXPECT_FALSE(isPromptPage(std::nullopt));
+}
+
 TEST(VeskUpdatePromptNavigationTest, APageThatTheServerRefusesIsNotShownButItsPartsAre) {
   EXPECT_TRUE(showsPromptNavigationAnswer({.isPage = true, .canBeShown = true, .httpStatusCode = 200}));
   EXPECT_TRUE(showsPromptNavigationAnswer({.isPage = true, .canBeShown = true}));

@@ -21,7 +21,9 @@ WKWebView* makeWebView(BOOL allowsScripts) {
 std::optional<VeskUpdatePromptNavigation> navigationOf(WKNavigationAction* action) {
   NSURL* const location = [[action request] URL];
   VeskUpdatePromptNavigation navigation;
+  // Scripts follow links in the same way; WebKit does not tell the two apart.
   navigation.isLinkActivated = [action navigationType] == WKNavigationTypeLinkActivated;
+  navigation.replacesPage = [[action targetFrame] isMainFrame] == YES;
   if (location == nil) return navigation;
   navigation.url = quillon::fromNSURL(location);
   return navigation.url ? std::optional(navigation) : std::nullopt;
@@ -93,7 +95,8 @@ VeskUpdatePromptNavigationAnswer answerOf(WKNavigationResponse* navigationRespon
 
 - (void)webView:(WKWebView*)webView didCommitNavigation:(WKNavigation*)navigation {
   (void)navigation;
-  [webView setHidden:NO];
+  NSURL* const location = [webView URL];
+  [webView setHidden:location == nil || !quillon::isPromptPage(quillon::fromNSURL(location))];
 }
 
 - (void)webViewWebContentProcessDidTerminate:(WKWebView*)webView {

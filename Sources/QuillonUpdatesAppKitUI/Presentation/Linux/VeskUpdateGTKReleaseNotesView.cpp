@@ -37,6 +37,8 @@ std::optional<VeskUpdatePromptNavigation> navigationOf(WebKitPolicyDecision* dec
       webkit_navigation_policy_decision_get_navigation_action(WEBKIT_NAVIGATION_POLICY_DECISION(decision));
   const char* const text = webkit_uri_request_get_uri(webkit_navigation_action_get_request(action));
   VeskUpdatePromptNavigation navigation;
+  // What is redirected is mostly the page; of other navigations the web engine does not say.
+  navigation.replacesPage = webkit_navigation_action_is_redirect(action) != FALSE;
   // A script can follow a link as well, but it is no user.
   navigation.isLinkActivated =
       webkit_navigation_action_get_navigation_type(action) == WEBKIT_NAVIGATION_TYPE_LINK_CLICKED &&
@@ -55,24 +57,11 @@ bool mayBeShown(WebKitPolicyDecision* decision) {
        .httpStatusCode = webkit_uri_response_get_status_code(webkit_response_policy_decision_get_response(response))});
 }
 
-/// Frames within a page may be empty or have their content in their address; what is shown as the page may not.
-bool isOfPage(const char* address) {
-  const std::optional<QuillonURL> url = QuillonURL::parse(address == nullptr ? "" : address);
-  return url && (url->scheme() == "http" || url->scheme() == "https" || url->isFileURL());
-}
-
-bool isRedirectElsewhere(WebKitPolicyDecision* decision) {
-  WebKitNavigationAction* const action =
-      webkit_navigation_policy_decision_get_navigation_action(WEBKIT_NAVIGATION_POLICY_DECISION(decision));
-  return webkit_navigation_action_is_redirect(action) != FALSE &&
-         !isOfPage(webkit_uri_request_get_uri(webkit_navigation_action_get_request(action)));
-}
-
 bool mayGoOn(const View::ShouldNavigate& shouldNavigate, WebKitPolicyDecision* decision,
              WebKitPolicyDecisionType type) {
   if (type == WEBKIT_POLICY_DECISION_TYPE_RESPONSE) return mayBeShown(decision);
   const std::optional<VeskUpdatePromptNavigation> navigation = navigationOf(decision);
-  if (!navigation || !shouldNavigate || isRedirectElsewhere(decision)) return false;
+  if (!navigation || !shouldNavigate) return false;
   if (type == WEBKIT_POLICY_DECISION_TYPE_NAVIGATION_ACTION) return shouldNavigate(*navigation);
   // There is no other window. A link that asks for one is a link like any other.
   if (navigation->isLinkActivated) static_cast<void>(shouldNavigate(*navigation));
@@ -82,8 +71,9 @@ bool mayGoOn(const View::ShouldNavigate& shouldNavigate, WebKitPolicyDecision* d
 /// An empty document, of which no server has said anything, stands for a redirect that leads nowhere.
 bool hasPage(WebKitWebView* view) {
   WebKitWebResource* const resource = webkit_web_view_get_main_resource(view);
-  return resource != nullptr && webkit_web_resource_get_response(resource) != nullptr &&
-         isOfPage(webkit_web_view_get_uri(view));
+  const char* const address = webkit_web_view_get_uri(view);
+  return resource != nullptr && webkit_web_resource_get_response(resource) != nullptr && address != nullptr &&
+         isPromptPage(QuillonURL::parse(address));
 }
 
 gboolean decidePolicy(WebKitWebView* /*view*/, WebKitPolicyDecision* decision, WebKitPolicyDecisionType type,

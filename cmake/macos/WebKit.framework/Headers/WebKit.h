@@ -29,6 +29,7 @@ typedef NS_ENUM(NSInteger, WKNavigationType) {
 } API_AVAILABLE(macos(10.10));
 
 @interface WKFrameInfo : NSObject
+@property(nonatomic, readonly, getter=isMainFrame) BOOL mainFrame;
 @end
 
 @interface WKNavigationAction : NSObject
@@ -70,6 +71,7 @@ typedef NS_ENUM(NSInteger, WKNavigationType) {
 
 @interface WKWebView : NSView
 @property(nullable, nonatomic, weak) id<WKNavigationDelegate> navigationDelegate;
+@property(nullable, nonatomic, readonly, copy) NSURL* URL;
 - (instancetype)initWithFrame:(CGRect)frame
                 configuration:(WKWebViewConfiguration*)configuration NS_DESIGNATED_INITIALIZER;
 - (nullable instancetype)initWithCoder:(NSCoder*)coder NS_DESIGNATED_INITIALIZER;

@@ -9,6 +9,7 @@
 #include <memory>
 #include <sstream>
 #include <string>
+#include <utility>
 
 #include "QuillonUpdatesAppKitUI/Presentation/Terminal/Posix/VeskUpdateTerminalKeys.h"
 #include "Support/ManualMainThread.h"
@@ -43,6 +44,28 @@ class PseudoTerminal {
   int program = -1;
 };
 
+/// A script whose writer is the test. Made before the keys that are read from it: nothing may close what a thread
+/// reads.
+class ScriptPipe {
+ public:
+  ScriptPipe() { EXPECT_EQ(pipe(ends_.data()), 0); }
+  ~ScriptPipe() {
+    close(ends_[0]);
+    closeWriting();
+  }
+  ScriptPipe(const ScriptPipe&) = delete;
+  ScriptPipe& operator=(const ScriptPipe&) = delete;
+
+  [[nodiscard]] int reading() const { return ends_[0]; }
+  [[nodiscard]] int writing() const { return ends_[1]; }
+  void closeWriting() {
+    if (ends_[1] >= 0) close(std::exchange(ends_[1], -1));
+  }
+
+ private:
+  std::array<int, 2> ends_{-1, -1};
+};
+
 void type(int descriptor, const std::string& text) {
   ASSERT_EQ(write(descriptor, text.data(), text.size()), static_cast<ssize_t>(text.size()));
 }
@@ -64,42 +87,36 @@ class VeskUpdateTerminalKeysTest : public ::testing::Test {
 };
 
 TEST_F(VeskUpdateTerminalKeysTest, OfAPipeTheFirstCharacterOfEachLineIsAKeyAndItsEndTheEndOfInput) {
-  std::array<int, 2> ends{};
-  ASSERT_EQ(pipe(ends.data()), 0);
-  const VeskUpdateTerminalKeys keys(ends[0], terminal_, mainThread_);
+  ScriptPipe script;
+  const VeskUpdateTerminalKeys keys(script.reading(), terminal_, mainThread_);
   const auto one = ask("1");
   const auto all = ask("2\n\x04");
 
-  type(ends[1], "2 please\n\n");
-  close(ends[1]);
+  type(script.writing(), "2 please\n\n");
+  script.closeWriting();
   runKeys(3);
 
   EXPECT_EQ(chosen_, "222");
   EXPECT_TRUE(terminal_->didInputEnd());
-  close(ends[0]);
 }
 
 TEST_F(VeskUpdateTerminalKeysTest, AnEmptyLineOfAScriptIsTheReturnKeyWhateverLinesEndWith) {
-  std::array<int, 2> ends{};
-  ASSERT_EQ(pipe(ends.data()), 0);
-  const VeskUpdateTerminalKeys keys(ends[0], terminal_, mainThread_);
+  ScriptPipe script;
+  const VeskUpdateTerminalKeys keys(script.reading(), terminal_, mainThread_);
   const auto one = ask("1");
   const auto all = ask("2\n");
 
-  type(ends[1], "\r\n2\r\n\n");
+  type(script.writing(), "\r\n2\r\n\n");
   runKeys(3);
 
   EXPECT_EQ(chosen_, "222");
-  close(ends[1]);
-  close(ends[0]);
 }
 
 TEST_F(VeskUpdateTerminalKeysTest, ALineOfAScriptWaitsForItsQuestion) {
-  std::array<int, 2> ends{};
-  ASSERT_EQ(pipe(ends.data()), 0);
-  const VeskUpdateTerminalKeys keys(ends[0], terminal_, mainThread_);
-  type(ends[1], "1\nx\n2\n3");
-  close(ends[1]);
+  ScriptPipe script;
+  const VeskUpdateTerminalKeys keys(script.reading(), terminal_, mainThread_);
+  type(script.writing(), "1\nx\n2\n3");
+  script.closeWriting();
 
   auto question = ask("1");
   runKeys(1);
@@ -110,7 +127,6 @@ TEST_F(VeskUpdateTerminalKeysTest, ALineOfAScriptWaitsForItsQuestion) {
 
   EXPECT_EQ(chosen_, "1233");
   EXPECT_EQ(mainThread_->waitingCount(), 0U);
-  close(ends[0]);
 }
 
 TEST_F(VeskUpdateTerminalKeysTest, OfATerminalEachKeyCountsWithoutEchoWhileAQuestionIsOpen) {
@@ -167,15 +183,12 @@ TEST_F(VeskUpdateTerminalKeysTest, WhoeverStopsReadingPutsTheTerminalBack) {
 TEST_F(VeskUpdateTerminalKeysTest, ATerminalIsDrawnInAtItsWidthAndAPipeIsNot) {
   const PseudoTerminal pseudo;
   setenv("TERM", "xterm", 1);
-  std::array<int, 2> ends{};
-  ASSERT_EQ(pipe(ends.data()), 0);
+  ScriptPipe script;
 
   EXPECT_TRUE(terminalStyle(pseudo.program).drawsInPlace);
   EXPECT_EQ(terminalStyle(pseudo.program).columns, 132U);
-  EXPECT_FALSE(terminalStyle(ends[1]).drawsInPlace);
-  EXPECT_EQ(terminalStyle(ends[1]).columns, 80U);
-  close(ends[0]);
-  close(ends[1]);
+  EXPECT_FALSE(terminalStyle(script.writing()).drawsInPlace);
+  EXPECT_EQ(terminalStyle(script.writing()).columns, 80U);
 }
 
 }  // namespace

@@ -1,4 +1,4 @@
-#include "SampleWindow.h"
+#include "Linux/SampleWindow.h"
 
 namespace sample {
 
