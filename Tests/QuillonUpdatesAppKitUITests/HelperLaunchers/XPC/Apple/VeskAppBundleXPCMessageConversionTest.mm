@@ -21,14 +21,26 @@ TEST(VeskAppBundleXPCMessageConversionTest, ValuesKeepTheirKinds) {
   }
 }
 
-TEST(VeskAppBundleXPCMessageConversionTest, WhatIsNoPropertyListCountsAsEmpty) {
+TEST(VeskAppBundleXPCMessageConversionTest, AValueThatCannotBeConvertedIsThereWithoutAType) {
+  using Value = QuillonPropertyListValue;
   @autoreleasepool {
-    NSDictionary* const foreign = [NSDictionary dictionaryWithObject:[NSNull null] forKey:@"result"];
-    NSDictionary* const withoutTextAsKey = [NSDictionary dictionaryWithObject:@"launched"
-                                                                       forKey:[NSNumber numberWithInt:1]];
+    NSArray* const foreignWithin = [NSArray arrayWithObjects:@"TEAM", [NSNull null], nil];
+    NSDictionary* const message =
+        [NSDictionary dictionaryWithObjectsAndKeys:@"launched", @"result", [NSNull null], @"launchUserName",
+                                                   foreignWithin, @"expectedTeamIdentifier", nil];
 
-    EXPECT_TRUE(receivedXPCMessage(foreign).empty());
-    EXPECT_TRUE(receivedXPCMessage(withoutTextAsKey).empty());
+    EXPECT_EQ(receivedXPCMessage(message), (Value::Dictionary{{"result", Value("launched")},
+                                                              {"launchUserName", Value(Value::Array{})},
+                                                              {"expectedTeamIdentifier", Value(Value::Array{})}}));
+  }
+}
+
+TEST(VeskAppBundleXPCMessageConversionTest, WhatHasAnotherKeyThanTextCountsAsEmpty) {
+  @autoreleasepool {
+    NSDictionary* const message = [NSDictionary
+        dictionaryWithObjectsAndKeys:@"launched", @"result", @"launched", [NSNumber numberWithInt:1], nil];
+
+    EXPECT_TRUE(receivedXPCMessage(message).empty());
     EXPECT_TRUE(receivedXPCMessage(nil).empty());
   }
 }
