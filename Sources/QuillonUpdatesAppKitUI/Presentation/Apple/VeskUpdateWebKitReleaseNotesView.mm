@@ -8,13 +8,29 @@
 using quillon::VeskUpdatePromptNavigation;
 using quillon::VeskUpdatePromptNavigationAnswer;
 
+/// A web view without its own menu, where "Open Link" goes to the link as if no user had asked for it.
+@interface VeskUpdateReleaseNotesWebView : WKWebView
+@end
+
+@implementation VeskUpdateReleaseNotesWebView
+
+- (void)willOpenMenu:(NSMenu*)menu withEvent:(NSEvent*)event {
+  (void)event;
+  [menu removeAllItems];
+}
+
+@end
+
 namespace {
 
 WKWebView* makeWebView(BOOL allowsScripts) {
   WKWebViewConfiguration* const configuration = quillon::autoreleased([[WKWebViewConfiguration alloc] init]);
   [configuration setWebsiteDataStore:[WKWebsiteDataStore nonPersistentDataStore]];
   [[configuration defaultWebpagePreferences] setAllowsContentJavaScript:allowsScripts];
-  return quillon::autoreleased([[WKWebView alloc] initWithFrame:NSZeroRect configuration:configuration]);
+  WKWebView* const webView = quillon::autoreleased([[VeskUpdateReleaseNotesWebView alloc] initWithFrame:NSZeroRect
+                                                                                          configuration:configuration]);
+  [webView setAllowsLinkPreview:NO];  // a preview leads to its link in the same way
+  return webView;
 }
 
 /// Absent when the navigation leads to what is no URL.
