@@ -31,9 +31,11 @@ constexpr NSInteger kDescriptionLines = 4;
 
 constexpr NSWindowStyleMask kStyle = NSWindowStyleMaskTitled | NSWindowStyleMaskClosable | NSWindowStyleMaskResizable;
 
-/// What the content of a window can be on the main screen, at most `size`.
+/// What the content of a window can be on the main screen, at most `size`; `size` where there is no screen.
 NSSize sizeOnScreen(const VeskUpdatePromptWindowSize& size) {
-  const NSRect screen = [NSWindow contentRectForFrameRect:[[NSScreen mainScreen] visibleFrame] styleMask:kStyle];
+  NSScreen* const mainScreen = [NSScreen mainScreen];
+  if (mainScreen == nil) return NSMakeSize(size.width, size.height);
+  const NSRect screen = [NSWindow contentRectForFrameRect:[mainScreen visibleFrame] styleMask:kStyle];
   return NSMakeSize(MIN(size.width, NSWidth(screen)), MIN(size.height, NSHeight(screen)));
 }
 
@@ -100,8 +102,10 @@ NSView* makeReleaseNotes(const VeskUpdatePromptContent& content, NSView* page) {
   [page setAccessibilityIdentifier:identifierNSString(Identifiers::releaseNotesView)];
   [page setAccessibilityLabel:singleLineNSString(content.releaseNotesTitle)];
   [[[page heightAnchor] constraintGreaterThanOrEqualToConstant:kSmallestPageHeight] setActive:YES];
-  NSView* const column = makeStack([NSArray arrayWithObjects:label, page, nil],
-                                   NSUserInterfaceLayoutOrientationVertical, NSLayoutAttributeLeading, kSpacing / 2);
+  NSStackView* const column =
+      makeStack([NSArray arrayWithObjects:label, page, nil], NSUserInterfaceLayoutOrientationVertical,
+                NSLayoutAttributeLeading, kSpacing / 2);
+  [column setDistribution:NSStackViewDistributionFill];  // the page takes what is left over
   fillWidth(page, column);
   return column;
 }
@@ -125,6 +129,8 @@ NSStackView* makeButtons(const VeskUpdatePromptContent& content, id target) {
   NSButton* const dismiss =
       makeButton(Identifiers::dismissButton, content.dismissButtonTitle, target, @selector(dismissButtonPressed:));
   [dismiss setKeyEquivalent:keyOf(Button::dismiss, content)];
+  // What is left over goes between the gravity areas: the buttons hold on to their widths more.
+  [row setHuggingPriority:NSLayoutPriorityDefaultLow - 1 forOrientation:NSLayoutConstraintOrientationHorizontal];
   [row addView:dismiss inGravity:NSStackViewGravityLeading];
   NSButton* const remindLater = makeButton(Identifiers::remindLaterButton, content.remindLaterButtonTitle, target,
                                            @selector(remindLaterButtonPressed:));
@@ -154,6 +160,7 @@ void fill(NSWindow* window, const VeskUpdatePromptContent& content, NSView* page
   NSStackView* const buttons = makeButtons(content, target);
   NSStackView* const column = makeStack([NSArray arrayWithObjects:heading, releaseNotes, buttons, nil],
                                         NSUserInterfaceLayoutOrientationVertical, NSLayoutAttributeLeading, kSpacing);
+  [column setDistribution:NSStackViewDistributionFill];
   [column setTranslatesAutoresizingMaskIntoConstraints:NO];
   [around addSubview:column];
   [window setInitialFirstResponder:defaultButtonOf(buttons)];
