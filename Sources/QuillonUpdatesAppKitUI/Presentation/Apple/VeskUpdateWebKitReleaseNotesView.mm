@@ -23,6 +23,8 @@ using quillon::VeskUpdatePromptNavigationAnswer;
 
 namespace {
 
+constexpr CGFloat kPlaceholderSize = 48;  // points
+
 WKWebView* makeWebView(BOOL allowsScripts) {
   WKWebViewConfiguration* const configuration = quillon::autoreleased([[WKWebViewConfiguration alloc] init]);
   [configuration setWebsiteDataStore:[WKWebsiteDataStore nonPersistentDataStore]];
@@ -31,6 +33,18 @@ WKWebView* makeWebView(BOOL allowsScripts) {
                                                                                           configuration:configuration]);
   [webView setAllowsLinkPreview:NO];  // a preview leads to its link in the same way
   return webView;
+}
+
+NSView* makePlaceholder() {
+  NSImageView* const view = quillon::autoreleased([[NSImageView alloc] initWithFrame:NSZeroRect]);
+  NSImageSymbolConfiguration* const size = [NSImageSymbolConfiguration configurationWithPointSize:kPlaceholderSize
+                                                                                           weight:NSFontWeightRegular];
+  [view setImage:[[NSImage imageWithSystemSymbolName:@"doc.text"
+                            accessibilityDescription:nil] imageWithSymbolConfiguration:size]];
+  [view setContentTintColor:[NSColor tertiaryLabelColor]];
+  [view setAccessibilityElement:NO];
+  [view setAutoresizingMask:NSViewWidthSizable | NSViewHeightSizable];
+  return view;
 }
 
 /// Absent when the navigation leads to what is no URL.
@@ -64,6 +78,10 @@ VeskUpdatePromptNavigationAnswer answerOf(WKNavigationResponse* navigationRespon
   self = [super initWithFrame:NSZeroRect];
   if (self != nil) {
     shouldNavigate_ = std::move(shouldNavigate);
+    // A plain view is none of the elements that assistive technology is told of.
+    [self setAccessibilityElement:YES];
+    [self setAccessibilityRole:NSAccessibilityGroupRole];
+    [self addSubview:makePlaceholder()];    // behind the page, which covers it
     webView_ = makeWebView(allowsScripts);  // a subview, which this view keeps
     [webView_ setAutoresizingMask:NSViewWidthSizable | NSViewHeightSizable];
     [webView_ setNavigationDelegate:self];
