@@ -7,6 +7,7 @@
 #include <cerrno>
 #include <vector>
 
+#include "QuillonCore/Runtime/Posix/WriteSignalShield.h"
 #include "QuillonCore/Values/QuillonError.h"
 
 namespace quillon {
@@ -63,6 +64,7 @@ std::string readFileRangeUpTo(const FileDescriptor& file, std::uint64_t offset, 
 }
 
 void writeFileRange(const FileDescriptor& file, std::uint64_t offset, std::string_view bytes) {
+  const WriteSignalShield shield;
   while (!bytes.empty()) {
     const ssize_t count = pwrite(file.get(), bytes.data(), bytes.size(), static_cast<off_t>(offset));
     if (count < 0 && errno == EINTR) continue;
@@ -87,6 +89,7 @@ void copyFileRange(const FileDescriptor& from, std::uint64_t fromOffset, std::ui
 }
 
 void setFileLength(const FileDescriptor& file, std::uint64_t length) {
+  const WriteSignalShield shield;
   if (ftruncate(file.get(), static_cast<off_t>(length)) != 0) {
     throw QuillonSystemError::posix(errno, "set the length of", "a file");
   }

@@ -14,6 +14,7 @@
 
 #include "CodeSignature/CodeSignatureError.h"
 #include "CodeSignature/FolderReader.h"
+#include "QuillonCore/Runtime/Posix/WriteSignalShield.h"
 #include "QuillonCore/Values/QuillonError.h"
 
 namespace quillon {
@@ -54,6 +55,7 @@ class UnfinishedFolder {
 };
 
 void writeAll(int file, std::string_view content, const std::string& name) {
+  const WriteSignalShield shield;
   while (!content.empty()) {
     const ssize_t count = write(file, content.data(), content.size());
     if (count < 0 && errno == EINTR) continue;

@@ -10,6 +10,7 @@
 
 #include "QuillonCore/Runtime/QuillonSystemCalendar.h"
 #include "QuillonCore/Runtime/QuillonSystemClock.h"
+#include "QuillonCore/Text/CountedNoun.h"
 #include "QuillonCore/Values/PropertyListReading.h"
 #include "QuillonCore/Values/QuillonError.h"
 #include "QuillonTool/FeedAdd/FeedDocument.h"
@@ -236,7 +237,7 @@ QuillonToolExitStatus add(const QuillonToolArguments& arguments, const QuillonTo
     fileManager.writeFileAtomically(exists ? fileManager.resolvingSymbolicLinks(file) : file, bytes);
   }
   printChange(change, index, console);
-  if (archive) console.printLine("  archive: " + std::to_string(archiveSize) + " bytes");
+  if (archive) console.printLine("  archive: " + countedNoun(archiveSize, "byte", "bytes"));
   for (const FeedFinding& finding : report.findings) console.printLine(findingLine(finding));
   return kToolSuccess;
 }

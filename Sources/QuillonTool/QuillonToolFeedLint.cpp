@@ -6,6 +6,7 @@
 #include <string_view>
 #include <vector>
 
+#include "QuillonCore/Text/CountedNoun.h"
 #include "QuillonCore/Values/QuillonError.h"
 #include "QuillonTool/FeedLint/FeedFindingText.h"
 #include "QuillonTool/FeedLint/FeedLint.h"
@@ -18,11 +19,11 @@ namespace {
 
 constexpr std::string_view kHelp = R"(Usage: quillon feed lint [--strict] [--json] FILE...
 
-Checks every entry of the feeds in the files: unknown keys, values of a wrong
-type or form, ranges that admit nothing, addresses that are not https, entries
-that are never offered or that an earlier one shadows. For each finding prints
-the entry's number (from 1), the key, what a host does with it, and how to mend
-it.
+Checks every entry of the feeds in the files: unknown and repeated keys, values
+of a wrong type or form, ranges that admit nothing, addresses that are not
+https, entries that are never offered or that an earlier one shadows. For each
+finding prints the entry's number (from 1), the key, what a host does with it,
+and how to mend it.
 
 Options:
   --strict  Let warnings count: end with status 1 when there is one.
@@ -53,15 +54,11 @@ LintedFile lintFile(const std::string& path, const QuillonFileManaging& fileMana
   }
 }
 
-std::string counted(std::size_t count, std::string_view one, std::string_view several) {
-  return std::to_string(count).append(" ").append(count == 1 ? one : several);
-}
-
 void print(const LintedFile& file, QuillonToolConsole& console) {
   for (const FeedFinding& finding : file.report.findings) console.printLine(file.path + ": " + findingLine(finding));
-  console.printLine(file.path + ": " + counted(file.report.entryCount, "entry", "entries") + ", " +
-                    counted(file.report.count(FeedFindingSeverity::error), "error", "errors") + ", " +
-                    counted(file.report.count(FeedFindingSeverity::warning), "warning", "warnings"));
+  console.printLine(file.path + ": " + countedNoun(file.report.entryCount, "entry", "entries") + ", " +
+                    countedNoun(file.report.count(FeedFindingSeverity::error), "error", "errors") + ", " +
+                    countedNoun(file.report.count(FeedFindingSeverity::warning), "warning", "warnings"));
 }
 
 QuillonToolJSONObject jsonOf(const LintedFile& file) {

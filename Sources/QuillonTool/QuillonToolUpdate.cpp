@@ -46,7 +46,9 @@ Options:
                   offered again too soon. Betas are offered only to those who
                   want them.
   --yes           Answer every question with yes. Without it and without a
-                  terminal, the answer is no.
+                  terminal, the answer is no. An update that is an installer
+                  document is not opened unasked: its location is printed, and
+                  the status is 10.
   --beta          Offer betas from now on, in scheduled checks too.
   --no-beta       Do not offer betas in scheduled checks.
   --sku SKU       Way of distribution of this copy (default:

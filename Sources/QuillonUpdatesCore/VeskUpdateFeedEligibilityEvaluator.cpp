@@ -13,7 +13,6 @@
 #include "QuillonCore/Text/DecimalNumber.h"
 #include "QuillonCore/Text/QuillonCaseFolding.h"
 #include "QuillonCore/Text/QuillonCharacterClasses.h"
-#include "QuillonCore/Text/QuillonScalars.h"
 #include "QuillonCore/Values/PropertyListReading.h"
 #include "QuillonUpdatesCore/VeskUpdateFeedKeys.h"
 
@@ -31,13 +30,6 @@ bool isInRange(std::string_view version, std::string_view range, const VeskUpdat
   const std::size_t lastHyphen = range.rfind('-');
   if (lastHyphen == std::string_view::npos) return true;
   return versionComparator(version, range.substr(lastHyphen + 1)) != ComparisonResult::descending;
-}
-
-bool hasLetter(std::string_view text) noexcept {
-  while (!text.empty()) {
-    if (isLetter(takeFirstScalar(text))) return true;
-  }
-  return false;
 }
 
 /// Ends the process when the hours are more seconds than 64 bits hold.
@@ -214,7 +206,7 @@ VeskUpdateFeedEligibilityEvaluator::VersionAndBuild VeskUpdateFeedEligibilityEva
     const Fields& fields, const VeskUpdateFeedApplicabilityContext& context,
     const VeskUpdateVersionComparing& versionComparator) {
   const std::string_view current = fields.currentVersion;
-  const bool isBeta = hasLetter(current);
+  const bool isBeta = containsLetter(current);
   if (context.debugBypassApplicabilityChecks || current.empty() ||
       versionComparator(current, context.appVersion) == ComparisonResult::descending) {
     return {.isNewerVersion = true, .isNewerBuild = false, .isBeta = isBeta};

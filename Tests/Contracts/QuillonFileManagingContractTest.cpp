@@ -21,6 +21,7 @@
 #include "QuillonCore/Values/QuillonError.h"
 #include "Support/ExtendedAttributes.h"
 #include "Support/FaultInjectingFileManager.h"
+#include "Support/ScopedFileLengthLimit.h"
 #include "Support/ScopedMount.h"
 #include "Support/TemporaryDirectory.h"
 
@@ -198,6 +199,19 @@ TEST_P(QuillonFileManagingContract, PinsAFolderButNoLink) {
   EXPECT_THROW((void)files->pinDirectory(url("link")), QuillonSystemError);
 }
 
+TEST_P(QuillonFileManagingContract, OtherProgramsAreLedToTheItemOfAPinnedFolderThatWasRenamed) {
+  writeFile(folder / "folder/file", "x");
+  const auto pinned = files->pinDirectory(url("folder"));
+  fs::rename(folder / "folder", folder / "moved");
+  const QuillonURL file = pinned->url().appendingPathComponent("file");
+
+  const std::string path = files->pathForOtherPrograms(file);
+
+  EXPECT_EQ(files->itemStatus(QuillonURL::fileURL(path)), files->itemStatus(url("moved/file")));
+  EXPECT_FALSE(path.starts_with("/.vol/")) << "codesign(1) takes no such path";
+  EXPECT_EQ(files->pathForOtherPrograms(url("moved/file")), url("moved/file").path());
+}
+
 TEST_P(QuillonFileManagingContract, AtomicWriteReplacesAFileOrALinkAndLeavesNothingElse) {
   writeFile(folder / "target", "untouched");
   fs::create_symlink("target", folder / "file");
@@ -292,6 +306,15 @@ TEST_P(QuillonFileManagingContract, CopyOfASpecialFileFailsAndLeavesNothing) {
   ASSERT_EQ(mkfifo((folder / "tree/zfifo").c_str(), 0600), 0);
 
   expectPOSIXError(EINVAL, [&] { files->copyItem(url("tree"), url("copy")); });
+
+  EXPECT_FALSE(fs::exists(folder / "copy"));
+}
+
+TEST_P(QuillonFileManagingContract, CopyThatMayNotBeThatLongFailsAndLeavesNothing) {
+  writeFile(folder / "tree/file", std::string(2000, 'x'));
+  const testing::ScopedFileLengthLimit limit(1000);
+
+  expectPOSIXError(EFBIG, [&] { files->copyItem(url("tree"), url("copy")); });
 
   EXPECT_FALSE(fs::exists(folder / "copy"));
 }

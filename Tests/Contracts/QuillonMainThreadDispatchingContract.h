@@ -88,6 +88,20 @@ TEST_P(QuillonMainThreadDispatchingContract, NothingRunsWithinThePosting) {
   EXPECT_THAT(ran_, ::testing::ElementsAre("later", "outer", "inner"));
 }
 
+TEST_P(QuillonMainThreadDispatchingContract, ALoopWithinAFunctionRunsWhatWaitedBehindIt) {
+  post("first");
+  mainThread_.port->post([this] {
+    ran_.emplace_back("outer begins");
+    mainThread_.runAll();
+    ran_.emplace_back("outer ends");
+  });
+  post("second");
+  post("third");
+  mainThread_.runAll();
+
+  EXPECT_THAT(ran_, ::testing::ElementsAre("first", "outer begins", "second", "third", "outer ends"));
+}
+
 TEST_P(QuillonMainThreadDispatchingContract, WhatStillWaitsAtTheEndIsDestroyedWithoutHavingRun) {
   const auto held = std::make_shared<bool>(false);
   mainThread_.port->post([held] { *held = true; });

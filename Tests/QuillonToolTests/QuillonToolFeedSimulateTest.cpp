@@ -94,7 +94,7 @@ TEST_F(QuillonToolFeedSimulateTest, EveryOptionOfThePopulationCounts) {
        "2.0=1,1.0=1",      "--os", "14=1,12=1",     "--languages", "de,en",          "--skus",     "mas,",
        "--stagger-groups", "0",    "--check-hours", "1",           "--beta-percent", "0"});
 
-  EXPECT_THAT(result.output, HasSubstr("1 days from 2024-07-01"));
+  EXPECT_THAT(result.output, HasSubstr("1 day from 2024-07-01"));
   EXPECT_THAT(result.output, HasSubstr("    versions: 2.0 (6"));
   EXPECT_THAT(result.output, HasSubstr("    distributions: mas (6"));
   EXPECT_THAT(result.output, HasSubstr("    betas wanted: 0\n"));

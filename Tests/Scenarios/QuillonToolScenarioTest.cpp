@@ -136,6 +136,8 @@ TEST_F(QuillonToolScenarioTest, AReleaseIsAddedToAFeedCheckedAndExplained) {
 TEST_F(QuillonToolScenarioTest, InputAndOutputThatFailAreFailures) {
   EXPECT_EQ(runShell("\"$0\" --help > /dev/full"),
             (QuillonProcessResult{.status = 1, .output = "quillon: Cannot write to standard output\n"}));
+  EXPECT_EQ(runShell("ulimit -f 0; \"$0\" --help > \"$1\"", (folder_ / "out").string()),
+            (QuillonProcessResult{.status = 1, .output = "quillon: Cannot write to standard output\n"}));
   EXPECT_EQ(runShell("\"$0\" version compare --stdin < /"),
             (QuillonProcessResult{.status = 1, .output = "quillon version compare: Cannot read standard input\n"}));
 }

@@ -1,5 +1,6 @@
 #include "Support/FaultInjectingFileManager.h"
 
+#include <cerrno>
 #include <utility>
 
 #include "QuillonCore/Values/QuillonError.h"
@@ -47,6 +48,14 @@ void FaultInjectingFileManager::failChangesBelow(QuillonURL folder, int code) {
   closedFolderCode_ = code;
 }
 
+void FaultInjectingFileManager::closeFoldersNamed(std::string name) {
+  unlistedName_ = std::move(name);
+}
+
+void FaultInjectingFileManager::closeItemsInFoldersNamed(std::string name) {
+  unsearchedName_ = std::move(name);
+}
+
 void FaultInjectingFileManager::placeWorkingFolders(std::vector<QuillonURL> applicationSupport, QuillonURL temporary) {
   applicationSupport_ = std::move(applicationSupport);
   temporary_ = std::move(temporary);
@@ -69,6 +78,9 @@ auto FaultInjectingFileManager::change(const QuillonURL& item, Change&& perform)
 }
 
 std::optional<QuillonFileStatus> FaultInjectingFileManager::itemStatus(const QuillonURL& item) const {
+  if (unsearchedName_ && item.deletingLastPathComponent().lastPathComponent() == *unsearchedName_) {
+    throw QuillonSystemError::posix(EACCES, "look at", item.path());
+  }
   return real_->itemStatus(item);
 }
 bool FaultInjectingFileManager::fileExists(const QuillonURL& item) const noexcept {
@@ -87,11 +99,18 @@ std::string FaultInjectingFileManager::contentsOfFile(const QuillonURL& file, st
   return real_->contentsOfFile(file, limit);
 }
 std::vector<std::string> FaultInjectingFileManager::contentsOfDirectory(const QuillonURL& directory) const {
+  if (unlistedName_ && directory.lastPathComponent() == *unlistedName_) {
+    throw QuillonSystemError::posix(EACCES, "list", directory.path());
+  }
   return real_->contentsOfDirectory(directory);
 }
 QuillonURL FaultInjectingFileManager::resolvingSymbolicLinks(const QuillonURL& item) const {
   return real_->resolvingSymbolicLinks(item);
 }
+std::string FaultInjectingFileManager::pathForOtherPrograms(const QuillonURL& item) const {
+  return real_->pathForOtherPrograms(item);
+}
+
 std::unique_ptr<QuillonPinnedDirectory> FaultInjectingFileManager::pinDirectory(const QuillonURL& directory) const {
   return real_->pinDirectory(directory);
 }

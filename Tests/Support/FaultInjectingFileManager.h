@@ -3,6 +3,7 @@
 #include <functional>
 #include <memory>
 #include <optional>
+#include <string>
 #include <vector>
 
 #include "QuillonCore/Contracts/QuillonFileManaging.h"
@@ -24,6 +25,10 @@ class FaultInjectingFileManager final : public QuillonFileManaging {
   void beforeEveryChange(std::function<void()> action);
   /// Makes every change below `folder`, itself included, fail with the errno value `code`.
   void failChangesBelow(QuillonURL folder, int code);
+  /// Makes every folder of that name one that cannot be listed (EACCES), which no folder is to root.
+  void closeFoldersNamed(std::string name);
+  /// Makes every folder of that name one that can be listed, and whose items cannot be looked at (EACCES).
+  void closeItemsInFoldersNamed(std::string name);
   /// Answers with these folders instead of the user's own.
   void placeWorkingFolders(std::vector<QuillonURL> applicationSupport, QuillonURL temporary);
   [[nodiscard]] bool didFail() const noexcept { return didFail_; }
@@ -37,6 +42,7 @@ class FaultInjectingFileManager final : public QuillonFileManaging {
   [[nodiscard]] std::string contentsOfFile(const QuillonURL& file, std::size_t limit) const override;
   [[nodiscard]] std::vector<std::string> contentsOfDirectory(const QuillonURL& directory) const override;
   [[nodiscard]] QuillonURL resolvingSymbolicLinks(const QuillonURL& item) const override;
+  [[nodiscard]] std::string pathForOtherPrograms(const QuillonURL& item) const override;
   [[nodiscard]] std::unique_ptr<QuillonPinnedDirectory> pinDirectory(const QuillonURL& directory) const override;
   [[nodiscard]] std::uint32_t effectiveUserIdentifier() const noexcept override;
   [[nodiscard]] QuillonURL temporaryDirectory() const override;
@@ -72,6 +78,8 @@ class FaultInjectingFileManager final : public QuillonFileManaging {
   std::function<void()> beforeEvery_;
   std::optional<QuillonURL> closedFolder_;
   int closedFolderCode_ = 0;
+  std::optional<std::string> unlistedName_;
+  std::optional<std::string> unsearchedName_;
   std::vector<QuillonURL> applicationSupport_;
   std::optional<QuillonURL> temporary_;
   mutable int changes_ = 0;

@@ -149,6 +149,7 @@ UpdateInstallationWorld::UpdateInstallationWorld()
       launcher(std::make_shared<FakeInstallerLauncher>(interactions)),
       replacementLauncher(std::make_shared<FakeHelperLauncher>(interactions)) {
   fs::create_directories(temporary);
+  fs::permissions(temporary, fs::perms::all | fs::perms::sticky_bit);  // as a folder that all users share
   writeFile(helper, "#!/bin/sh\n");
   fs::permissions(helper, fs::perms::owner_all);
   files->placeWorkingFolders({QuillonURL::fileURL(support.string())}, QuillonURL::fileURL(temporary.string()));

@@ -84,6 +84,9 @@ class QuillonFileManaging {
   [[nodiscard]] virtual std::vector<std::string> contentsOfDirectory(const QuillonURL& directory) const = 0;
   /// The item's location with all links followed and ".." resolved.
   [[nodiscard]] virtual QuillonURL resolvingSymbolicLinks(const QuillonURL& item) const = 0;
+  /// A path that leads other programs to `item`. Not every program takes the path of a pinned folder; where it does
+  /// not, this is the item's path at the moment, and who hands it out compares identities before and after its use.
+  [[nodiscard]] virtual std::string pathForOtherPrograms(const QuillonURL& item) const { return item.path(); }
   /// Holds on to the folder `directory`, itself no link.
   [[nodiscard]] virtual std::unique_ptr<QuillonPinnedDirectory> pinDirectory(const QuillonURL& directory) const = 0;
   /// Whose rights the operations have, and whose the files are that they create.

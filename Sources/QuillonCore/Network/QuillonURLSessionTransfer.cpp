@@ -31,9 +31,14 @@ bool QuillonURLSessionTransfer::didReceiveData(std::string_view bytes) noexcept 
   return deliver([&] { receiver_.didReceiveData(bytes); });
 }
 
-bool QuillonURLSessionTransfer::mayFollowRedirect(const std::optional<QuillonURL>& location) noexcept {
-  return deliver(
-      [&] { request_ = requestFollowingRedirect(request_, location ? location->absoluteString() : std::string()); });
+std::optional<QuillonURLRequest> QuillonURLSessionTransfer::requestAfterRedirect(
+    const std::optional<QuillonURL>& location) noexcept {
+  std::optional<QuillonURLRequest> following;
+  const bool goesOn = deliver([&] {
+    request_ = requestFollowingRedirect(request_, location ? location->absoluteString() : std::string());
+    following = request_;
+  });
+  return goesOn ? std::move(following) : std::nullopt;
 }
 
 void QuillonURLSessionTransfer::didFinish() noexcept {

@@ -25,9 +25,10 @@ class QuillonURLSessionTransfer {
   [[nodiscard]] bool didReceiveResponse(const QuillonURLResponse& response) noexcept;
   /// False when the transfer is to be cancelled.
   [[nodiscard]] bool didReceiveData(std::string_view bytes) noexcept;
-  /// Whether the session may follow a redirect to `location`, which is absent when it is no URL. False when the
-  /// transfer is to be cancelled.
-  [[nodiscard]] bool mayFollowRedirect(const std::optional<QuillonURL>& location) noexcept;
+  /// What the session asks after a redirect to `location`, which is absent when it is no URL: the fields with
+  /// credentials go only to the origin that they were meant for. Absent when the transfer is to be cancelled.
+  [[nodiscard]] std::optional<QuillonURLRequest> requestAfterRedirect(
+      const std::optional<QuillonURL>& location) noexcept;
   /// Everything has arrived.
   void didFinish() noexcept;
   /// The platform's error: its domain, code and text.

@@ -1,6 +1,5 @@
 #include "QuillonCore/Runtime/QuillonMainThreadQueue.h"
 
-#include <cstddef>
 #include <utility>
 
 namespace quillon {
@@ -31,23 +30,16 @@ void QuillonMainThreadQueue::run(const std::stop_token& stopToken) {
 }
 
 void QuillonMainThreadQueue::drain() {
-  for (std::function<void()> function; takeNext(function);) {
-    function();
-    function = nullptr;
+  for (Next next = takeNext(); next.function; next = takeNext()) {
+    next.function();
+    next.function = nullptr;
   }
 }
 
-void QuillonMainThreadQueue::runWaiting() {
-  std::size_t count = 0;
-  {
-    const std::lock_guard guard(lock_);
-    count = functions_.size();
-  }
-  std::function<void()> function;
-  for (; count > 0 && takeNext(function); --count) {
-    function();
-    function = nullptr;
-  }
+void QuillonMainThreadQueue::runNext(const std::function<void()>& othersWait) {
+  const Next next = takeNext();
+  if (next.othersWait) othersWait();
+  if (next.function) next.function();
 }
 
 void QuillonMainThreadQueue::end() {
@@ -58,12 +50,13 @@ void QuillonMainThreadQueue::end() {
   dropped.swap(functions_);
 }
 
-bool QuillonMainThreadQueue::takeNext(std::function<void()>& function) {
+QuillonMainThreadQueue::Next QuillonMainThreadQueue::takeNext() {
   const std::lock_guard guard(lock_);
-  if (functions_.empty()) return false;
-  function = std::move(functions_.front());
+  if (functions_.empty()) return {};
+  Next next{.function = std::move(functions_.front())};
   functions_.pop_front();
-  return true;
+  next.othersWait = !functions_.empty();
+  return next;
 }
 
 }  // namespace quillon

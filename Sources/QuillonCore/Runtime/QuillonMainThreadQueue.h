@@ -29,17 +29,21 @@ class QuillonMainThreadQueue final : public QuillonMainThreadDispatching {
   void run(const std::stop_token& stopToken);
   /// Runs functions until none waits, those posted meanwhile included. Main thread only.
   void drain();
-  /// Runs the functions that wait at the time of the call, and none that is posted meanwhile: for the event loop of a
-  /// platform, in which events take turns with functions. What a loop within one of them runs does not run again. Main
-  /// thread only.
-  void runWaiting();
+  /// Runs the function that has waited longest, if one waits: for the event loop of a platform, in which events take
+  /// turns with functions. Calls `othersWait` before when others wait behind it: the function may run that loop itself,
+  /// which then has to turn for them. Main thread only.
+  void runNext(const std::function<void()>& othersWait);
   /// Destroys what still waits without running it, and from then on whatever is posted. Main thread only, also from
   /// within a posted function.
   void end();
 
  private:
-  /// Takes the next function; false when none waits.
-  [[nodiscard]] bool takeNext(std::function<void()>& function);
+  struct Next {
+    /// Empty when none waits.
+    std::function<void()> function;
+    bool othersWait = false;
+  };
+  [[nodiscard]] Next takeNext();
 
   const std::thread::id mainThread_ = std::this_thread::get_id();
   std::mutex lock_;

@@ -2,6 +2,8 @@
 
 #include <utf8proc.h>
 
+#include "QuillonCore/Text/QuillonScalars.h"
+
 namespace quillon {
 namespace {
 
@@ -44,6 +46,13 @@ bool isLetter(char32_t scalar) noexcept {
   if (scalar < 0x80) return (scalar | 0x20U) >= U'a' && (scalar | 0x20U) <= U'z';
   const utf8proc_category_t category = categoryOf(scalar);
   return category >= UTF8PROC_CATEGORY_LU && category <= UTF8PROC_CATEGORY_LO;
+}
+
+bool containsLetter(std::string_view text) noexcept {
+  while (!text.empty()) {
+    if (isLetter(takeFirstScalar(text))) return true;
+  }
+  return false;
 }
 
 }  // namespace quillon

@@ -1,6 +1,7 @@
 #pragma once
 
 #include <cstdint>
+#include <string_view>
 
 namespace quillon {
 
@@ -19,5 +20,8 @@ namespace quillon {
 
 /// Whether `scalar` is a letter of any script (general categories L*).
 [[nodiscard]] bool isLetter(char32_t scalar) noexcept;
+
+/// Whether any scalar of `text` (UTF-8) is a letter of any script.
+[[nodiscard]] bool containsLetter(std::string_view text) noexcept;
 
 }  // namespace quillon

@@ -67,6 +67,12 @@ class QuillonPropertyListNode {
   /// The entries of a dictionary in the document's order, keys unique; none for every other type.
   [[nodiscard]] Entries entries() const noexcept;
 
+  /// The keys that the document gives this dictionary more than once, each once and in their order; the last value of
+  /// each counts. None for every other type.
+  [[nodiscard]] std::span<const std::string_view> repeatedKeys() const noexcept {
+    return isDictionary() ? tree_->repeatedKeys(*record_) : std::span<const std::string_view>();
+  }
+
   /// Whether this is the same place of the same document as `other`. A binary list can have one value in two places.
   [[nodiscard]] bool isSameAs(QuillonPropertyListNode other) const noexcept { return record_ == other.record_; }
 

@@ -11,6 +11,9 @@ using FeedEntryCheck = void (*)(const VeskUpdateFeedEntry& entry, FeedEntryFindi
 /// An entry that is no update though it may be meant as one.
 void checkEntryType(const VeskUpdateFeedEntry& entry, FeedEntryFindings& findings);
 
+/// Keys with several values, of which one counts.
+void checkRepeatedKeys(const VeskUpdateFeedEntry& entry, FeedEntryFindings& findings);
+
 // The checks below are for entries of type "update".
 
 /// Keys that no host reads.

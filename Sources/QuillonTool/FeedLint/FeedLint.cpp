@@ -20,6 +20,7 @@ constexpr std::array<FeedEntryCheck, 11> kUpdateChecks = {
 
 void checkEntry(const VeskUpdateFeedEntry& entry, FeedEntryFindings& findings) {
   checkEntryType(entry, findings);
+  checkRepeatedKeys(entry, findings);
   // Entries of other types are between the publisher and the host.
   if (stringOrEmpty(entry, VeskUpdateFeedKeys::type) != VeskUpdateFeedKeys::updateType) return;
   for (const FeedEntryCheck check : kUpdateChecks) check(entry, findings);

@@ -8,6 +8,7 @@
 #include <utility>
 #include <vector>
 
+#include "QuillonCore/Text/CountedNoun.h"
 #include "QuillonTool/FeedDay.h"
 #include "QuillonTool/FeedSimulation/PlotScale.h"
 #include "QuillonTool/FeedSimulation/SVGText.h"
@@ -212,7 +213,8 @@ std::string feedSimulationPlot(const FeedSimulationReport& report, std::string_v
                     "\" role=\"img\">\n<title>" + svgText(title) + "</title>\n";
   svg.append(kStyle).append("<rect class=\"paper\" width=\"100%\" height=\"100%\"/>\n");
   svg += textElement(kLeft, 34, "class=\"title\"", title);
-  svg += textElement(kLeft, 54, "", std::to_string(report.installs) + " installs, seed " + std::to_string(report.seed));
+  svg += textElement(kLeft, 54, "",
+                     countedNoun(report.installs, "install", "installs") + ", seed " + std::to_string(report.seed));
   for (std::size_t i = 0; i < panels.size(); ++i) {
     const double top = kTop + 20 + kPanelDistance * static_cast<double>(i);
     svg += PanelDrawing(panels[i], top, static_cast<double>(days.size())).content(daysLabel);

@@ -5,6 +5,7 @@
 #include <cstdint>
 #include <functional>
 
+#include "QuillonCore/Text/CountedNoun.h"
 #include "QuillonTool/FeedDay.h"
 
 namespace quillon {
@@ -92,7 +93,8 @@ void addEntry(const FeedSimulationReport& report, std::size_t entry, Lines& line
   const FeedSimulationResult::Offers& offers = report.result.offersByEntry.at(entry);
   const FeedPopulation& population = report.model.population();
   lines.push_back("Entry " + std::to_string(entry + 1) + ", " + report.entryLabel(entry) + ": offered to " +
-                  std::to_string(offers.total()) + " installs, " + percent(offers.total(), report.installs) + " %");
+                  countedNoun(offers.total(), "install", "installs") + ", " + percent(offers.total(), report.installs) +
+                  " %");
   addAudience(
       "versions", offers.byState, [&report](std::size_t state) { return report.model.states().label(state); }, lines);
   addAudience(
@@ -116,8 +118,8 @@ void addEntry(const FeedSimulationReport& report, std::size_t entry, Lines& line
 
 Lines feedSimulationTable(const FeedSimulationReport& report, bool isHourly) {
   const auto& days = report.model.period().days();
-  Lines lines = {std::to_string(report.installs) + " installs, " + std::to_string(days.size()) + " days from " +
-                     feedDayText(days.front().date) + ", seed " + std::to_string(report.seed),
+  Lines lines = {countedNoun(report.installs, "install", "installs") + ", " + countedNoun(days.size(), "day", "days") +
+                     " from " + feedDayText(days.front().date) + ", seed " + std::to_string(report.seed),
                  ""};
   addDays(report, lines);
   if (isHourly) addHours(report, lines);

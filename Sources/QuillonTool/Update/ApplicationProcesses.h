@@ -28,7 +28,9 @@ class ApplicationProcessFinding {
   virtual ~ApplicationProcessFinding() = default;
 
   /// The processes, other than this one, whose program lies in `bundle`, and the installers that work on it, by
-  /// identifier. Programs of other users count where the system lets their programs be seen.
+  /// identifier. Programs of other users count where the system lets their programs be seen. Installers count that were
+  /// started by root, by this user, or by the owner of the bundle or of the folder it is in; anybody can start a
+  /// process that calls itself one, and nobody else's could replace the bundle.
   [[nodiscard]] virtual std::vector<ApplicationProcess> processesOf(const QuillonURL& bundle) const = 0;
 };
 

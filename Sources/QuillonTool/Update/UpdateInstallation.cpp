@@ -88,14 +88,24 @@ class Installation {
     return true;
   }
 
-  void openInstaller() {
+  /// False when nobody was there to be asked. No signature is checked before an installer document is opened, so
+  /// somebody has to want that one.
+  [[nodiscard]] bool openInstaller() {
     const VeskUpdateInstallerRequest request =
         VeskUpdateInstallerRequest::makeFromFeed(entry_, folders_.applicationFolderName());
+    if (request.archiveURL && session_.services.answering != UpdateAnswering::byKeys) {
+      session_.say("Version " + version_ +
+                   " comes as an installer, whose signature nobody has checked: it is not opened unasked. Run the "
+                   "command in a terminal without --yes, or download the installer and open it: " +
+                   request.archiveURL->absoluteString());
+      return false;
+    }
     try {
       install(request);
     } catch (const VeskUpdateInstallerError& error) {
       throw failure(error);
     }
+    return true;
   }
 
  private:
@@ -226,8 +236,7 @@ UpdateOutcome::Result installUpdate(const ApplicationSession& session, const Ent
     requireInstaller(session);
     return installation.replaceApplication() ? UpdateOutcome::Result::launched : UpdateOutcome::Result::offered;
   }
-  installation.openInstaller();
-  return UpdateOutcome::Result::installerOpened;
+  return installation.openInstaller() ? UpdateOutcome::Result::installerOpened : UpdateOutcome::Result::offered;
 }
 
 }  // namespace quillon

@@ -12,8 +12,8 @@ namespace quillon {
 void requireInstaller(const ApplicationSession& session);
 
 /// Downloads what `entry` offers, unpacks and validates it, and hands it on: to the application's installer after the
-/// user's consent, or as an installer document to the desktop. `identifier` is the one by which the entry is
-/// remembered.
+/// user's consent, or as an installer document to the desktop, where a user was asked. `identifier` is the one by which
+/// the entry is remembered.
 ///
 /// Throws UpdateFailure, or QuillonCancellationError after a stop. Not on the main thread.
 [[nodiscard]] UpdateOutcome::Result installUpdate(const ApplicationSession& session,

@@ -1,9 +1,11 @@
 #include "QuillonUpdateInstallerLauncherService/LauncherServiceConnection.h"
 
 #include <sys/resource.h>
+#include <xpc/xpc.h>
 
 #include <chrono>
 #include <memory>
+#include <utility>
 
 #include "QuillonCore/Runtime/QuillonSystemMonotonicTime.h"
 #include "QuillonCore/Runtime/QuillonSystemServices.h"
@@ -27,6 +29,28 @@ using Service = VeskAppBundleInstallerLauncherService;
 constexpr std::chrono::seconds kCodeSigningToolTimeLimit(8);
 static_assert(kCodeSigningToolTimeLimit <
               std::chrono::nanoseconds(Service::kDefaultPreAuthorizationTimeoutNanoseconds));
+
+/// A launcher that keeps the system from ending this process while it lives: a connection does so too, but only as long
+/// as there is a host.
+class LauncherInTransaction final : public VeskAppBundleUpdateHelperLaunching {
+ public:
+  explicit LauncherInTransaction(std::shared_ptr<VeskAppBundleUpdateHelperLaunching> launcher)
+      : launcher_(std::move(launcher)) {
+    xpc_transaction_begin();
+  }
+  ~LauncherInTransaction() override { xpc_transaction_end(); }
+  LauncherInTransaction(const LauncherInTransaction&) = delete;
+  LauncherInTransaction& operator=(const LauncherInTransaction&) = delete;
+
+  VeskAppBundleReplacementLaunchResult launchReplacement(
+      const VeskAppBundleReplacementRequest& request,
+      const VeskAppBundleInstallerLaunchProgressHandler& progressHandler) noexcept override {
+    return launcher_->launchReplacement(request, progressHandler);
+  }
+
+ private:
+  const std::shared_ptr<VeskAppBundleUpdateHelperLaunching> launcher_;
+};
 
 void leaveNoCoreFiles() noexcept {
   rlimit cores{};
@@ -63,8 +87,8 @@ void serveInheritedConnection() {
           progressSender->reportProgress(xpcDictionary(progress));
         },
         [securityClient](std::int32_t host, const auto& budget) {
-          return makeSystemLaunchdHelperLauncher(securityClient, host, VeskAppBundleLaunchdUserContext::currentProcess,
-                                                 budget);
+          return std::make_shared<LauncherInTransaction>(makeSystemLaunchdHelperLauncher(
+              securityClient, host, VeskAppBundleLaunchdUserContext::currentProcess, budget));
         },
         systemStatusMessage);
   });

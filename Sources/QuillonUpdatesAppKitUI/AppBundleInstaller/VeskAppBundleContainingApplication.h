@@ -14,7 +14,8 @@ inline constexpr std::string_view kInstallerLauncherServiceExecutableName = "Qui
 /// X.app/Contents/XPCServices/Y.xpc/Contents/MacOS/QuillonUpdateInstallerLauncherService, none for any other place.
 [[nodiscard]] std::optional<QuillonURL> containingApplicationURL(const QuillonURL& serviceExecutableURL);
 
-/// The application that contains the running program. None once that application has been moved away or removed.
+/// The application that contains the running program: on Linux where it is at present, none once it was removed; on
+/// macOS where it was when the program started.
 [[nodiscard]] std::optional<QuillonURL> defaultContainingApplicationURL();
 
 }  // namespace quillon

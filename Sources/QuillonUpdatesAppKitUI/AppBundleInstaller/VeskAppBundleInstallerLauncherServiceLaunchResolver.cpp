@@ -97,7 +97,8 @@ QuillonURL VeskAppBundleInstallerLauncherServiceLaunchResolver::resolveLinks(con
 std::optional<QuillonURL> VeskAppBundleInstallerLauncherServiceLaunchResolver::resolveFailureReport(
     const std::optional<QuillonURL>& requested, std::string_view bundleIdentifier) const {
   if (!requested) {
-    // Where the host looks: this process has the host's user and environment, a privileged installer has not.
+    // Where a host without a sandbox looks: this process has its user and environment, a privileged installer has not.
+    // One in a sandbox has a folder of its own, and names it.
     return VeskAppBundleUpdateFailureReportStore(fileManager_).reportURL(bundleIdentifier);
   }
   std::optional<QuillonURL> place = failureReportPlace(*fileManager_, *requested);

@@ -37,10 +37,14 @@ std::string printableOutput(std::string_view output) {
 
 std::optional<std::string> teamIdentifierInOutput(std::string_view output) {
   static constexpr std::string_view kPrefix = "TeamIdentifier=";
+  std::optional<std::string> team;
   for (const std::string_view line : lines(output)) {
-    if (line.starts_with(kPrefix)) return std::string(line.substr(kPrefix.size()));
+    if (!line.starts_with(kPrefix)) continue;
+    const std::string_view value = line.substr(kPrefix.size());
+    if (team && *team != value) return std::nullopt;
+    team = value;
   }
-  return std::nullopt;
+  return team;
 }
 
 }  // namespace quillon

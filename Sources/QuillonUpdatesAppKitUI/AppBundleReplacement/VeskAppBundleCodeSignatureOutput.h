@@ -14,7 +14,8 @@ namespace quillon {
 [[nodiscard]] std::string printableOutput(std::string_view output);
 
 /// The team in the code-signing tool's description of a bundle: the rest of the first line that begins with
-/// "TeamIdentifier=". Absent without such a line.
+/// "TeamIdentifier=". Absent without such a line, and where another one says otherwise: codesign(1) prints identifiers
+/// and names as they stand, and one that has a newline in it can write a line of its own.
 [[nodiscard]] std::optional<std::string> teamIdentifierInOutput(std::string_view output);
 
 }  // namespace quillon

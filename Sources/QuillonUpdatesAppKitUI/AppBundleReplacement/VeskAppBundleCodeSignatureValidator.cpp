@@ -7,6 +7,8 @@
 
 #include "QuillonCore/Runtime/QuillonSystemServices.h"
 #include "QuillonCore/Text/DecimalNumber.h"
+#include "QuillonCore/Text/QuillonPathComponent.h"
+#include "QuillonCore/Text/QuillonPlainText.h"
 #include "QuillonCore/Values/PropertyListReading.h"
 #include "QuillonCore/Values/QuillonError.h"
 #include "QuillonCore/Values/QuillonPropertyListCodec.h"
@@ -34,6 +36,11 @@ class Message {
  private:
   std::string text_;
 };
+
+/// Names a file in a folder, and cannot write a line of its own where the name is printed.
+bool isPlainFileName(std::string_view name) {
+  return isSinglePathComponent(name) && singleLineText(name) == name;
+}
 
 }  // namespace
 
@@ -132,22 +139,43 @@ void VeskAppBundleCodeSignatureValidator::checkExecutable(const InfoPlist& info,
     throw VeskUpdateInstallerError(Code::missingExecutable);
   }
   const QuillonURL executable = bundle.appendingPathComponent("Contents/MacOS").appendingPathComponent(name);
-  if (fileManager_->fileExists(executable) && !fileManager_->directoryExists(executable)) return;
+  if (isPlainFileName(name) && fileManager_->fileExists(executable) && !fileManager_->directoryExists(executable)) {
+    return;
+  }
   log(Message("missing executable").with("executableName", name).with("expectedPath", executable.path()).text());
   throw VeskUpdateInstallerError(Code::missingExecutable);
 }
 
-QuillonProcessResult VeskAppBundleCodeSignatureValidator::runTool(const std::vector<std::string>& arguments,
+QuillonProcessResult VeskAppBundleCodeSignatureValidator::runTool(std::vector<std::string> arguments,
+                                                                  const QuillonURL& bundle,
                                                                   const std::stop_token& stopToken) const {
+  const std::string path = fileManager_->pathForOtherPrograms(bundle);
+  requireBundleAt(path, bundle);
+  arguments.push_back(path);
   QuillonProcessResult result = processRunner_->run(codeSigningToolPath_, arguments, stopToken);
   // A tool that was killed has said nothing about the bundle.
   if (stopToken.stop_requested()) throw QuillonCancellationError();
+  requireBundleAt(path, bundle);
   return result;
+}
+
+void VeskAppBundleCodeSignatureValidator::requireBundleAt(const std::string& path, const QuillonURL& bundle) const {
+  try {
+    const auto shown = fileManager_->itemStatus(QuillonURL::fileURL(path));
+    const auto meant = fileManager_->itemStatus(bundle);
+    if (shown && meant && shown->identity == meant->identity) return;
+  } catch (const QuillonSystemError&) {  // NOLINT(bugprone-empty-catch): what cannot be compared is not the same
+  }
+  log(Message("the code signing tool is not shown the bundle")
+          .with("shownApp", path)
+          .with("stagedApp", bundle.path())
+          .text());
+  throw VeskUpdateInstallerError::signatureValidationFailed();
 }
 
 void VeskAppBundleCodeSignatureValidator::checkSignature(const QuillonURL& bundle,
                                                          const std::stop_token& stopToken) const {
-  const QuillonProcessResult result = runTool({"--verify", "--strict", "--deep", bundle.path()}, stopToken);
+  const QuillonProcessResult result = runTool({"--verify", "--strict", "--deep"}, bundle, stopToken);
   if (result.status == 0) return;
   log(Message("code signature verification failed")
           .with("status", result.status)
@@ -159,7 +187,7 @@ void VeskAppBundleCodeSignatureValidator::checkSignature(const QuillonURL& bundl
 
 void VeskAppBundleCodeSignatureValidator::checkTeam(const QuillonURL& bundle, const std::string& expectedTeam,
                                                     const std::stop_token& stopToken) const {
-  const QuillonProcessResult result = runTool({"-dv", "--verbose=4", bundle.path()}, stopToken);
+  const QuillonProcessResult result = runTool({"-dv", "--verbose=4"}, bundle, stopToken);
   if (result.status != 0) {
     log(Message("code signature metadata read failed")
             .with("status", result.status)

@@ -44,9 +44,11 @@ class VeskAppBundleCodeSignatureValidator final : public VeskAppBundleUpdateVali
   void checkExecutable(const InfoPlist& info, const QuillonURL& bundle) const;
   void checkSignature(const QuillonURL& bundle, const std::stop_token& stopToken) const;
   void checkTeam(const QuillonURL& bundle, const std::string& expectedTeam, const std::stop_token& stopToken) const;
-  /// Runs the code-signing tool. Throws QuillonCancellationError when a stop was requested meanwhile.
-  [[nodiscard]] QuillonProcessResult runTool(const std::vector<std::string>& arguments,
+  /// Runs the code-signing tool on the bundle. Throws QuillonCancellationError when a stop was requested meanwhile, and
+  /// signatureValidationFailed when what the tool was shown was not that bundle all along.
+  [[nodiscard]] QuillonProcessResult runTool(std::vector<std::string> arguments, const QuillonURL& bundle,
                                              const std::stop_token& stopToken) const;
+  void requireBundleAt(const std::string& path, const QuillonURL& bundle) const;
   void log(std::string_view message) const;
 
   std::shared_ptr<const QuillonFileManaging> fileManager_;

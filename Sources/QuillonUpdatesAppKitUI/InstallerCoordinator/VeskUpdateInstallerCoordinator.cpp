@@ -19,6 +19,7 @@
 #include "QuillonUpdatesAppKitUI/AppBundleReplacement/VeskAppBundleUpdateFailureReportStore.h"
 #include "QuillonUpdatesAppKitUI/AppBundleReplacement/VeskUpdateInstallerError.h"
 #include "QuillonUpdatesAppKitUI/InstallerCoordinator/VeskUpdateByteCountFormatting.h"
+#include "QuillonUpdatesAppKitUI/InstallerCoordinator/VeskUpdateWorkingFolderSafety.h"
 #include "QuillonUpdatesAppKitUI/Presentation/VeskUpdateReadyInstallConfirmation.h"
 
 namespace quillon {
@@ -119,6 +120,25 @@ QuillonURL appendingLevels(QuillonURL folder, std::initializer_list<std::string_
     folder = folder.appendingPathComponent(name);
   }
   return folder;
+}
+
+/// Absent for a folder that cannot be listed.
+std::optional<std::vector<std::string>> namesIn(const QuillonFileManaging& fileManager, const QuillonURL& folder) {
+  try {
+    return fileManager.contentsOfDirectory(folder);
+  } catch (const QuillonSystemError&) {
+    return std::nullopt;
+  }
+}
+
+/// Whether `item` itself is a folder that can be looked at.
+bool isRealDirectory(const QuillonFileManaging& fileManager, const QuillonURL& item) {
+  try {
+    const std::optional<QuillonFileStatus> status = fileManager.itemStatus(item);
+    return status && status->type == QuillonFileType::directory;
+  } catch (const QuillonSystemError&) {
+    return false;
+  }
 }
 
 bool isSuccess(const QuillonURLResponse& response) noexcept {
@@ -361,6 +381,7 @@ VeskUpdateInstallerCoordinator::ArchivePlacement VeskUpdateInstallerCoordinator:
     removeFileIgnoringErrors(*fileManager_, archive);
     try {
       fileManager_->createDirectory(folder);
+      if (!VeskUpdateWorkingFolderSafety::isOutOfOthersReach(*fileManager_, folder)) continue;
       data.writeAtomically(*fileManager_, archive);
       return {.archiveURL = archive, .destinationFolderURL = folder};
     } catch (const QuillonSystemError&) {  // NOLINT(bugprone-empty-catch): the next folder may be better
@@ -380,7 +401,7 @@ void VeskUpdateInstallerCoordinator::unzipArchive(const ArchivePlacement& placem
   }
 }
 
-/// Throws launchFailed for a document that is not in the unpacked folder.
+/// Throws launchFailed for a document that is not in the unpacked folder, or that somebody else can have put there.
 QuillonURL VeskUpdateInstallerCoordinator::installerURL(const ArchivePlacement& placement,
                                                         const std::string& installerFileName) const {
   if (!isSinglePathComponent(installerFileName)) throw VeskUpdateInstallerError(Code::launchFailed);
@@ -388,9 +409,12 @@ QuillonURL VeskUpdateInstallerCoordinator::installerURL(const ArchivePlacement& 
   try {
     const std::optional<QuillonFileStatus> status = fileManager_->itemStatus(installer);
     const bool isLink = status && status->type == QuillonFileType::symbolicLink;
-    if (isLink &&
-        !VeskAppBundleFileSafety::contains(fileManager_->resolvingSymbolicLinks(placement.destinationFolderURL).path(),
-                                           fileManager_->resolvingSymbolicLinks(installer).path())) {
+    const QuillonURL document = isLink ? fileManager_->resolvingSymbolicLinks(installer) : installer;
+    if (isLink && !VeskAppBundleFileSafety::contains(
+                      fileManager_->resolvingSymbolicLinks(placement.destinationFolderURL).path(), document.path())) {
+      throw VeskUpdateInstallerError(Code::launchFailed);
+    }
+    if (!VeskUpdateWorkingFolderSafety::isOutOfOthersReach(*fileManager_, document)) {
       throw VeskUpdateInstallerError(Code::launchFailed);
     }
   } catch (const QuillonSystemError&) {
@@ -399,32 +423,29 @@ QuillonURL VeskUpdateInstallerCoordinator::installerURL(const ArchivePlacement& 
   return installer;
 }
 
-/// Looks at every depth, but not inside application bundles, whose helper applications are parts of them.
+/// Looks at every depth, but not inside application bundles, whose helper applications are parts of them. A folder
+/// below that is closed to its own user holds nothing that could be installed, and is passed over.
 QuillonURL VeskUpdateInstallerCoordinator::findSingleAppBundle(const QuillonURL& folder,
                                                                const std::stop_token& stopToken) const {
   std::optional<QuillonURL> found;
   std::vector<QuillonURL> waiting = {folder};
-  try {
-    while (!waiting.empty()) {
-      throwIfStopRequested(stopToken);
-      const QuillonURL current = std::move(waiting.back());
-      waiting.pop_back();
-      for (const std::string& name : fileManager_->contentsOfDirectory(current)) {
-        if (current == folder && name == kAttributeFolderName) continue;
-        QuillonURL item = current.appendingPathComponent(name);
-        if (equalIgnoringCase(item.pathExtension(), kBundleExtension)) {
-          std::optional<QuillonURL> bundle =
-              VeskAppBundleFileSafety::realDirectoryAppBundle(*fileManager_, item, folder);
-          if (bundle && found) throw VeskUpdateInstallerError(Code::multipleAppBundlesFound);
-          if (bundle) found = std::move(bundle);
-          continue;
-        }
-        const std::optional<QuillonFileStatus> status = fileManager_->itemStatus(item);
-        if (status && status->type == QuillonFileType::directory) waiting.push_back(std::move(item));
+  while (!waiting.empty()) {
+    throwIfStopRequested(stopToken);
+    const QuillonURL current = std::move(waiting.back());
+    waiting.pop_back();
+    const std::optional<std::vector<std::string>> names = namesIn(*fileManager_, current);
+    if (!names && current == folder) throw VeskUpdateInstallerError::invalidArchive();
+    for (const std::string& name : names.value_or(std::vector<std::string>())) {
+      if (current == folder && name == kAttributeFolderName) continue;
+      QuillonURL item = current.appendingPathComponent(name);
+      if (!equalIgnoringCase(item.pathExtension(), kBundleExtension)) {
+        if (isRealDirectory(*fileManager_, item)) waiting.push_back(std::move(item));
+        continue;
       }
+      std::optional<QuillonURL> bundle = VeskAppBundleFileSafety::realDirectoryAppBundle(*fileManager_, item, folder);
+      if (bundle && found) throw VeskUpdateInstallerError(Code::multipleAppBundlesFound);
+      if (bundle) found = std::move(bundle);
     }
-  } catch (const QuillonSystemError&) {
-    throw VeskUpdateInstallerError::invalidArchive();
   }
   if (!found) throw VeskUpdateInstallerError(Code::noAppBundleFound);
   return *found;

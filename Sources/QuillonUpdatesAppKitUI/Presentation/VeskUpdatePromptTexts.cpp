@@ -6,7 +6,6 @@
 #include "QuillonCore/Text/QuillonCharacterClasses.h"
 #include "QuillonCore/Text/QuillonLocalizedFormat.h"
 #include "QuillonCore/Text/QuillonPlainText.h"
-#include "QuillonCore/Text/QuillonScalars.h"
 #include "QuillonCore/Values/PropertyListReading.h"
 #include "QuillonUpdatesCore/VeskUpdateFeedKeys.h"
 
@@ -21,13 +20,6 @@ constexpr std::string_view kUnknownVersion = "X";
 const std::string* offeredVersion(const VeskUpdatePromptInput& input) noexcept {
   const auto found = input.feed.find(Keys::currentVersion);
   return found == input.feed.end() ? nullptr : found->second.getIf<std::string>();
-}
-
-bool hasLetter(std::string_view text) noexcept {
-  while (!text.empty()) {
-    if (isLetter(takeFirstScalar(text))) return true;
-  }
-  return false;
 }
 
 std::string buildOnlyDescription(const VeskUpdatePromptInput& input, const VeskUpdatePromptBuildOnlyUpdate& update) {
@@ -63,7 +55,7 @@ std::string promptWindowTitle(const VeskUpdatePromptInput& input) {
 std::string topTitleString(const VeskUpdatePromptInput& input) {
   const VeskUpdateLocalizationBundle& texts = *input.localizationBundle;
   if (buildOnlyUpdate(input)) return singleLineText(texts.text(VeskUpdateTexts::stabilityUpdateAvailable));
-  const bool isBeta = hasLetter(stringOrEmpty(input.feed, Keys::currentVersion));
+  const bool isBeta = containsLetter(stringOrEmpty(input.feed, Keys::currentVersion));
   const VeskUpdateText& headline =
       isBeta ? VeskUpdateTexts::newBetaVersionAvailable : VeskUpdateTexts::newVersionAvailable;
   return singleLineText(texts.applicationText(headline.english));

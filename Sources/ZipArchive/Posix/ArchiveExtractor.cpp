@@ -8,6 +8,7 @@
 #include <utility>
 #include <vector>
 
+#include "QuillonCore/Runtime/Posix/WriteSignalShield.h"
 #include "ZipArchive/AppleDouble.h"
 #include "ZipArchive/ArchiveTree.h"
 #include "ZipArchive/Posix/ArchiveFile.h"
@@ -65,6 +66,7 @@ std::vector<LinkTarget> readLinkTargets(const ArchiveTree& tree, const std::vect
 
 void extractArchive(const std::string& archivePath, const std::string& destination, const ZipArchiveLimits& limits,
                     const std::stop_token& stop) {
+  const WriteSignalShield shield;
   const ArchiveFile archive(archivePath);
   const std::vector<ZipEntry> entries = readZipDirectory(archive, limits);
   throwIfStopped(stop);

@@ -12,6 +12,7 @@
 #include <utility>
 #include <vector>
 
+#include "QuillonCore/Runtime/Posix/WriteSignalShield.h"
 #include "QuillonCore/Runtime/QuillonParallelFor.h"
 #include "QuillonCore/Values/QuillonError.h"
 #include "ZipArchive/Posix/ArchiveOutput.h"
@@ -195,6 +196,7 @@ bool liesInSource(const std::string& archivePath, const SourceTree& tree) {
 }  // namespace
 
 void makeArchive(const std::string& source, const std::string& archivePath, ArchiveRoot root, std::stop_token stop) {
+  const WriteSignalShield shield;
   const SourceTree tree = readSourceTree(source, root);
   if (liesInSource(archivePath, tree)) throw ZipArchiveError("The archive lies in its own source.");
   ArchiveOutput output(archivePath);

@@ -7,6 +7,12 @@
 
 #import <CoreFoundation/CoreFoundation.h>
 
+#import "XPCLoopback.h"
+
+// GNUstep's own says nothing, and then the compiler misses the method.
+#undef NS_UNAVAILABLE
+#define NS_UNAVAILABLE __attribute__((unavailable))
+
 typedef struct {
   NSInteger majorVersion;
   NSInteger minorVersion;
@@ -80,3 +86,5 @@ static const NSAlertStyle NSAlertStyleInformational = NSInformationalAlertStyle;
 - (void)setSpacing:(CGFloat)spacing;
 - (void)setDetachesHiddenViews:(BOOL)detaches;
 @end
+
+#import "GNUstepPromptViews.h"

@@ -96,19 +96,31 @@ TEST_F(QuillonURLSessionTransferTest, ASecondEndChangesNothing) {
   EXPECT_NO_THROW(transfer_.wait());
 }
 
-TEST_F(QuillonURLSessionTransferTest, ARedirectMayLeadToAnotherServer) {
-  EXPECT_TRUE(transfer_.mayFollowRedirect(url("https://mirror.example.net/archive.zip")));
+TEST_F(QuillonURLSessionTransferTest, ARedirectMayLeadToAnotherServerWhichGetsNoCredentials) {
+  QuillonURLSessionTransfer transfer({.url = url("https://example.com/archive.zip"),
+                                      .headerFields = {{"Authorization", "Bearer secret"}, {"Accept", "*/*"}}},
+                                     receiver_);
+
+  const auto within = transfer.requestAfterRedirect(url("https://example.com/moved.zip"));
+  const auto elsewhere = transfer.requestAfterRedirect(url("https://mirror.example.net/archive.zip"));
+
+  ASSERT_TRUE(within && elsewhere);
+  EXPECT_EQ(within->url, url("https://example.com/moved.zip"));
+  EXPECT_EQ(within->headerFields.size(), 2U);
+  EXPECT_EQ(elsewhere->url, url("https://mirror.example.net/archive.zip"));
+  ASSERT_EQ(elsewhere->headerFields.size(), 1U);
+  EXPECT_EQ(elsewhere->headerFields.front().name, "Accept");
 }
 
 TEST_F(QuillonURLSessionTransferTest, ARedirectMayNotLeadFromASecureConnectionToAPlainOne) {
-  EXPECT_FALSE(transfer_.mayFollowRedirect(url("http://example.com/archive.zip")));
+  EXPECT_FALSE(transfer_.requestAfterRedirect(url("http://example.com/archive.zip")));
   transfer_.didFail("NSURLErrorDomain", -999, "cancelled");
 
   EXPECT_EQ(failure(), QuillonURLErrorCode::secureConnectionFailed);
 }
 
 TEST_F(QuillonURLSessionTransferTest, ARedirectToWhatIsNoURLIsRefused) {
-  EXPECT_FALSE(transfer_.mayFollowRedirect(std::nullopt));
+  EXPECT_FALSE(transfer_.requestAfterRedirect(std::nullopt));
   transfer_.didFinish();
 
   EXPECT_EQ(failure(), QuillonURLErrorCode::redirectToNonExistentLocation);

@@ -88,35 +88,19 @@ TEST(QuillonMainThreadQueueTest, WhatTheDroppedPostWhileTheyGoIsDroppedToo) {
   EXPECT_EQ(poster.use_count(), 1);
 }
 
-TEST(QuillonMainThreadQueueTest, ATurnRunsWhatWaitsAndLeavesWhatIsPostedMeanwhileForTheNext) {
+TEST(QuillonMainThreadQueueTest, ATurnRunsOneFunctionAndAsksBeforeItForATurnForThoseBehindIt) {
   QuillonMainThreadQueue queue;
   std::vector<std::string> ran;
-  queue.post([&] {
-    ran.emplace_back("first");
-    queue.post([&] { ran.emplace_back("later"); });
-  });
+  const auto othersWait = [&] { ran.emplace_back("others wait"); };
+  queue.post([&] { ran.emplace_back("first"); });
   queue.post([&] { ran.emplace_back("second"); });
 
-  queue.runWaiting();
-  EXPECT_THAT(ran, ElementsAre("first", "second"));
+  queue.runNext(othersWait);
+  EXPECT_THAT(ran, ElementsAre("others wait", "first"));
 
-  queue.runWaiting();
-  EXPECT_THAT(ran, ElementsAre("first", "second", "later"));
-}
-
-TEST(QuillonMainThreadQueueTest, ATurnWithinAFunctionTakesWhatTheOuterOneWasToRunAndKeepsTheOrder) {
-  QuillonMainThreadQueue queue;
-  std::vector<std::string> ran;
-  queue.post([&] {
-    queue.post([&] { ran.emplace_back("third"); });
-    queue.runWaiting();
-    ran.emplace_back("end of first");
-  });
-  queue.post([&] { ran.emplace_back("second"); });
-
-  queue.runWaiting();
-
-  EXPECT_THAT(ran, ElementsAre("second", "third", "end of first"));
+  queue.runNext(othersWait);
+  queue.runNext(othersWait);
+  EXPECT_THAT(ran, ElementsAre("others wait", "first", "second"));
 }
 
 TEST(QuillonMainThreadQueueTest, AFunctionMayEndTheQueueThatRunsIt) {
@@ -125,9 +109,9 @@ TEST(QuillonMainThreadQueueTest, AFunctionMayEndTheQueueThatRunsIt) {
   queue.post([&] { queue.end(); });
   queue.post([&] { ran.emplace_back("waiting"); });
 
-  queue.runWaiting();
+  queue.runNext([] {});
   queue.post([&] { ran.emplace_back("late"); });
-  queue.runWaiting();
+  queue.runNext([] { FAIL() << "nothing waits after the end"; });
 
   EXPECT_TRUE(ran.empty());
 }

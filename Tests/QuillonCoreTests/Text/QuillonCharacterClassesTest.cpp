@@ -56,6 +56,13 @@ TEST(QuillonCharacterClassesTest, LettersAreThoseOfAnyScript) {
   }
 }
 
+TEST(QuillonCharacterClassesTest, ATextContainsALetterWhereverItStands) {
+  EXPECT_TRUE(containsLetter("2.1b3"));
+  EXPECT_TRUE(containsLetter("2.1 \u0431"));
+  EXPECT_FALSE(containsLetter(""));
+  EXPECT_FALSE(containsLetter("2.1 \u0661\xff"));
+}
+
 TEST(QuillonCharacterClassesTest, SurrogatesAndUnassignedScalarsHaveNoClass) {
   for (const char32_t c : {char32_t{0xDC80}, char32_t{0x0378}, char32_t{0x10FFFF}, char32_t{0x110000}}) {
     EXPECT_FALSE(isDecimalDigit(c) || isWhitespaceOrNewline(c) || isPunctuation(c) || isLetter(c));

@@ -3,6 +3,7 @@
 #include <cstdint>
 #include <iterator>
 #include <string>
+#include <string_view>
 #include <utility>
 #include <vector>
 
@@ -129,6 +130,41 @@ TEST(QuillonPropertyListDocumentErrorTest, WhatIsNoPropertyListIsRefused) {
   EXPECT_THROW(QuillonPropertyListDocument{std::string()}, QuillonPropertyListError);
   EXPECT_THROW(QuillonPropertyListDocument{"<plist>"}, QuillonPropertyListError);
   EXPECT_THROW(static_cast<void>(QuillonPropertyListDocument::borrowing("bplist00")), QuillonPropertyListError);
+}
+
+TEST(QuillonPropertyListRepeatedKeysTest, KeysWithSeveralValuesAreTold) {
+  const QuillonPropertyListDocument document(
+      "<plist><array><dict><key>b</key><true/><key>a</key><true/><key>c</key><true/><key>a</key><true/><key>b</key>"
+      "<true/><key>a</key><false/></dict><dict><key>b</key><true/></dict><dict/></array></plist>");
+
+  const auto repeated = document.root().at(0).repeatedKeys();
+
+  EXPECT_EQ(std::vector(repeated.begin(), repeated.end()), (std::vector<std::string_view>{"a", "b"}));
+  EXPECT_EQ(document.root().at(0).size(), 3U);
+  EXPECT_EQ(document.root().at(0).find("a")->boolIf(), false) << "the last value counts";
+  EXPECT_TRUE(document.root().at(1).repeatedKeys().empty());
+  EXPECT_TRUE(document.root().at(2).repeatedKeys().empty());
+  EXPECT_TRUE(document.root().repeatedKeys().empty());
+}
+
+TEST(QuillonPropertyListRepeatedKeysTest, AlsoThoseOfALongDictionary) {
+  std::string text = "{ key0 = a;";
+  for (int i = 0; i < 40; ++i) text += " key" + std::to_string(i) + " = b;";
+  const QuillonPropertyListDocument document(text + " }");
+
+  const auto repeated = document.root().repeatedKeys();
+
+  EXPECT_EQ(std::vector(repeated.begin(), repeated.end()), (std::vector<std::string_view>{"key0"}));
+  EXPECT_EQ(document.root().find("key0")->stringIf(), "b");
+}
+
+TEST(QuillonPropertyListRepeatedKeysTest, AnEmptyDictionaryBesideOneThatRepeatsKeysRepeatsNone) {
+  const QuillonPropertyListDocument document(
+      "<array><dict/><dict><key>a</key><true/><key>a</key><true/></dict><dict/></array>");
+
+  EXPECT_TRUE(document.root().at(0).repeatedKeys().empty());
+  EXPECT_EQ(document.root().at(1).repeatedKeys().size(), 1U);
+  EXPECT_TRUE(document.root().at(2).repeatedKeys().empty());
 }
 
 }  // namespace

@@ -38,6 +38,12 @@ class UpdateInstallationTest : public ::testing::Test {
     return outcome.empty() ? end : outcome;
   }
 
+  void offerInstallerDocument() {
+    entry_.erase("app-installer");
+    entry_.emplace("installer", QuillonPropertyListValue("https://example.org/Installer.zip"));
+    entry_.emplace("installer-name", QuillonPropertyListValue("Install.pkg"));
+  }
+
   testing::UpdateStepWorld world_;
   QuillonPropertyListValue::Dictionary entry_ =
       testing::UpdateCommandWorld::dictionaryOf(testing::UpdateCommandWorld::offer());
@@ -199,9 +205,8 @@ TEST_F(UpdateInstallationTest, ARefusalOfTheAdministratorIsRemembered) {
 }
 
 TEST_F(UpdateInstallationTest, AnInstallerDocumentIsOpenedWhereThereIsNoApplication) {
-  entry_.erase("app-installer");
-  entry_.emplace("installer", QuillonPropertyListValue("https://example.org/Installer.zip"));
-  entry_.emplace("installer-name", QuillonPropertyListValue("Install.pkg"));
+  offerInstallerDocument();
+  world_.answering = UpdateAnswering::byKeys;
   world_.world.unzipper->content = [](const fs::path& destination, const auto&) {
     testing::writeFile(destination / "Install.pkg", "document");
     return true;
@@ -211,6 +216,16 @@ TEST_F(UpdateInstallationTest, AnInstallerDocumentIsOpenedWhereThereIsNoApplicat
 
   EXPECT_THAT(world_.world.launcher->opened, ElementsAre(HasSubstr("/Install.pkg")));
   EXPECT_FALSE(world_.memory().attempt());
+}
+
+TEST_F(UpdateInstallationTest, AnInstallerDocumentIsOpenedForNobodyWhoWasNotAsked) {
+  offerInstallerDocument();
+
+  EXPECT_EQ(install(), "offered");
+
+  EXPECT_THAT(world_.printed(), HasSubstr("download the installer and open it: https://example.org/Installer.zip\n"));
+  EXPECT_THAT(world_.world.network->requested, IsEmpty());
+  EXPECT_THAT(world_.world.launcher->opened, IsEmpty());
 }
 
 TEST_F(UpdateInstallationTest, AnEntryWithoutAnyArchiveIsThePublishersMistake) {

@@ -29,9 +29,15 @@ TEST(VeskAppBundleCodeSignatureOutputTest, TheCutCountsCharactersAndSplitsNone) 
 }
 
 TEST(VeskAppBundleCodeSignatureOutputTest, TheTeamIsTheRestOfItsFirstLineAsItStands) {
-  EXPECT_EQ(teamIdentifierInOutput("a\nTeamIdentifier= T 1 \nTeamIdentifier=2"), " T 1 ");
+  EXPECT_EQ(teamIdentifierInOutput("a\nTeamIdentifier= T 1 \nTeamIdentifier= T 1 \nb"), " T 1 ");
   EXPECT_EQ(teamIdentifierInOutput("TeamIdentifier="), "");
   EXPECT_EQ(teamIdentifierInOutput("xTeamIdentifier=1\nteamidentifier=2"), std::nullopt);
+}
+
+TEST(VeskAppBundleCodeSignatureOutputTest, TeamsThatContradictEachOtherAreNone) {
+  EXPECT_EQ(teamIdentifierInOutput("Identifier=x\nTeamIdentifier=VICTIM\nTeamIdentifier=SIGNER"), std::nullopt);
+  EXPECT_EQ(teamIdentifierInOutput("Identifier=x\u2028TeamIdentifier=VICTIM\nTeamIdentifier=not set"), std::nullopt);
+  EXPECT_EQ(teamIdentifierInOutput("TeamIdentifier=\nTeamIdentifier=VICTIM"), std::nullopt);
 }
 
 }  // namespace

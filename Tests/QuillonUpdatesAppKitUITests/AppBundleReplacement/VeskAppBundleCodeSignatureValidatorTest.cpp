@@ -27,6 +27,16 @@ using testing::makeApplicationBundle;
 using testing::writeFile;
 using Code = VeskUpdateInstallerError::Code;
 
+/// Leads other programs somewhere else, if told to.
+class PathsForOtherPrograms final : public QuillonPosixFileManager {
+ public:
+  [[nodiscard]] std::string pathForOtherPrograms(const QuillonURL& item) const override {
+    return path.empty() ? item.path() : path.string();
+  }
+
+  fs::path path;
+};
+
 class VeskAppBundleCodeSignatureValidatorTest : public ::testing::Test {
  protected:
   void make(const ApplicationBundleDescription& description) {
@@ -36,8 +46,8 @@ class VeskAppBundleCodeSignatureValidatorTest : public ::testing::Test {
 
   std::optional<Code> validate() {
     const VeskAppBundleCodeSignatureValidator validator(
-        std::make_shared<QuillonPosixFileManager>(), [this](std::string_view line) { log.emplace_back(line); }, runner,
-        "/usr/bin/codesign", {.major = 14, .minor = 0, .patch = 0});
+        files, [this](std::string_view line) { log.emplace_back(line); }, runner, "/usr/bin/codesign",
+        {.major = 14, .minor = 0, .patch = 0});
     try {
       validator.validateAppBundle(QuillonURL::fileURL(bundle.string()), host);
       return std::nullopt;
@@ -50,8 +60,14 @@ class VeskAppBundleCodeSignatureValidatorTest : public ::testing::Test {
     return "VeskAppBundleCodeSignatureValidator: " + message;
   }
 
+  [[nodiscard]] std::string notShownLine(const fs::path& shown) const {
+    return line("the code signing tool is not shown the bundle shownApp=" + shown.string() +
+                " stagedApp=" + bundle.string());
+  }
+
   testing::TemporaryDirectory folder;
   fs::path bundle = folder / "Example.app";
+  std::shared_ptr<PathsForOtherPrograms> files = std::make_shared<PathsForOtherPrograms>();
   std::shared_ptr<testing::FakeProcessRunner> runner = std::make_shared<testing::FakeProcessRunner>();
   VeskAppBundleUpdateHostIdentity host{.bundleIdentifier = "org.example.App",
                                        .applicationVersion = "1.9",
@@ -202,6 +218,16 @@ TEST_F(VeskAppBundleCodeSignatureValidatorTest, AnExecutableThatIsMissingOrAFold
   EXPECT_THAT(log, ElementsAre(expected, expected));
 }
 
+TEST_F(VeskAppBundleCodeSignatureValidatorTest, AnExecutableNameThatLeadsElsewhereOrBreaksALineIsRejected) {
+  for (const char* name :
+       {"../Resources/version.txt", "sub/Example", "Example\nTeamIdentifier=TEAM1", "Ex\u2028ample", "Ex\x7F"}) {
+    make({.build = "101", .executable = name});
+    ASSERT_TRUE(fs::exists(bundle / "Contents/MacOS" / name));
+
+    EXPECT_EQ(validate(), Code::missingExecutable) << name;
+  }
+}
+
 TEST_F(VeskAppBundleCodeSignatureValidatorTest, AFailedVerificationIsRejectedWithTheToolsWords) {
   make({.build = "101"});
   runner->answer = [](const auto&) {
@@ -226,6 +252,46 @@ TEST_F(VeskAppBundleCodeSignatureValidatorTest, AToolThatCannotBeStartedRejects)
                                     bundle.string())));
 }
 
+TEST_F(VeskAppBundleCodeSignatureValidatorTest, TheToolIsGivenThePathForOtherPrograms) {
+  make({.build = "101"});
+  fs::create_symlink(".", folder / "link");
+  files->path = folder / "link/Example.app";
+
+  EXPECT_EQ(validate(), std::nullopt);
+
+  EXPECT_EQ(runner->commands.at(0).back(), files->path.string());
+}
+
+TEST_F(VeskAppBundleCodeSignatureValidatorTest, AnotherItemAtThePathForOtherProgramsIsRejectedUnseen) {
+  make({.build = "101"});
+  files->path = folder / "Other.app";
+  for (const bool isThere : {false, true}) {
+    if (isThere) makeApplicationBundle(files->path, {.build = "101"});
+    log.clear();
+
+    EXPECT_EQ(validate(), Code::signatureValidationFailed);
+
+    EXPECT_THAT(log, ElementsAre(notShownLine(files->path)));
+    EXPECT_THAT(runner->commands, IsEmpty());
+  }
+}
+
+TEST_F(VeskAppBundleCodeSignatureValidatorTest, AnItemExchangedWhileTheToolLooksIsRejected) {
+  make({.build = "101"});
+  const fs::path around = folder / "around";
+  fs::create_directory_symlink(folder.path(), around);
+  files->path = around / "Example.app";
+  runner->answer = [&](const auto&) {
+    fs::remove(around);
+    makeApplicationBundle(files->path, {.build = "101"});
+    return QuillonProcessResult{.status = 0, .output = ""};
+  };
+
+  EXPECT_EQ(validate(), Code::signatureValidationFailed);
+
+  EXPECT_THAT(log, ElementsAre(notShownLine(files->path)));
+}
+
 class VeskAppBundleCodeSignatureValidatorTeamTest : public VeskAppBundleCodeSignatureValidatorTest {
  protected:
   void SetUp() override {
@@ -236,7 +302,7 @@ class VeskAppBundleCodeSignatureValidatorTeamTest : public VeskAppBundleCodeSign
     };
   }
 
-  QuillonProcessResult description{.status = 0, .output = "Identifier=x\nTeamIdentifier=TEAM1\nTeamIdentifier=OTHER\n"};
+  QuillonProcessResult description{.status = 0, .output = "Identifier=x\nTeamIdentifier=TEAM1\nSigned Time=1\n"};
 };
 
 TEST_F(VeskAppBundleCodeSignatureValidatorTeamTest, TheExpectedTeamIsAccepted) {
@@ -263,6 +329,16 @@ TEST_F(VeskAppBundleCodeSignatureValidatorTeamTest, AFailedDescriptionIsRejected
       log, ElementsAre(line("code signature metadata read failed status=2 output=usage stagedApp=" + bundle.string())));
 }
 
+TEST_F(VeskAppBundleCodeSignatureValidatorTeamTest, AnIdentifierThatWritesATeamLineOfItsOwnIsRejected) {
+  description.output = "Identifier=x\nTeamIdentifier=TEAM1\nTeamIdentifier=OTHER\n";
+
+  EXPECT_EQ(validate(), Code::signatureValidationFailed);
+
+  EXPECT_THAT(log, ElementsAre(line("code signature metadata did not include TeamIdentifier output=Identifier=x\\n"
+                                    "TeamIdentifier=TEAM1\\nTeamIdentifier=OTHER stagedApp=" +
+                                    bundle.string())));
+}
+
 TEST_F(VeskAppBundleCodeSignatureValidatorTeamTest, ADescriptionWithoutATeamLineIsRejected) {
   description.output = "Identifier=x\n TeamIdentifier=TEAM1\n";
 
@@ -271,6 +347,22 @@ TEST_F(VeskAppBundleCodeSignatureValidatorTeamTest, ADescriptionWithoutATeamLine
   EXPECT_THAT(log, ElementsAre(line("code signature metadata did not include TeamIdentifier output=Identifier=x\\n "
                                     "TeamIdentifier=TEAM1 stagedApp=" +
                                     bundle.string())));
+}
+
+TEST_F(VeskAppBundleCodeSignatureValidatorTeamTest, TheDescriptionOfAnItemExchangedMeanwhileIsRejected) {
+  const fs::path around = folder / "around";
+  fs::create_directory_symlink(folder.path(), around);
+  files->path = around / "Example.app";
+  runner->answer = [&](const std::vector<std::string>& command) {
+    if (command.at(1) != "-dv") return QuillonProcessResult{.status = 0, .output = ""};
+    fs::remove(around);
+    makeApplicationBundle(files->path, {.build = "101"});
+    return description;
+  };
+
+  EXPECT_EQ(validate(), Code::signatureValidationFailed);
+
+  EXPECT_THAT(log, ElementsAre(notShownLine(files->path)));
 }
 
 TEST_F(VeskAppBundleCodeSignatureValidatorTeamTest, AStopWhileTheToolRunsIsACancellationWithoutALogLine) {

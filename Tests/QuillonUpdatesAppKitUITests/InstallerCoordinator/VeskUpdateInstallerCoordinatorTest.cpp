@@ -24,7 +24,6 @@ using ::testing::ElementsAre;
 using ::testing::IsEmpty;
 using ::testing::Not;
 using ::testing::SizeIs;
-using ::testing::StartsWith;
 using Code = VeskUpdateInstallerError::Code;
 using Handler = VeskUpdateInstallerDownloadProgressHandler;
 using LaunchResult = VeskAppBundleReplacementLaunchResult;
@@ -56,10 +55,12 @@ class VeskUpdateInstallerCoordinatorTest : public ::testing::Test {
   void archiveHolds(std::vector<std::string> names) {
     world_.unzipper->content = [names = std::move(names)](const fs::path& destination, const std::stop_token&) {
       for (const std::string& name : names) {
-        if (name.ends_with('/'))
+        if (name.ends_with('/')) {
           fs::create_directories(destination / name);
-        else
+        } else {
           writeFile(destination / name, "");
+          fs::permissions(destination / name, fs::perms::owner_read | fs::perms::owner_write);
+        }
       }
       return true;
     };
@@ -403,10 +404,36 @@ TEST_F(VeskUpdateInstallerCoordinatorTest, TheTemporaryFolderOfAnAppBundleIsOfTh
 
 TEST_F(VeskUpdateInstallerCoordinatorTest, WithoutAnApplicationSupportFolderTheTemporaryOneIsPreferred) {
   world_.files->placeWorkingFolders({}, QuillonURL::fileURL(world_.temporary.string()));
+  archiveHolds({"Example.pkg"});
 
   EXPECT_EQ(world_.install(world_.installerRequest()), "done");
 
   EXPECT_THAT(world_.launcher->opened, ElementsAre(world_.temporary / "Example/Installer/Example.pkg"));
+}
+
+TEST_F(VeskUpdateInstallerCoordinatorTest, ATemporaryFolderThatAnotherUserCanWriteToIsNotUsed) {
+  world_.files->placeWorkingFolders({}, QuillonURL::fileURL(world_.temporary.string()));
+  fs::create_directories(world_.temporary / "Example");
+  fs::permissions(world_.temporary / "Example", fs::perms::all);
+  archiveHolds({"Example.pkg"});
+
+  EXPECT_EQ(world_.install(world_.appBundleRequest()), "writeFailed");
+  EXPECT_EQ(world_.install(world_.installerRequest()), "done");
+
+  EXPECT_THAT(world_.launcher->opened, ElementsAre(world_.temporary / "Example.pkg")) << "as the next candidate says";
+}
+
+TEST_F(VeskUpdateInstallerCoordinatorTest, AnInstallerDocumentThatAnotherUserPutIntoTheTemporaryFolderIsNotOpened) {
+  world_.files->failChangesBelow(QuillonURL::fileURL(world_.support.string()), EACCES);
+  world_.unzipper->content = [](const fs::path& destination, const std::stop_token&) {
+    fs::create_directory(destination / "Example.pkg");
+    fs::permissions(destination / "Example.pkg", fs::perms::all);
+    return true;
+  };
+
+  EXPECT_EQ(world_.install(world_.installerRequest()), "launchFailed");
+
+  EXPECT_THAT(world_.launcher->opened, IsEmpty());
 }
 
 TEST_F(VeskUpdateInstallerCoordinatorTest, LinksOnTheWayToApplicationSupportAreResolved) {
@@ -469,6 +496,7 @@ TEST_F(VeskUpdateInstallerCoordinatorTest, AnOlderArchiveIsReplaced) {
 
 TEST_F(VeskUpdateInstallerCoordinatorTest, AFolderWithTheArchivesNameIsLeftAlone) {
   writeFile(world_.support / "Example/Installer/Example.zip/precious", "");
+  archiveHolds({"Example.pkg"});
 
   EXPECT_EQ(world_.install(world_.installerRequest()), "done");
 
@@ -506,6 +534,31 @@ TEST_F(VeskUpdateInstallerCoordinatorTest, AnUnpackedFolderThatCannotBeListedIsA
   };
 
   EXPECT_EQ(world_.install(world_.appBundleRequest()), "invalidArchive");
+}
+
+TEST_F(VeskUpdateInstallerCoordinatorTest, AFolderThatCannotBeListedBesideTheApplicationIsPassedOver) {
+  archiveHolds({"Example.app/", "Closed/Folder/"});
+  world_.files->closeFoldersNamed("Closed");
+
+  EXPECT_EQ(world_.install(world_.appBundleRequest()), "done");
+
+  EXPECT_TRUE(stagedApplication().ends_with("/Example.app"));
+}
+
+TEST_F(VeskUpdateInstallerCoordinatorTest, ItemsThatCannotBeLookedAtBesideTheApplicationArePassedOver) {
+  archiveHolds({"Example.app/", "Closed/Folder/"});
+  world_.files->closeItemsInFoldersNamed("Closed");
+
+  EXPECT_EQ(world_.install(world_.appBundleRequest()), "done");
+
+  EXPECT_TRUE(stagedApplication().ends_with("/Example.app"));
+}
+
+TEST_F(VeskUpdateInstallerCoordinatorTest, AnApplicationInAFolderThatIsClosedIsNotFound) {
+  archiveHolds({"Closed/Example.app/"});
+  world_.files->closeFoldersNamed("Closed");
+
+  EXPECT_EQ(world_.install(world_.appBundleRequest()), "noAppBundleFound");
 }
 
 TEST_F(VeskUpdateInstallerCoordinatorTest, AnArchiveWithoutApplicationIsNoAppBundleFound) {

@@ -6,6 +6,7 @@
 #include <sys/wait.h>
 #include <unistd.h>
 
+#include <csignal>
 #include <cstdlib>
 #include <filesystem>
 
@@ -52,6 +53,16 @@ class QuillonCodesignTest : public ::testing::Test {
 
   TemporaryDirectory folder_;
 };
+
+TEST_F(QuillonCodesignTest, ALimitOnTheSizeOfFilesIsNotTheEndOfTheProcess) {
+  const std::string command = std::string("ulimit -f 0; ") + QUILLON_BINARY_FOLDER + "/quillon-codesign --help > '" +
+                              (folder_ / "out").string() + "'";
+
+  const int status = std::system(command.c_str());
+
+  EXPECT_TRUE(WIFEXITED(status)) << WTERMSIG(status);
+  EXPECT_NE(WEXITSTATUS(status), 128 + SIGXFSZ);
+}
 
 TEST_F(QuillonCodesignTest, SignedBundleVerifiesSilently) {
   SignedBundleBuilder bundle(folder_ / "Example.app");

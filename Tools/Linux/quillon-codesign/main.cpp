@@ -18,6 +18,7 @@
 #include "CodeSignature/CodeSigner.h"
 #include "CodeSignature/SignatureDescription.h"
 #include "CodesignArguments.h"
+#include "QuillonCore/Runtime/Posix/CommandProcess.h"
 
 namespace quillon {
 namespace {
@@ -143,6 +144,7 @@ int runAll(const std::vector<std::string>& commandLine) {
 }  // namespace quillon
 
 int main(int argumentCount, char** argumentValues) {
+  quillon::prepareCommandProcess();
   try {
     return quillon::runAll({argumentValues + 1, argumentValues + argumentCount});
   } catch (const quillon::CodesignArgumentError& error) {

@@ -17,8 +17,7 @@ int runSampleApplication(const HostInformation& host) {
         [[SampleApplicationDelegate alloc] initWithHost:host]);
     [application setDelegate:delegate.get()];
     [application setActivationPolicy:NSApplicationActivationPolicyRegular];
-    [application run];
-    [application setDelegate:nil];
+    [application run];  // until `terminate:`, which ends the process
   }
   return 0;
 }

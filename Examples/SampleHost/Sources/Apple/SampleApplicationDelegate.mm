@@ -83,7 +83,7 @@ NSWindow* newWindow(const sample::HostInformation& host) {
 
 - (void)applicationWillTerminate:(NSNotification*)notification {
   (void)notification;
-  updater_.reset();  // its thread ends before the process
+  updater_.reset();  // what its thread is at ends before the process
 }
 
 - (BOOL)validateMenuItem:(NSMenuItem*)item {

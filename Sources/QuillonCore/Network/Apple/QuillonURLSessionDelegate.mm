@@ -43,9 +43,9 @@
              completionHandler:(void (^)(NSURLRequest*))completionHandler {
   (void)session;
   (void)response;
-  const bool goesOn = transfer_->mayFollowRedirect(quillon::fromNSURL([request URL]));
-  completionHandler(goesOn ? request : nil);
-  if (!goesOn) [task cancel];
+  const auto following = transfer_->requestAfterRedirect(quillon::fromNSURL([request URL]));
+  completionHandler(following ? quillon::toNSURLRequest(*following) : nil);
+  if (!following) [task cancel];
 }
 
 - (void)URLSession:(NSURLSession*)session task:(NSURLSessionTask*)task didCompleteWithError:(NSError*)error {

@@ -1,5 +1,6 @@
 #include <copyfile.h>
 #include <fcntl.h>
+#include <sys/acl.h>
 #include <sys/param.h>
 #include <sys/stat.h>
 #include <sys/xattr.h>
@@ -9,6 +10,7 @@
 #include <cerrno>
 #include <charconv>
 #include <cstdio>
+#include <memory>
 #include <string_view>
 #include <system_error>
 
@@ -68,6 +70,11 @@ std::string pathOfOpenDirectory(int descriptor) {
   return leadsTo(path, descriptor) ? path : currentPathOfOpenDirectory(descriptor);
 }
 
+bool otherProgramsTakePathsOfOpenDirectories() noexcept {
+  // codesign(1) begins with realpath(3), which looks at every folder on the way and finds none at "/.vol/<device>".
+  return false;
+}
+
 std::string currentPathOfOpenDirectory(int descriptor) {
   PathBuffer path{};
   return fcntl(descriptor, F_GETPATH, path.data()) == 0 ? std::string(path.data()) : std::string("…");
@@ -109,6 +116,14 @@ int changeOwnerOfItem(int folder, const char* name, uid_t user, gid_t group) noe
   return fchown(item.get(), user, group) == 0 ? 0 : errno;
 }
 
+int restrictToMode(int folder) noexcept {
+  const std::unique_ptr<void, int (*)(void*)> nothing(acl_init(0), acl_free);
+  if (!nothing) return errno;
+  // A volume that keeps no access lists has inherited none.
+  if (acl_set_fd_np(folder, static_cast<acl_t>(nothing.get()), ACL_TYPE_EXTENDED) == 0 || errno == ENOTSUP) return 0;
+  return errno;
+}
+
 int removeQuarantineMark(int folder, const char* name, bool /*isFileOrDirectory*/) noexcept {
   // There is no call that takes a folder and a name.
   PathBuffer folderPath{};
@@ -123,7 +138,10 @@ int removeQuarantineMark(int folder, const char* name, bool /*isFileOrDirectory*
 int copyExtendedAttributes(int from, int to) noexcept {
   // Access lists that a user made give nobody rights to what root installs.
   const copyfile_flags_t what = geteuid() == 0 ? COPYFILE_XATTR : COPYFILE_XATTR | COPYFILE_ACL;
-  return fcopyfile(from, to, nullptr, what) == 0 ? 0 : errno;
+  if (fcopyfile(from, to, nullptr, what) == 0) return 0;
+  // It goes on after an attribute that cannot be set, and says so at the end: com.apple.provenance is the system's own
+  // (EPERM), and some volumes know no attributes. Of an attribute that mattered the signature of the copy will tell.
+  return errno == EPERM || errno == ENOTSUP ? 0 : errno;
 }
 
 int copyFileContents(int from, int to, std::uint64_t size) noexcept {
@@ -132,8 +150,10 @@ int copyFileContents(int from, int to, std::uint64_t size) noexcept {
 }
 
 int synchronizeVolume(int folder) noexcept {
-  if (fsync_volume_np(folder, SYNC_VOLUME_FULLSYNC | SYNC_VOLUME_WAIT) == 0) return 0;
-  return errno == ENOTSUP ? 0 : errno;
+  // The error number itself is returned, and errno left alone: sync_volume_np(3).
+  const int code = fsync_volume_np(folder, SYNC_VOLUME_FULLSYNC | SYNC_VOLUME_WAIT);
+  const bool cannotFlush = code == ENOTSUP || code == ENOTTY || code == EINVAL;
+  return cannotFlush ? 0 : code;
 }
 
 }  // namespace quillon

@@ -5,8 +5,10 @@
 namespace quillon {
 
 QuillonSystemVersion QuillonSystemVersion::running() {
-  const NSOperatingSystemVersion version = [[NSProcessInfo processInfo] operatingSystemVersion];
-  return {.major = version.majorVersion, .minor = version.minorVersion, .patch = version.patchVersion};
+  @autoreleasepool {
+    const NSOperatingSystemVersion version = [[NSProcessInfo processInfo] operatingSystemVersion];
+    return {.major = version.majorVersion, .minor = version.minorVersion, .patch = version.patchVersion};
+  }
 }
 
 }  // namespace quillon

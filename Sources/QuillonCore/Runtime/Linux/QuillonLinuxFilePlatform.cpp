@@ -12,9 +12,7 @@
 #include <cstdio>
 #include <string_view>
 #include <system_error>
-#include <utility>
 
-#include "QuillonCore/Runtime/Linux/QuillonLinuxBaseDirectory.h"
 #include "QuillonCore/Runtime/Posix/BufferedFileCopy.h"
 #include "QuillonCore/Runtime/Posix/QuillonPosixPlatform.h"
 
@@ -39,6 +37,10 @@ bool attributeTravels(std::string_view name) {
 
 std::string pathOfOpenDirectory(int descriptor) {
   return "/proc/" + std::to_string(getpid()) + "/fd/" + std::to_string(descriptor);
+}
+
+bool otherProgramsTakePathsOfOpenDirectories() noexcept {
+  return true;
 }
 
 std::string currentPathOfOpenDirectory(int descriptor) {
@@ -80,6 +82,10 @@ QuillonFileTimes fileTimes(const struct stat& status) noexcept {
 
 int changeOwnerOfItem(int folder, const char* name, uid_t user, gid_t group) noexcept {
   return fchownat(folder, name, user, group, AT_SYMLINK_NOFOLLOW) == 0 ? 0 : errno;
+}
+
+int restrictToMode(int /*folder*/) noexcept {
+  return 0;  // the mode with which a folder is made is the mask of what it inherits
 }
 
 int removeQuarantineMark(int folder, const char* name, bool isFileOrDirectory) noexcept {
@@ -139,11 +145,6 @@ int copyFileContents(int from, int to, std::uint64_t size) noexcept {
 
 int synchronizeVolume(int folder) noexcept {
   return syncfs(folder) == 0 ? 0 : errno;
-}
-
-std::vector<QuillonURL> systemApplicationSupportDirectories() {
-  if (auto folder = baseDirectory("XDG_DATA_HOME", ".local/share")) return {*std::move(folder)};
-  return {};
 }
 
 }  // namespace quillon

@@ -17,6 +17,7 @@
 #include "QuillonCore/Runtime/Posix/QuillonPosixPlatform.h"
 #include "QuillonCore/Runtime/Posix/QuillonPosixTreeCopy.h"
 #include "QuillonCore/Runtime/Posix/QuillonPosixTreeWalk.h"
+#include "QuillonCore/Runtime/Posix/WriteSignalShield.h"
 #include "QuillonCore/Values/QuillonError.h"
 #include "QuillonCore/Values/QuillonUUID.h"
 
@@ -102,6 +103,7 @@ std::string readUpTo(int descriptor, std::size_t limit, const QuillonURL& file) 
 }
 
 void writeAll(int descriptor, std::string_view bytes, const QuillonURL& file) {
+  const WriteSignalShield shield;
   while (!bytes.empty()) {
     const ssize_t count = write(descriptor, bytes.data(), bytes.size());
     if (count < 0 && errno == EINTR) continue;
@@ -111,8 +113,9 @@ void writeAll(int descriptor, std::string_view bytes, const QuillonURL& file) {
 }
 
 void synchronize(int descriptor, const QuillonURL& item) {
-  // Volumes that cannot flush say EINVAL; there is nothing more to do for them.
-  if (fsync(descriptor) != 0 && errno != EINVAL) fail("flush", item);
+  // Volumes that cannot flush say EINVAL, and network volumes of macOS ENOTSUP of a folder; there is nothing more to do
+  // for them.
+  if (fsync(descriptor) != 0 && errno != EINVAL && errno != ENOTSUP) fail("flush", item);
 }
 
 class PinnedDirectory final : public QuillonPinnedDirectory {
@@ -266,6 +269,10 @@ QuillonURL QuillonPosixFileManager::resolvingSymbolicLinks(const QuillonURL& ite
   return QuillonURL::fileURL(resolved.data());
 }
 
+std::string QuillonPosixFileManager::pathForOtherPrograms(const QuillonURL& item) const {
+  return otherProgramsTakePathsOfOpenDirectories() ? item.path() : ordinaryPath(item.path());
+}
+
 std::unique_ptr<QuillonPinnedDirectory> QuillonPosixFileManager::pinDirectory(const QuillonURL& directory) const {
   if (directory.path() == "/") return std::make_unique<PinnedDirectory>(openDirectory("/", "open"));
   const QuillonPosixPlace place = openPlace(directory, "open");
@@ -317,6 +324,9 @@ std::unique_ptr<QuillonPinnedDirectory> QuillonPosixFileManager::createPrivateDi
   if (!made || fstat(made.get(), &status) != 0) fail("open", directory);
   if (status.st_uid != geteuid() || (status.st_mode & (S_IRWXG | S_IRWXO)) != 0) {
     throw QuillonSystemError::posix(ESTALE, "create", directory.path());
+  }
+  if (const int code = restrictToMode(made.get()); code != 0) {
+    throw QuillonSystemError::posix(code, "close to others", directory.path());
   }
   return std::make_unique<PinnedDirectory>(std::move(made));
 }
@@ -372,6 +382,7 @@ void QuillonPosixFileManager::copyItem(const QuillonURL& item, const QuillonURL&
   if (fstatat(to.folder.get(), to.name.c_str(), &existing, AT_SYMLINK_NOFOLLOW) == 0) {
     throw QuillonSystemError::posix(EEXIST, "copy to", destination.path());
   }
+  const WriteSignalShield shield;
   try {
     copyTree(from.folder.get(), from.name.c_str(), to.folder.get(), to.name.c_str(), item.path());
   } catch (...) {

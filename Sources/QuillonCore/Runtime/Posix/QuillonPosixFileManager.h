@@ -15,6 +15,7 @@ class QuillonPosixFileManager : public QuillonFileManaging {
   [[nodiscard]] std::string contentsOfFile(const QuillonURL& file, std::size_t limit) const override;
   [[nodiscard]] std::vector<std::string> contentsOfDirectory(const QuillonURL& directory) const override;
   [[nodiscard]] QuillonURL resolvingSymbolicLinks(const QuillonURL& item) const override;
+  [[nodiscard]] std::string pathForOtherPrograms(const QuillonURL& item) const override;
   [[nodiscard]] std::unique_ptr<QuillonPinnedDirectory> pinDirectory(const QuillonURL& directory) const override;
   [[nodiscard]] std::uint32_t effectiveUserIdentifier() const noexcept override;
   [[nodiscard]] QuillonURL temporaryDirectory() const override;

@@ -18,6 +18,9 @@ namespace quillon {
 /// A path that leads to the folder open as `descriptor`, whatever it is called, for this process and its children.
 [[nodiscard]] std::string pathOfOpenDirectory(int descriptor);
 
+/// Whether every program resolves what pathOfOpenDirectory makes, while this process runs.
+[[nodiscard]] bool otherProgramsTakePathsOfOpenDirectories() noexcept;
+
 /// Where the folder open as `descriptor` is at present, for messages; "…" when the system cannot tell.
 [[nodiscard]] std::string currentPathOfOpenDirectory(int descriptor);
 
@@ -48,6 +51,10 @@ struct QuillonFileTimes {
 
 /// Gives an item another owner and group, a link its own. 0, or the errno value.
 [[nodiscard]] int changeOwnerOfItem(int folder, const char* name, uid_t user, gid_t group) noexcept;
+
+/// Takes away what an open folder grants beside its mode, as by an access list inherited from the folder around it. 0,
+/// or the errno value.
+[[nodiscard]] int restrictToMode(int folder) noexcept;
 
 /// Takes the quarantine mark off one item, links not followed. 0, also for an item without mark, or the errno value.
 /// `isFileOrDirectory` is false for links and special files.

@@ -16,7 +16,9 @@
 #include "QuillonCore/Runtime/Posix/QuillonFileLock.h"
 #include "QuillonCore/Runtime/Posix/QuillonPosixFileManager.h"
 #include "QuillonCore/Runtime/Posix/QuillonPosixPath.h"
+#include "QuillonCore/Runtime/Posix/WriteSignalShield.h"
 #include "QuillonCore/Runtime/QuillonLogLine.h"
+#include "QuillonCore/Text/CountedNoun.h"
 #include "QuillonCore/Values/QuillonError.h"
 
 namespace quillon {
@@ -61,7 +63,8 @@ class QuillonRotatingFileLogger::File {
   void appendWithReport(const std::string& line, QuillonDate date) {
     std::string text;
     if (lostCount_ > 0) {
-      text = logLine(date, QuillonLogLevel::warn, "log", std::to_string(lostCount_) + " messages were lost");
+      text = logLine(date, QuillonLogLevel::warn, "log",
+                     countedNoun(lostCount_, "message was", "messages were") + " lost");
     }
     text += line;
     openForLine(text.size());
@@ -130,6 +133,7 @@ class QuillonRotatingFileLogger::File {
   }
 
   void write(const std::string& text) {
+    const WriteSignalShield shield;
     ssize_t written = 0;
     do {
       written = ::write(descriptor_.get(), text.data(), text.size());

@@ -29,6 +29,17 @@ const PropertyListRecord* PropertyListTree::findByIndex(const PropertyListRecord
   return &value(dictionary, *found);
 }
 
+std::span<const std::string_view> PropertyListTree::repeatedKeys(const PropertyListRecord& dictionary) const noexcept {
+  // Children of an empty container take no place: their address can be that of others.
+  if (repeatedKeys_.empty() || dictionary.size == 0) return {};
+  const auto found = repeatedKeys_.find(childrenOf(dictionary));
+  return found == repeatedKeys_.end() ? std::span<const std::string_view>() : found->second;
+}
+
+void PropertyListTree::setRepeatedKeys(const PropertyListRecord* children, std::vector<std::string_view> keys) {
+  repeatedKeys_.insert_or_assign(children, std::move(keys));
+}
+
 void PropertyListTree::setRoot(const PropertyListRecord& root) {
   objects_ = std::make_unique<PropertyListRecord[]>(1);
   objects_[0] = root;

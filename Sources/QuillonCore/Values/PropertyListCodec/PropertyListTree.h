@@ -6,8 +6,11 @@
 #include <cstdint>
 #include <cstring>
 #include <memory>
+#include <span>
 #include <string>
 #include <string_view>
+#include <unordered_map>
+#include <vector>
 
 #include "QuillonCore/Values/PropertyListCodec/PropertyListArena.h"
 
@@ -103,6 +106,10 @@ class PropertyListTree {
     return nullptr;
   }
 
+  /// The keys that a text list gives to `dictionary` more than once, each once, in their order. A binary list with such
+  /// keys is refused.
+  [[nodiscard]] std::span<const std::string_view> repeatedKeys(const PropertyListRecord& dictionary) const noexcept;
+
   /// The bytes that the tree's strings are views into, when it has been given them to keep.
   std::string ownedBytes;
   /// Where decoded strings and children lie.
@@ -110,6 +117,8 @@ class PropertyListTree {
 
   /// Makes this the tree of a text list.
   void setRoot(const PropertyListRecord& root);
+  /// Keeps the repeated keys of the dictionary of a text list with these children.
+  void setRepeatedKeys(const PropertyListRecord* children, std::vector<std::string_view> keys);
   /// Makes this the tree of a binary list.
   void setObjects(std::unique_ptr<PropertyListRecord[]> objects, std::size_t rootIndex,
                   unsigned referenceSize) noexcept;
@@ -135,7 +144,8 @@ class PropertyListTree {
 
   const PropertyListRecord* root_ = nullptr;
   std::unique_ptr<PropertyListRecord[]> objects_;
-  unsigned referenceSize_ = 0;  // 0 for a text list
+  unsigned referenceSize_ = 0;                                                   // 0 for a text list
+  std::unordered_map<const void*, std::vector<std::string_view>> repeatedKeys_;  // by the children of a dictionary
 };
 
 /// Most entries of a dictionary that is searched from end to end; longer ones are indexed.

@@ -1,6 +1,7 @@
 #include "QuillonCore/Values/PropertyListCodec/PropertyListTreeBuilder.h"
 
 #include <numeric>
+#include <utility>
 
 #include "QuillonCore/Values/PropertyListCodec/PropertyListKeyOrder.h"
 
@@ -31,19 +32,25 @@ PropertyListRecord PropertyListTreeBuilder::finishedDictionary(std::size_t first
   const auto keyAt = [&](std::size_t index) { return pending[2 * index].string(); };
   std::size_t count = pending.size() / 2;
   if (count > kPropertyListLinearSearchLimit) return finishedLongDictionary(pending);
-  if (haveDuplicateKey(count, keyAt)) count = withoutOverwritten(pending, sortedPositions(pending));
-  return PropertyListRecord::ofChildren(PropertyListType::dictionary, inArena(pending.first(2 * count)), count);
+  std::vector<std::string_view> repeatedKeys;
+  if (haveDuplicateKey(count, keyAt)) count = withoutOverwritten(pending, sortedPositions(pending), repeatedKeys);
+  const PropertyListRecord* const children = inArena(pending.first(2 * count));
+  if (!repeatedKeys.empty()) tree_.setRepeatedKeys(children, std::move(repeatedKeys));
+  return PropertyListRecord::ofChildren(PropertyListType::dictionary, children, count);
 }
 
 PropertyListRecord PropertyListTreeBuilder::finishedLongDictionary(std::span<PropertyListRecord> entries) {
   const auto keyAt = [&](std::size_t index) { return entries[2 * index].string(); };
   std::span<std::uint32_t> sorted = sortedPositions(entries);
+  std::vector<std::string_view> repeatedKeys;
   if (haveEqualNeighbours(sorted, keyAt)) {
-    entries = entries.first(2 * withoutOverwritten(entries, sorted));
+    entries = entries.first(2 * withoutOverwritten(entries, sorted, repeatedKeys));
     sorted = sortedPositions(entries);
   }
+  const PropertyListRecord* const children = inArena(entries);
+  if (!repeatedKeys.empty()) tree_.setRepeatedKeys(children, std::move(repeatedKeys));
   auto* const indexed = tree_.arena.allocate<PropertyListIndexedChildren>(1);
-  *indexed = {inArena(entries), sorted.data()};
+  *indexed = {children, sorted.data()};
   PropertyListRecord dictionary =
       PropertyListRecord::ofChildren(PropertyListType::dictionary, nullptr, entries.size() / 2);
   dictionary.indexed = indexed;
@@ -60,13 +67,17 @@ std::span<std::uint32_t> PropertyListTreeBuilder::sortedPositions(std::span<cons
   return sorted;
 }
 
-/// Closes up `entries` over those whose key comes again. Returns the number of those that stay.
+/// Closes up `entries` over those whose key comes again, which it adds to `repeatedKeys`. Returns the number of those
+/// that stay.
 std::size_t PropertyListTreeBuilder::withoutOverwritten(std::span<PropertyListRecord> entries,
-                                                        std::span<const std::uint32_t> sorted) {
+                                                        std::span<const std::uint32_t> sorted,
+                                                        std::vector<std::string_view>& repeatedKeys) {
   std::vector<bool> isOverwritten(sorted.size());
   for (std::size_t i = 1; i < sorted.size(); ++i) {
     const std::string_view key = entries[std::size_t{2} * sorted[i - 1]].string();
-    isOverwritten[sorted[i - 1]] = key == entries[std::size_t{2} * sorted[i]].string();
+    if (key != entries[std::size_t{2} * sorted[i]].string()) continue;
+    isOverwritten[sorted[i - 1]] = true;
+    if (repeatedKeys.empty() || repeatedKeys.back() != key) repeatedKeys.push_back(key);
   }
   std::size_t kept = 0;
   for (std::size_t i = 0; i < isOverwritten.size(); ++i) {

@@ -3,6 +3,7 @@
 #include <cstddef>
 #include <cstdint>
 #include <span>
+#include <string_view>
 #include <vector>
 
 #include "QuillonCore/Values/PropertyListCodec/PropertyListTree.h"
@@ -51,7 +52,8 @@ class PropertyListTreeBuilder {
   [[nodiscard]] PropertyListRecord finishedLongDictionary(std::span<PropertyListRecord> entries);
   [[nodiscard]] std::span<std::uint32_t> sortedPositions(std::span<const PropertyListRecord> entries);
   [[nodiscard]] std::size_t withoutOverwritten(std::span<PropertyListRecord> entries,
-                                               std::span<const std::uint32_t> sorted);
+                                               std::span<const std::uint32_t> sorted,
+                                               std::vector<std::string_view>& repeatedKeys);
   [[nodiscard]] const PropertyListRecord* inArena(std::span<const PropertyListRecord> records);
 
   PropertyListTree& tree_;

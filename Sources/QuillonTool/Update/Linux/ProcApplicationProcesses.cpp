@@ -1,5 +1,7 @@
 #include "QuillonTool/Update/Linux/ProcApplicationProcesses.h"
 
+#include <sys/stat.h>
+#include <sys/types.h>
 #include <unistd.h>
 
 #include <algorithm>
@@ -8,6 +10,7 @@
 #include <ios>
 #include <iterator>
 #include <optional>
+#include <sstream>
 #include <string_view>
 #include <system_error>
 #include <utility>
@@ -32,9 +35,9 @@ std::string programOf(const fs::path& process) {
 }
 
 /// Empty for a process that ends while it is read.
-std::string commandLineBytesOf(const fs::path& process) {
+std::string contentOf(const fs::path& path) {
   try {
-    std::ifstream file(process / "cmdline", std::ios::binary);
+    std::ifstream file(path, std::ios::binary);
     return {std::istreambuf_iterator<char>(file), {}};
   } catch (const std::ios_base::failure&) {
     return {};
@@ -42,7 +45,7 @@ std::string commandLineBytesOf(const fs::path& process) {
 }
 
 std::vector<std::string> commandLineOf(const fs::path& process) {
-  const std::string bytes = commandLineBytesOf(process);
+  const std::string bytes = contentOf(process / "cmdline");
   std::vector<std::string> words;
   for (std::string_view rest = bytes; !rest.empty();) {
     const std::size_t end = std::min(rest.find('\0'), rest.size());
@@ -60,10 +63,38 @@ bool isInstallerOf(const std::vector<std::string>& words, const std::string& bun
   return option != words.end() && std::next(option) != words.end() && *std::next(option) == bundle;
 }
 
-std::optional<ApplicationProcess> processIn(const fs::path& process, std::int32_t identifier,
-                                            const std::string& bundle) {
-  const std::vector<std::string> words = commandLineOf(process);
-  if (isInstallerOf(words, bundle)) {
+/// The user who started the process. The effective one does not tell: anybody can start a set-user-ID program with the
+/// words of an installer, and the owner of the process's folder is root wherever a process does not want to be looked
+/// at.
+std::optional<uid_t> realUserOf(const fs::path& process) {
+  std::istringstream lines(contentOf(process / "status"));
+  for (std::string line; std::getline(lines, line);) {
+    std::istringstream words(line);
+    std::string key;
+    std::string realUser;
+    if (words >> key >> realUser && key == "Uid:") return decimalNumber<uid_t>(realUser);
+  }
+  return std::nullopt;
+}
+
+/// Those whose installers can give a new bundle the owner of `bundle`. The owner of the folder stands for that of a
+/// bundle which an installer has moved aside at this moment.
+std::vector<uid_t> usersWhoReplace(const fs::path& bundle) {
+  std::vector<uid_t> users = {0, geteuid()};
+  for (const fs::path& item : {bundle, bundle.parent_path()}) {
+    struct stat status {};
+    if (lstat(item.c_str(), &status) == 0) users.push_back(status.st_uid);
+  }
+  return users;
+}
+
+bool isOneOf(const std::vector<uid_t>& users, std::optional<uid_t> user) {
+  return user && std::ranges::find(users, *user) != users.end();
+}
+
+std::optional<ApplicationProcess> processIn(const fs::path& process, std::int32_t identifier, const std::string& bundle,
+                                            const std::vector<uid_t>& installingUsers) {
+  if (isInstallerOf(commandLineOf(process), bundle) && isOneOf(installingUsers, realUserOf(process))) {
     return ApplicationProcess{.identifier = identifier,
                               .name = std::string(VeskAppBundleUpdateHelperIdentity::executableName),
                               .isInstaller = true};
@@ -79,12 +110,15 @@ std::optional<ApplicationProcess> processIn(const fs::path& process, std::int32_
 ProcApplicationProcesses::ProcApplicationProcesses(std::string folder) : folder_(std::move(folder)) {}
 
 std::vector<ApplicationProcess> ProcApplicationProcesses::processesOf(const QuillonURL& bundle) const {
+  const std::vector<uid_t> installingUsers = usersWhoReplace(bundle.path());
   std::vector<ApplicationProcess> found;
   std::error_code error;
   for (fs::directory_iterator entry(folder_, error), end; !error && entry != end; entry.increment(error)) {
     const auto identifier = decimalNumber<std::int32_t>(entry->path().filename().string());
     if (!identifier || *identifier == getpid()) continue;
-    if (auto process = processIn(entry->path(), *identifier, bundle.path())) found.push_back(*std::move(process));
+    if (auto process = processIn(entry->path(), *identifier, bundle.path(), installingUsers)) {
+      found.push_back(*std::move(process));
+    }
   }
   std::ranges::sort(found, {}, &ApplicationProcess::identifier);
   return found;

@@ -12,8 +12,9 @@ namespace {
 using Dictionary = quillon::QuillonPropertyListValue::Dictionary;
 using ReplyBlock = void (^)(NSDictionary*);
 
-/// `reply` as a function, which owns a copy of it.
-quillon::VeskAppBundleInstallerLauncherXPCProtocol::Reply functionOf(ReplyBlock reply) {
+/// `reply` as a function, which owns a copy of it. Ends the process without memory: no exception may leave for the
+/// object runtime, and a request without an answer would hold its host up.
+quillon::VeskAppBundleInstallerLauncherXPCProtocol::Reply functionOf(ReplyBlock reply) noexcept {
   return [held = quillon::QuillonObjectReference<NSObject>::adopt((NSObject*)[reply copy])](const Dictionary& result) {
     @autoreleasepool {
       NSDictionary* const dictionary = quillon::toNSDictionary(result);

@@ -4,12 +4,23 @@
 
 #include <unistd.h>
 
+#include <memory>
 #include <utility>
 
 #import "QuillonCore/Runtime/Apple/QuillonObjectReference.h"
 #import "QuillonUpdatesAppKitUI/AppBundleInstaller/Apple/VeskAppBundleInstallerLauncherProgressSender.h"
 #import "QuillonUpdatesAppKitUI/AppBundleInstaller/Apple/VeskAppBundleInstallerLauncherServiceExport.h"
 #import "QuillonUpdatesAppKitUI/HelperLaunchers/XPC/Apple/VeskAppBundleXPCProtocols.h"
+
+namespace {
+
+/// Ends the process without memory: no exception may leave for the object runtime.
+std::shared_ptr<quillon::VeskAppBundleInstallerLauncherProgressSender> makeSender(
+    NSXPCConnection* connection) noexcept {
+  return std::make_shared<quillon::VeskAppBundleInstallerLauncherProgressSender>(connection);
+}
+
+}  // namespace
 
 /// Sets up each connection with a service of its own.
 @interface VeskAppBundleInstallerLauncherServiceListenerDelegate : NSObject <NSXPCListenerDelegate> {
@@ -29,7 +40,7 @@
 - (BOOL)listener:(NSXPCListener*)listener shouldAcceptNewConnection:(NSXPCConnection*)connection {
   (void)listener;
   if ([connection effectiveUserIdentifier] != getuid()) return NO;
-  const auto sender = std::make_shared<quillon::VeskAppBundleInstallerLauncherProgressSender>(connection);
+  const auto sender = makeSender(connection);
   auto service = quillon::makeServiceOrNone(makeService_, [connection processIdentifier], sender);
   if (!service) {
     sender->close();

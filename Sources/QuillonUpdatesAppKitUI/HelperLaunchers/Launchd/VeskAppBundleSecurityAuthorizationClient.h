@@ -33,7 +33,8 @@ class VeskAppBundleSecurityAuthorizationClient {
 
   /// `AuthorizationCreate` with no rights, no environment and default flags.
   [[nodiscard]] virtual Creation createAuthorization() noexcept = 0;
-  /// `AuthorizationRightSet`: what obtaining `rightName` takes (`rule`), and the text its dialog shows.
+  /// `AuthorizationRightSet`: what obtaining `rightName` takes (`rule`), and the text its dialog shows. May wait for a
+  /// dialog of its own.
   [[nodiscard]] virtual std::int32_t setRight(VeskAppBundleAuthorizationRef authorizationRef,
                                               std::string_view rightName, std::string_view rule,
                                               std::string_view description) noexcept = 0;

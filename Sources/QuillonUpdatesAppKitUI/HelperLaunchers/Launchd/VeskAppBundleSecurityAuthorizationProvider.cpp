@@ -37,10 +37,11 @@ void VeskAppBundleSecurityAuthorizationProvider::requestAdministratorRights(
     const std::function<void()>& interactionWillBegin, const std::function<void()>& interactionDidEnd) {
   constexpr std::uint32_t kFlags = kAuthorizationFlagInteractionAllowed | kAuthorizationFlagExtendRights;
   const VeskAppBundleAuthorizationRef ref = validRef(authorization);
-  throwUnlessSuccess(securityClient_->setRight(ref, customRightName, kAdministratorRule, prompt));
 
+  // Registering asks too where the right exists already: who changes one needs "config.modify.<right>".
   interactionWillBegin();
-  std::int32_t status = securityClient_->copyRight(ref, customRightName, kFlags);
+  std::int32_t status = securityClient_->setRight(ref, customRightName, kAdministratorRule, prompt);
+  if (status == kAuthorizationSuccess) status = securityClient_->copyRight(ref, customRightName, kFlags);
   if (status == kAuthorizationSuccess) status = securityClient_->copyRight(ref, serviceManagementRightName, kFlags);
   interactionDidEnd();
   throwUnlessSuccess(status);

@@ -4,6 +4,7 @@
 #include <cstddef>
 #include <string_view>
 
+#include "QuillonCore/Text/CountedNoun.h"
 #include "QuillonCore/Text/RealNumber.h"
 
 namespace quillon {
@@ -38,7 +39,7 @@ std::string xpcMessageValueText(const QuillonPropertyListValue& value) {
     return "dictionary of " + std::to_string(entries->size());
   }
   if (const auto* const data = value.getIf<QuillonPropertyListData>()) {
-    return "data of " + std::to_string(data->bytes.size()) + " bytes";
+    return "data of " + countedNoun(data->bytes.size(), "byte", "bytes");
   }
   return "date";
 }

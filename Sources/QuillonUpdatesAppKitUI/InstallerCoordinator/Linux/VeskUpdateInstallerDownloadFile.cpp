@@ -10,6 +10,7 @@
 #include <utility>
 
 #include "QuillonCore/Runtime/Posix/QuillonPosixPath.h"
+#include "QuillonCore/Runtime/Posix/WriteSignalShield.h"
 #include "QuillonCore/Values/QuillonError.h"
 #include "QuillonCore/Values/QuillonUUID.h"
 
@@ -71,6 +72,7 @@ VeskUpdateInstallerDownloadFile::VeskUpdateInstallerDownloadFile(FileDescriptor 
 
 void VeskUpdateInstallerDownloadFile::reserve(std::uint64_t bytes) {
   if (bytes == 0) return;
+  const WriteSignalShield shield;
   while (fallocate(descriptor_.get(), FALLOC_FL_KEEP_SIZE, 0, static_cast<off_t>(bytes)) != 0) {
     if (cannotReserve(errno)) return;  // writing will tell
     if (errno != EINTR) fail("set space aside for a download in", folder_);
@@ -78,6 +80,7 @@ void VeskUpdateInstallerDownloadFile::reserve(std::uint64_t bytes) {
 }
 
 void VeskUpdateInstallerDownloadFile::append(std::string_view bytes) {
+  const WriteSignalShield shield;
   while (!bytes.empty()) {
     const ssize_t count = write(descriptor_.get(), bytes.data(), bytes.size());
     if (count < 0 && errno == EINTR) continue;
@@ -109,6 +112,7 @@ void VeskUpdateInstallerDownloadFile::copy(int folder, const std::string& scratc
   const FileDescriptor target(
       openat(folder, scratch.c_str(), O_WRONLY | O_CREAT | O_EXCL | O_NOFOLLOW | O_CLOEXEC, S_IRUSR | S_IWUSR));
   if (!target) fail("write", file.path());
+  const WriteSignalShield shield;
   off_t offset = 0;
   while (static_cast<std::uint64_t>(offset) < size_) {
     const std::uint64_t rest = size_ - static_cast<std::uint64_t>(offset);

@@ -113,15 +113,22 @@ TEST_F(VeskAppBundleSecurityAuthorizationProviderTest, CancellationIsToldApartFr
 TEST_F(VeskAppBundleSecurityAuthorizationProviderTest, AdministratorRightsAreRegisteredThenCopiedWithInteraction) {
   EXPECT_EQ(requestAdministratorRights(authorization_), std::nullopt);
 
-  EXPECT_THAT(client_->calls, ElementsAre("set custom authenticate-admin Prompt.", "will begin", "copy custom 3",
+  EXPECT_THAT(client_->calls, ElementsAre("will begin", "set custom authenticate-admin Prompt.", "copy custom 3",
                                           "copy management 3", "did end"));
 }
 
-TEST_F(VeskAppBundleSecurityAuthorizationProviderTest, RefusedRegistrationShowsNoDialog) {
+TEST_F(VeskAppBundleSecurityAuthorizationProviderTest, RefusedRegistrationEndsTheInteractionAndAsksNothingMore) {
   client_->setStatus = -60007;
 
   EXPECT_EQ(requestAdministratorRights(authorization_), denied(-60007));
-  EXPECT_THAT(client_->calls, ElementsAre("set custom authenticate-admin Prompt."));
+  EXPECT_THAT(client_->calls, ElementsAre("will begin", "set custom authenticate-admin Prompt.", "did end"));
+}
+
+TEST_F(VeskAppBundleSecurityAuthorizationProviderTest, RegistrationCancelledInItsOwnDialogIsACancellation) {
+  client_->setStatus = -60006;
+
+  EXPECT_EQ(requestAdministratorRights(authorization_), cancelled(-60006));
+  EXPECT_EQ(client_->calls.back(), "did end");
 }
 
 TEST_F(VeskAppBundleSecurityAuthorizationProviderTest, CancelledDialogEndsTheInteractionAndAsksNothingMore) {
@@ -130,7 +137,7 @@ TEST_F(VeskAppBundleSecurityAuthorizationProviderTest, CancelledDialogEndsTheInt
 
   EXPECT_EQ(requestAdministratorRights(authorization_), cancelled(-60006));
   EXPECT_THAT(client_->calls,
-              ElementsAre("set custom authenticate-admin Prompt.", "will begin", "copy custom 3", "did end"));
+              ElementsAre("will begin", "set custom authenticate-admin Prompt.", "copy custom 3", "did end"));
 }
 
 TEST_F(VeskAppBundleSecurityAuthorizationProviderTest, RefusedManagementRightIsADenial) {
@@ -152,7 +159,7 @@ TEST_F(VeskAppBundleSecurityAuthorizationProviderTest, WillBeginHookCanStopTheRe
   });
 
   EXPECT_EQ(error, stopped);
-  EXPECT_THAT(client_->calls, ElementsAre("set custom authenticate-admin Prompt."));
+  EXPECT_THAT(client_->calls, IsEmpty());
 }
 
 TEST_F(VeskAppBundleSecurityAuthorizationProviderTest, ManagementRightAloneIsCopiedWithoutInteraction) {

@@ -146,6 +146,17 @@ TEST_F(VeskUpdateInstallerDownloadFileTest, AFileThatMayNotGrowIsAnError) {
   EXPECT_EQ(download_->size(), 1000U);
 }
 
+TEST_F(VeskUpdateInstallerDownloadFileTest, ACopyThatMayNotBeThatLongIsAnError) {
+  const ScopedMount volume(folder_ / "place", "size=8m");
+  if (!volume) GTEST_SKIP() << "this process may not mount";
+  download_->append(std::string(2000, 'c'));
+  const ScopedFileLengthLimit limit(1000);
+
+  EXPECT_EQ(failureOf([&] { writeTo(folder_ / "place" / "archive.zip"); }), EFBIG);
+
+  EXPECT_EQ(entriesOf(folder_ / "place"), 0);
+}
+
 TEST_F(VeskUpdateInstallerDownloadFileTest, AFolderThatIsNotThereTakesNone) {
   EXPECT_EQ(makeIn(folder_ / "missing"), nullptr);
   EXPECT_EQ(makeIn("/proc"), nullptr);

@@ -95,7 +95,8 @@ std::ptrdiff_t openDescriptorCount() {
   return std::distance(begin(descriptors), end(descriptors));
 }
 
-/// A connection whose callbacks are written down in their order.
+/// A connection whose callbacks are written down in their order. What every connection promises is tried by
+/// VeskAppBundleInstallerLauncherServiceConnectionContract.
 class VeskAppBundleBusInstallerLauncherServiceConnectionTest : public ::testing::Test {
  protected:
   void makeConnection(FileDescriptor socket) {
@@ -123,13 +124,6 @@ class VeskAppBundleBusInstallerLauncherServiceConnectionTest : public ::testing:
     return service.receive();
   }
 
-  /// Waits until both ends have the handshake behind them.
-  static void connect(const BusPeer& service) {
-    ASSERT_TRUE(service.connect());
-    service.send(service.makeCall());
-    ASSERT_TRUE(service.receive());
-  }
-
   static void reply(const BusPeer& service, const BusPeer::Message& call, const Result& result) {
     const auto message = BusPeer::makeReturn(call);
     ASSERT_GE(appendLauncherBusDictionary(message.get(), xpcDictionary(result, {})), 0);
@@ -148,59 +142,6 @@ class VeskAppBundleBusInstallerLauncherServiceConnectionTest : public ::testing:
   testing::SocketPair sockets_ = testing::makeSocketPair();
   std::shared_ptr<Connection> connection_;
 };
-
-TEST_F(VeskAppBundleBusInstallerLauncherServiceConnectionTest, ARequestReachesTheListenerAndItsReplyTheHost) {
-  class Service final : public VeskAppBundleInstallerLauncherXPCProtocol {
-   public:
-    explicit Service(std::shared_ptr<VeskAppBundleInstallerLauncherProgressXPCProtocol> host)
-        : host_(std::move(host)) {}
-    void launchReplacement(const Dictionary& message, Reply reply) override {
-      EXPECT_EQ(message, kMessage);
-      host_->reportProgress(xpcDictionary(Progress::handoffStarted()));
-      host_->reportProgress(xpcDictionary(Progress::jobSubmitted()));
-      reply(xpcDictionary(Result::launched(), {}));
-    }
-
-   private:
-    std::shared_ptr<VeskAppBundleInstallerLauncherProgressXPCProtocol> host_;
-  };
-  VeskAppBundleInstallerLauncherServiceListener listener(std::move(sockets_.service));
-  Service service(listener.progressSender());
-  std::jthread thread([&] { listener.run(service); });
-  makeConnection(std::move(sockets_.host));
-  connection_->resume();
-
-  EXPECT_TRUE(launch());
-
-  EXPECT_EQ(callbacks_.pop(), "submitted");
-  EXPECT_EQ(callbacks_.pop(), "handoffStarted");
-  EXPECT_EQ(callbacks_.pop(), "jobSubmitted");
-  EXPECT_EQ(callbacks_.pop(), "launched");
-  connection_->invalidate();
-}
-
-TEST_F(VeskAppBundleBusInstallerLauncherServiceConnectionTest, NothingIsDeliveredWhileARequestIsBeingSubmitted) {
-  makeConnection(std::move(sockets_.host));
-  connection_->resume();
-  const BusPeer service(std::move(sockets_.service), BusPeer::Role::server);
-  connect(service);
-
-  const bool didSend = connection_->launchReplacement(
-      kMessage,
-      [&] {
-        // All of the service's answer is there before the submission has returned.
-        const auto call = service.receive();
-        report(service, Progress::authorizationBegan());
-        reply(service, call, Result::launched());
-        callbacks_.push("submitted");
-      },
-      [this](const Result& result) { note(textOf(result)); });
-
-  EXPECT_TRUE(didSend);
-  EXPECT_EQ(callbacks_.pop(), "submitted");
-  EXPECT_EQ(callbacks_.pop(), "authorizationBegan");
-  EXPECT_EQ(callbacks_.pop(), "launched");
-}
 
 TEST_F(VeskAppBundleBusInstallerLauncherServiceConnectionTest, ASecondReplyIsPassedOver) {
   makeConnection(std::move(sockets_.host));
@@ -367,18 +308,6 @@ TEST_F(VeskAppBundleBusInstallerLauncherServiceConnectionTest, WithoutAThreadToR
   EXPECT_TRUE(callbacks_.isEmpty());
 }
 
-TEST_F(VeskAppBundleBusInstallerLauncherServiceConnectionTest, AReplyBeforeTheEndIsDeliveredBeforeIt) {
-  makeConnection(std::move(sockets_.host));
-  BusPeer service(std::move(sockets_.service), BusPeer::Role::server);
-  const auto call = launchAndReceive(service);
-
-  reply(service, call, Result::launched());
-  service.close();
-
-  EXPECT_EQ(callbacks_.pop(), "launched");
-  EXPECT_EQ(callbacks_.pop(), kInterrupted);
-}
-
 TEST_F(VeskAppBundleBusInstallerLauncherServiceConnectionTest, AServiceThatEndsBeforeTheHandshakeInvalidatesIt) {
   makeConnection(std::move(sockets_.host));
   sockets_.service.reset();
@@ -456,148 +385,6 @@ TEST_F(VeskAppBundleBusInstallerLauncherServiceConnectionTest, DescriptorsAmongT
 
   EXPECT_EQ(callbacks_.pop(), kInvalidated);
   EXPECT_LE(openDescriptorCount(), before);
-}
-
-TEST_F(VeskAppBundleBusInstallerLauncherServiceConnectionTest, AMessageThatTheBusCannotCarryIsNotSent) {
-  makeConnection(std::move(sockets_.host));
-  connection_->resume();
-
-  const bool didSend = connection_->launchReplacement(
-      {{"stagedApplicationPath", QuillonPropertyListValue("/\xff")}}, [this] { callbacks_.push("submitted"); },
-      [this](const Result& result) { note(textOf(result)); });
-
-  EXPECT_FALSE(didSend);
-  connection_.reset();
-  EXPECT_TRUE(callbacks_.isEmpty());
-}
-
-TEST_F(VeskAppBundleBusInstallerLauncherServiceConnectionTest, NothingIsDeliveredAfterInvalidation) {
-  makeConnection(std::move(sockets_.host));
-  BusPeer service(std::move(sockets_.service), BusPeer::Role::server);
-  const auto call = launchAndReceive(service);
-
-  connection_->invalidate();
-
-  EXPECT_EQ(service.receive(), nullptr) << "the service sees the end at once";
-  EXPECT_FALSE(launch());
-  connection_.reset();
-  EXPECT_TRUE(callbacks_.isEmpty());
-}
-
-TEST_F(VeskAppBundleBusInstallerLauncherServiceConnectionTest, WhatWaitsIsNotDeliveredAfterInvalidation) {
-  makeConnection(std::move(sockets_.host));
-  const BusPeer service(std::move(sockets_.service), BusPeer::Role::server);
-  const auto call = launchAndReceive(service);
-  BlockingQueue<bool> goOn;
-  whenCalled_ = [&goOn] { goOn.pop(); };
-  report(service, Progress::handoffStarted());
-  report(service, Progress::jobSubmitted());
-  reply(service, call, Result::launched());
-  EXPECT_EQ(callbacks_.pop(), "handoffStarted");
-
-  connection_->invalidate();
-  goOn.push(true);
-
-  connection_.reset();
-  EXPECT_TRUE(callbacks_.isEmpty());
-}
-
-TEST_F(VeskAppBundleBusInstallerLauncherServiceConnectionTest, InvalidatingInACallbackDropsWhatCameAfter) {
-  makeConnection(std::move(sockets_.host));
-  const BusPeer service(std::move(sockets_.service), BusPeer::Role::server);
-  const auto call = launchAndReceive(service);
-  whenCalled_ = [this] {
-    connection_->invalidate();
-    callbacks_.push("invalidated");
-  };
-
-  report(service, Progress::handoffStarted());
-  report(service, Progress::jobSubmitted());
-  reply(service, call, Result::launched());
-
-  EXPECT_EQ(callbacks_.pop(), "handoffStarted");
-  EXPECT_EQ(callbacks_.pop(), "invalidated");
-  connection_.reset();
-  EXPECT_TRUE(callbacks_.isEmpty());
-}
-
-TEST_F(VeskAppBundleBusInstallerLauncherServiceConnectionTest, InvalidatingDuringASubmissionDropsWhatCameAfter) {
-  makeConnection(std::move(sockets_.host));
-  connection_->resume();
-  const BusPeer service(std::move(sockets_.service), BusPeer::Role::server);
-  connect(service);
-
-  const bool didSend = connection_->launchReplacement(
-      kMessage,
-      [&] {
-        reply(service, service.receive(), Result::launched());
-        connection_->invalidate();
-      },
-      [this](const Result& result) { note(textOf(result)); });
-
-  EXPECT_TRUE(didSend);
-  connection_.reset();
-  EXPECT_TRUE(callbacks_.isEmpty());
-}
-
-TEST_F(VeskAppBundleBusInstallerLauncherServiceConnectionTest, ACallbackMayLetTheLastOwnerGo) {
-  makeConnection(std::move(sockets_.host));
-  const BusPeer service(std::move(sockets_.service), BusPeer::Role::server);
-  const auto call = launchAndReceive(service);
-  whenCalled_ = [this] {
-    connection_.reset();
-    callbacks_.push("gone");
-  };
-
-  reply(service, call, Result::launched());
-
-  EXPECT_EQ(callbacks_.pop(), "launched");
-  EXPECT_EQ(callbacks_.pop(), "gone");
-  EXPECT_EQ(service.receive(), nullptr);
-}
-
-TEST_F(VeskAppBundleBusInstallerLauncherServiceConnectionTest, ASubmissionMayLetTheLastOwnerGo) {
-  makeConnection(std::move(sockets_.host));
-  connection_->resume();
-  Connection& connection = *connection_;
-
-  const bool didSend = connection.launchReplacement(
-      kMessage,
-      [this] {
-        connection_.reset();
-        callbacks_.push("gone");
-      },
-      [this](const Result& result) { note(textOf(result)); });
-
-  EXPECT_TRUE(didSend);
-  EXPECT_EQ(callbacks_.pop(), "gone");
-  EXPECT_TRUE(callbacks_.isEmpty());
-}
-
-TEST_F(VeskAppBundleBusInstallerLauncherServiceConnectionTest, ADroppedReplyMayBeTheLastOwner) {
-  makeConnection(std::move(sockets_.host));
-  Connection& connection = *connection_;
-  const std::weak_ptr<Connection> watched = connection_;
-  EXPECT_TRUE(connection.launchReplacement(
-      kMessage, [] {}, [owner = std::move(connection_)](const Result& /*result*/) { (void)owner; }));
-
-  connection.invalidate();
-
-  EXPECT_TRUE(watched.expired());
-}
-
-TEST_F(VeskAppBundleBusInstallerLauncherServiceConnectionTest, ACallbackMaySendTheNextRequest) {
-  makeConnection(std::move(sockets_.host));
-  const BusPeer service(std::move(sockets_.service), BusPeer::Role::server);
-  const auto first = launchAndReceive(service);
-  whenCalled_ = [this] { EXPECT_TRUE(launch()); };
-
-  reply(service, first, Result::launched());
-  reply(service, service.receive(), Result::helperUnavailable());
-
-  EXPECT_EQ(callbacks_.pop(), "launched");
-  EXPECT_EQ(callbacks_.pop(), "submitted");
-  EXPECT_EQ(callbacks_.pop(), "helperUnavailable");
 }
 
 TEST_F(VeskAppBundleBusInstallerLauncherServiceConnectionTest, LettingGoWaitsForACallbackThatRuns) {
