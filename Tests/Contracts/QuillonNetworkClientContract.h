@@ -47,6 +47,16 @@ class QuillonNetworkClientContract : public ::testing::TestWithParam<testing::Ne
     return web_.client->data({.url = web_.url(path)}, std::move(stopToken));
   }
 
+  QuillonURLErrorCode failureOf(const QuillonURLRequest& request) const {
+    try {
+      (void)web_.client->data(request);
+    } catch (const QuillonURLError& error) {
+      return error.code();
+    }
+    ADD_FAILURE() << "the transfer did not fail";
+    return QuillonURLErrorCode::unknown;
+  }
+
   testing::Web web_ = GetParam().make();
 };
 
@@ -92,6 +102,17 @@ TEST_P(QuillonNetworkClientContract, AStopThatIsNotRequestedChangesNothing) {
   const std::stop_source stop;
 
   EXPECT_EQ(load("/feed", stop.get_token()).body, testing::kFeed);
+}
+
+TEST_P(QuillonNetworkClientContract, OtherSchemesAreRefused) {
+  EXPECT_EQ(failureOf({.url = QuillonURL::parse("ftp://example.com/feed").value()}),
+            QuillonURLErrorCode::unsupportedURL);
+  EXPECT_EQ(failureOf({.url = QuillonURL::parse("data:text/plain,feed").value()}), QuillonURLErrorCode::unsupportedURL);
+}
+
+TEST_P(QuillonNetworkClientContract, AHeaderFieldThatCouldBecomeAnotherIsRefused) {
+  EXPECT_EQ(failureOf({.url = web_.url("/feed"), .headerFields = {{"A", "x\r\nB: y"}}}), QuillonURLErrorCode::badURL);
+  EXPECT_EQ(failureOf({.url = web_.url("/feed"), .headerFields = {{"A: x\r\nB", "y"}}}), QuillonURLErrorCode::badURL);
 }
 
 TEST_P(QuillonNetworkClientContract, SeveralThreadsMayLoadAtOnce) {

@@ -8,6 +8,7 @@
 #include <vector>
 
 #include "QuillonCore/Contracts/QuillonNetworkClient.h"
+#include "QuillonCore/Network/QuillonLoadableRequest.h"
 #include "QuillonCore/Values/QuillonURLError.h"
 
 namespace quillon::testing {
@@ -27,6 +28,7 @@ class FakeNetworkClient final : public QuillonNetworkClient {
     const std::lock_guard guard(lock_);
     requests_.push_back(request);
     if (stopToken.stop_requested()) throw QuillonURLError(QuillonURLErrorCode::cancelled, "Cancelled");
+    requireLoadable(request);
     const auto found = answers_.find(request.url.absoluteString());
     if (found == answers_.end()) throw QuillonURLError(QuillonURLErrorCode::cannotFindHost, "No such host");
     if (const auto* error = std::get_if<QuillonURLError>(&found->second)) throw QuillonURLError(*error);

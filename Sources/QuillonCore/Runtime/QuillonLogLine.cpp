@@ -62,8 +62,8 @@ std::string iso8601(QuillonDate date) {
   return text.data();
 }
 
-std::string failureText(std::string_view reason) {
-  return logText("(the text of this message could not be made: " + std::string(reason) + ")");
+std::string failureText(std::string_view reason, std::size_t limit) {
+  return logText("(the text of this message could not be made: " + std::string(reason) + ")", limit);
 }
 
 }  // namespace
@@ -86,13 +86,13 @@ std::string logText(std::string_view text, std::size_t limit) {
   return result;
 }
 
-std::string logTextOf(const QuillonLogMessage& message) {
+std::string logTextOf(const QuillonLogMessage& message, std::size_t limit) {
   try {
-    return logText(message());
+    return logText(message(), limit);
   } catch (const std::exception& error) {
-    return failureText(error.what());
+    return failureText(error.what(), limit);
   } catch (...) {  // whatever a caller's function throws must not reach code that only wanted to log
-    return failureText("unknown exception");
+    return failureText("unknown exception", limit);
   }
 }
 

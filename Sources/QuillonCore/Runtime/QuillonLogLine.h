@@ -23,7 +23,7 @@ inline constexpr std::size_t kLongestLogText = 3840;
 [[nodiscard]] std::string logText(std::string_view text, std::size_t limit = kLongestLogText);
 
 /// The text that `message` makes, as logText() leaves it. When making it fails, a text that says so.
-[[nodiscard]] std::string logTextOf(const QuillonLogMessage& message);
+[[nodiscard]] std::string logTextOf(const QuillonLogMessage& message, std::size_t limit = kLongestLogText);
 
 /// "2024-06-15T12:00:00.000000Z warn [category] text" and a line feed, at most kLongestLogLine bytes. `text` is one
 /// of the functions above. Dates are UTC, ISO 8601, of the years 1 to 9999.

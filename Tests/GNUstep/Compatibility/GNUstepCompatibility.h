@@ -75,9 +75,12 @@ static const NSAlertStyle NSAlertStyleInformational = NSInformationalAlertStyle;
 - (NSButton*)suppressionButton;
 @end
 
-/// Holds views, without laying them out.
+/// Holds views, without laying them out. As the system's may do, it detaches hidden ones by leaving them out of its
+/// subviews.
 @interface NSStackView : NSView
 + (instancetype)stackViewWithViews:(NSArray*)views;
+/// Detached ones, too.
+- (NSArray*)views;
 - (void)setOrientation:(NSUserInterfaceLayoutOrientation)orientation;
 - (void)setAlignment:(NSLayoutAttribute)alignment;
 - (void)setSpacing:(CGFloat)spacing;

@@ -252,7 +252,20 @@ CFRunLoopRunResult CFRunLoopRunInMode(CFStringRef mode, double seconds, bool /*r
 }
 
 - (void)setDetachesHiddenViews:(BOOL)detaches {
-  (void)detaches;
+  [valuesOf(self) setObject:[NSNumber numberWithBool:detaches] forKey:@"detachesHiddenViews"];
+}
+
+- (NSArray*)views {
+  return [super subviews];
+}
+
+- (NSArray*)subviews {
+  if (![[valuesOf(self) objectForKey:@"detachesHiddenViews"] boolValue]) return [super subviews];
+  NSMutableArray* const attached = [NSMutableArray array];
+  for (NSView* view in [super subviews]) {
+    if (![view isHidden]) [attached addObject:view];
+  }
+  return attached;
 }
 
 @end

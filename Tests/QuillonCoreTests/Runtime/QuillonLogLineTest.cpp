@@ -50,6 +50,11 @@ TEST(QuillonLogLineTest, LongTextIsCutBetweenCharacters) {
   EXPECT_EQ(logText("abc\n\n\n", 8), "abc...");
 }
 
+TEST(QuillonLogLineTest, ATextThatIsMadeHasTheLimitOfItsLog) {
+  EXPECT_EQ(logTextOf([] { return std::string("abcdefghi"); }, 8), "abcde...");
+  EXPECT_EQ(logTextOf([]() -> std::string { throw std::runtime_error("abc"); }, 12), "(the text...");
+}
+
 TEST(QuillonLogLineTest, NoLineIsLongerThanAPipeTakesInOnePiece) {
   const std::string line =
       logLine(kDate, QuillonLogLevel::debug, std::string(10'000, '\n'), logText(std::string(10'000, '\n')));

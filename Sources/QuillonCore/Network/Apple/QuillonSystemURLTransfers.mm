@@ -7,6 +7,7 @@
 
 #import "QuillonCore/Network/Apple/QuillonURLSessionConversion.h"
 #import "QuillonCore/Network/Apple/QuillonURLSessionDelegate.h"
+#include "QuillonCore/Network/QuillonLoadableRequest.h"
 #include "QuillonCore/Network/QuillonURLFailure.h"
 #import "QuillonCore/Runtime/Apple/QuillonObjectReference.h"
 
@@ -32,6 +33,7 @@ class SessionTransfers final : public QuillonURLTransferring {
   void transfer(const QuillonURLRequest& request, QuillonURLTransferReceiving& receiver,
                 std::stop_token stopToken) const override {
     if (stopToken.stop_requested()) throw cancelledTransfer(request.url);
+    requireLoadable(request);
     @autoreleasepool {
       NSURLRequest* const asked = toNSURLRequest(request);
       if (asked == nil) throw noURLOfFoundation(request.url);
@@ -53,6 +55,7 @@ class SharedSessionTransfers final : public QuillonURLTransferring {
   void transfer(const QuillonURLRequest& request, QuillonURLTransferReceiving& receiver,
                 std::stop_token stopToken) const override {
     if (stopToken.stop_requested()) throw cancelledTransfer(request.url);
+    requireLoadable(request);
     @autoreleasepool {
       NSURLRequest* const asked = toNSURLRequest(request);
       if (asked == nil) throw noURLOfFoundation(request.url);

@@ -9,8 +9,7 @@
 
 namespace quillon {
 
-/// The header fields of `request` as libcurl takes them. Throws QuillonURLError (`badURL`) for a name that is no token
-/// (RFC 9110, section 5.1) and for a value with a line break or NUL.
+/// The header fields of `request`, of which requireLoadable() has been asked, as libcurl takes them.
 [[nodiscard]] CurlTextList curlHeaderFields(const QuillonURLRequest& request);
 
 /// The header fields of the response that `easy` received last.

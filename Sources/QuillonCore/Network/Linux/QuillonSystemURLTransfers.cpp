@@ -4,8 +4,8 @@
 
 #include "QuillonCore/Network/Linux/CurlTransfer.h"
 #include "QuillonCore/Network/Posix/FileURLTransfer.h"
+#include "QuillonCore/Network/QuillonLoadableRequest.h"
 #include "QuillonCore/Network/QuillonURLFailure.h"
-#include "QuillonCore/Network/QuillonURLOrigin.h"
 
 namespace quillon {
 namespace {
@@ -18,22 +18,15 @@ class SystemURLTransfers final : public QuillonURLTransferring {
   void transfer(const QuillonURLRequest& request, QuillonURLTransferReceiving& receiver,
                 std::stop_token stopToken) const override {
     if (stopToken.stop_requested()) throw cancelledTransfer(request.url);
+    requireLoadable(request);
     if (request.url.isFileURL()) {
       transferFile(request.url, receiver, stopToken);
       return;
     }
-    requireHTTP(request.url);
     CurlTransfer(configuration_, receiver, stopToken).run(request);
   }
 
  private:
-  static void requireHTTP(const QuillonURL& url) {
-    if (url.scheme() != "http" && url.scheme() != "https") {
-      throw urlFailure(QuillonURLErrorCode::unsupportedURL, url, "only http, https and file can be loaded");
-    }
-    if (!QuillonURLOrigin::of(url)) throw urlFailure(QuillonURLErrorCode::badURL, url, "it names no valid host");
-  }
-
   const QuillonURLTransferConfiguration configuration_;
 };
 

@@ -6,7 +6,13 @@
 
 namespace quillon {
 
-// For .mm files, which are right with automatic reference counting and without it.
+// For .mm files, which are right with automatic reference counting and without it. What is made here does other things
+// in the two, so that it has other names there: a program may link both.
+#if __has_feature(objc_arc)
+inline namespace AutomaticReferenceCounting {
+#else
+inline namespace ManualReferenceCounting {
+#endif
 
 /// `object`, which its caller owns (from alloc, copy or a function of Core Foundation), given to the autorelease pool.
 template <typename Object>
@@ -54,5 +60,7 @@ class QuillonObjectReference {
 
   Object* object_ = nil;
 };
+
+}  // inline namespace
 
 }  // namespace quillon

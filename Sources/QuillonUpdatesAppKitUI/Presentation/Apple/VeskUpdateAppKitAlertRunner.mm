@@ -49,7 +49,9 @@ Alert makeAlert(const VeskUpdateAlert& alert) {
 }
 
 /// Absent for what is no button's answer, as when something else ended the modal loop.
-std::optional<std::size_t> buttonOf(NSModalResponse response) noexcept {
+std::optional<std::size_t> buttonOf(NSModalResponse response, const VeskUpdateAlert& alert) noexcept {
+  // The button that AppKit adds where there is none answers 0 (NSAlert.h).
+  if (alert.buttons.empty() && response == 0) return 0;
   if (response < NSAlertFirstButtonReturn) return std::nullopt;
   return static_cast<std::size_t>(response - NSAlertFirstButtonReturn);
 }
@@ -60,7 +62,7 @@ VeskUpdateAlertAnswer VeskUpdateAppKitAlertRunner::run(const VeskUpdateAlert& al
   @autoreleasepool {
     const Alert shown = makeAlert(alert);
     VeskUpdateAlertAnswer answer;
-    answer.pressedButton = buttonOf([shown.get() runModal]);
+    answer.pressedButton = buttonOf([shown.get() runModal], alert);
     if ([shown.get() showsSuppressionButton]) {
       answer.isSuppressionCheckboxOn = [[shown.get() suppressionButton] state] == NSControlStateValueOn;
     }

@@ -5,8 +5,14 @@
 namespace quillon {
 namespace {
 
+/// A stack view that detaches its hidden views may have taken them out of its subviews.
+NSArray* childrenOf(NSView* view) {
+  if ([view isKindOfClass:[NSStackView class]]) return [static_cast<NSStackView*>(view) views];
+  return [view subviews];
+}
+
 id descendant(NSView* view, Class type, NSString* identifier) {
-  for (NSView* child in [view subviews]) {
+  for (NSView* child in childrenOf(view)) {
     if ([child isKindOfClass:type] && [[child accessibilityIdentifier] isEqualToString:identifier]) return child;
     if (id const found = descendant(child, type, identifier)) return found;
   }

@@ -31,9 +31,11 @@ constexpr NSInteger kDescriptionLines = 4;
 
 constexpr NSWindowStyleMask kStyle = NSWindowStyleMaskTitled | NSWindowStyleMaskClosable | NSWindowStyleMaskResizable;
 
-/// What the content of a window can be on the main screen, at most `size`.
+/// What the content of a window can be on the main screen, at most `size`; `size` where there is no screen.
 NSSize sizeOnScreen(const VeskUpdatePromptWindowSize& size) {
-  const NSRect screen = [NSWindow contentRectForFrameRect:[[NSScreen mainScreen] visibleFrame] styleMask:kStyle];
+  NSScreen* const mainScreen = [NSScreen mainScreen];
+  if (mainScreen == nil) return NSMakeSize(size.width, size.height);
+  const NSRect screen = [NSWindow contentRectForFrameRect:[mainScreen visibleFrame] styleMask:kStyle];
   return NSMakeSize(MIN(size.width, NSWidth(screen)), MIN(size.height, NSHeight(screen)));
 }
 
@@ -100,8 +102,10 @@ NSView* makeReleaseNotes(const VeskUpdatePromptContent& content, NSView* page) {
   [page setAccessibilityIdentifier:identifierNSString(Identifiers::releaseNotesView)];
   [page setAccessibilityLabel:singleLineNSString(content.releaseNotesTitle)];
   [[[page heightAnchor] constraintGreaterThanOrEqualToConstant:kSmallestPageHeight] setActive:YES];
-  NSView* const column = makeStack([NSArray arrayWithObjects:label, page, nil],
-                                   NSUserInterfaceLayoutOrientationVertical, NSLayoutAttributeLeading, kSpacing / 2);
+  NSStackView* const column =
+      makeStack([NSArray arrayWithObjects:label, page, nil], NSUserInterfaceLayoutOrientationVertical,
+                NSLayoutAttributeLeading, kSpacing / 2);
+  [column setDistribution:NSStackViewDistributionFill];  // the page takes what is left over
   fillWidth(page, column);
   return column;
 }
@@ -119,12 +123,14 @@ NSString* keyOf(Button button, const VeskUpdatePromptContent& content) noexcept 
 }
 
 /// The button that skips at the leading edge, the others at the trailing one, the install button last.
-NSView* makeButtons(const VeskUpdatePromptContent& content, id target) {
+NSStackView* makeButtons(const VeskUpdatePromptContent& content, id target) {
   NSStackView* const row =
       makeStack([NSArray array], NSUserInterfaceLayoutOrientationHorizontal, NSLayoutAttributeCenterY, kSpacing);
   NSButton* const dismiss =
       makeButton(Identifiers::dismissButton, content.dismissButtonTitle, target, @selector(dismissButtonPressed:));
   [dismiss setKeyEquivalent:keyOf(Button::dismiss, content)];
+  // What is left over goes between the gravity areas: the buttons hold on to their widths more.
+  [row setHuggingPriority:NSLayoutPriorityDefaultLow - 1 forOrientation:NSLayoutConstraintOrientationHorizontal];
   [row addView:dismiss inGravity:NSStackViewGravityLeading];
   NSButton* const remindLater = makeButton(Identifiers::remindLaterButton, content.remindLaterButtonTitle, target,
                                            @selector(remindLaterButtonPressed:));
@@ -139,14 +145,25 @@ NSView* makeButtons(const VeskUpdatePromptContent& content, id target) {
   return row;
 }
 
-void fill(NSView* around, const VeskUpdatePromptContent& content, NSView* page, id target) {
+/// The one that the return key presses; nil when there is none.
+NSButton* defaultButtonOf(NSStackView* buttons) {
+  for (NSButton* button in [buttons views]) {
+    if ([[button keyEquivalent] isEqualToString:@"\r"]) return button;
+  }
+  return nil;
+}
+
+void fill(NSWindow* window, const VeskUpdatePromptContent& content, NSView* page, id target) {
+  NSView* const around = [window contentView];
   NSView* const heading = makeHeading(content);
   NSView* const releaseNotes = makeReleaseNotes(content, page);
-  NSView* const buttons = makeButtons(content, target);
+  NSStackView* const buttons = makeButtons(content, target);
   NSStackView* const column = makeStack([NSArray arrayWithObjects:heading, releaseNotes, buttons, nil],
                                         NSUserInterfaceLayoutOrientationVertical, NSLayoutAttributeLeading, kSpacing);
+  [column setDistribution:NSStackViewDistributionFill];
   [column setTranslatesAutoresizingMaskIntoConstraints:NO];
   [around addSubview:column];
+  [window setInitialFirstResponder:defaultButtonOf(buttons)];
   for (NSView* row in [column views]) fillWidth(row, column);
   [[[column leadingAnchor] constraintEqualToAnchor:[around leadingAnchor] constant:kMargin] setActive:YES];
   [[[column trailingAnchor] constraintEqualToAnchor:[around trailingAnchor] constant:-kMargin] setActive:YES];
@@ -159,6 +176,7 @@ class PromptWindow final : public VeskUpdatePromptWindow {
   PromptWindow(const VeskUpdatePromptContent& content, bool allowsScripts, VeskUpdatePromptWindowDelegate& delegate)
       : delegate_(delegate),
         releaseNotesURL_(content.releaseNotesURL),
+        hasDefaultButton_(content.defaultButton.has_value()),
         responder_(Responder::adopt([[VeskUpdateAppKitPromptResponder alloc]
             initWithPress:[this](Button button) { press(button); }
             close:[this] { didClose(); }])),
@@ -168,7 +186,7 @@ class PromptWindow final : public VeskUpdatePromptWindow {
                    return delegate_.shouldNavigate(*this, navigation);
                  }])),
         panel_(makePanel(content, responder_.get())) {
-    fill([panel_.get() contentView], content, page_.get(), responder_.get());
+    fill(panel_.get(), content, page_.get(), responder_.get());
   }
 
   ~PromptWindow() override {
@@ -192,6 +210,8 @@ class PromptWindow final : public VeskUpdatePromptWindow {
       [page_.get() loadPage:releaseNotesURL_];
       [panel_.get() center];
       [panel_.get() makeKeyAndOrderFront:nil];
+      // Without a default button AppKit gives the keyboard to the first one, which skips the update.
+      if (!hasDefaultButton_) [panel_.get() makeFirstResponder:nil];
     }
   }
 
@@ -225,6 +245,7 @@ class PromptWindow final : public VeskUpdatePromptWindow {
 
   VeskUpdatePromptWindowDelegate& delegate_;
   const std::optional<QuillonURL> releaseNotesURL_;
+  const bool hasDefaultButton_;
   const Responder responder_;
   const Page page_;
   const Panel panel_;

@@ -28,6 +28,7 @@ NSTextField* makeSingleLineLabel(std::string_view identifier) {
 NSTextField* makeWrappingLabel(std::string_view identifier, const std::string& text, NSInteger lineCount) {
   NSTextField* const label = [NSTextField wrappingLabelWithString:singleLineNSString(text)];
   [label setAccessibilityIdentifier:identifierNSString(identifier)];
+  [label setSelectable:NO];  // which it is at first, unlike a label in one line
   [label setMaximumNumberOfLines:lineCount];
   [[label cell] setTruncatesLastVisibleLine:YES];
   [label setContentCompressionResistancePriority:NSLayoutPriorityDefaultLow

@@ -9,7 +9,7 @@
 #include "QuillonCore/Values/QuillonURL.h"
 #include "QuillonUpdatesAppKitUI/Presentation/VeskUpdatePromptNavigation.h"
 
-/// A page in a window, or nothing where there is none, or none that can be loaded. Nothing that the page stores
+/// A page in a window, or a placeholder where there is none, or none that can be loaded. Nothing that the page stores
 /// outlives this view, its scripts do not run unless they are allowed, and a failed load leaves what is shown.
 @interface VeskUpdateWebKitReleaseNotesView : NSView <WKNavigationDelegate> {
   std::function<bool(const quillon::VeskUpdatePromptNavigation&)> shouldNavigate_;
@@ -23,7 +23,7 @@
                      shouldNavigate:(std::function<bool(const quillon::VeskUpdatePromptNavigation&)>)shouldNavigate
     NS_DESIGNATED_INITIALIZER;
 
-/// Loads `page`; without one the view stays empty.
+/// Loads `page`; without one the placeholder stays.
 - (void)loadPage:(const std::optional<quillon::QuillonURL>&)page;
 /// Ends what is loading; nobody is asked any more.
 - (void)stop;

@@ -8,13 +8,43 @@
 using quillon::VeskUpdatePromptNavigation;
 using quillon::VeskUpdatePromptNavigationAnswer;
 
+/// A web view without its own menu, where "Open Link" goes to the link as if no user had asked for it.
+@interface VeskUpdateReleaseNotesWebView : WKWebView
+@end
+
+@implementation VeskUpdateReleaseNotesWebView
+
+- (void)willOpenMenu:(NSMenu*)menu withEvent:(NSEvent*)event {
+  (void)event;
+  [menu removeAllItems];
+}
+
+@end
+
 namespace {
+
+constexpr CGFloat kPlaceholderSize = 48;  // points
 
 WKWebView* makeWebView(BOOL allowsScripts) {
   WKWebViewConfiguration* const configuration = quillon::autoreleased([[WKWebViewConfiguration alloc] init]);
   [configuration setWebsiteDataStore:[WKWebsiteDataStore nonPersistentDataStore]];
   [[configuration defaultWebpagePreferences] setAllowsContentJavaScript:allowsScripts];
-  return quillon::autoreleased([[WKWebView alloc] initWithFrame:NSZeroRect configuration:configuration]);
+  WKWebView* const webView = quillon::autoreleased([[VeskUpdateReleaseNotesWebView alloc] initWithFrame:NSZeroRect
+                                                                                          configuration:configuration]);
+  [webView setAllowsLinkPreview:NO];  // a preview leads to its link in the same way
+  return webView;
+}
+
+NSView* makePlaceholder() {
+  NSImageView* const view = quillon::autoreleased([[NSImageView alloc] initWithFrame:NSZeroRect]);
+  NSImageSymbolConfiguration* const size = [NSImageSymbolConfiguration configurationWithPointSize:kPlaceholderSize
+                                                                                           weight:NSFontWeightRegular];
+  [view setImage:[[NSImage imageWithSystemSymbolName:@"doc.text"
+                            accessibilityDescription:nil] imageWithSymbolConfiguration:size]];
+  [view setContentTintColor:[NSColor tertiaryLabelColor]];
+  [view setAccessibilityElement:NO];
+  [view setAutoresizingMask:NSViewWidthSizable | NSViewHeightSizable];
+  return view;
 }
 
 /// Absent when the navigation leads to what is no URL.
@@ -48,6 +78,10 @@ VeskUpdatePromptNavigationAnswer answerOf(WKNavigationResponse* navigationRespon
   self = [super initWithFrame:NSZeroRect];
   if (self != nil) {
     shouldNavigate_ = std::move(shouldNavigate);
+    // A plain view is none of the elements that assistive technology is told of.
+    [self setAccessibilityElement:YES];
+    [self setAccessibilityRole:NSAccessibilityGroupRole];
+    [self addSubview:makePlaceholder()];    // behind the page, which covers it
     webView_ = makeWebView(allowsScripts);  // a subview, which this view keeps
     [webView_ setAutoresizingMask:NSViewWidthSizable | NSViewHeightSizable];
     [webView_ setNavigationDelegate:self];

@@ -21,6 +21,18 @@ NSButton* buttonTitled(NSView* view, NSString* title) {
   return nil;
 }
 
+/// The one that the return key presses; nil when there is none.
+NSButton* defaultButton(NSView* view) {
+  for (NSView* child in [view subviews]) {
+    const bool isButton = [child isKindOfClass:[NSButton class]];
+    if (isButton && [[static_cast<NSButton*>(child) keyEquivalent] isEqualToString:@"\r"]) {
+      return static_cast<NSButton*>(child);
+    }
+    if (NSButton* const found = defaultButton(child)) return found;
+  }
+  return nil;
+}
+
 class VeskUpdateAppKitAlertRunnerTest : public ::testing::Test {
  protected:
   VeskUpdateAppKitAlertRunnerTest() { [NSApplication sharedApplication]; }
@@ -54,6 +66,26 @@ TEST_F(VeskUpdateAppKitAlertRunnerTest, TheFirstButtonIsTheFirstAnswer) {
 
 TEST_F(VeskUpdateAppKitAlertRunnerTest, TheLastButtonIsTheLastAnswer) {
   EXPECT_EQ(runAndPress(makeAlert(), 1).pressedButton, 1U);
+}
+
+TEST_F(VeskUpdateAppKitAlertRunnerTest, ThePlatformsOwnButtonIsTheFirstAnswer) {
+  VeskUpdateAlert alert = makeAlert();
+  alert.buttons.clear();
+  mainThread_.post([] {
+    NSButton* const button = defaultButton([[NSApp modalWindow] contentView]);
+    if (button == nil) return [NSApp abortModal];
+    [button performClick:nil];
+  });
+
+  EXPECT_EQ(VeskUpdateAppKitAlertRunner().run(alert).pressedButton, 0U);
+}
+
+TEST_F(VeskUpdateAppKitAlertRunnerTest, AnEndWithoutAButtonIsNoAnswer) {
+  VeskUpdateAlert alert = makeAlert();
+  alert.buttons.clear();
+  mainThread_.post([] { [NSApp abortModal]; });
+
+  EXPECT_EQ(VeskUpdateAppKitAlertRunner().run(alert).pressedButton, std::nullopt);
 }
 
 TEST_F(VeskUpdateAppKitAlertRunnerTest, WhatIsPostedRunsWhileAnAlertIsUp) {

@@ -72,6 +72,7 @@ typedef NS_ENUM(NSInteger, WKNavigationType) {
 @interface WKWebView : NSView
 @property(nullable, nonatomic, weak) id<WKNavigationDelegate> navigationDelegate;
 @property(nullable, nonatomic, readonly, copy) NSURL* URL;
+@property(nonatomic) BOOL allowsLinkPreview API_AVAILABLE(macos(10.11));
 - (instancetype)initWithFrame:(CGRect)frame
                 configuration:(WKWebViewConfiguration*)configuration NS_DESIGNATED_INITIALIZER;
 - (nullable instancetype)initWithCoder:(NSCoder*)coder NS_DESIGNATED_INITIALIZER;
