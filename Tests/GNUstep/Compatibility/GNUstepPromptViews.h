@@ -18,6 +18,11 @@ typedef NS_ENUM(NSInteger, NSStackViewGravity) {
 + (instancetype)buttonWithTitle:(NSString*)title target:(id)target action:(SEL)action;
 @end
 
+typedef NS_ENUM(NSInteger, NSStackViewDistribution) {
+  NSStackViewDistributionGravityAreas = -1,
+  NSStackViewDistributionFill = 0,
+};
+
 @interface NSView (GNUstepPromptViews)
 - (void)setAccessibilityLabel:(NSString*)label;
 - (NSLayoutAnchor*)topAnchor;
@@ -30,5 +35,6 @@ typedef NS_ENUM(NSInteger, NSStackViewGravity) {
 
 @interface NSStackView (GNUstepPromptViews)
 - (void)addView:(NSView*)view inGravity:(NSStackViewGravity)gravity;
-- (NSArray*)views;
+- (void)setDistribution:(NSStackViewDistribution)distribution;
+- (void)setHuggingPriority:(NSLayoutPriority)priority forOrientation:(NSLayoutConstraintOrientation)orientation;
 @end

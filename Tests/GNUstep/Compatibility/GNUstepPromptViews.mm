@@ -45,8 +45,13 @@
   [self addSubview:view];
 }
 
-- (NSArray*)views {
-  return [self subviews];
+- (void)setDistribution:(NSStackViewDistribution)distribution {
+  (void)distribution;
+}
+
+- (void)setHuggingPriority:(NSLayoutPriority)priority forOrientation:(NSLayoutConstraintOrientation)orientation {
+  (void)priority;
+  (void)orientation;
 }
 
 @end
