@@ -176,10 +176,16 @@ TEST_F(VeskAppBundleInstallerLauncherServiceHostIdentityResolverTest,
               ElementsAre(ElementsAre("/tools/codesign", "-dv", "--verbose=4", application.string())));
 }
 
-TEST_F(VeskAppBundleInstallerLauncherServiceHostIdentityResolverTest, TheFirstTeamLineCounts) {
-  tool.output = "Signed by TeamIdentifier=NOTTHIS\nTeamIdentifier=FIRST\nTeamIdentifier=SECOND\n";
+TEST_F(VeskAppBundleInstallerLauncherServiceHostIdentityResolverTest, TheFirstLineThatBeginsAsTheTeamsIsTheTeams) {
+  tool.output = "Signed by TeamIdentifier=NOTTHIS\nTeamIdentifier=FIRST\nTeamIdentifier=FIRST\n";
 
   EXPECT_EQ(resolver().readTeamIdentifier(url()), "FIRST");
+}
+
+TEST_F(VeskAppBundleInstallerLauncherServiceHostIdentityResolverTest, TeamLinesThatContradictEachOtherAreNoTeam) {
+  tool.output = "Identifier=org.example\nTeamIdentifier=FORGED\nTeamIdentifier=SIGNER\n";
+
+  EXPECT_THROW((void)resolver().readTeamIdentifier(url()), Refusal);
 }
 
 TEST_F(VeskAppBundleInstallerLauncherServiceHostIdentityResolverTest, ATeamThatCannotBeReadIsAFailedLaunch) {

@@ -381,16 +381,6 @@ TEST_F(CurlTransferTest, TheRequestCarriesItsFieldsAndTheUserAgent) {
   EXPECT_THAT(request, HasSubstr("\r\nAccept-Encoding: "));
 }
 
-TEST_F(CurlTransferTest, AFieldWithALineBreakIsNotSent) {
-  const MisbehavingServer server([](Connection&) {});
-
-  const QuillonURLError error =
-      failureOf({.url = server.url(), .headerFields = {{"X-Application", "Vesk\r\nHost: other"}}});
-
-  EXPECT_EQ(error.code(), QuillonURLErrorCode::badURL);
-  EXPECT_EQ(server.connectionCount(), 0);
-}
-
 TEST_F(CurlTransferTest, AProxyOfTheEnvironmentIsAsked) {
   std::string request;
   const MisbehavingServer proxy([&](Connection& connection) {
