@@ -150,27 +150,31 @@ TEST_F(ProcApplicationProcessesTest, WithoutSuchAFolderThereAreNone) {
 
 TEST_F(ProcApplicationProcessesTest, ARealInstallerOfThisUserIsFound) {
   std::string name = "QuillonUpdateInstaller";
-  std::string script = "read line; :";
+  std::string script = "echo; read line; :";
   std::string option = "--installed-app";
   std::string bundle = folder_.path().string();
   std::string command = "-c";
   const std::array<char*, 6> arguments = {name.data(),   command.data(), script.data(),
                                           option.data(), bundle.data(),  nullptr};
-  std::array<int, 2> pipe{};
-  ASSERT_EQ(pipe2(pipe.data(), O_CLOEXEC), 0);
+  std::array<int, 2> input{};
+  std::array<int, 2> output{};
+  ASSERT_EQ(pipe2(input.data(), O_CLOEXEC), 0);
+  ASSERT_EQ(pipe2(output.data(), O_CLOEXEC), 0);
   posix_spawn_file_actions_t actions;
   posix_spawn_file_actions_init(&actions);
-  posix_spawn_file_actions_adddup2(&actions, pipe[0], STDIN_FILENO);
+  posix_spawn_file_actions_adddup2(&actions, input[0], STDIN_FILENO);
+  posix_spawn_file_actions_adddup2(&actions, output[1], STDOUT_FILENO);
   pid_t process = 0;
   ASSERT_EQ(posix_spawn(&process, "/bin/sh", &actions, nullptr, arguments.data(), environ), 0);
   posix_spawn_file_actions_destroy(&actions);
+  char said = 0;
+  ASSERT_EQ(read(output[0], &said, 1), 1) << "a process has no words before its program runs";
 
   const auto found = makeSystemApplicationProcesses()->processesOf(QuillonURL::fileURL(bundle));
 
   EXPECT_THAT(found, ElementsAre(ApplicationProcess{
                          .identifier = process, .name = "QuillonUpdateInstaller", .isInstaller = true}));
-  close(pipe[0]);
-  close(pipe[1]);
+  for (const int end : {input[0], input[1], output[0], output[1]}) close(end);
   waitpid(process, nullptr, 0);
 }
 
