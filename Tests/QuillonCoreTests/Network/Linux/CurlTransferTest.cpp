@@ -425,6 +425,7 @@ TEST_F(CurlTransferTest, TransfersOnSeveralThreadsDoNotDisturbEachOther) {
   writeFile(server.documents() / "feed", content);
   std::vector<RecordingURLReceiver> receivers(6);
   std::vector<std::thread> threads;
+  threads.reserve(receivers.size());
 
   for (RecordingURLReceiver& receiver : receivers) {
     threads.emplace_back(
