@@ -2,6 +2,7 @@
 // heard of a failure, and who ends when.
 
 #import <Foundation/Foundation.h>
+#include <gmock/gmock.h>
 #include <gtest/gtest.h>
 #include <unistd.h>
 
@@ -29,6 +30,7 @@ using Dictionary = QuillonPropertyListValue::Dictionary;
 using Progress = VeskAppBundleInstallerLaunchProgress;
 using Request = testing::LauncherServiceEnd::Request;
 using Result = VeskAppBundleReplacementLaunchResult;
+using ::testing::AnyOf;
 using testing::BlockingQueue;
 using testing::XPCLoopbackFailureOrder;
 
@@ -98,6 +100,19 @@ TEST_F(VeskAppBundleXPCWiringTest, AServiceThatDoesNotExistInvalidatesTheConnect
   EXPECT_TRUE(launch(*connection_));
 
   EXPECT_EQ(callbacks_.pop(), kInvalidated);
+  connection_.reset();
+  EXPECT_TRUE(callbacks_.isEmpty());
+}
+
+TEST_F(VeskAppBundleXPCWiringTest, AMessageThatFailsWhileItIsSentIsHeardOfOnce) {
+  bool wasSent = false;
+
+  // There is no service: the first message ends the connection, which is heard of only when none is being sent.
+  EXPECT_TRUE(connection_->launchReplacement(
+      {}, [&] { wasSent = launch(*connection_); }, [](const Result& /*result*/) {}));
+
+  EXPECT_TRUE(wasSent);
+  EXPECT_THAT(callbacks_.pop(), AnyOf(kInvalidated, "NSCocoaErrorDomain 4099"));
   connection_.reset();
   EXPECT_TRUE(callbacks_.isEmpty());
 }

@@ -41,6 +41,7 @@ typedef void (^XPCLoopbackErrorHandler)(NSError* error);
 /// This end was invalidated, or there is no such service, or the host is gone: the last that is delivered.
 - (void)setInvalidationHandler:(XPCLoopbackHandler)handler;
 - (id)remoteObjectProxy;
+/// The handler of a message that is sent after the end is called at once, on the thread that sends it.
 - (id)remoteObjectProxyWithErrorHandler:(XPCLoopbackErrorHandler)handler;
 - (void)resume;
 - (void)invalidate;

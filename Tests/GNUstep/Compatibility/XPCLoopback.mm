@@ -83,6 +83,11 @@ struct Message {
   Object errorHandler;
 };
 
+void fail(const Message& message, NSInteger code) {
+  NSError* const error = [NSError errorWithDomain:NSCocoaErrorDomain code:code userInfo:nil];
+  if (message.errorHandler) ((XPCLoopbackErrorHandler)(id)message.errorHandler.get())(error);
+}
+
 }  // namespace
 
 struct XPCLoopbackConnectionState {
@@ -344,13 +349,15 @@ struct XPCLoopbackListenerState {
 
 - (void)send:(Message)message {
   XPCLoopbackConnectionState::Sent sent{.message = std::move(message)};
-  {
-    const std::lock_guard guard(state_->lock);
-    if (state_->isInvalidated) return;
-    sent.request = ++state_->lastRequest;
-    if (sent.message.reply) state_->unanswered.emplace(sent.request, sent.message);
-    if (!state_->isResumed) return state_->unsent.push_back(std::move(sent));
+  std::unique_lock guard(state_->lock);
+  if (state_->isInvalidated) {
+    guard.unlock();
+    return fail(sent.message, kInvalid);
   }
+  sent.request = ++state_->lastRequest;
+  if (sent.message.reply) state_->unanswered.emplace(sent.request, sent.message);
+  if (!state_->isResumed) return state_->unsent.push_back(std::move(sent));
+  guard.unlock();
   [self transmit:sent];
 }
 
@@ -420,10 +427,7 @@ struct XPCLoopbackListenerState {
     const std::lock_guard guard(state_->lock);
     unanswered.swap(state_->unanswered);
   }
-  NSError* const error = [NSError errorWithDomain:NSCocoaErrorDomain code:code userInfo:nil];
-  for (const auto& [request, message] : unanswered) {
-    if (message.errorHandler) ((XPCLoopbackErrorHandler)(id)message.errorHandler.get())(error);
-  }
+  for (const auto& [request, message] : unanswered) fail(message, code);
 }
 
 - (void)letGo {

@@ -34,14 +34,15 @@ bool VeskAppBundleXPCConversation::launch(const std::function<bool(Request)>& se
   {
     const std::lock_guard guard(lock_);
     if (state_ != State::open) return state_ == State::failed;
-    ++requestsBeingSent_;
+    sendingThreads_.push_back(std::this_thread::get_id());
   }
   const bool wasSent = sendWhileOpen(send, didSubmitRequest, std::move(reply));
   {
     const std::lock_guard guard(lock_);
-    --requestsBeingSent_;
+    sendingThreads_.erase(std::ranges::find(sendingThreads_, std::this_thread::get_id()));
   }
   changed_.notify_all();
+  deliverKeptError();
   return wasSent;
 }
 
@@ -59,7 +60,11 @@ bool VeskAppBundleXPCConversation::sendWhileOpen(const std::function<bool(Reques
     dropped = replies_.extract(request);
     return false;
   }
-  if (state() != State::open) return false;
+  {
+    const std::lock_guard guard(lock_);
+    if (state_ != State::open) return false;
+    if (keptError_) return true;
+  }
   didSubmitRequest();
   return true;
 }
@@ -98,6 +103,7 @@ void VeskAppBundleXPCConversation::didProgress(const Dictionary& progress) noexc
 }
 
 void VeskAppBundleXPCConversation::didFail(const QuillonSystemError& error) noexcept {
+  if (keepWhileBusyHere(error)) return;
   const Turn turn(*this);
   if (!turn) return;
   std::map<Request, Reply> dropped;
@@ -112,7 +118,7 @@ void VeskAppBundleXPCConversation::didFail(const QuillonSystemError& error) noex
 bool VeskAppBundleXPCConversation::beginTurn() noexcept {
   std::unique_lock guard(lock_);
   changed_.wait(guard, [this] {
-    return state_ != State::open || (requestsBeingSent_ == 0 && callbackThread_ == std::thread::id());
+    return state_ != State::open || (sendingThreads_.empty() && callbackThread_ == std::thread::id());
   });
   if (state_ != State::open) return false;
   callbackThread_ = std::this_thread::get_id();
@@ -125,11 +131,29 @@ void VeskAppBundleXPCConversation::endTurn() noexcept {
     callbackThread_ = {};
   }
   changed_.notify_all();
+  deliverKeptError();
 }
 
-VeskAppBundleXPCConversation::State VeskAppBundleXPCConversation::state() const noexcept {
+bool VeskAppBundleXPCConversation::keepWhileBusyHere(const QuillonSystemError& error) noexcept {
   const std::lock_guard guard(lock_);
-  return state_;
+  if (!isBusyHere()) return false;
+  if (!keptError_) keptError_ = error;
+  return true;
+}
+
+void VeskAppBundleXPCConversation::deliverKeptError() noexcept {
+  std::optional<QuillonSystemError> error;
+  {
+    const std::lock_guard guard(lock_);
+    if (isBusyHere()) return;
+    error.swap(keptError_);
+  }
+  if (error) didFail(*error);
+}
+
+bool VeskAppBundleXPCConversation::isBusyHere() const noexcept {
+  const auto here = std::this_thread::get_id();
+  return callbackThread_ == here || std::ranges::count(sendingThreads_, here) > 0;
 }
 
 }  // namespace quillon

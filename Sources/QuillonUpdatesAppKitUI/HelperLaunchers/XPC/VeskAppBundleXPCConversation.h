@@ -5,7 +5,9 @@
 #include <functional>
 #include <map>
 #include <mutex>
+#include <optional>
 #include <thread>
+#include <vector>
 
 #include "QuillonUpdatesAppKitUI/HelperLaunchers/XPC/VeskAppBundleInstallerLauncherProgressReceiver.h"
 #include "QuillonUpdatesAppKitUI/HelperLaunchers/XPC/VeskAppBundleInstallerLauncherServiceConnection.h"
@@ -23,7 +25,9 @@ namespace quillon {
 /// | invalidated | dropped           | dropped                    | not sent, and false                  |
 ///
 /// While a request is being sent, and until `didSubmitRequest` has returned, everything that arrives waits. All
-/// functions may be called from any thread; those of the owner also from within the callbacks, those of the system not.
+/// functions may be called from any thread; those of the owner also from within the callbacks, of those of the system
+/// didFail() alone: an error that arrives on a thread that is sending, or in a callback, is kept until that thread is
+/// through with it, and a request whose sending met it counts as one after it.
 class VeskAppBundleXPCConversation {
  public:
   using Dictionary = QuillonPropertyListValue::Dictionary;
@@ -61,19 +65,23 @@ class VeskAppBundleXPCConversation {
 
   [[nodiscard]] bool beginTurn() noexcept;
   void endTurn() noexcept;
+  /// True when the thread that calls could not wait for its turn, because that is up to itself.
+  [[nodiscard]] bool keepWhileBusyHere(const QuillonSystemError& error) noexcept;
+  void deliverKeptError() noexcept;
+  [[nodiscard]] bool isBusyHere() const noexcept;  // with lock_ held
   [[nodiscard]] bool sendWhileOpen(const std::function<bool(Request)>& send,
                                    const std::function<void()>& didSubmitRequest, Reply reply);
-  [[nodiscard]] State state() const noexcept;
 
   const ErrorHandler errorHandler_;
   VeskAppBundleInstallerLauncherProgressReceiver progressReceiver_;
   mutable std::mutex lock_;
   std::condition_variable changed_;
-  State state_ = State::open;         // guarded by lock_
-  int requestsBeingSent_ = 0;         // guarded by lock_
-  std::thread::id callbackThread_;    // of the callback that runs; guarded by lock_
-  Request lastRequest_ = 0;           // guarded by lock_
-  std::map<Request, Reply> replies_;  // guarded by lock_
+  State state_ = State::open;                    // guarded by lock_
+  std::vector<std::thread::id> sendingThreads_;  // one for each request that is being sent; guarded by lock_
+  std::thread::id callbackThread_;               // of the callback that runs; guarded by lock_
+  std::optional<QuillonSystemError> keptError_;  // guarded by lock_
+  Request lastRequest_ = 0;                      // guarded by lock_
+  std::map<Request, Reply> replies_;             // guarded by lock_
 };
 
 }  // namespace quillon

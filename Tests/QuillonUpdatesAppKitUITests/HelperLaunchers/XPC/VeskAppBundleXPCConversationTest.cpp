@@ -138,6 +138,67 @@ TEST_F(VeskAppBundleXPCConversationTest, AnInvalidationWhileARequestIsSentTakesI
   EXPECT_THAT(heard, IsEmpty());
 }
 
+TEST_F(VeskAppBundleXPCConversationTest, AnErrorOfTheThreadThatSendsIsHeardOnceItHasSent) {
+  const bool wasSent = launch([this](Request) {
+    fail();
+    heard.emplace_back("sent");
+    return true;
+  });
+
+  EXPECT_TRUE(wasSent);
+  EXPECT_THAT(heard, ElementsAre("sent", "error"));
+}
+
+TEST_F(VeskAppBundleXPCConversationTest, AnErrorOfTheThreadThatSendsWaitsForTheOtherRequestsOfThatThread) {
+  (void)conversation.launch([](Request) { return true; },
+                            [this] {
+                              launch([this](Request) {
+                                fail();
+                                return true;
+                              });
+                              heard.emplace_back("submitted");
+                            },
+                            [](const Result&) {});
+
+  EXPECT_THAT(heard, ElementsAre("submitted", "error"));
+}
+
+TEST_F(VeskAppBundleXPCConversationTest, AnErrorOfARequestThatACallbackSendsIsHeardAfterThatCallback) {
+  (void)conversation.launch([this](Request sent) { return (request = sent) != 0; }, [] {},
+                            [this](const Result&) {
+                              launch([this](Request) {
+                                fail();
+                                return true;
+                              });
+                              heard.emplace_back("reply");
+                            });
+  reply();
+
+  EXPECT_THAT(heard, ElementsAre("reply", "error"));
+}
+
+TEST_F(VeskAppBundleXPCConversationTest, OnlyTheFirstErrorOfTheThreadThatSendsIsHeard) {
+  launch([this](Request) {
+    fail();
+    fail();
+    return true;
+  });
+  fail();
+
+  EXPECT_THAT(heard, ElementsAre("error"));
+}
+
+TEST_F(VeskAppBundleXPCConversationTest, AnInvalidationDropsAnErrorOfTheThreadThatSends) {
+  const bool wasSent = launch([this](Request) {
+    fail();
+    conversation.invalidate();
+    return true;
+  });
+
+  EXPECT_FALSE(wasSent);
+  EXPECT_THAT(heard, IsEmpty());
+}
+
 TEST_F(VeskAppBundleXPCConversationTest, AReplyWaitsUntilTheRequestIsKnownToBeSubmitted) {
   std::jthread system;
   std::promise<void> begun;
