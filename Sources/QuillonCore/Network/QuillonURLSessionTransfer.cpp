@@ -41,6 +41,12 @@ std::optional<QuillonURLRequest> QuillonURLSessionTransfer::requestAfterRedirect
   return goesOn ? std::move(following) : std::nullopt;
 }
 
+void QuillonURLSessionTransfer::didRefuseRedirect() noexcept {
+  (void)deliver([&] {
+    throw urlFailure(QuillonURLErrorCode::badURL, request_.url, "the system does not take the request");
+  });
+}
+
 void QuillonURLSessionTransfer::didFinish() noexcept {
   end(nullptr);
 }

@@ -29,6 +29,8 @@ class QuillonURLSessionTransfer {
   /// credentials go only to the origin that they were meant for. Absent when the transfer is to be cancelled.
   [[nodiscard]] std::optional<QuillonURLRequest> requestAfterRedirect(
       const std::optional<QuillonURL>& location) noexcept;
+  /// The session cannot ask what requestAfterRedirect() answered; the transfer is to be cancelled.
+  void didRefuseRedirect() noexcept;
   /// Everything has arrived.
   void didFinish() noexcept;
   /// The platform's error: its domain, code and text.

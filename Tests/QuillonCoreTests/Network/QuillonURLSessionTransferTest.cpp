@@ -119,6 +119,16 @@ TEST_F(QuillonURLSessionTransferTest, ARedirectMayNotLeadFromASecureConnectionTo
   EXPECT_EQ(failure(), QuillonURLErrorCode::secureConnectionFailed);
 }
 
+TEST_F(QuillonURLSessionTransferTest, ARedirectThatTheSessionCannotFollowIsABadURL) {
+  EXPECT_TRUE(transfer_.requestAfterRedirect(url("https://example.com/moved.zip")));
+  transfer_.didRefuseRedirect();
+  EXPECT_FALSE(transfer_.didReceiveData("moved"));
+  transfer_.didFail("NSURLErrorDomain", -999, "cancelled");
+
+  EXPECT_EQ(failure(), QuillonURLErrorCode::badURL);
+  EXPECT_EQ(receiver_.body, "");
+}
+
 TEST_F(QuillonURLSessionTransferTest, ARedirectToWhatIsNoURLIsRefused) {
   EXPECT_FALSE(transfer_.requestAfterRedirect(std::nullopt));
   transfer_.didFinish();

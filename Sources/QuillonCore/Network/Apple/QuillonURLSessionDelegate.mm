@@ -5,6 +5,19 @@
 #import "QuillonCore/Network/Apple/QuillonURLSessionConversion.h"
 #import "QuillonCore/Runtime/Apple/QuillonFoundationConversion.h"
 
+namespace {
+
+/// Nil when the transfer is to be cancelled.
+NSURLRequest* requestAfterRedirect(quillon::QuillonURLSessionTransfer& transfer, NSURL* location) noexcept {
+  const auto following = transfer.requestAfterRedirect(quillon::fromNSURL(location));
+  if (!following) return nil;
+  NSURLRequest* const request = quillon::toNSURLRequest(*following);
+  if (request == nil) transfer.didRefuseRedirect();
+  return request;
+}
+
+}  // namespace
+
 @implementation QuillonURLSessionDelegate
 
 - (instancetype)initWithTransfer:(std::shared_ptr<quillon::QuillonURLSessionTransfer>)transfer {
@@ -43,9 +56,9 @@
              completionHandler:(void (^)(NSURLRequest*))completionHandler {
   (void)session;
   (void)response;
-  const auto following = transfer_->requestAfterRedirect(quillon::fromNSURL([request URL]));
-  completionHandler(following ? quillon::toNSURLRequest(*following) : nil);
-  if (!following) [task cancel];
+  NSURLRequest* const following = requestAfterRedirect(*transfer_, [request URL]);
+  completionHandler(following);
+  if (following == nil) [task cancel];
 }
 
 - (void)URLSession:(NSURLSession*)session task:(NSURLSessionTask*)task didCompleteWithError:(NSError*)error {

@@ -10,6 +10,27 @@
 #import "QuillonCore/Runtime/Apple/QuillonObjectReference.h"
 #include "Support/CannedWebServer.h"
 #include "Support/RecordingURLReceiver.h"
+#include "Support/ThrownURLError.h"
+
+/// Notes that it is cancelled, and does nothing else of a task.
+@interface CancellableTask : NSObject {
+  BOOL isCancelled_;
+}
+- (void)cancel;
+- (BOOL)isCancelled;
+@end
+
+@implementation CancellableTask
+
+- (void)cancel {
+  isCancelled_ = YES;
+}
+
+- (BOOL)isCancelled {
+  return isCancelled_;
+}
+
+@end
 
 namespace quillon {
 namespace {
@@ -41,6 +62,38 @@ TEST(QuillonURLSessionDelegateTest, AResponseThatCannotBeReadCountsAsNoneAndTheT
 
     EXPECT_EQ(disposition, NSURLSessionResponseAllow);
     EXPECT_FALSE(receiver.response);
+  }
+}
+
+TEST(QuillonURLSessionDelegateTest, ARedirectThatFoundationCannotFollowEndsTheTransfer) {
+  @autoreleasepool {
+    testing::RecordingURLReceiver receiver;
+    const QuillonURLRequest request{.url = QuillonURL::parse("https://example.com/").value(),
+                                    .headerFields = {{"Accept", "\xff"}}};
+    const auto transfer = std::make_shared<QuillonURLSessionTransfer>(request, receiver);
+    const auto task = QuillonObjectReference<CancellableTask>::adopt([[CancellableTask alloc] init]);
+    NSURL* const asked = [NSURL URLWithString:@"https://example.com/"];
+    NSURL* const location = [NSURL URLWithString:@"https://example.com/moved"];
+    NSHTTPURLResponse* const response = autoreleased([[NSHTTPURLResponse alloc] initWithURL:asked
+                                                                                 statusCode:302
+                                                                                HTTPVersion:nil
+                                                                               headerFields:nil]);
+    __block bool isFollowed = true;
+
+    [delegateOf(transfer).get() URLSession:[NSURLSession sharedSession]
+                                      task:(NSURLSessionTask*)(id)task.get()
+                willPerformHTTPRedirection:response
+                                newRequest:[NSURLRequest requestWithURL:location]
+                         completionHandler:^(NSURLRequest* following) {
+                           isFollowed = following != nil;
+                         }];
+    transfer->didFinish();
+
+    EXPECT_FALSE(isFollowed);
+    EXPECT_TRUE([task.get() isCancelled]);
+    const auto error = testing::thrownURLError([&] { transfer->wait(); });
+    ASSERT_TRUE(error);
+    EXPECT_EQ(error->code(), QuillonURLErrorCode::badURL);
   }
 }
 
