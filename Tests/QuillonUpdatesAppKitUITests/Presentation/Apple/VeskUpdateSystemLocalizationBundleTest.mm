@@ -68,5 +68,22 @@ TEST_F(VeskUpdateSystemLocalizationBundleTest, WithoutABundleTheTextsAreEnglish)
   }
 }
 
+TEST_F(VeskUpdateSystemLocalizationBundleTest, APathThatIsNotUTF8HasNoBundle) {
+  @autoreleasepool {
+    const auto texts = makeSystemLocalizationBundle(QuillonURL::fileURL("/\xff.app"));
+
+    EXPECT_EQ(texts->text(VeskUpdateTexts::cancel), "Cancel");
+    EXPECT_EQ(texts->language(), "en");
+  }
+}
+
+TEST_F(VeskUpdateSystemLocalizationBundleTest, AKeyThatIsNotUTF8IsItsOwnText) {
+  writeTable("Localizable", R"("Cancel" = "Abbrechen";)");
+
+  @autoreleasepool {
+    EXPECT_EQ(bundle()->applicationText("\xff"), "\xff");
+  }
+}
+
 }  // namespace
 }  // namespace quillon
