@@ -42,9 +42,8 @@ std::optional<QuillonURLRequest> QuillonURLSessionTransfer::requestAfterRedirect
 }
 
 void QuillonURLSessionTransfer::didRefuseRedirect() noexcept {
-  (void)deliver([&] {
-    throw urlFailure(QuillonURLErrorCode::badURL, request_.url, "the system does not take the request");
-  });
+  (void)deliver(
+      [&] { throw urlFailure(QuillonURLErrorCode::badURL, request_.url, "the system does not take the request"); });
 }
 
 void QuillonURLSessionTransfer::didFinish() noexcept {

@@ -70,7 +70,8 @@ class SharedSessionTransfers final : public QuillonURLTransferring {
   }
 
  private:
-  static void deliver(QuillonURLSessionTransfer& transfer, NSData* data, NSURLResponse* response, NSError* error) {
+  static void deliver(QuillonURLSessionTransfer& transfer, NSData* data, NSURLResponse* response,
+                      NSError* error) noexcept {
     const auto received = fromNSURLResponse(response);
     if (error == nil && received && transfer.didReceiveResponse(*received)) {
       (void)transfer.didReceiveData({static_cast<const char*>([data bytes]), [data length]});

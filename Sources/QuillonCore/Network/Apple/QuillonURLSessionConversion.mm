@@ -22,7 +22,7 @@ NSURLRequest* toNSURLRequest(const QuillonURLRequest& request) noexcept {
   return made;
 }
 
-std::optional<QuillonURLResponse> fromNSURLResponse(NSURLResponse* response) {
+std::optional<QuillonURLResponse> fromNSURLResponse(NSURLResponse* response) noexcept {
   auto url = fromNSURL([response URL]);
   if (!url) return std::nullopt;
   QuillonURLResponse made{.url = *std::move(url), .expectedContentLength = [response expectedContentLength]};
@@ -38,7 +38,7 @@ std::optional<QuillonURLResponse> fromNSURLResponse(NSURLResponse* response) {
   return made;
 }
 
-void endTransfer(QuillonURLSessionTransfer& transfer, NSError* error) {
+void endTransfer(QuillonURLSessionTransfer& transfer, NSError* error) noexcept {
   if (error == nil) return transfer.didFinish();
   transfer.didFail(fromNSString([error domain]).value_or(""), [error code],
                    fromNSString([error localizedDescription]).value_or(""));

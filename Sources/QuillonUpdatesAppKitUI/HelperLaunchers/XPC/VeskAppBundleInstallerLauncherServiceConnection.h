@@ -10,10 +10,10 @@ namespace quillon {
 /// The host's end of a connection to its launcher service.
 ///
 /// Its callbacks (those given here and the handlers given to whoever made it) may call everything here, and let the
-/// last owner go. But for `didSubmitRequest`, and for the error of a connection that cannot begin to receive or to send,
-/// they are called one at a time, on a thread of the connection. Each of them is called as long as neither the connection has
-/// been invalidated nor its error handler called. Letting the last owner go invalidates the connection and waits for a
-/// callback that runs on the connection's thread, except from within it.
+/// last owner go. But for `didSubmitRequest`, and for the error of a connection that cannot begin to receive or to
+/// send, they are called one at a time, on a thread of the connection. Each of them is called as long as neither the
+/// connection has been invalidated nor its error handler called. Letting the last owner go invalidates the connection
+/// and waits for a callback that runs on the connection's thread, except from within it.
 class VeskAppBundleInstallerLauncherServiceConnection {
  public:
   using Reply = std::function<void(const VeskAppBundleReplacementLaunchResult&)>;

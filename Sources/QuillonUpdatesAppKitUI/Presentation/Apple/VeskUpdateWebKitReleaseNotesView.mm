@@ -69,6 +69,19 @@ VeskUpdatePromptNavigationAnswer answerOf(WKNavigationResponse* navigationRespon
   return answer;
 }
 
+using ShouldNavigate = std::function<bool(const VeskUpdatePromptNavigation&)>;
+
+/// Asks a copy: the answer may come with the end of the window, which takes the function away.
+bool isWanted(const ShouldNavigate& shouldNavigate, WKNavigationAction* action) noexcept {
+  const ShouldNavigate asked = shouldNavigate;
+  const auto navigation = navigationOf(action);
+  return asked && navigation && asked(*navigation);
+}
+
+bool isPageAt(NSURL* location) noexcept {
+  return location != nil && quillon::isPromptPage(quillon::fromNSURL(location));
+}
+
 }  // namespace
 
 @implementation VeskUpdateWebKitReleaseNotesView
@@ -110,12 +123,8 @@ VeskUpdatePromptNavigationAnswer answerOf(WKNavigationResponse* navigationRespon
     decidePolicyForNavigationAction:(WKNavigationAction*)navigationAction
                     decisionHandler:(void (^)(WKNavigationActionPolicy))decisionHandler {
   (void)webView;
-  // A copy: the answer may come with the end of the window, which takes the function away.
-  const auto shouldNavigate = shouldNavigate_;
-  const auto navigation = navigationOf(navigationAction);
-  const bool isWanted = shouldNavigate && navigation && shouldNavigate(*navigation);
   // There is no other window to go to.
-  const bool goesOn = isWanted && [navigationAction targetFrame] != nil;
+  const bool goesOn = isWanted(shouldNavigate_, navigationAction) && [navigationAction targetFrame] != nil;
   decisionHandler(goesOn ? WKNavigationActionPolicyAllow : WKNavigationActionPolicyCancel);
 }
 
@@ -129,8 +138,7 @@ VeskUpdatePromptNavigationAnswer answerOf(WKNavigationResponse* navigationRespon
 
 - (void)webView:(WKWebView*)webView didCommitNavigation:(WKNavigation*)navigation {
   (void)navigation;
-  NSURL* const location = [webView URL];
-  [webView setHidden:location == nil || !quillon::isPromptPage(quillon::fromNSURL(location))];
+  [webView setHidden:!isPageAt([webView URL])];
 }
 
 - (void)webViewWebContentProcessDidTerminate:(WKWebView*)webView {

@@ -26,6 +26,14 @@ QuillonSystemError errorOf(NSError* error) {
 
 void didFail(const Conversation& conversation, NSError* error) noexcept { conversation->didFail(errorOf(error)); }
 
+void wasInvalidated(const Conversation& conversation) noexcept {
+  conversation->didFail(installerLauncherServiceConnectionInvalidated());
+}
+
+void wasInterrupted(const Conversation& conversation) noexcept {
+  conversation->didFail(installerLauncherServiceConnectionInterrupted());
+}
+
 Connection makeConnection(const std::string& serviceName, const Conversation& conversation) {
   auto connection = Connection::adopt([[NSXPCConnection alloc] initWithServiceName:toNSString(serviceName)]);
   auto receiver = QuillonObjectReference<VeskAppBundleInstallerLauncherProgressReceiverExport>::adopt(
@@ -36,10 +44,10 @@ Connection makeConnection(const std::string& serviceName, const Conversation& co
   [connection.get() setExportedInterface:makeProgressInterface()];
   [connection.get() setExportedObject:receiver.get()];
   [connection.get() setInvalidationHandler:^{
-    held->didFail(installerLauncherServiceConnectionInvalidated());
+    wasInvalidated(held);
   }];
   [connection.get() setInterruptionHandler:^{
-    held->didFail(installerLauncherServiceConnectionInterrupted());
+    wasInterrupted(held);
   }];
   return connection;
 }
