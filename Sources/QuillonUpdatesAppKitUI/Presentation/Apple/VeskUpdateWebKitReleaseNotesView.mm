@@ -108,7 +108,8 @@ bool isPageAt(NSURL* location) noexcept {
   NSURL* const location = page ? quillon::toNSURL(*page) : nil;
   if (location == nil) return;
   if ([location isFileURL]) {
-    [webView_ loadFileURL:location allowingReadAccessToURL:[location URLByDeletingLastPathComponent]];
+    // Its folder may be anything of the user's: which file it is may come from a feed.
+    [webView_ loadFileURL:location allowingReadAccessToURL:location];
   } else {
     [webView_ loadRequest:[NSURLRequest requestWithURL:location]];
   }
