@@ -155,6 +155,7 @@ class ProgressWindow final : public VeskUpdateProgressWindow {
     NSProgressIndicator* const found = bar();
     [found setIndeterminate:YES];
     [found setDoubleValue:0.0];
+    [found startAnimation:nil];  // a fraction has stopped it
   }
 
   void hideAndDisableActionButton() override {

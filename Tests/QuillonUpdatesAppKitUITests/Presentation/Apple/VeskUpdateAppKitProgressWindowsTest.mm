@@ -1,5 +1,6 @@
 #import <AppKit/AppKit.h>
 #include <gtest/gtest.h>
+#import <objc/runtime.h>
 
 #include <memory>
 #include <optional>
@@ -13,6 +14,30 @@
 #include "QuillonUpdatesAppKitUI/Presentation/VeskUpdateProgressWindowPresenter.h"
 #include "Support/Apple/RunLoopTurns.h"
 #include "Support/TemporaryDirectory.h"
+
+namespace {
+
+bool barMoves = false;
+
+}  // namespace
+
+/// Tells whether it moves, which the system's own tells nobody. It has no state, so that a bar can be made one.
+@interface ObservedProgressIndicator : NSProgressIndicator
+@end
+
+@implementation ObservedProgressIndicator
+
+- (void)startAnimation:(id)sender {
+  [super startAnimation:sender];
+  barMoves = true;
+}
+
+- (void)stopAnimation:(id)sender {
+  [super stopAnimation:sender];
+  barMoves = false;
+}
+
+@end
 
 namespace quillon {
 namespace {
@@ -110,6 +135,19 @@ TEST_F(VeskUpdateAppKitProgressWindowsTest, AFractionAboveOneShowsAFullBarAndAnA
   update({.title = "b", .statusText = std::nullopt, .progressFraction = std::nullopt});
   EXPECT_EQ([bar() doubleValue], 0.0);
   EXPECT_TRUE([bar() isIndeterminate]);
+}
+
+TEST_F(VeskUpdateAppKitProgressWindowsTest, ABarWithoutAFractionMovesAlsoAfterOne) {
+  show();
+  object_setClass(bar(), [ObservedProgressIndicator class]);
+  barMoves = true;
+
+  update({.title = "a", .statusText = std::nullopt, .progressFraction = 1.0});
+  const bool movedWithAFraction = barMoves;
+  update({.title = "b", .statusText = std::nullopt, .progressFraction = std::nullopt});
+
+  EXPECT_FALSE(movedWithAFraction);
+  EXPECT_TRUE(barMoves);
 }
 
 TEST_F(VeskUpdateAppKitProgressWindowsTest, AnEmptyStatusTextHidesTheStatus) {
