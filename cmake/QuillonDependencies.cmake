@@ -7,7 +7,7 @@ if(NOT APPLE)  # for the code signatures, which macOS reads and makes itself
   list(APPEND CMAKE_MODULE_PATH "${CMAKE_CURRENT_LIST_DIR}")
   find_package(IPSecMB QUIET)
 endif()
-pkg_check_modules(utf8proc REQUIRED IMPORTED_TARGET libutf8proc)
+include(QuillonUTF8Proc)
 if(CMAKE_SYSTEM_NAME STREQUAL "Linux")
   pkg_check_modules(libsystemd REQUIRED IMPORTED_TARGET libsystemd>=252)
   find_package(CURL 7.88 REQUIRED)

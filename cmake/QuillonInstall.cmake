@@ -46,7 +46,7 @@ configure_package_config_file("${PROJECT_SOURCE_DIR}/cmake/QuillonConfig.cmake.i
   PATH_VARS QUILLON_INSTALL_TEXTS_FOLDER QUILLON_INSTALL_PROGRAMS_FOLDER)
 write_basic_package_version_file("${CMAKE_BINARY_DIR}/QuillonConfigVersion.cmake" COMPATIBILITY SameMinorVersion)
 install(FILES "${CMAKE_BINARY_DIR}/QuillonConfig.cmake" "${CMAKE_BINARY_DIR}/QuillonConfigVersion.cmake"
-  "${PROJECT_SOURCE_DIR}/cmake/FindIPSecMB.cmake"
+  "${PROJECT_SOURCE_DIR}/cmake/FindIPSecMB.cmake" "${PROJECT_SOURCE_DIR}/cmake/QuillonUTF8Proc.cmake"
   DESTINATION ${CMAKE_INSTALL_LIBDIR}/cmake/Quillon COMPONENT development)
 
 file(GLOB manual_pages CONFIGURE_DEPENDS "${PROJECT_SOURCE_DIR}/docs/man/*.1")

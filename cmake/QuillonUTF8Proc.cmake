@@ -1,0 +1,23 @@
+# PkgConfig::utf8proc. On a Mac it is the static library: a program in an application's bundle must not need a library of
+# the machine that it was built on, and one that runs as root must not load it from a folder that users may write.
+pkg_check_modules(utf8proc REQUIRED IMPORTED_TARGET libutf8proc)
+if(CMAKE_HOST_APPLE)
+  find_library(QUILLON_UTF8PROC_ARCHIVE NAMES libutf8proc.a HINTS ${utf8proc_LIBRARY_DIRS} "${utf8proc_LIBDIR}")
+  if(NOT QUILLON_UTF8PROC_ARCHIVE)
+    message(FATAL_ERROR "Beside pkg-config's libutf8proc there is no libutf8proc.a; QUILLON_UTF8PROC_ARCHIVE may name one.")
+  endif()
+  set(architectures ${CMAKE_OSX_ARCHITECTURES})
+  if(NOT architectures)
+    set(architectures ${CMAKE_SYSTEM_PROCESSOR})
+  endif()
+  find_program(QUILLON_LIPO NAMES lipo REQUIRED)
+  execute_process(COMMAND "${QUILLON_LIPO}" -archs "${QUILLON_UTF8PROC_ARCHIVE}"
+                  OUTPUT_VARIABLE of_archive OUTPUT_STRIP_TRAILING_WHITESPACE COMMAND_ERROR_IS_FATAL ANY)
+  separate_arguments(of_archive)
+  list(REMOVE_ITEM architectures ${of_archive})
+  if(architectures)
+    list(JOIN architectures " or " architectures)
+    message(FATAL_ERROR "${QUILLON_UTF8PROC_ARCHIVE} is not for ${architectures}. docs/macos.md says how to make one.")
+  endif()
+  set_target_properties(PkgConfig::utf8proc PROPERTIES INTERFACE_LINK_LIBRARIES "${QUILLON_UTF8PROC_ARCHIVE}")
+endif()
