@@ -14,7 +14,8 @@ namespace quillon {
     QuillonURLTransferConfiguration configuration = {});
 
 /// For small things, which arrive in one piece: on macOS the URL session that the process shares, elsewhere
-/// makeSystemURLTransfers().
+/// makeSystemURLTransfers(). That session has no delegate: redirects, and what becomes of credentials on them, are left
+/// to the system, and the receiver hears of everything at the end.
 [[nodiscard]] std::shared_ptr<const QuillonURLTransferring> makeSharedURLTransfers();
 
 }  // namespace quillon
