@@ -15,7 +15,7 @@ namespace quillon {
 
 /// Gathers one download, reports its progress, and resumes who waits for it exactly once.
 ///
-/// Used by one thread: the one that runs the transfer.
+/// Used by one thread at a time: the one that the transfer delivers on, and when that is over the one that ran it.
 class VeskUpdateURLSessionDownloadDelegate final : public QuillonURLTransferReceiving {
  public:
   /// The most that a download may have.

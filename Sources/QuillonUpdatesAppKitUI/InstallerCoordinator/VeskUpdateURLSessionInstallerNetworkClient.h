@@ -9,7 +9,7 @@
 namespace quillon {
 
 /// Fetches archives through the platform's URL loading, one task for each call. The progress handler is called on the
-/// thread of the call.
+/// thread that the transfer delivers on, one call at a time: on Linux that of the call, on macOS one of the session's.
 class VeskUpdateURLSessionInstallerNetworkClient final : public VeskUpdateInstallerNetworkClient {
  public:
   /// Neither is null; `makeDownloadBuffer` is called by any thread that calls data().
