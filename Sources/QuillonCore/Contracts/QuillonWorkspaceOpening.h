@@ -4,7 +4,7 @@
 
 namespace quillon {
 
-/// Opens things as the user's desktop does.
+/// Opens things as the user's desktop does. From any thread.
 class QuillonWorkspaceOpening {
  public:
   virtual ~QuillonWorkspaceOpening() = default;

@@ -4,7 +4,8 @@
 
 namespace quillon {
 
-/// Says whether this process can write next to an installed bundle.
+/// Says whether this process can write next to an installed bundle. From any thread, several at
+/// once.
 class VeskAppBundleReplacementPermissionChecking {
  public:
   virtual ~VeskAppBundleReplacementPermissionChecking() = default;

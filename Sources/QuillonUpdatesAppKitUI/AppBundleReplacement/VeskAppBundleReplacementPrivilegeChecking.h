@@ -2,7 +2,8 @@
 
 namespace quillon {
 
-/// Says whether this process may replace a bundle in a folder that it cannot write by permission alone.
+/// Says whether this process may replace a bundle in a folder that it cannot write by permission alone. From any
+/// thread, several at once.
 class VeskAppBundleReplacementPrivilegeChecking {
  public:
   virtual ~VeskAppBundleReplacementPrivilegeChecking() = default;

@@ -4,7 +4,7 @@
 
 namespace quillon {
 
-/// Starts the installed application again.
+/// Starts the installed application again. Called on the thread that replaces it.
 class VeskAppBundleReplacementRelaunching {
  public:
   virtual ~VeskAppBundleReplacementRelaunching() = default;

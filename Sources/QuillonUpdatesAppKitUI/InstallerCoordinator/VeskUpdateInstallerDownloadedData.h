@@ -8,7 +8,7 @@
 
 namespace quillon {
 
-/// The bytes of a downloaded archive, wherever they are kept.
+/// The bytes of a downloaded archive, wherever they are kept. For one thread at a time.
 ///
 /// An archive can be larger than what anybody wants to hold in memory or to copy: an implementation that kept the bytes
 /// in a file without name gives that file its name instead.

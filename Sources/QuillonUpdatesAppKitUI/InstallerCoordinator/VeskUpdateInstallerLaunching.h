@@ -4,7 +4,7 @@
 
 namespace quillon {
 
-/// Hands an installer document to the system.
+/// Hands an installer document to the system. Called on the thread of the operation, not on the main thread.
 class VeskUpdateInstallerLaunching {
  public:
   virtual ~VeskUpdateInstallerLaunching() = default;

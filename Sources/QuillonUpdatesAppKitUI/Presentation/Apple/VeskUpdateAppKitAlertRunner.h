@@ -4,7 +4,7 @@
 
 namespace quillon {
 
-/// Shows alerts with AppKit (`NSAlert`), each in a modal loop of its own.
+/// Shows alerts with AppKit (`NSAlert`), each in a modal loop of its own. On the main thread of an `NSApplication`.
 class VeskUpdateAppKitAlertRunner final : public VeskUpdateAlertRunning {
  public:
   [[nodiscard]] VeskUpdateAlertAnswer run(const VeskUpdateAlert& alert) override;
