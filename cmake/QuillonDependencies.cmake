@@ -15,7 +15,10 @@ if(CMAKE_SYSTEM_NAME STREQUAL "Linux")
   find_package(ZLIB REQUIRED)
   # A host without display needs none of this.
   pkg_check_modules(GTK QUIET IMPORTED_TARGET gtkmm-4.0>=4.8 gtk4-x11 webkitgtk-6.0 x11)
-  if(NOT GTK_FOUND)
+  if(NOT GTK_FOUND AND QUILLON_PACKAGED)
+    message(FATAL_ERROR "Packages hold the windows (Quillon::PresentationGTK), and gtkmm-4.0 or webkitgtk-6.0 is missing: "
+                        "tools/install_dependencies --linux installs them")
+  elseif(NOT GTK_FOUND)
     message(STATUS "The windows (Quillon::PresentationGTK) are left out: gtkmm-4.0 or webkitgtk-6.0 is missing")
   endif()
 endif()

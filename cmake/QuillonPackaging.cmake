@@ -29,7 +29,7 @@ replaces an installed bundle by a newer one. Applications that update
 themselves hold a copy of these commands.")
 
 # What the exported targets and the pkg-config files look for.
-set(development_packages libutf8proc-dev libsystemd-dev libcurl4-openssl-dev libdeflate-dev zlib1g-dev libssl-dev)
+set(development_packages pkg-config libutf8proc-dev libsystemd-dev libcurl4-openssl-dev libdeflate-dev zlib1g-dev libssl-dev)
 if(IPSecMB_FOUND)
   list(APPEND development_packages libipsec-mb-dev)
 endif()

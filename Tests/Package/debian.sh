@@ -22,6 +22,16 @@ dpkg-deb --field "$commands" Depends | grep -q 'libc6 (>=' || fail "the commands
 root=$scratch/root
 mkdir -p "$root/var/lib/dpkg/info" "$root/var/lib/dpkg/updates"
 touch "$root/var/lib/dpkg/status"
+# Into a machine without any package, apt would install all that they depend on. pkg-config is what CMake finds some of it by.
+if ls /var/lib/apt/lists/*_Packages* > "$scratch/lists.log" 2>&1; then
+  apt-get --simulate -o Dir::State::status="$root/var/lib/dpkg/status" --no-install-recommends install \
+    "$commands" "$development" > "$scratch/apt.log" 2>&1 || { cat "$scratch/apt.log"; fail "the dependencies cannot be resolved"; }
+  for package in quillon libquillon-dev pkg-config; do
+    grep -q "^Inst $package " "$scratch/apt.log" || fail "apt would not install $package"
+  done
+else
+  echo "The dependencies are not resolved: apt has no lists of packages here (apt-get update)."
+fi
 package_tool() {
   dpkg --root="$root" --log=/dev/null --force-depends --force-not-root "$@" > "$scratch/dpkg.log" 2>&1 ||
     { cat "$scratch/dpkg.log"; exit 1; }

@@ -2,6 +2,9 @@
 enable_language(OBJCXX)
 set(QUILLON_SOURCE_FOLDER "" CACHE PATH "The sources of Quillon")
 if(NOT TARGET Quillon::Core)  # built as a part of Quillon, it is there
+  if(NOT EXISTS "${QUILLON_SOURCE_FOLDER}/cmake/QuillonEmbedding.cmake")
+    message(FATAL_ERROR "Say where Quillon's sources are: -DQUILLON_SOURCE_FOLDER=/path/to/quillon")
+  endif()
   add_subdirectory("${QUILLON_SOURCE_FOLDER}" quillon)
 endif()
 
