@@ -2,6 +2,7 @@
 
 #include <fcntl.h>
 #include <poll.h>
+#include <sched.h>
 #include <sys/prctl.h>
 #include <sys/socket.h>
 #include <sys/syscall.h>
@@ -14,7 +15,9 @@
 #include <array>
 #include <chrono>
 #include <csignal>
+#include <future>
 #include <string_view>
+#include <thread>
 #include <utility>
 
 #include "QuillonCore/Runtime/Posix/FileDescriptor.h"
@@ -196,6 +199,17 @@ TestMachineCommandResult TestMachine::runInSession(const Session& session,
   for (const std::string& variable : session.environment) words.insert(words.end(), {"-E", variable});
   for (const std::string& word : command) words.push_back(escapedForSystemd(word));
   return enter(words);
+}
+
+void TestMachine::callInNetwork(const std::function<void()>& function) const {
+  const FileDescriptor network(open(("/proc/" + std::to_string(leader_) + "/ns/net").c_str(), O_RDONLY | O_CLOEXEC));
+  std::packaged_task<void()> task([&] {
+    if (setns(network.get(), CLONE_NEWNET) != 0) throw std::runtime_error("Cannot enter the machine's network");
+    function();
+  });
+  std::future<void> result = task.get_future();
+  std::thread(std::move(task)).join();
+  result.get();
 }
 
 void TestMachine::end() noexcept {

@@ -4,6 +4,7 @@
 
 #include <cstdint>
 #include <filesystem>
+#include <functional>
 #include <stdexcept>
 #include <string>
 #include <vector>
@@ -70,6 +71,10 @@ class TestMachine {
   /// Logs a user in, runs a command in the session and waits for its end. The session ends with it.
   [[nodiscard]] TestMachineCommandResult runInSession(const Session& session,
                                                       const std::vector<std::string>& command) const;
+
+  /// Calls `function` on a thread in the network of the machine, which has nothing but a loopback. Sockets that are
+  /// made there stay there, whoever uses them. Throws what `function` throws.
+  void callInNetwork(const std::function<void()>& function) const;
 
  private:
   void boot(const std::filesystem::path& image, const std::vector<Folder>& folders);
