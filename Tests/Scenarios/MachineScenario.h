@@ -28,10 +28,13 @@ class MachineScenario : public ::testing::Test {
   static constexpr const char* commandsFolder = QUILLON_TOOL_FOLDER;
   static constexpr const char* programsFolder = "/opt/quillon/programs";
 
-  static void SetUpTestSuite() {
+  static void SetUpTestSuite() { boot({}); }
+  /// Boots the machine, which sees `more` folders than those of the build.
+  static void boot(std::vector<TestMachine::Folder> more) {
+    more.push_back({QUILLON_BINARY_FOLDER, commandsFolder});
+    more.push_back({QUILLON_TEST_PROGRAM_FOLDER, programsFolder});
     try {
-      machine_ = std::make_unique<TestMachine>(std::vector<TestMachine::Folder>{
-          {QUILLON_BINARY_FOLDER, commandsFolder}, {QUILLON_TEST_PROGRAM_FOLDER, programsFolder}});
+      machine_ = std::make_unique<TestMachine>(more);
     } catch (const TestMachineUnavailable& reason) {
       whyUnavailable_ = reason.what();
     }
