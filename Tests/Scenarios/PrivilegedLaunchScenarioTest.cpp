@@ -10,13 +10,10 @@
 #include <string>
 #include <vector>
 
-#include "QuillonCore/Runtime/Posix/QuillonPosixProcessRunner.h"
 #include "Scenarios/MachineScenario.h"
 #include "Support/ApplicationBundleBuilder.h"
 #include "Support/HostApplication.h"
-#include "Support/SigningIdentityMaker.h"
 #include "Support/TemporaryDirectory.h"
-#include "Support/TestMachineUnits.h"
 
 namespace quillon {
 namespace {
@@ -36,24 +33,11 @@ using testing::TestMachineCommandResult;
 using testing::versionOfApplicationBundle;
 using testing::writeFile;
 
-constexpr const char* kInstallerUnit = "org.example.App.quillon-updater.service";
-constexpr const char* kRelaunchUnit = "org.example.App.quillon-relaunch.service";
-constexpr const char* kPolicyFile = "usr/share/polkit-1/actions/org.example.App.policy";
 /// Where the application tells who it runs as; whoever reads it waits for it.
 constexpr const char* kRelaunched = "/home/alice/relaunched";
 
 /// As many as leave something behind that shows, and take some seconds.
 constexpr int kManyLaunches = 100;
-
-/// Ends when no launcher service or installer runs; fails when one goes on running.
-constexpr const char* kWaitForProcesses =
-    "for process in $(grep -ls '[Q]uillonUpdateInst' /proc/[0-9]*/cmdline | cut -d/ -f3); do "
-    "timeout 20 tail --sleep-interval=0.01 --pid=$process --follow /dev/null || exit 1; done";
-
-/// Ends when the manager of the session's user has no unit of the application loaded; fails when one stays.
-constexpr const char* kWaitForUnitsOfUser =
-    "timeout 20 sh -c 'until units=$(systemctl --user list-units --all --plain --no-legend \"org.example.*\") && "
-    "[ -z \"$units\" ]; do :; done'";
 
 std::vector<std::string> linesWith(const std::string& output, const std::string& text) {
   std::vector<std::string> found;
@@ -70,8 +54,7 @@ class PrivilegedLaunchScenario : public MachineScenario {
     MachineScenario::SetUpTestSuite();
     if (!isBooted()) return;
     versions_ = std::make_unique<testing::TemporaryDirectory>();
-    writeFile(machine().root() / fs::path(QUILLON_SYSCONFDIR).relative_path() / "quillon/anchors.d/example.pem",
-              testing::sharedSigningIdentity().root);
+    vouchForSignatures();
     makeVersion("1.0", "1");
     makeVersion("2.0", "2");
   }
@@ -83,9 +66,9 @@ class PrivilegedLaunchScenario : public MachineScenario {
   void SetUp() override {
     MachineScenario::SetUp();
     if (IsSkipped() || HasFatalFailure()) return;
-    place("1.0", kRootsApplication, "root");
-    place("1.0", kUsersApplication, "alice");
-    place("2.0", kStaged, "alice");
+    place(*versions_ / "1.0/Example.app", kRootsApplication, "root");
+    place(*versions_ / "1.0/Example.app", kUsersApplication, "alice");
+    place(*versions_ / "2.0/Example.app", kStaged, "alice");
     ASSERT_EQ(machine().run({"mkfifo", "--mode=666", kRelaunched}).output, "");
   }
 
@@ -97,7 +80,7 @@ class PrivilegedLaunchScenario : public MachineScenario {
     fs::remove_all(machine().root() / "home/alice/.config");
     fs::remove_all(machine().root() / "home/alice/.local");
     fs::remove(machine().root() / fs::path(kRelaunched).relative_path());
-    if (fs::remove(machine().root() / kPolicyFile)) restartPolkit();
+    removePolicy();
   }
 
   /// The command whose output ends a launch: what the application says when it runs again.
@@ -157,21 +140,6 @@ class PrivilegedLaunchScenario : public MachineScenario {
         .output;
   }
 
-  static void installPolicy() {
-    const TestMachineCommandResult policy =
-        machine().run({std::string(commandsFolder) + "/quillon", "policy", kRootsApplication});
-    ASSERT_EQ(policy.status, 0) << policy.output;
-    writeFile(machine().root() / kPolicyFile, policy.output);
-    restartPolkit();
-  }
-
-  static void expectNothingIsLeft() {
-    testing::waitUntilUnitIsGone(machine(), kInstallerUnit);
-    testing::waitUntilUnitIsGone(machine(), kRelaunchUnit);
-    EXPECT_THAT(testing::loadedUnits(machine(), "org.example.*"), IsEmpty());
-    EXPECT_EQ(machine().run({"/bin/sh", "-c", kWaitForProcesses}).status, 0);
-  }
-
   static constexpr const char* kRootsApplication = "/opt/Applications/Example.app";
   static constexpr const char* kUsersApplication = "/home/alice/Applications/Example.app";
   static constexpr const char* kStaged = "/home/alice/Staging/Example.app";
@@ -184,17 +152,6 @@ class PrivilegedLaunchScenario : public MachineScenario {
          .build = build,
          .script = "echo \"relaunched " + version + " as $(id --user --name)\" > " + kRelaunched},
         QUILLON_BINARY_FOLDER);
-  }
-
-  /// Puts a version at its place, with everything that is on its way there, and no other file.
-  static void place(const std::string& version, const std::string& bundle, const std::string& owner) {
-    const fs::path folder = machine().root() / fs::path(bundle).parent_path().relative_path();
-    fs::remove_all(folder);
-    fs::create_directories(folder);
-    const QuillonProcessResult copy = QuillonPosixProcessRunner().run(
-        "/bin/cp", {"-a", (*versions_ / version / "Example.app").string(), folder.string()});
-    ASSERT_EQ(copy.status, 0) << copy.output;
-    ASSERT_EQ(machine().run({"chown", "-hR", owner + ":" + owner, fs::path(bundle).parent_path()}).output, "");
   }
 
   inline static std::unique_ptr<testing::TemporaryDirectory> versions_;
@@ -287,7 +244,7 @@ TEST_F(PrivilegedLaunchScenario, ManyLaunchesLeaveNothingBehind) {
 TEST_F(PrivilegedLaunchScenario, ManyJobsOfOneLabelLeaveNoUnitBehind) {
   const std::string output =
       launch("cancel", kUsersApplication,
-             " " + std::to_string(kManyLaunches) + untilRelaunched() + " && " + kWaitForUnitsOfUser + " && echo gone");
+             " " + std::to_string(kManyLaunches) + untilRelaunched() + " && " + waitForUnitsOfUser + " && echo gone");
 
   const std::string one = "{\"event\":\"handoffStarted\"}\n{\"event\":\"jobSubmitted\"}\n{\"result\":\"launched\"}\n";
   std::string all;
@@ -367,7 +324,7 @@ INSTANTIATE_TEST_SUITE_P(Events, KilledServiceScenario,
                          [](const auto& event) { return std::string(event.param); });
 
 TEST_F(PrivilegedLaunchScenario, WithTheHostsActionFileTheOnlyDialogIsTheHosts) {
-  installPolicy();
+  installPolicyOf(kRootsApplication);
 
   const std::string output = launch("yes", kRootsApplication, untilRelaunched());
 
@@ -379,7 +336,7 @@ TEST_F(PrivilegedLaunchScenario, WithTheHostsActionFileTheOnlyDialogIsTheHosts) 
 }
 
 TEST_F(PrivilegedLaunchScenario, TheHostsActionFileIsEnoughInASessionWithoutAScreen) {
-  installPolicy();
+  installPolicyOf(kRootsApplication);
 
   const std::string output = launch("yes", kRootsApplication, untilRelaunched(), {.hasSeat = false});
 
@@ -388,7 +345,7 @@ TEST_F(PrivilegedLaunchScenario, TheHostsActionFileIsEnoughInASessionWithoutAScr
 }
 
 TEST_F(PrivilegedLaunchScenario, AnOlderInstallerUnderAnotherNumberIsStoppedWithoutADialogOfItsOwn) {
-  installPolicy();
+  installPolicyOf(kRootsApplication);
   const auto older =
       machine().run({"systemd-run", "--unit=org.example.App.quillon-updater-2", "--collect", "sleep", "600"});
   ASSERT_EQ(older.status, 0) << older.output;
@@ -401,7 +358,7 @@ TEST_F(PrivilegedLaunchScenario, AnOlderInstallerUnderAnotherNumberIsStoppedWith
 }
 
 TEST_F(PrivilegedLaunchScenario, AUserUpdatesRootsApplicationWithOneCommand) {
-  installPolicy();
+  installPolicyOf(kRootsApplication);
 
   const std::string output = update("yes", kRootsApplication, untilRelaunched());
 
@@ -414,7 +371,7 @@ TEST_F(PrivilegedLaunchScenario, AUserUpdatesRootsApplicationWithOneCommand) {
 }
 
 TEST_F(PrivilegedLaunchScenario, WhomTheAdministratorRefusesAnUpdateIsToldSoAndKeepsTheOldOne) {
-  installPolicy();
+  installPolicyOf(kRootsApplication);
 
   const std::string output = update("no", kRootsApplication, "; echo status $?");
 
@@ -425,7 +382,7 @@ TEST_F(PrivilegedLaunchScenario, WhomTheAdministratorRefusesAnUpdateIsToldSoAndK
 }
 
 TEST_F(PrivilegedLaunchScenario, TheDialogSpeaksTheLanguageOfTheSession) {
-  installPolicy();
+  installPolicyOf(kRootsApplication);
 
   (void)launch("cancel", kRootsApplication, "", {.environment = {"LANG=de_DE.UTF-8"}});
 

@@ -156,7 +156,8 @@ class UpdateCommandScenario : public ::testing::Test {
   static void TearDownTestSuite() { publisher.reset(); }
 
   void SetUp() override {
-    if (fs::exists("/run/systemd/system")) GTEST_SKIP() << "the installer would be a job of the system's manager";
+    if (fs::exists("/run/systemd/system"))
+      GTEST_SKIP() << "installers are units of systemd here: see SessionUpdateScenario";
     fs::permissions(folder.path(), fs::perms(0755));
     if (run({"--help"}).status != 0) GTEST_SKIP() << "an ordinary user cannot enter " << QUILLON_BINARY_FOLDER;
     trustThePublisher();

@@ -1,7 +1,9 @@
 #pragma once
 
 #include <array>
+#include <iosfwd>
 #include <string>
+#include <string_view>
 
 #include "Soak/SoakFault.h"
 
@@ -17,13 +19,22 @@ struct SoakResult {
   bool wasMissing = false;
   bool isLost = false;
   bool isUnexplained = false;
-  /// Files that nobody needs any more, and processes that did not end.
-  int leaks = 0;
+  /// Files and bundles that nobody needs any more.
+  int leakedFiles = 0;
+  /// Processes that did not end.
+  int leakedProcesses = 0;
+  /// Units of jobs that have ended, which the service manager has not forgotten.
+  int leakedUnits = 0;
+
+  [[nodiscard]] bool hasLeaked() const noexcept { return leakedFiles > 0 || leakedProcesses > 0 || leakedUnits > 0; }
 };
 
 /// Counts of attempts by fault.
 class SoakTable {
  public:
+  /// `hasManager` says whether a service manager runs: without one there are no units to count.
+  explicit SoakTable(bool hasManager) : hasManager_(hasManager) {}
+
   void add(const SoakResult& result);
 
   /// Whether no bundle was lost, no failure unexplained and nothing leaked.
@@ -39,10 +50,14 @@ class SoakTable {
     int missing = 0;
     int lost = 0;
     int unexplained = 0;
-    int leaks = 0;
+    int leakedFiles = 0;
+    int leakedProcesses = 0;
+    int leakedUnits = 0;
   };
   [[nodiscard]] Row sum() const;
+  void writeRow(std::ostream& out, std::string_view name, const Row& row) const;
 
+  const bool hasManager_;
   std::array<Row, kSoakFaults.size()> rows_{};
 };
 

@@ -42,6 +42,7 @@ SoakUser::SoakUser(const fs::path& folder, UpdatableSample& application) {
   for (const fs::path& each : own) fs::create_directories(each);
   chmod(folder.c_str(), 0755);
   const bool isOther = geteuid() == 0 && otherCanRead(application.programs()) && otherCanRead(application.settings());
+  identifier_ = isOther ? kOther : geteuid();
   if (isOther) {
     for (const fs::path& each : own) {
       if (lchown(each.c_str(), kOther, kOther) != 0) throw std::runtime_error("cannot give away " + each.string());

@@ -29,6 +29,7 @@
 #include "Soak/SoakProcesses.h"
 #include "Soak/SoakServer.h"
 #include "Soak/SoakTable.h"
+#include "Soak/SoakUnits.h"
 #include "Soak/SoakUser.h"
 #include "Soak/SoakVolumes.h"
 #include "Support/TemporaryDirectory.h"
@@ -82,7 +83,7 @@ class Soak {
     for (int attempt = 1; attempt <= options_.updates; ++attempt) {
       const SoakResult result = attemptOnce();
       table_.add(result);
-      if (result.isLost || result.isUnexplained || result.leaks > 0) note(attempt, result);
+      if (result.isLost || result.isUnexplained || result.hasLeaked()) note(attempt, result);
       if (attempt % 10 == 0) std::cout << attempt << " of " << options_.updates << " attempts" << std::endl;
       if (result.isLost) break;  // there is nothing left to update
     }
@@ -152,9 +153,10 @@ class Soak {
 
   /// Compares what is there with what has to be.
   void look(SoakResult& result) {
+    left_.clear();
     if (!last_.hasSettled) {
-      ++result.leaks;
-      left_ = "processes";
+      ++result.leakedProcesses;
+      left_ = " processes";
     }
     int number = application_.installedNumber();
     const bool hasFailed = number != installed_ + 1;
@@ -170,11 +172,20 @@ class Soak {
     result.isUpdated = number == installed_ + 1;
     result.isLost = (number != installed_ && number != installed_ + 1) || !application_.runs(number);
     quitApplication();
+    countUnits(result);
     if (result.isUpdated) {
       installed_ = number;
-      left_ = leftBehind();
-      result.leaks += left_.empty() ? 0 : 1;
+      countFiles(result);
     }
+  }
+
+  /// Counts the units that the manager does not forget, which it does some time after their last process has ended.
+  void countUnits(SoakResult& result) {
+    const auto limit = std::chrono::steady_clock::now() + kQuitLimit;
+    std::vector<std::string> units = units_.loaded();
+    while (!units.empty() && std::chrono::steady_clock::now() < limit) units = units_.loaded();
+    for (const std::string& unit : units) left_ += " " + unit;
+    result.leakedUnits += static_cast<int>(units.size());
   }
 
   /// Has every copy of the application quit, and what they noted removed.
@@ -190,26 +201,27 @@ class Soak {
     fs::remove(application_.installed().parent_path() / "Sample.log");
   }
 
-  /// What lies where a successful update leaves nothing.
-  [[nodiscard]] std::string leftBehind() const {
-    std::string all;
-    const auto note = [&all](const fs::path& item) { all += " " + item.string(); };
+  /// Counts what lies where a successful update leaves nothing.
+  void countFiles(SoakResult& result) {
+    const auto count = [this, &result](const fs::path& item) {
+      left_ += " " + item.string();
+      ++result.leakedFiles;
+    };
     for (const auto& item : fs::directory_iterator(application_.installed().parent_path())) {
-      if (item.path() != application_.installed()) note(item.path());
+      if (item.path() != application_.installed()) count(item.path());
     }
     for (const fs::path& folder : user_.workingFolders()) {
       for (const auto& item : fs::recursive_directory_iterator(folder)) {
         if (item.path().filename() == kLock) continue;  // one for ever, not one more each time
-        if (!item.is_directory() || item.path().extension() == ".app") note(item.path());
+        if (!item.is_directory() || item.path().extension() == ".app") count(item.path());
       }
     }
-    return all;
   }
 
   void note(int attempt, const SoakResult& result) const {
     std::cout << "attempt " << attempt << ", fault \"" << soakFaultName(result.fault) << "\": status " << last_.status
               << (result.isLost ? ", LOST" : "") << (result.isUnexplained ? ", unexplained" : "")
-              << (result.leaks > 0 ? ", left:" + left_ : "") << "\n"
+              << (result.hasLeaked() ? ", left:" + left_ : "") << "\n"
               << last_.output << "--- next run\n"
               << next_.output << std::endl;
   }
@@ -220,8 +232,9 @@ class Soak {
   SoakVolumes volumes_{folder_.path()};
   UpdatableSample application_{folder_.path()};
   const SoakUser user_{folder_.path(), application_};
+  const SoakUnits units_{user_.identifier()};
   SoakServer server_;
-  SoakTable table_;
+  SoakTable table_{units_.areManaged()};
   int installed_ = 1;
   int archiveNumber_ = 0;
   std::string archiveBytes_;

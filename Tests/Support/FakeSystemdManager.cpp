@@ -47,6 +47,10 @@ FakeSystemdManager::TransientUnit readUnit(sd_bus_message* message) {
     const std::string name = readBusText(message);
     if (name == "ExecStartEx") {
       readCommand(message, unit);
+    } else if (name == "Environment") {
+      requireBusResult(sd_bus_message_enter_container(message, 'v', "as"), "variables expected");
+      unit.environment = readTexts(message);
+      requireBusResult(sd_bus_message_exit_container(message), "end of variables expected");
     } else if (name == "TimeoutStopUSec") {
       requireBusResult(sd_bus_message_read(message, "v", "t", &unit.numberProperties[name]), "number expected");
     } else {

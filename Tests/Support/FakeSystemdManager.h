@@ -51,6 +51,8 @@ class FakeSystemdManager {
     std::string programPath;
     std::vector<std::string> arguments;
     std::vector<std::string> flags;
+    /// Absent when none was given.
+    std::optional<std::vector<std::string>> environment;
     /// Whether the manager may ask the user for the right to start it.
     bool mayAskTheUser = false;
   };

@@ -41,7 +41,9 @@ void makeHostApplication(const fs::path& bundle, const HostApplicationDescriptio
                          const fs::path& commands) {
   makeApplicationBundle(
       bundle, {.identifier = description.identifier, .version = description.version, .build = description.build});
-  writeFile(bundle / "Contents/MacOS/Example", "#!/bin/sh\n" + description.script + "\n");
+  const fs::path executable = bundle / "Contents/MacOS/Example";
+  writeFile(executable, "#!/bin/sh\n" + description.script + "\n");
+  if (!description.program.empty()) copyStripped(description.program, executable);
   writeFile(
       bundle / "Contents/Resources/de.lproj/Localizable.strings",
       "\"%@ needs permission to update the installed app.\" = \"%@ darf die App nur mit Erlaubnis ersetzen.\";\n");

@@ -12,6 +12,8 @@ struct HostApplicationDescription {
   std::string build = "1";
   /// Shell commands that its executable runs.
   std::string script = "exit 0";
+  /// The program that is its executable, stripped, instead of those; empty: there is none.
+  std::filesystem::path program = {};
 };
 
 /// Makes what a host ships: a signed bundle with the installer command and the launcher service at their places, taken

@@ -2,6 +2,7 @@
 
 #include <fcntl.h>
 #include <poll.h>
+#include <sched.h>
 #include <sys/prctl.h>
 #include <sys/socket.h>
 #include <sys/syscall.h>
@@ -14,7 +15,9 @@
 #include <array>
 #include <chrono>
 #include <csignal>
+#include <future>
 #include <string_view>
+#include <thread>
 #include <utility>
 
 #include "QuillonCore/Runtime/Posix/FileDescriptor.h"
@@ -28,8 +31,6 @@ namespace fs = std::filesystem;
 /// A boot takes less than a second; a machine that is not up by then never will be.
 constexpr std::chrono::seconds kBootLimit{60};
 constexpr std::chrono::seconds kCleanUpLimit{10};
-/// For one command in the machine.
-constexpr const char* kCommandLimitSeconds = "120";
 constexpr int kUnavailableStatus = 77;
 
 /// Each machine has a name of its own, so that many can run at once.
@@ -170,9 +171,9 @@ fs::path TestMachine::root() const {
   return "/proc/" + std::to_string(leader_) + "/root";
 }
 
-TestMachineCommandResult TestMachine::enter(const std::vector<std::string>& command) const {
-  std::vector<std::string> arguments = {"--kill-after=5", kCommandLimitSeconds, "/usr/bin/nsenter",
-                                        "--all",          "--target",           std::to_string(leader_)};
+TestMachineCommandResult TestMachine::enter(const std::vector<std::string>& command, std::chrono::seconds limit) const {
+  std::vector<std::string> arguments = {"--kill-after=5", std::to_string(limit.count()), "/usr/bin/nsenter", "--all",
+                                        "--target",       std::to_string(leader_)};
   arguments.insert(arguments.end(), command.begin(), command.end());
   const QuillonProcessResult result =
       QuillonPosixProcessRunner(QuillonProcessEnvironment::minimal).run("/usr/bin/timeout", arguments);
@@ -185,9 +186,10 @@ TestMachineCommandResult TestMachine::run(const std::vector<std::string>& comman
 
 TestMachineCommandResult TestMachine::runInSession(const Session& session,
                                                    const std::vector<std::string>& command) const {
-  std::vector<std::string> words = {
-      "systemd-run",         "--quiet", "--wait",        "--pipe", "--collect",
-      "--service-type=exec", "-p",      "PAMName=login", "-p",     "User=" + session.user};
+  std::vector<std::string> words = {"systemd-run", "--quiet", "--wait", "--pipe", "--collect", "--service-type=exec",
+                                    "-p", "PAMName=login", "-p", "User=" + session.user,
+                                    // For systemd such a service is being started until the login ends.
+                                    "-p", "TimeoutStartSec=infinity"};
   // What a display manager tells pam_systemd.
   if (session.hasSeat) {
     words.insert(words.end(),
@@ -195,7 +197,18 @@ TestMachineCommandResult TestMachine::runInSession(const Session& session,
   }
   for (const std::string& variable : session.environment) words.insert(words.end(), {"-E", variable});
   for (const std::string& word : command) words.push_back(escapedForSystemd(word));
-  return enter(words);
+  return enter(words, session.limit);
+}
+
+void TestMachine::callInNetwork(const std::function<void()>& function) const {
+  const FileDescriptor network(open(("/proc/" + std::to_string(leader_) + "/ns/net").c_str(), O_RDONLY | O_CLOEXEC));
+  std::packaged_task<void()> task([&] {
+    if (setns(network.get(), CLONE_NEWNET) != 0) throw std::runtime_error("Cannot enter the machine's network");
+    function();
+  });
+  std::future<void> result = task.get_future();
+  std::thread(std::move(task)).join();
+  result.get();
 }
 
 void TestMachine::end() noexcept {

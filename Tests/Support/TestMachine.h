@@ -2,8 +2,10 @@
 
 #include <sys/types.h>
 
+#include <chrono>
 #include <cstdint>
 #include <filesystem>
+#include <functional>
 #include <stdexcept>
 #include <string>
 #include <vector>
@@ -36,6 +38,8 @@ struct TestMachineCommandResult {
 class TestMachine {
  public:
   static constexpr const char* administratorPassword = "secret";
+  /// For how long a command in the machine may run, unless something else is said.
+  static constexpr std::chrono::seconds commandLimit{120};
 
   /// A folder of this machine that is seen, read-only, in the test machine.
   struct Folder {
@@ -51,6 +55,8 @@ class TestMachine {
     bool hasSeat = true;
     /// More variables of its environment, NAME=value.
     std::vector<std::string> environment{};
+    /// For how long its command may run.
+    std::chrono::seconds limit = commandLimit;
   };
 
   /// Boots; returns when the machine is up. Throws TestMachineUnavailable.
@@ -71,10 +77,15 @@ class TestMachine {
   [[nodiscard]] TestMachineCommandResult runInSession(const Session& session,
                                                       const std::vector<std::string>& command) const;
 
+  /// Calls `function` on a thread in the network of the machine, which has nothing but a loopback. Sockets that are
+  /// made there stay there, whoever uses them. Throws what `function` throws.
+  void callInNetwork(const std::function<void()>& function) const;
+
  private:
   void boot(const std::filesystem::path& image, const std::vector<Folder>& folders);
   void waitUntilUp(int notifications);
-  [[nodiscard]] TestMachineCommandResult enter(const std::vector<std::string>& command) const;
+  [[nodiscard]] TestMachineCommandResult enter(const std::vector<std::string>& command,
+                                               std::chrono::seconds limit = commandLimit) const;
   void end() noexcept;
 
   TemporaryDirectory folder_;

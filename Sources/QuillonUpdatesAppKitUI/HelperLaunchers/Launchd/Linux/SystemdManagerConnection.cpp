@@ -38,6 +38,15 @@ void appendTexts(sd_bus_message* message, const std::vector<std::string>& texts,
   require(sd_bus_message_close_container(message), action);
 }
 
+void appendTextsProperty(sd_bus_message* message, const char* name, const std::vector<std::string>& values) {
+  constexpr std::string_view kAction = "describe a job to";
+  require(sd_bus_message_open_container(message, 'r', "sv"), kAction);
+  require(sd_bus_message_append(message, "s", name), kAction);
+  require(sd_bus_message_open_container(message, 'v', "as"), kAction);
+  appendTexts(message, values, kAction);
+  for (int open = 0; open < 2; ++open) require(sd_bus_message_close_container(message), kAction);
+}
+
 /// An entry of ListUnitsByPatterns: name, description, whether it was loaded, its active and its exact state, the unit
 /// that it follows, its object, and the number, type and object of its job, 0 when it has none.
 std::pair<std::string, SystemdUnitState> readUnit(sd_bus_message* message) {
@@ -111,6 +120,7 @@ void SystemdManagerConnection::resetFailedUnit(const std::string& name, Interact
 
 void SystemdManagerConnection::startTransientService(const std::string& name, const std::string& description,
                                                      const std::vector<std::string>& programArguments,
+                                                     const std::vector<std::string>& environment,
                                                      Interaction interaction) {
   const Message message = makeCall("StartTransientUnit", interaction);
   require(sd_bus_message_append(message.get(), "ss", name.c_str(), "fail"), "call");
@@ -120,6 +130,7 @@ void SystemdManagerConnection::startTransientService(const std::string& name, co
   appendTextProperty(message.get(), "CollectMode", "inactive-or-failed");
   appendTextProperty(message.get(), "KillMode", "process");
   require(sd_bus_message_append(message.get(), "(sv)", "TimeoutStopUSec", "t", kStopTimeLimit), "describe a job to");
+  if (!environment.empty()) appendTextsProperty(message.get(), "Environment", environment);
   appendCommand(message.get(), programArguments);
   require(sd_bus_message_close_container(message.get()), "call");
   require(sd_bus_message_append(message.get(), "a(sa(sv))", 0), "call");

@@ -45,8 +45,12 @@ class SystemdManagerConnection {
   void resetFailedUnit(const std::string& name, Interaction interaction);
   /// Starts a transient service that runs `programArguments` (the first is the program's path), and waits until the
   /// program runs. Throws also when it cannot be executed. The manager's answer has no time limit where it may ask.
+  ///
+  /// `environment`, each variable "NAME=value" as systemdUnitEnvironment leaves them, goes before the manager's own for
+  /// its units, of which the service has the others too.
   void startTransientService(const std::string& name, const std::string& description,
-                             const std::vector<std::string>& programArguments, Interaction interaction);
+                             const std::vector<std::string>& programArguments,
+                             const std::vector<std::string>& environment, Interaction interaction);
 
  private:
   using Message = MessageBusConnection::Message;

@@ -9,10 +9,12 @@
 #include <utility>
 #include <vector>
 
+#include "QuillonCore/Runtime/Posix/QuillonProcessEnvironment.h"
 #include "QuillonUpdatesAppKitUI/AppBundleReplacement/VeskUpdateInstallerError.h"
 #include "QuillonUpdatesAppKitUI/HelperLaunchers/Launchd/JobSubmissionFailure.h"
 #include "QuillonUpdatesAppKitUI/HelperLaunchers/Launchd/Linux/SystemdManagementRights.h"
 #include "QuillonUpdatesAppKitUI/HelperLaunchers/Launchd/Linux/SystemdManagerConnection.h"
+#include "QuillonUpdatesAppKitUI/HelperLaunchers/Launchd/Linux/SystemdUnitEnvironment.h"
 #include "QuillonUpdatesAppKitUI/HelperLaunchers/Launchd/Linux/SystemdUnitName.h"
 #include "QuillonUpdatesAppKitUI/HelperLaunchers/Launchd/Linux/VeskAppBundleAuthorizationOpaqueRef.h"
 
@@ -45,9 +47,14 @@ class Submission {
   using Units = std::map<std::string, SystemdUnitState>;
 
   /// `mayChangeUnitsSilently` says whether the manager stops a unit without a dialog.
-  Submission(SystemdManagerConnection& manager, const VeskAppBundleLaunchdJob& job, Interaction interaction,
+  Submission(SystemdManagerConnection& manager, const VeskAppBundleLaunchdJob& job,
+             const std::vector<std::string>& environment, Interaction interaction,
              const std::function<bool()>& mayChangeUnitsSilently)
-      : manager_(manager), job_(job), interaction_(interaction), mayChangeUnitsSilently_(mayChangeUnitsSilently) {}
+      : manager_(manager),
+        job_(job),
+        environment_(environment),
+        interaction_(interaction),
+        mayChangeUnitsSilently_(mayChangeUnitsSilently) {}
 
   void run(const std::function<bool()>& shouldProceed) {
     const Units older = removeOlderUnits();
@@ -113,7 +120,7 @@ class Submission {
   /// False when the name was taken meanwhile. Throws when a program lives under one: that of another launch.
   [[nodiscard]] bool tryToStart(const std::string& unit) {
     try {
-      manager_.startTransientService(unit, job_.label, job_.programArguments, interaction_);
+      manager_.startTransientService(unit, job_.label, job_.programArguments, environment_, interaction_);
       return true;
     } catch (const QuillonSystemError& error) {
       if (error.domain() != kUnitExists) throw;
@@ -140,6 +147,7 @@ class Submission {
 
   SystemdManagerConnection& manager_;
   const VeskAppBundleLaunchdJob& job_;
+  const std::vector<std::string>& environment_;
   const Interaction interaction_;
   const std::function<bool()>& mayChangeUnitsSilently_;
 };
@@ -149,15 +157,21 @@ class Submission {
 VeskAppBundleSystemdJobSubmitter::VeskAppBundleSystemdJobSubmitter(VeskAppBundleSystemdBusAddresses addresses,
                                                                    std::chrono::milliseconds timeLimit,
                                                                    std::function<bool()> mayChangeSystemUnitsSilently,
-                                                                   QuillonMonotonicTimeProvider monotonicTimeProvider)
+                                                                   QuillonMonotonicTimeProvider monotonicTimeProvider,
+                                                                   EnvironmentProvider environmentProvider)
     : addresses_(std::move(addresses)),
       timeLimit_(timeLimit),
       monotonicTimeProvider_(std::move(monotonicTimeProvider)),
+      environmentProvider_(std::move(environmentProvider)),
       mayChangeSystemUnitsSilently_(std::move(mayChangeSystemUnitsSilently)) {
   if (mayChangeSystemUnitsSilently_) return;
   mayChangeSystemUnitsSilently_ = [address = addresses_.system, timeLimit] {
     return mayManageUnitsWithoutDialog(address, timeLimit, geteuid());
   };
+}
+
+std::vector<std::string> VeskAppBundleSystemdJobSubmitter::ownEnvironment() {
+  return environmentVariables(environmentForOwnPrivileges());
 }
 
 VeskAppBundleSystemdBusAddresses VeskAppBundleSystemdBusAddresses::systemDefault() {
@@ -178,7 +192,11 @@ void VeskAppBundleSystemdJobSubmitter::submit(const VeskAppBundleLaunchdJob& job
     const std::function<bool()> mayChangeUnitsSilently = [&] {
       return !isSystemJob || mayChangeSystemUnitsSilently_();
     };
-    Submission(manager, job, mayAsk ? Interaction::allowed : Interaction::forbidden, mayChangeUnitsSilently)
+    // A program that runs as root gets nothing that its starter chose.
+    const std::vector<std::string> environment =
+        isSystemJob ? std::vector<std::string>() : systemdUnitEnvironment(environmentProvider_());
+    Submission(manager, job, environment, mayAsk ? Interaction::allowed : Interaction::forbidden,
+               mayChangeUnitsSilently)
         .run(shouldProceed);
   } catch (const QuillonSystemError& error) {
     throw jobSubmissionFailure(error);

@@ -3,6 +3,7 @@
 #include <chrono>
 #include <functional>
 #include <string>
+#include <vector>
 
 #include "QuillonCore/Contracts/QuillonMonotonicTime.h"
 #include "QuillonCore/Runtime/QuillonSystemMonotonicTime.h"
@@ -25,6 +26,9 @@ struct VeskAppBundleSystemdBusAddresses {
 /// The unit is of type "exec": submission succeeds when the program is running. It ends with the program alone, so what
 /// an opener started lives on, and is forgotten however it ends. Arguments reach the program as they stand.
 ///
+/// The program of a job of the user's has this process's environment, as far as systemdUnitEnvironment hands it on, and
+/// what else the user's manager gives its units. One of the system's has nothing of it.
+///
 /// The manager decides by whom it is asked, through polkit. It may show the dialog once more only under an
 /// authorization for which it was shown already and whose answer polkit does not keep; its answer has no time limit
 /// then. So `shouldProceed` is asked once more after it: when it says no the submission has timed out, and the program
@@ -36,23 +40,31 @@ struct VeskAppBundleSystemdBusAddresses {
 /// the matching errno value and its text.
 class VeskAppBundleSystemdJobSubmitter final : public VeskAppBundleLaunchdJobSubmitting {
  public:
+  /// The variables of an environment, each "NAME=value".
+  using EnvironmentProvider = std::function<std::vector<std::string>()>;
+
   /// How long the manager may take for each thing that it is asked, such as to stop an older job, or to start one.
   static constexpr std::chrono::seconds kDefaultTimeLimit{20};
 
   /// `mayChangeSystemUnitsSilently` says whether the system's manager would stop a unit for this process without a
-  /// dialog; empty: it is asked of polkit.
+  /// dialog; empty: it is asked of polkit. `environmentProvider` is asked at each submission of a job of the user's.
   explicit VeskAppBundleSystemdJobSubmitter(
       VeskAppBundleSystemdBusAddresses addresses = VeskAppBundleSystemdBusAddresses::systemDefault(),
       std::chrono::milliseconds timeLimit = kDefaultTimeLimit, std::function<bool()> mayChangeSystemUnitsSilently = {},
-      QuillonMonotonicTimeProvider monotonicTimeProvider = makeSystemMonotonicTimeProvider());
+      QuillonMonotonicTimeProvider monotonicTimeProvider = makeSystemMonotonicTimeProvider(),
+      EnvironmentProvider environmentProvider = &ownEnvironment);
 
   void submit(const VeskAppBundleLaunchdJob& job, const VeskAppBundleLaunchdAuthorization& authorization,
               const std::function<bool()>& shouldProceed) override;
 
  private:
+  /// This process's variables; of a privileged one the fixed ones that it hands to any child.
+  [[nodiscard]] static std::vector<std::string> ownEnvironment();
+
   const VeskAppBundleSystemdBusAddresses addresses_;
   const std::chrono::milliseconds timeLimit_;
   const QuillonMonotonicTimeProvider monotonicTimeProvider_;
+  const EnvironmentProvider environmentProvider_;
   std::function<bool()> mayChangeSystemUnitsSilently_;  // never changes after construction
 };
 

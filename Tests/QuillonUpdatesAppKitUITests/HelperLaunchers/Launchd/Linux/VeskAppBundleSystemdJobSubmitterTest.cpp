@@ -5,6 +5,7 @@
 #include <functional>
 #include <optional>
 #include <string>
+#include <vector>
 
 #include "QuillonUpdatesAppKitUI/AppBundleReplacement/VeskUpdateInstallerError.h"
 #include "QuillonUpdatesAppKitUI/HelperLaunchers/Launchd/Linux/VeskAppBundleAuthorizationOpaqueRef.h"
@@ -19,6 +20,7 @@ using ::testing::Contains;
 using ::testing::ElementsAre;
 using testing::FakeSystemdManager;
 using ::testing::Not;
+using ::testing::Optional;
 using ::testing::Pair;
 using testing::PrivateBus;
 using ::testing::StartsWith;
@@ -40,7 +42,7 @@ class VeskAppBundleSystemdJobSubmitterTest : public ::testing::Test {
     try {
       VeskAppBundleSystemdJobSubmitter(
           addresses, kTimeLimit, [this] { return mayChangeSystemUnitsSilently_; },
-          [this] { return now_ += static_cast<std::uint64_t>(timePerLook_.count()); })
+          [this] { return now_ += static_cast<std::uint64_t>(timePerLook_.count()); }, [this] { return environment_; })
           .submit(job, authorization, shouldProceed);
     } catch (const VeskUpdateInstallerError& error) {
       return error;
@@ -50,6 +52,12 @@ class VeskAppBundleSystemdJobSubmitterTest : public ::testing::Test {
 
   std::optional<VeskUpdateInstallerError> submit(const std::function<bool()>& shouldProceed = [] { return true; }) {
     return submit(job_, {.system = bus_.address(), .user = "unix:path=/no/such/bus"}, shouldProceed);
+  }
+
+  /// Submits the job to the user's manager, which alone can be reached.
+  std::optional<VeskUpdateInstallerError> submitForUser() {
+    job_.domain = VeskAppBundleLaunchdJobDomain::user;
+    return submit(job_, {.system = "unix:path=/no/such/bus", .user = bus_.address()}, [] { return true; });
   }
 
   std::optional<VeskUpdateInstallerError> submitOver(const PrivateBus& bus) const {
@@ -72,6 +80,7 @@ class VeskAppBundleSystemdJobSubmitterTest : public ::testing::Test {
   /// How far the clock goes between two looks at it.
   std::chrono::nanoseconds timePerLook_{0};
   mutable std::uint64_t now_ = 0;
+  std::vector<std::string> environment_ = {"LANG=de_DE.UTF-8"};
   VeskAppBundleAuthorizationOpaqueRef granted_{VeskAppBundleRightGrant::kept};
   VeskAppBundleLaunchdJob job_{.label = "org.example.App.quillon-updater",
                                .domain = VeskAppBundleLaunchdJobDomain::system,
@@ -93,6 +102,32 @@ TEST_F(VeskAppBundleSystemdJobSubmitterTest, StartsATransientUnitThatRunsTheArgu
   EXPECT_THAT(units[0].textProperties,
               UnorderedElementsAre(Pair("Description", job_.label), Pair("Type", "exec"),
                                    Pair("CollectMode", "inactive-or-failed"), Pair("KillMode", "process")));
+}
+
+TEST_F(VeskAppBundleSystemdJobSubmitterTest, AJobOfTheUsersHasTheCallersEnvironment) {
+  const FakeSystemdManager manager(bus_.address());
+  environment_ = {"PATH=/home/someone/bin", "PROMPT=100% $HOME \"a\"\n\x1B[1m"};
+
+  EXPECT_EQ(submitForUser(), std::nullopt);
+
+  EXPECT_EQ(manager.startedUnits().at(0).environment, environment_);
+}
+
+TEST_F(VeskAppBundleSystemdJobSubmitterTest, AVariableThatNoUnitTakesDoesNotKeepAJobFromStarting) {
+  const FakeSystemdManager manager(bus_.address());
+  environment_ = {"BASH_FUNC_f%%=() { :; }", "LATIN1=caf\xE9", "INVOCATION_ID=1", "LANG=de_DE.UTF-8"};
+
+  EXPECT_EQ(submitForUser(), std::nullopt);
+
+  EXPECT_THAT(manager.startedUnits().at(0).environment, Optional(ElementsAre("LANG=de_DE.UTF-8")));
+}
+
+TEST_F(VeskAppBundleSystemdJobSubmitterTest, AJobOfTheSystemsHasNothingOfTheCallersEnvironment) {
+  const FakeSystemdManager manager(bus_.address());
+
+  EXPECT_EQ(submit(), std::nullopt);
+
+  EXPECT_EQ(manager.startedUnits().at(0).environment, std::nullopt);
 }
 
 TEST_F(VeskAppBundleSystemdJobSubmitterTest, RemovesTheOlderJobFirst) {
