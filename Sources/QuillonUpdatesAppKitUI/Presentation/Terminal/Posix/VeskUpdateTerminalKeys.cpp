@@ -11,6 +11,7 @@
 #include <utility>
 
 #include "QuillonCore/Values/QuillonError.h"
+#include "QuillonUpdatesAppKitUI/Presentation/Terminal/VeskUpdateTerminalKeySequence.h"
 
 namespace quillon {
 namespace {
@@ -23,20 +24,6 @@ bool canDrawInPlace(int descriptor) {
   return kind != nullptr && std::string_view(kind) != "dumb";
 }
 
-/// Removes an arrow, a function key or another one that sends more than Escape, which no choice has (ECMA-48, 5.4).
-/// False when `bytes` do not begin with one.
-bool skipSpecialKey(std::string_view& bytes) {
-  if (bytes.size() < 2 || bytes.front() != VeskUpdateTerminal::kEscapeKey) return false;
-  const bool isControlSequence = bytes[1] == '[';
-  const bool isSingleShift = bytes[1] == 'O';
-  bytes.remove_prefix(2);
-  if (isControlSequence) {
-    while (!bytes.empty() && (bytes.front() < '@' || bytes.front() > '~')) bytes.remove_prefix(1);
-  }
-  if ((isControlSequence || isSingleShift) && !bytes.empty()) bytes.remove_prefix(1);
-  return true;
-}
-
 }  // namespace
 
 VeskUpdateTerminal::Style terminalStyle(int outputDescriptor) {
@@ -47,9 +34,11 @@ VeskUpdateTerminal::Style terminalStyle(int outputDescriptor) {
 }
 
 VeskUpdateTerminalKeys::VeskUpdateTerminalKeys(int inputDescriptor, std::shared_ptr<VeskUpdateTerminal> terminal,
-                                               std::shared_ptr<QuillonMainThreadDispatching> mainThread)
+                                               std::shared_ptr<QuillonMainThreadDispatching> mainThread,
+                                               std::chrono::milliseconds escapeWait)
     : inputDescriptor_(inputDescriptor),
       isTerminal_(isatty(inputDescriptor) != 0),
+      escapeWait_(escapeWait),
       terminal_(std::move(terminal)),
       mainThread_(std::move(mainThread)) {
   if (pipe(wakeUp_) != 0) throw QuillonSystemError::posix(errno, "make", "a pipe");
@@ -72,13 +61,21 @@ VeskUpdateTerminalKeys::~VeskUpdateTerminalKeys() {
 void VeskUpdateTerminalKeys::read() {
   std::array<pollfd, 2> sources{{{inputDescriptor_, POLLIN, 0}, {wakeUp_[0], POLLIN, 0}}};
   std::array<char, 256> bytes{};
+  VeskUpdateTerminalKeySequence sequence;
   bool isWanted = isTerminal_;
   for (;;) {
     if (isWanted && !isTerminal_ && takeLine()) isWanted = false;
     sources[0].fd = isWanted ? inputDescriptor_ : -1;  // a negative one is not waited for
-    if (poll(sources.data(), sources.size(), -1) < 0) {
+    const int wait = sequence.isUndecided() ? static_cast<int>(escapeWait_.count()) : -1;
+    const int ready = poll(sources.data(), sources.size(), wait);
+    if (ready < 0) {
       if (errno == EINTR) continue;
       return;
+    }
+    if (ready == 0) {
+      sequence.decide();
+      post(VeskUpdateTerminal::kEscapeKey);
+      continue;
     }
     if (sources[1].revents != 0) {
       char request = 0;
@@ -95,20 +92,14 @@ void VeskUpdateTerminalKeys::read() {
       return;
     }
     if (isTerminal_) {
-      take({bytes.data(), static_cast<std::size_t>(count)});
+      for (const char byte : std::string_view(bytes.data(), static_cast<std::size_t>(count))) {
+        if (const auto key = sequence.take(byte)) post(*key);
+      }
     } else if (count <= 0) {
       unread_ += '\n';  // the last line has an end as well
     } else {
       unread_.append(bytes.data(), static_cast<std::size_t>(count));
     }
-  }
-}
-
-void VeskUpdateTerminalKeys::take(std::string_view bytes) const {
-  while (!bytes.empty()) {
-    if (skipSpecialKey(bytes)) continue;
-    post(bytes.front() == '\r' ? VeskUpdateTerminal::kReturnKey : bytes.front());
-    bytes.remove_prefix(1);
   }
 }
 

@@ -2,10 +2,10 @@
 
 #include <termios.h>
 
+#include <chrono>
 #include <memory>
 #include <optional>
 #include <string>
-#include <string_view>
 #include <thread>
 
 #include "QuillonCore/Contracts/QuillonMainThreadDispatching.h"
@@ -24,17 +24,18 @@ namespace quillon {
 /// A process that is killed while a question is open leaves the terminal without echo, which shells put right.
 class VeskUpdateTerminalKeys {
  public:
-  /// `inputDescriptor` stays the caller's. It is read by a thread of this object, which posts to `mainThread`.
+  /// `inputDescriptor` stays the caller's. It is read by a thread of this object, which posts to `mainThread`. The
+  /// Escape key is one when nothing follows it for `escapeWait`, which arrows and other keys outrun on any usual line;
+  /// a negative time has no end.
   VeskUpdateTerminalKeys(int inputDescriptor, std::shared_ptr<VeskUpdateTerminal> terminal,
-                         std::shared_ptr<QuillonMainThreadDispatching> mainThread);
+                         std::shared_ptr<QuillonMainThreadDispatching> mainThread,
+                         std::chrono::milliseconds escapeWait = std::chrono::milliseconds(50));
   ~VeskUpdateTerminalKeys();
   VeskUpdateTerminalKeys(const VeskUpdateTerminalKeys&) = delete;
   VeskUpdateTerminalKeys& operator=(const VeskUpdateTerminalKeys&) = delete;
 
  private:
   void read();
-  /// Of a terminal: posts every key.
-  void take(std::string_view bytes) const;
   /// Of a script: posts the key of the first line that is complete, and forgets the line. False when there is none.
   [[nodiscard]] bool takeLine();
   void post(char key) const;
@@ -44,6 +45,7 @@ class VeskUpdateTerminalKeys {
 
   const int inputDescriptor_;
   const bool isTerminal_;
+  const std::chrono::milliseconds escapeWait_;
   const std::shared_ptr<VeskUpdateTerminal> terminal_;
   const std::shared_ptr<QuillonMainThreadDispatching> mainThread_;
   std::optional<termios> settings_;  // what the terminal had, while keys are read one by one

@@ -5,6 +5,7 @@
 #include <unistd.h>
 
 #include <array>
+#include <chrono>
 #include <cstdlib>
 #include <memory>
 #include <sstream>
@@ -16,6 +17,10 @@
 
 namespace quillon {
 namespace {
+
+// How long nothing has to follow the Escape key.
+constexpr std::chrono::milliseconds kAtOnce(0);
+constexpr std::chrono::milliseconds kWithoutEnd(-1);
 
 /// A terminal whose user is the test.
 class PseudoTerminal {
@@ -144,22 +149,24 @@ TEST_F(VeskUpdateTerminalKeysTest, OfATerminalEachKeyCountsWithoutEchoWhileAQues
   EXPECT_TRUE(pseudo.echoes());
 }
 
-TEST_F(VeskUpdateTerminalKeysTest, ArrowsAndFunctionKeysAreNoEscape) {
+TEST_F(VeskUpdateTerminalKeysTest, ArrowsAndFunctionKeysPressNothingThoughTheyComeInPieces) {
   const PseudoTerminal pseudo;
-  const VeskUpdateTerminalKeys keys(pseudo.program, terminal_, mainThread_);
-  const auto escape = ask("\x1b");
-  const auto one = ask("1");
+  const VeskUpdateTerminalKeys keys(pseudo.program, terminal_, mainThread_, kWithoutEnd);
+  const auto question = ask("1\x1b");
 
-  type(pseudo.user, "\x1b[A\x1bOP\x1b[3~\x1b[1;5C\x1bx1");
-  runKeys(1);
+  for (const std::string piece : {"y\x1b", "[Ay\x1b[", "1;5Cy\x1b", "OPy"}) {
+    type(pseudo.user, piece);
+    mainThread_->waitForWaiting(1);  // the thread has read it
+    runKeys(1);
+  }
 
-  EXPECT_EQ(chosen_, "1");
+  EXPECT_EQ(chosen_, "");
   EXPECT_EQ(mainThread_->waitingCount(), 0U);
 }
 
-TEST_F(VeskUpdateTerminalKeysTest, TheEscapeKeyIsAKey) {
+TEST_F(VeskUpdateTerminalKeysTest, EscapeIsAKeyWhenNothingFollows) {
   const PseudoTerminal pseudo;
-  const VeskUpdateTerminalKeys keys(pseudo.program, terminal_, mainThread_);
+  const VeskUpdateTerminalKeys keys(pseudo.program, terminal_, mainThread_, kAtOnce);
   const auto question = ask("2\x1b");
 
   type(pseudo.user, "\x1b");
