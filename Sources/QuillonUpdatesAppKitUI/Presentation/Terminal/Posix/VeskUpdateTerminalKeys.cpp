@@ -17,6 +17,7 @@ namespace quillon {
 namespace {
 
 constexpr std::size_t kFewestColumns = 20;
+constexpr std::uint64_t kWhicheverQuestion = 0;
 
 bool canDrawInPlace(int descriptor) {
   if (isatty(descriptor) == 0) return false;
@@ -43,16 +44,17 @@ VeskUpdateTerminalKeys::VeskUpdateTerminalKeys(int inputDescriptor, std::shared_
       mainThread_(std::move(mainThread)) {
   if (pipe(wakeUp_) != 0) throw QuillonSystemError::posix(errno, "make", "a pipe");
   for (const int end : wakeUp_) fcntl(end, F_SETFD, FD_CLOEXEC);
-  terminal_->setAskingObserver([this](bool isAsking) {
-    setKeyByKey(isAsking);
-    if (isAsking) wantKey();
-  });
+  terminal_->setAskingObserver([this](bool /*isAsking*/) { questionChanged(); });
   thread_ = std::thread([this] { read(); });
 }
 
 VeskUpdateTerminalKeys::~VeskUpdateTerminalKeys() {
   terminal_->setAskingObserver(nullptr);
-  setKeyByKey(false);
+  {
+    const std::lock_guard guard(lock_);
+    setKeyByKey(false);
+    question_ = 0;
+  }
   ::close(wakeUp_[1]);  // the reading end becomes readable, which ends the thread
   thread_.join();
   ::close(wakeUp_[0]);
@@ -62,6 +64,7 @@ void VeskUpdateTerminalKeys::read() {
   std::array<pollfd, 2> sources{{{inputDescriptor_, POLLIN, 0}, {wakeUp_[0], POLLIN, 0}}};
   std::array<char, 256> bytes{};
   VeskUpdateTerminalKeySequence sequence;
+  std::uint64_t question = 0;
   bool isWanted = isTerminal_;
   for (;;) {
     if (isWanted && !isTerminal_ && takeLine()) isWanted = false;
@@ -74,26 +77,27 @@ void VeskUpdateTerminalKeys::read() {
     }
     if (ready == 0) {
       sequence.decide();
-      post(VeskUpdateTerminal::kEscapeKey);
+      post(VeskUpdateTerminal::kEscapeKey, question);
       continue;
     }
     if (sources[1].revents != 0) {
-      char request = 0;
-      if (::read(wakeUp_[0], &request, 1) <= 0) return;
+      if (::read(wakeUp_[0], bytes.data(), bytes.size()) <= 0) return;
+      sequence.decide();  // an Escape from before the question is no answer to it
+      question = currentQuestion();
       isWanted = true;
       continue;
     }
-    const ssize_t count = ::read(inputDescriptor_, bytes.data(), bytes.size());
+    const ssize_t count = readFor(question, bytes);
     if (count < 0 && (errno == EINTR || errno == EAGAIN)) continue;
     // What poll has seen may have been thrown away since. The end of a terminal is its hanging up.
     if (count == 0 && isTerminal_ && (sources[0].revents & (POLLHUP | POLLERR | POLLNVAL)) == 0) continue;
     if (count <= 0 && unread_.empty()) {
-      post(VeskUpdateTerminal::kEndOfInput);
+      post(VeskUpdateTerminal::kEndOfInput, kWhicheverQuestion);
       return;
     }
     if (isTerminal_) {
       for (const char byte : std::string_view(bytes.data(), static_cast<std::size_t>(count))) {
-        if (const auto key = sequence.take(byte)) post(*key);
+        if (const auto key = sequence.take(byte)) post(*key, question);
       }
     } else if (count <= 0) {
       unread_ += '\n';  // the last line has an end as well
@@ -101,6 +105,19 @@ void VeskUpdateTerminalKeys::read() {
       unread_.append(bytes.data(), static_cast<std::size_t>(count));
     }
   }
+}
+
+std::uint64_t VeskUpdateTerminalKeys::currentQuestion() const {
+  const std::lock_guard guard(lock_);
+  return question_;
+}
+
+ssize_t VeskUpdateTerminalKeys::readFor(std::uint64_t question, std::span<char> bytes) const {
+  if (!isTerminal_) return ::read(inputDescriptor_, bytes.data(), bytes.size());
+  const std::lock_guard guard(lock_);
+  if (question == question_) return ::read(inputDescriptor_, bytes.data(), bytes.size());
+  errno = EAGAIN;
+  return -1;
 }
 
 bool VeskUpdateTerminalKeys::takeLine() {
@@ -111,23 +128,45 @@ bool VeskUpdateTerminalKeys::takeLine() {
   }
   const char first = unread_.front();
   // Lines that some editors write end with "\r\n".
-  post(first == '\n' || first == '\r' ? VeskUpdateTerminal::kReturnKey : first);
+  post(first == '\n' || first == '\r' ? VeskUpdateTerminal::kReturnKey : first, kWhicheverQuestion);
   unread_.erase(0, end + 1);
   return true;
 }
 
-void VeskUpdateTerminalKeys::post(char key) const {
-  mainThread_->post([self = std::weak_ptr(self_), terminal = std::weak_ptr(terminal_), key] {
+void VeskUpdateTerminalKeys::post(char key, std::uint64_t question) const {
+  mainThread_->post([self = std::weak_ptr(self_), terminal = std::weak_ptr(terminal_), key, question] {
     if (const auto keys = self.lock()) (*keys)->isKeyWanted_ = false;
-    if (const auto live = terminal.lock()) live->keyPressed(key);
+    if (const auto live = terminal.lock()) {
+      if (question == kWhicheverQuestion || question == live->questionNumber()) live->keyPressed(key);
+    }
     // The key may have ended all of this, or may have been no choice of the question.
     if (const auto keys = self.lock(); keys && (*keys)->terminal_->isAsking()) (*keys)->wantKey();
   });
 }
 
+void VeskUpdateTerminalKeys::questionChanged() {
+  const std::uint64_t question = terminal_->questionNumber();
+  if (!isTerminal_) {
+    if (question != 0) wantKey();
+    return;
+  }
+  {
+    const std::lock_guard guard(lock_);
+    if (question == question_) return;
+    setKeyByKey(question != 0);
+    if (question != 0) tcflush(inputDescriptor_, TCIFLUSH);  // what was typed before a question is no answer to it
+    question_ = question;
+  }
+  wakeUp();
+}
+
 void VeskUpdateTerminalKeys::wantKey() {
   if (isTerminal_ || terminal_->didInputEnd() || std::exchange(isKeyWanted_, true)) return;
-  static_cast<void>(write(wakeUp_[1], "", 1));  // one byte at a time always has room
+  wakeUp();
+}
+
+void VeskUpdateTerminalKeys::wakeUp() const {
+  static_cast<void>(write(wakeUp_[1], "", 1));  // few enough to have room always: questions are asked one by one
 }
 
 void VeskUpdateTerminalKeys::setKeyByKey(bool isKeyByKey) {
@@ -143,8 +182,7 @@ void VeskUpdateTerminalKeys::setKeyByKey(bool isKeyByKey) {
   settings.c_lflag &= ~static_cast<tcflag_t>(ICANON | ECHO);
   settings.c_cc[VMIN] = 0;
   settings.c_cc[VTIME] = 0;
-  // What was typed before the question is no answer to it.
-  tcsetattr(inputDescriptor_, TCSAFLUSH, &settings);
+  tcsetattr(inputDescriptor_, TCSADRAIN, &settings);
 }
 
 }  // namespace quillon

@@ -1,6 +1,7 @@
 #include <fcntl.h>
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
+#include <poll.h>
 #include <sys/ioctl.h>
 #include <unistd.h>
 
@@ -43,6 +44,12 @@ class PseudoTerminal {
     termios settings{};
     tcgetattr(program, &settings);
     return (settings.c_lflag & ECHO) != 0;
+  }
+
+  /// Returns when what the user has typed is there to be read.
+  void waitForInput() const {
+    pollfd source{program, POLLIN, 0};
+    ASSERT_EQ(poll(&source, 1, -1), 1);
   }
 
   int user;
@@ -147,6 +154,41 @@ TEST_F(VeskUpdateTerminalKeysTest, OfATerminalEachKeyCountsWithoutEchoWhileAQues
 
   EXPECT_EQ(chosen_, "1");
   EXPECT_TRUE(pseudo.echoes());
+}
+
+TEST_F(VeskUpdateTerminalKeysTest, AKeyThatWasTypedForOneQuestionDoesNotAnswerTheNext) {
+  const PseudoTerminal pseudo;
+  const VeskUpdateTerminalKeys keys(pseudo.program, terminal_, mainThread_);
+  std::shared_ptr<VeskUpdateTerminal::Question> first;
+  std::shared_ptr<VeskUpdateTerminal::Question> second;
+  first = terminal_->ask({{.keys = "1", .title = "First", .action = [&] {
+                                  chosen_ += '1';
+                                  second = ask("2\n");
+                                  first.reset();
+                                }}});
+
+  type(pseudo.user, "1\n");
+  mainThread_->waitForWaiting(2);  // the thread has read both
+  runKeys(2);
+  EXPECT_EQ(chosen_, "1");
+
+  type(pseudo.user, "\n");
+  runKeys(1);
+  EXPECT_EQ(chosen_, "12");
+}
+
+TEST_F(VeskUpdateTerminalKeysTest, WhatWasTypedBeforeAQuestionIsNoAnswer) {
+  const PseudoTerminal pseudo;
+  type(pseudo.user, "1\n");
+  pseudo.waitForInput();
+  const VeskUpdateTerminalKeys keys(pseudo.program, terminal_, mainThread_);
+
+  const auto question = ask("1");
+  type(pseudo.user, "?");
+  runKeys(1);
+
+  EXPECT_EQ(chosen_, "");
+  EXPECT_EQ(mainThread_->waitingCount(), 0U);
 }
 
 TEST_F(VeskUpdateTerminalKeysTest, ArrowsAndFunctionKeysPressNothingThoughTheyComeInPieces) {
