@@ -18,6 +18,8 @@ namespace {
 
 constexpr std::size_t kFewestColumns = 20;
 constexpr std::uint64_t kWhicheverQuestion = 0;
+/// A descriptor that was closed may become any other, even the pipe's.
+constexpr int kClosed = -1;
 
 bool canDrawInPlace(int descriptor) {
   if (isatty(descriptor) == 0) return false;
@@ -37,7 +39,7 @@ VeskUpdateTerminal::Style terminalStyle(int outputDescriptor) {
 VeskUpdateTerminalKeys::VeskUpdateTerminalKeys(int inputDescriptor, std::shared_ptr<VeskUpdateTerminal> terminal,
                                                std::shared_ptr<QuillonMainThreadDispatching> mainThread,
                                                std::chrono::milliseconds escapeWait)
-    : inputDescriptor_(inputDescriptor),
+    : inputDescriptor_(fcntl(inputDescriptor, F_GETFD) < 0 ? kClosed : inputDescriptor),
       isTerminal_(isatty(inputDescriptor) != 0),
       escapeWait_(escapeWait),
       terminal_(std::move(terminal)),
@@ -61,11 +63,15 @@ VeskUpdateTerminalKeys::~VeskUpdateTerminalKeys() {
 }
 
 void VeskUpdateTerminalKeys::read() {
+  if (inputDescriptor_ == kClosed) {
+    post(VeskUpdateTerminal::kEndOfInput, kWhicheverQuestion);
+    return;
+  }
   std::array<pollfd, 2> sources{{{inputDescriptor_, POLLIN, 0}, {wakeUp_[0], POLLIN, 0}}};
   std::array<char, 256> bytes{};
   VeskUpdateTerminalKeySequence sequence;
   std::uint64_t question = 0;
-  bool isWanted = isTerminal_;
+  bool isWanted = false;
   for (;;) {
     if (isWanted && !isTerminal_ && takeLine()) isWanted = false;
     sources[0].fd = isWanted ? inputDescriptor_ : -1;  // a negative one is not waited for
@@ -84,7 +90,7 @@ void VeskUpdateTerminalKeys::read() {
       if (::read(wakeUp_[0], bytes.data(), bytes.size()) <= 0) return;
       sequence.decide();  // an Escape from before the question is no answer to it
       question = currentQuestion();
-      isWanted = true;
+      isWanted = !isTerminal_ || question != 0;
       continue;
     }
     const ssize_t count = readFor(question, bytes);

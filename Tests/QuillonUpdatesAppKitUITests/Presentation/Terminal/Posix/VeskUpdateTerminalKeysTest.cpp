@@ -191,6 +191,22 @@ TEST_F(VeskUpdateTerminalKeysTest, WhatWasTypedBeforeAQuestionIsNoAnswer) {
   EXPECT_EQ(mainThread_->waitingCount(), 0U);
 }
 
+TEST_F(VeskUpdateTerminalKeysTest, WhatIsTypedWhileNoQuestionIsOpenIsLeftForTheShell) {
+  const PseudoTerminal pseudo;
+  const VeskUpdateTerminalKeys keys(pseudo.program, terminal_, mainThread_);
+  auto question = ask("1");
+  type(pseudo.user, "1");
+  runKeys(1);
+  question.reset();
+
+  type(pseudo.user, "ls\n");
+  pseudo.waitForInput();
+  std::array<char, 8> line{};
+
+  EXPECT_EQ(read(pseudo.program, line.data(), line.size()), 3);
+  EXPECT_STREQ(line.data(), "ls\n");
+}
+
 TEST_F(VeskUpdateTerminalKeysTest, ArrowsAndFunctionKeysPressNothingThoughTheyComeInPieces) {
   const PseudoTerminal pseudo;
   const VeskUpdateTerminalKeys keys(pseudo.program, terminal_, mainThread_, kWithoutEnd);
@@ -238,6 +254,17 @@ TEST_F(VeskUpdateTerminalKeysTest, ATerminalIsDrawnInAtItsWidthAndAPipeIsNot) {
   EXPECT_EQ(terminalStyle(pseudo.program).columns, 132U);
   EXPECT_FALSE(terminalStyle(script.writing()).drawsInPlace);
   EXPECT_EQ(terminalStyle(script.writing()).columns, 80U);
+}
+
+TEST_F(VeskUpdateTerminalKeysTest, AClosedInputHasEnded) {
+  const int closed = dup(STDERR_FILENO);
+  close(closed);
+  const VeskUpdateTerminalKeys keys(closed, terminal_, mainThread_);  // which opens descriptors of its own
+
+  const auto question = ask("1\x04");
+  runKeys(1);
+
+  EXPECT_EQ(chosen_, "1");
 }
 
 }  // namespace
