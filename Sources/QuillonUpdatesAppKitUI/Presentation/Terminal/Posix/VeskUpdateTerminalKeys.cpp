@@ -54,7 +54,7 @@ VeskUpdateTerminalKeys::~VeskUpdateTerminalKeys() {
   terminal_->setAskingObserver(nullptr);
   {
     const std::lock_guard guard(lock_);
-    setKeyByKey(false);
+    keyMode_.reset();
     question_ = 0;
   }
   ::close(wakeUp_[1]);  // the reading end becomes readable, which ends the thread
@@ -159,8 +159,13 @@ void VeskUpdateTerminalKeys::questionChanged() {
   {
     const std::lock_guard guard(lock_);
     if (question == question_) return;
-    setKeyByKey(question != 0);
-    if (question != 0) tcflush(inputDescriptor_, TCIFLUSH);  // what was typed before a question is no answer to it
+    if (question == 0) {
+      keyMode_.reset();
+    } else if (keyMode_) {
+      tcflush(inputDescriptor_, TCIFLUSH);  // what was typed before a question is no answer to it
+    } else {
+      keyMode_.emplace(inputDescriptor_);
+    }
     question_ = question;
   }
   wakeUp();
@@ -173,22 +178,6 @@ void VeskUpdateTerminalKeys::wantKey() {
 
 void VeskUpdateTerminalKeys::wakeUp() const {
   static_cast<void>(write(wakeUp_[1], "", 1));  // few enough to have room always: questions are asked one by one
-}
-
-void VeskUpdateTerminalKeys::setKeyByKey(bool isKeyByKey) {
-  if (!isTerminal_ || isKeyByKey == settings_.has_value()) return;
-  if (!isKeyByKey) {
-    tcsetattr(inputDescriptor_, TCSADRAIN, &*settings_);
-    settings_.reset();
-    return;
-  }
-  termios settings{};
-  if (tcgetattr(inputDescriptor_, &settings) != 0) return;
-  settings_ = settings;
-  settings.c_lflag &= ~static_cast<tcflag_t>(ICANON | ECHO);
-  settings.c_cc[VMIN] = 0;
-  settings.c_cc[VTIME] = 0;
-  tcsetattr(inputDescriptor_, TCSADRAIN, &settings);
 }
 
 }  // namespace quillon

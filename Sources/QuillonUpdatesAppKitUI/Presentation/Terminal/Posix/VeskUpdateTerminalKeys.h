@@ -1,7 +1,6 @@
 #pragma once
 
 #include <sys/types.h>
-#include <termios.h>
 
 #include <chrono>
 #include <cstdint>
@@ -13,6 +12,7 @@
 #include <thread>
 
 #include "QuillonCore/Contracts/QuillonMainThreadDispatching.h"
+#include "QuillonUpdatesAppKitUI/Presentation/Terminal/Posix/VeskUpdateTerminalKeyMode.h"
 #include "QuillonUpdatesAppKitUI/Presentation/Terminal/VeskUpdateTerminal.h"
 
 namespace quillon {
@@ -25,7 +25,8 @@ namespace quillon {
 /// it is the first character of each line, an empty line being the return key; each line waits for a question that it
 /// can answer, so that a script can write all of them at once. Made and destroyed on the main thread.
 ///
-/// A process that is killed while a question is open leaves the terminal without echo, which shells put right.
+/// While a question is open the signals that end or stop the process are handled where nobody else does:
+/// VeskUpdateTerminalKeyMode says how. A job in the background is stopped when it asks, until it has the terminal.
 class VeskUpdateTerminalKeys {
  public:
   /// `inputDescriptor` stays the caller's. It is read by a thread of this object, which posts to `mainThread`. The
@@ -48,7 +49,6 @@ class VeskUpdateTerminalKeys {
   /// `question` is the one that the key may answer; 0 for whichever is open when the main thread gets to it.
   void post(char key, std::uint64_t question) const;
   void questionChanged();
-  void setKeyByKey(bool isKeyByKey);
   /// Lets the reading thread read a line of a script for the question that is open.
   void wantKey();
   void wakeUp() const;
@@ -58,13 +58,13 @@ class VeskUpdateTerminalKeys {
   const std::chrono::milliseconds escapeWait_;
   const std::shared_ptr<VeskUpdateTerminal> terminal_;
   const std::shared_ptr<QuillonMainThreadDispatching> mainThread_;
-  std::optional<termios> settings_;          // what the terminal had, while keys are read one by one
-  std::string unread_;                       // what a script has written beyond the last line; of the reading thread
-  bool isKeyWanted_ = false;                 // by a question, of the main thread
-  /// Held while keys are read and while the terminal's settings change: as lines, which the settings may ask for, reading
-  /// would wait for the end of one.
+  std::string unread_;        // what a script has written beyond the last line; of the reading thread
+  bool isKeyWanted_ = false;  // by a question, of the main thread
+  /// Held while keys are read and while the terminal's settings change: as lines, which the settings may ask for,
+  /// reading would wait for the end of one.
   mutable std::mutex lock_;
-  std::uint64_t question_ = 0;  // that keys of a terminal answer; guarded by lock_
+  std::uint64_t question_ = 0;                        // that keys of a terminal answer; guarded by lock_
+  std::optional<VeskUpdateTerminalKeyMode> keyMode_;  // while a question is open; guarded by lock_
   int wakeUp_[2] = {-1, -1};  // a byte for each change that the reading thread must know of; closed to end it
   const std::shared_ptr<VeskUpdateTerminalKeys*> self_ = std::make_shared<VeskUpdateTerminalKeys*>(this);
   std::thread thread_;
