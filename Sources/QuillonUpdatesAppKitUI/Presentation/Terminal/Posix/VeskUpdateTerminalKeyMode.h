@@ -7,8 +7,8 @@ namespace quillon {
 /// A terminal that hands over each key at once and echoes none, as long as this lives. What is typed before is dropped.
 /// One at a time in a process; another one does nothing. Made and destroyed on one thread.
 ///
-/// Handlers look after it, as long as this lives, and only for signals whose action is the default one: a host keeps its
-/// handlers, and what it ignores stays ignored. The default action follows.
+/// Handlers look after it, as long as this lives, and only for signals whose action is the default one: a host keeps
+/// its handlers, and what it ignores stays ignored. The default action follows.
 ///
 /// |                              | the terminal is this job's         | it is the shell's, or another job's        |
 /// |------------------------------|------------------------------------|--------------------------------------------|

@@ -14,8 +14,8 @@
 
 namespace quillon::testing {
 
-/// A shell that controls jobs in a terminal: a process of its own, which runs a script and ends at the first thing in it
-/// that is not so.
+/// A shell that controls jobs in a terminal: a process of its own, which runs a script and ends at the first thing in
+/// it that is not so.
 class Shell {
  public:
   /// Returns 0, or the number of the line that was not so.
