@@ -9,6 +9,7 @@
 #include <utility>
 
 #include "QuillonCore/Values/QuillonError.h"
+#include "QuillonUpdatesAppKitUI/Presentation/Terminal/Posix/VeskUpdateTerminalKeyMode.h"
 
 namespace quillon {
 namespace {
@@ -23,7 +24,8 @@ void setHandlers(void (*handler)(int));
 
 void noteSignal(int /*signal*/) {
   const int error = errno;
-  setHandlers(SIG_DFL);  // whichever signal is the second one
+  VeskUpdateTerminalKeyMode::putBack();  // a second one would leave the terminal as a question wants it
+  setHandlers(SIG_DFL);                  // whichever signal is the second one
   const char byte = 1;
   (void)!write(pipeEnd.load(), &byte, 1);
   errno = error;

@@ -27,7 +27,9 @@ std::string_view takeScalarText(std::string_view& text) noexcept {
 
 class VeskUpdateTerminal::Question {
  public:
-  explicit Question(std::vector<Choice> choices) : choices_(std::move(choices)) {}
+  Question(std::uint64_t number, std::vector<Choice> choices) : number_(number), choices_(std::move(choices)) {}
+
+  [[nodiscard]] std::uint64_t number() const noexcept { return number_; }
 
   /// Null when `key` is no choice.
   [[nodiscard]] std::function<void()> actionFor(char key) const {
@@ -47,6 +49,7 @@ class VeskUpdateTerminal::Question {
   Question& operator=(const Question&) = delete;
 
  private:
+  const std::uint64_t number_;
   const std::vector<Choice> choices_;
 };
 
@@ -54,6 +57,7 @@ struct VeskUpdateTerminal::Questions {
   /// Those that live; the last one is the one that is answered.
   std::vector<std::weak_ptr<Question>> asked;
   std::function<void(bool)> observer;
+  std::uint64_t lastNumber = 0;
   bool didInputEnd = false;
 
   void tellObserver() {
@@ -96,7 +100,7 @@ std::shared_ptr<VeskUpdateTerminal::Question> VeskUpdateTerminal::ask(std::vecto
     if (choice.title.empty()) continue;
     printLines(std::string("  ") + choice.keys.front() + ") " + singleLineText(choice.title));
   }
-  auto question = std::make_shared<Question>(std::move(choices));
+  auto question = std::make_shared<Question>(++questions_->lastNumber, std::move(choices));
   question->onEnd = [questions = std::weak_ptr(questions_)] {
     if (const auto live = questions.lock()) live->tellObserver();
   };
@@ -117,11 +121,11 @@ void VeskUpdateTerminal::keyPressed(char key) {
   }
 }
 
-bool VeskUpdateTerminal::isAsking() const {
-  for (const std::weak_ptr<Question>& question : questions_->asked) {
-    if (!question.expired()) return true;
+std::uint64_t VeskUpdateTerminal::questionNumber() const {
+  for (auto asked = questions_->asked.rbegin(); asked != questions_->asked.rend(); ++asked) {
+    if (const auto question = asked->lock()) return question->number();
   }
-  return false;
+  return 0;
 }
 
 bool VeskUpdateTerminal::didInputEnd() const {

@@ -1,6 +1,7 @@
 #pragma once
 
 #include <cstddef>
+#include <cstdint>
 #include <functional>
 #include <iosfwd>
 #include <memory>
@@ -58,8 +59,10 @@ class VeskUpdateTerminal {
   void keyPressed(char key);
   /// Nobody will answer any more: what is asked has to be answered by whoever asks.
   [[nodiscard]] bool didInputEnd() const;
-  [[nodiscard]] bool isAsking() const;
-  /// Called whenever isAsking() may have changed.
+  [[nodiscard]] bool isAsking() const { return questionNumber() != 0; }
+  /// Of the question that keys answer; 0 when none is open. No two questions of a terminal have the same.
+  [[nodiscard]] std::uint64_t questionNumber() const;
+  /// Called whenever questionNumber() may have changed.
   void setAskingObserver(std::function<void(bool isAsking)> observer);
 
  private:

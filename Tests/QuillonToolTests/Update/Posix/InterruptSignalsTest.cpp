@@ -9,6 +9,8 @@
 #include <utility>
 
 #include "QuillonTool/Update/Posix/InterruptSignals.h"
+#include "QuillonUpdatesAppKitUI/Presentation/Terminal/Posix/VeskUpdateTerminalKeyMode.h"
+#include "QuillonUpdatesAppKitUITests/Presentation/Terminal/Posix/PseudoTerminal.h"
 
 namespace quillon {
 namespace {
@@ -49,6 +51,17 @@ TEST(InterruptSignalsTest, WithoutASignalNothingIsRequested) {
   { const InterruptSignals signals(source); }
 
   EXPECT_FALSE(source.stop_requested());
+}
+
+TEST(InterruptSignalsTest, TheFirstSignalPutsTheTerminalBack) {
+  const testing::PseudoTerminal terminal;
+  const InterruptSignals signals((std::stop_source()));
+  const VeskUpdateTerminalKeyMode mode(terminal.program);
+  EXPECT_FALSE(terminal.readsLines());
+
+  raise(SIGINT);
+
+  EXPECT_TRUE(terminal.readsLines());
 }
 
 TEST(InterruptSignalsTest, TheSecondSignalEndsTheProcess) {

@@ -124,6 +124,22 @@ TEST_F(VeskUpdateTerminalTest, AChoiceMayEndItsQuestionAndTheTerminal) {
   EXPECT_EQ(terminal_, nullptr);
 }
 
+TEST_F(VeskUpdateTerminalTest, EachQuestionHasANumberOfItsOwnAndTheOneThatIsAnsweredIsTold) {
+  EXPECT_EQ(terminal_->questionNumber(), 0U);
+  auto first = terminal_->ask({choice("1")});
+  const auto numberOfFirst = terminal_->questionNumber();
+  auto second = terminal_->ask({choice("1")});
+  const auto numberOfSecond = terminal_->questionNumber();
+  second.reset();
+
+  EXPECT_EQ(terminal_->questionNumber(), numberOfFirst);
+  EXPECT_NE(numberOfSecond, numberOfFirst);
+  first.reset();
+  EXPECT_EQ(terminal_->questionNumber(), 0U);
+  const auto third = terminal_->ask({choice("1")});
+  EXPECT_GT(terminal_->questionNumber(), numberOfSecond);
+}
+
 TEST_F(VeskUpdateTerminalTest, TheObserverHearsWhenQuestionsBeginAndEnd) {
   std::vector<bool> heard;
   terminal_->setAskingObserver([&](bool isAsking) { heard.push_back(isAsking); });

@@ -1,10 +1,9 @@
-#include <fcntl.h>
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
-#include <sys/ioctl.h>
 #include <unistd.h>
 
 #include <array>
+#include <chrono>
 #include <cstdlib>
 #include <memory>
 #include <sstream>
@@ -12,37 +11,19 @@
 #include <utility>
 
 #include "QuillonUpdatesAppKitUI/Presentation/Terminal/Posix/VeskUpdateTerminalKeys.h"
+#include "QuillonUpdatesAppKitUITests/Presentation/Terminal/Posix/JobControl.h"
+#include "QuillonUpdatesAppKitUITests/Presentation/Terminal/Posix/PseudoTerminal.h"
 #include "Support/ManualMainThread.h"
 
 namespace quillon {
 namespace {
 
-/// A terminal whose user is the test.
-class PseudoTerminal {
- public:
-  PseudoTerminal() : user(posix_openpt(O_RDWR | O_NOCTTY)) {
-    grantpt(user);
-    unlockpt(user);
-    program = open(ptsname(user), O_RDWR | O_NOCTTY);
-    const winsize size{.ws_row = 40, .ws_col = 132, .ws_xpixel = 0, .ws_ypixel = 0};
-    ioctl(program, TIOCSWINSZ, &size);
-  }
-  ~PseudoTerminal() {
-    close(program);
-    close(user);
-  }
-  PseudoTerminal(const PseudoTerminal&) = delete;
-  PseudoTerminal& operator=(const PseudoTerminal&) = delete;
+using testing::PseudoTerminal;
+using testing::Shell;
 
-  [[nodiscard]] bool echoes() const {
-    termios settings{};
-    tcgetattr(program, &settings);
-    return (settings.c_lflag & ECHO) != 0;
-  }
-
-  int user;
-  int program = -1;
-};
+// How long nothing has to follow the Escape key.
+constexpr std::chrono::milliseconds kAtOnce(0);
+constexpr std::chrono::milliseconds kWithoutEnd(-1);
 
 /// A script whose writer is the test. Made before the keys that are read from it: nothing may close what a thread
 /// reads.
@@ -132,37 +113,114 @@ TEST_F(VeskUpdateTerminalKeysTest, ALineOfAScriptWaitsForItsQuestion) {
 TEST_F(VeskUpdateTerminalKeysTest, OfATerminalEachKeyCountsWithoutEchoWhileAQuestionIsOpen) {
   const PseudoTerminal pseudo;
   const VeskUpdateTerminalKeys keys(pseudo.program, terminal_, mainThread_);
-  EXPECT_TRUE(pseudo.echoes());
+  EXPECT_TRUE(pseudo.readsLines());
   auto question = ask("1");
-  EXPECT_FALSE(pseudo.echoes());
+  EXPECT_FALSE(pseudo.readsLines());
 
-  type(pseudo.user, "1");
+  pseudo.type("1");
   runKeys(1);
   question.reset();
 
   EXPECT_EQ(chosen_, "1");
-  EXPECT_TRUE(pseudo.echoes());
+  EXPECT_TRUE(pseudo.readsLines());
 }
 
-TEST_F(VeskUpdateTerminalKeysTest, ArrowsAndFunctionKeysAreNoEscape) {
+TEST_F(VeskUpdateTerminalKeysTest, AKeyThatWasTypedForOneQuestionDoesNotAnswerTheNext) {
   const PseudoTerminal pseudo;
   const VeskUpdateTerminalKeys keys(pseudo.program, terminal_, mainThread_);
-  const auto escape = ask("\x1b");
-  const auto one = ask("1");
+  std::shared_ptr<VeskUpdateTerminal::Question> first;
+  std::shared_ptr<VeskUpdateTerminal::Question> second;
+  first = terminal_->ask({{.keys = "1", .title = "First", .action = [&] {
+                             chosen_ += '1';
+                             second = ask("2\n");
+                             first.reset();
+                           }}});
 
-  type(pseudo.user, "\x1b[A\x1bOP\x1b[3~\x1b[1;5C\x1bx1");
+  pseudo.type("1\n");
+  mainThread_->waitForWaiting(2);  // the thread has read both
+  runKeys(2);
+  EXPECT_EQ(chosen_, "1");
+
+  pseudo.type("\n");
+  runKeys(1);
+  EXPECT_EQ(chosen_, "12");
+}
+
+TEST_F(VeskUpdateTerminalKeysTest, WhatWasTypedBeforeAQuestionIsNoAnswer) {
+  const PseudoTerminal pseudo;
+  pseudo.type("1\n");
+  pseudo.waitForInput();
+  const VeskUpdateTerminalKeys keys(pseudo.program, terminal_, mainThread_);
+
+  const auto question = ask("1");
+  pseudo.type("?");
   runKeys(1);
 
-  EXPECT_EQ(chosen_, "1");
+  EXPECT_EQ(chosen_, "");
   EXPECT_EQ(mainThread_->waitingCount(), 0U);
 }
 
-TEST_F(VeskUpdateTerminalKeysTest, TheEscapeKeyIsAKey) {
+TEST_F(VeskUpdateTerminalKeysTest, WhatIsTypedWhileNoQuestionIsOpenIsLeftForTheShell) {
   const PseudoTerminal pseudo;
   const VeskUpdateTerminalKeys keys(pseudo.program, terminal_, mainThread_);
+  auto question = ask("1");
+  pseudo.type("1");
+  runKeys(1);
+  question.reset();
+
+  pseudo.type("ls\n");
+  pseudo.waitForInput();
+  std::array<char, 8> line{};
+
+  EXPECT_EQ(read(pseudo.program, line.data(), line.size()), 3);
+  EXPECT_STREQ(line.data(), "ls\n");
+}
+
+TEST_F(VeskUpdateTerminalKeysTest, AJobInTheBackgroundIsNotStoppedByWhatIsTypedIntoTheShell) {
+  const PseudoTerminal pseudo;
+
+  const int line = Shell::run(pseudo, [this](Shell& shell) {
+    std::array<int, 2> end{};
+    shell.require(pipe(end.data()) == 0, __LINE__);
+    shell.takeTerminal();
+    shell.start(false, [this, &end](Shell& itsShell) {
+      const VeskUpdateTerminalKeys keys(itsShell.terminal.program, terminal_, mainThread_);
+      itsShell.report();
+      char byte = 0;
+      static_cast<void>(read(end[0], &byte, 1));
+    });
+    shell.waitForReport();
+    shell.terminal.type("ls\n");
+    std::array<char, 8> typed{};
+    shell.require(read(shell.terminal.program, typed.data(), typed.size()) == 3, __LINE__);
+    shell.require(write(end[1], "", 1) == 1, __LINE__);
+    shell.require(shell.ends(), __LINE__);
+  });
+
+  EXPECT_EQ(line, 0);
+}
+
+TEST_F(VeskUpdateTerminalKeysTest, ArrowsAndFunctionKeysPressNothingThoughTheyComeInPieces) {
+  const PseudoTerminal pseudo;
+  const VeskUpdateTerminalKeys keys(pseudo.program, terminal_, mainThread_, kWithoutEnd);
+  const auto question = ask("1\x1b");
+
+  for (const std::string piece : {"y\x1b", "[Ay\x1b[", "1;5Cy\x1b", "OPy"}) {
+    pseudo.type(piece);
+    mainThread_->waitForWaiting(1);  // the thread has read it
+    runKeys(1);
+  }
+
+  EXPECT_EQ(chosen_, "");
+  EXPECT_EQ(mainThread_->waitingCount(), 0U);
+}
+
+TEST_F(VeskUpdateTerminalKeysTest, EscapeIsAKeyWhenNothingFollows) {
+  const PseudoTerminal pseudo;
+  const VeskUpdateTerminalKeys keys(pseudo.program, terminal_, mainThread_, kAtOnce);
   const auto question = ask("2\x1b");
 
-  type(pseudo.user, "\x1b");
+  pseudo.type("\x1b");
   runKeys(1);
 
   EXPECT_EQ(chosen_, "2");
@@ -174,10 +232,10 @@ TEST_F(VeskUpdateTerminalKeysTest, WhoeverStopsReadingPutsTheTerminalBack) {
   {
     const VeskUpdateTerminalKeys keys(pseudo.program, terminal_, mainThread_);
     question = ask("1");
-    EXPECT_FALSE(pseudo.echoes());
+    EXPECT_FALSE(pseudo.readsLines());
   }
 
-  EXPECT_TRUE(pseudo.echoes());
+  EXPECT_TRUE(pseudo.readsLines());
 }
 
 TEST_F(VeskUpdateTerminalKeysTest, ATerminalIsDrawnInAtItsWidthAndAPipeIsNot) {
@@ -189,6 +247,17 @@ TEST_F(VeskUpdateTerminalKeysTest, ATerminalIsDrawnInAtItsWidthAndAPipeIsNot) {
   EXPECT_EQ(terminalStyle(pseudo.program).columns, 132U);
   EXPECT_FALSE(terminalStyle(script.writing()).drawsInPlace);
   EXPECT_EQ(terminalStyle(script.writing()).columns, 80U);
+}
+
+TEST_F(VeskUpdateTerminalKeysTest, AClosedInputHasEnded) {
+  const int closed = dup(STDERR_FILENO);
+  close(closed);
+  const VeskUpdateTerminalKeys keys(closed, terminal_, mainThread_);  // which opens descriptors of its own
+
+  const auto question = ask("1\x04");
+  runKeys(1);
+
+  EXPECT_EQ(chosen_, "1");
 }
 
 }  // namespace
