@@ -88,9 +88,8 @@ void extractArchive(const std::string& archivePath, const std::string& destinati
   writer.makeLinks(targets);
   writer.finishFolders();
   throwIfStopped(stop);
-  stage.moveIntoDestination(archive);
+  stage.moveIntoDestination(archive, [&] { writer.restrictFolders(folder.get()); });
   folder.keep();
-  writer.restrictFolders(folder.get());
 }
 
 }  // namespace quillon

@@ -1,5 +1,6 @@
 #pragma once
 
+#include <functional>
 #include <string>
 
 #include "QuillonCore/Runtime/Posix/FileDescriptor.h"
@@ -24,10 +25,13 @@ class ExtractionStage {
 
   [[nodiscard]] int get() const noexcept { return folder_.get(); }
 
-  /// Moves everything into the destination. A folder that is there already gets what the stage's folder holds; another
-  /// item that is there is replaced. Throws ZipArchiveError when the item is `archive`, or when one of both is a folder
-  /// and the other is not, and QuillonSystemError; then the destination is as before.
-  void moveIntoDestination(const ArchiveFile& archive);
+  /// Moves everything into the destination. A folder that is there already gets what the stage's folder holds, also
+  /// when it is the user's own and read-only; another item that is there is replaced. Calls `finish` when all
+  /// is in place and the user can still enter all of it.
+  ///
+  /// Throws ZipArchiveError when an item is `archive`, or when one of both is a folder and the other is not,
+  /// QuillonSystemError, and what `finish` throws; then the destination is as before.
+  void moveIntoDestination(const ArchiveFile& archive, const std::function<void()>& finish);
 
  private:
   int destination_;

@@ -44,7 +44,7 @@ class TreeWriter {
   /// change all of them: otherwise some could not be moved.
   void finishFolders();
   /// Takes from the user what the archive's permissions deny. To be called when the folders have been moved to below
-  /// `destination`.
+  /// `destination`, and the user can still enter those that were there before.
   void restrictFolders(int destination) const;
 
  private:

@@ -3,6 +3,7 @@
 #include <sys/stat.h>
 
 #include <cerrno>
+#include <functional>
 #include <optional>
 
 #include "Support/ScopedMount.h"
@@ -33,7 +34,9 @@ class ExtractionStageTest : public ::testing::Test {
     }
     return {};
   }
-  void move() { stage_->moveIntoDestination(ArchiveFile(archive_.string())); }
+  void move(const std::function<void()>& finish = [] {}) {
+    stage_->moveIntoDestination(ArchiveFile(archive_.string()), finish);
+  }
 
   testing::TemporaryDirectory root_;
   fs::path archive_ = root_ / "archive";
@@ -86,6 +89,21 @@ TEST_F(ExtractionStageTest, AMoveThatCannotBeCompletedIsTakenBack) {
   EXPECT_FALSE(fs::exists(destination_ / "a/added"));
   EXPECT_FALSE(fs::exists(destination_ / "b"));
   EXPECT_EQ(testing::readFile(destination_ / "z/folder/file"), "old");
+}
+
+TEST_F(ExtractionStageTest, AMoveThatCannotBeFinishedIsTakenBackToo) {
+  writeFile(destination_ / "file", "old");
+  writeFile(stagePath() / "file", "staged");
+  writeFile(stagePath() / "added", "staged");
+
+  EXPECT_THROW(move([&] {
+                 EXPECT_EQ(testing::readFile(destination_ / "file"), "staged");
+                 throw ZipArchiveError("not finished");
+               }),
+               ZipArchiveError);
+
+  EXPECT_EQ(testing::readFile(destination_ / "file"), "old");
+  EXPECT_FALSE(fs::exists(destination_ / "added"));
 }
 
 TEST_F(ExtractionStageTest, AFileThatCannotBeReplacedIsAnError) {

@@ -5,6 +5,7 @@
 #include <algorithm>
 
 #include "QuillonCore/Values/QuillonError.h"
+#include "Support/OrdinaryUser.h"
 #include "Support/ScopedFileLengthLimit.h"
 #include "Support/ScopedMount.h"
 #include "Support/TemporaryDirectory.h"
@@ -28,6 +29,15 @@ using testing::ZipArchiveBuilder;
 using testing::zipExtraField;
 
 constexpr unsigned kFolderMode = 0040000;
+
+using TreeSnapshot = std::map<std::string, testing::ItemSnapshot>;
+
+/// Whether two trees differ in times at most.
+bool isAlike(const TreeSnapshot& one, const TreeSnapshot& other) {
+  return std::equal(one.begin(), one.end(), other.begin(), other.end(), [](const auto& a, const auto& b) {
+    return a.first == b.first && a.second.content == b.second.content && a.second.mode == b.second.mode;
+  });
+}
 
 /// An archive beside the folder that it is unpacked to, and something in and around it that must not change.
 class ArchiveExtractorTest : public ::testing::Test {
@@ -56,10 +66,7 @@ class ArchiveExtractorTest : public ::testing::Test {
     } catch (const QuillonError& error) {
       message = error.description();
     }
-    const auto after = treeSnapshot(folder_.path());
-    EXPECT_TRUE(std::equal(before.begin(), before.end(), after.begin(), after.end(), [](const auto& a, const auto& b) {
-      return a.first == b.first && a.second.content == b.second.content && a.second.mode == b.second.mode;
-    }));
+    EXPECT_TRUE(isAlike(treeSnapshot(folder_.path()), before));
     return message;
   }
   [[nodiscard]] std::string refusal(const ZipArchiveBuilder& archive) const { return refusal(archive.build()); }
@@ -239,6 +246,74 @@ TEST_F(ArchiveExtractorTest, AFolderIsNotPutThroughALinkThatIsThere) {
   fs::create_directory_symlink(folder_ / "elsewhere", destination_ / "link");
 
   EXPECT_THAT(refusal(ZipArchiveBuilder().addFile("link/file")), HasSubstr("is a folder and would replace a file"));
+}
+
+/// Unpacks twice as a user whom permissions hold off.
+class ReadOnlyFolderTest : public ArchiveExtractorTest {
+ protected:
+  ReadOnlyFolderTest() {
+    destination_ = folder_ / "own";
+    fs::permissions(folder_.path(), fs::perms(0777));
+  }
+  ~ReadOnlyFolderTest() override {
+    for (const char* folder : {"locked", "locked/inner"}) {
+      std::error_code ignored;
+      fs::permissions(destination_ / folder, fs::perms(0700), ignored);
+    }
+  }
+
+  static ZipArchiveBuilder lockedFolders(const std::string& content) {
+    return ZipArchiveBuilder()
+        .addFolder("locked/", 0555)
+        .addFile("locked/file", content)
+        .addFolder("locked/inner/", 0500)
+        .addFile("locked/inner/file", content);
+  }
+  [[nodiscard]] bool isUnpacked(const ZipArchiveBuilder& archive) const {
+    writeArchive(archive.build());
+    return testing::holdsForOrdinaryUser([this] {
+      extract();
+      return true;
+    });
+  }
+};
+
+TEST_F(ReadOnlyFolderTest, IsFilledUpByTheNextExtractionAndStaysReadOnly) {
+  ASSERT_TRUE(isUnpacked(lockedFolders("first")));
+
+  EXPECT_TRUE(isUnpacked(lockedFolders("second").addFile("locked/inner/added")));
+
+  EXPECT_EQ(item("locked/file").content, "second");
+  EXPECT_EQ(item("locked/inner/file").content, "second");
+  EXPECT_EQ(item("locked/inner/added").content, "content");
+  EXPECT_EQ(item("locked").mode, kFolderMode | 0555U);
+  EXPECT_EQ(item("locked/inner").mode, kFolderMode | 0500U);
+}
+
+TEST_F(ReadOnlyFolderTest, IsAsItWasAfterAnExtractionThatIsTakenBack) {
+  ASSERT_TRUE(isUnpacked(lockedFolders("first").addFile("locked/conflict/file")));
+  const auto before = treeSnapshot(destination_);
+
+  // Whatever order the file system lists names in, one of both conflicts comes behind other items.
+  EXPECT_FALSE(isUnpacked(lockedFolders("second").addFile("locked/conflict")));
+  EXPECT_FALSE(isUnpacked(ZipArchiveBuilder().addFile("locked/conflict").addFile("locked/inner/file")));
+
+  EXPECT_TRUE(isAlike(treeSnapshot(destination_), before));
+}
+
+TEST_F(ReadOnlyFolderTest, ThatCannotEvenBeListedIsFilledUpToo) {
+  const auto archive = [](const std::string& content) {
+    return ZipArchiveBuilder().addFolder("closed/", 0).addFile("closed/file", content);
+  };
+  ASSERT_TRUE(isUnpacked(archive("first")));
+
+  EXPECT_TRUE(isUnpacked(archive("second").addFolder("closed/added/", 0555)));
+
+  EXPECT_EQ(fs::status(destination_ / "closed").permissions(), fs::perms::none);
+  fs::permissions(destination_ / "closed", fs::perms(0700));
+  EXPECT_EQ(item("closed/file").content, "second");
+  EXPECT_EQ(item("closed/added").mode, kFolderMode | 0555U);
+  fs::permissions(destination_ / "closed/added", fs::perms(0700));
 }
 
 TEST_F(ArchiveExtractorTest, TheArchiveItselfIsNotReplacedAndWhatWasMovedGoesBack) {
