@@ -4,6 +4,7 @@
 
 #include <algorithm>
 #include <optional>
+#include <string>
 #include <string_view>
 #include <utility>
 #include <vector>
@@ -18,12 +19,10 @@
 #include "ZipArchive/Posix/TreeWriter.h"
 #include "ZipArchive/ZipArchiveError.h"
 #include "ZipArchive/ZipDirectory.h"
+#include "ZipArchive/ZipEntryName.h"
 
 namespace quillon {
 namespace {
-
-/// The longest target of a link, PATH_MAX without the NUL.
-constexpr std::uint64_t kLongestLinkTarget = 4095;
 
 void throwIfStopped(const std::stop_token& stop) {
   if (stop.stop_requested()) throw QuillonCancellationError();
@@ -41,20 +40,39 @@ void checkAppleDoubleSizes(const ArchiveTree& tree, const std::vector<ZipEntry>&
   }
 }
 
+/// Refuses, before they are read, targets that would take much memory.
+void checkLinkTargetSizes(const ArchiveTree& tree, const std::vector<ZipEntry>& entries,
+                          const ZipArchiveLimits& limits) {
+  std::uint64_t left = limits.linkTargetsLength;
+  for (const ArchiveItem& item : tree.items()) {
+    if (item.kind != ZipEntryKind::symbolicLink) continue;
+    const ZipEntry& link = entries[*item.entry];
+    if (link.size == 0 || link.size > limits.linkTargetLength || link.compressedSize > 2 * limits.linkTargetLength) {
+      throw ZipArchiveError::entry(link.path, "is a symbolic link with a target of impossible length");
+    }
+    if (link.size > left) {
+      throw ZipArchiveError("The archive is refused: it has more than " + std::to_string(limits.linkTargetsLength) +
+                            " bytes of targets of links.");
+    }
+    left -= link.size;
+  }
+}
+
 std::vector<LinkTarget> readLinkTargets(const ArchiveTree& tree, const std::vector<ZipEntry>& entries,
-                                        EntryReader& reader, const std::stop_token& stop) {
+                                        EntryReader& reader, const ZipArchiveLimits& limits,
+                                        const std::stop_token& stop) {
   std::vector<LinkTarget> targets;
   for (std::size_t i = 0; i < tree.items().size(); ++i) {
     const ArchiveItem& item = tree.items()[i];
     if (item.kind != ZipEntryKind::symbolicLink) continue;
     throwIfStopped(stop);
     const ZipEntry& entry = entries[*item.entry];
-    if (entry.size == 0 || entry.size > kLongestLinkTarget || entry.compressedSize > 2 * kLongestLinkTarget) {
-      throw ZipArchiveError::entry(entry.path, "is a symbolic link with a target of impossible length");
-    }
     const std::string_view target = reader.readWhole(entry);
     if (target.find('\0') != std::string_view::npos) {
       throw ZipArchiveError::entry(entry.path, "is a symbolic link whose target has a NUL character");
+    }
+    if (pathComponents(target).size() > limits.depth) {
+      throw ZipArchiveError::entry(entry.path, "is a symbolic link that leads through too many folders");
     }
     tree.checkLinkTarget(i, target);
     targets.push_back({i, std::string(target)});
@@ -72,12 +90,12 @@ void extractArchive(const std::string& archivePath, const std::string& destinati
   throwIfStopped(stop);
   EntryReader reader(archive);
   constexpr std::size_t kMagicLength = 4;
-  const ArchiveTree tree(entries, limits.entries, [&](const ZipEntry& entry) {
-    throwIfStopped(stop);
-    return isAppleDouble(reader.peek(entry, kMagicLength));
-  });
+  const ArchiveTree tree(
+      entries, limits.entries, [&](const ZipEntry& entry) { return isAppleDouble(reader.peek(entry, kMagicLength)); },
+      stop);
   checkAppleDoubleSizes(tree, entries, limits);
-  const std::vector<LinkTarget> targets = readLinkTargets(tree, entries, reader, stop);
+  checkLinkTargetSizes(tree, entries, limits);
+  const std::vector<LinkTarget> targets = readLinkTargets(tree, entries, reader, limits, stop);
 
   DestinationFolder folder(destination);
   ExtractionStage stage(folder.get());
