@@ -66,7 +66,7 @@ void closeWritten(FileDescriptor file, const std::string& name) {
 
 }  // namespace
 
-TreeWriter::TreeWriter(ArchiveContents contents, int root, std::stop_token stop)
+TreeWriter::TreeWriter(const ArchiveContents& contents, int root, std::stop_token stop)
     : contents_(contents), root_(root), stop_(std::move(stop)), wholeLimit_(wholeLimit()) {}
 
 void TreeWriter::throwIfStopped() const {
@@ -152,8 +152,8 @@ void TreeWriter::restoreAttributes(const ArchiveItem& item, int descriptor, Entr
   setItemAttributes(descriptor, parseAppleDouble(reader.readWhole(contents_.entries[*item.appleDouble])));
 }
 
-void TreeWriter::makeLinks(const std::vector<LinkTarget>& targets) {
-  for (const LinkTarget& link : targets) {
+void TreeWriter::makeLinks() {
+  for (const LinkTarget& link : contents_.linkTargets) {
     throwIfStopped();
     const ArchiveItem& item = contents_.tree.items()[link.item];
     const ZipEntry& entry = contents_.entries[*item.entry];

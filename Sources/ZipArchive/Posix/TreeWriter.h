@@ -8,25 +8,11 @@
 #include <vector>
 
 #include "ZipArchive/ArchiveTree.h"
-#include "ZipArchive/Posix/ArchiveFile.h"
+#include "ZipArchive/Posix/ArchiveContents.h"
 #include "ZipArchive/Posix/EntryReader.h"
 #include "ZipArchive/ZipEntry.h"
 
 namespace quillon {
-
-/// Where a symbolic link leads.
-struct LinkTarget {
-  /// Index of the link in the tree.
-  std::size_t item;
-  std::string target;
-};
-
-/// An archive that was read. The referred objects outlive whoever is given it.
-struct ArchiveContents {
-  const ArchiveFile& archive;
-  const std::vector<ZipEntry>& entries;
-  const ArchiveTree& tree;
-};
 
 /// Writes an archive's tree into an empty folder that nobody else can enter, in the order of its functions.
 ///
@@ -34,12 +20,13 @@ struct ArchiveContents {
 /// `stop` was requested.
 class TreeWriter {
  public:
-  TreeWriter(ArchiveContents contents, int root, std::stop_token stop);
+  /// `contents` has to outlive the writer.
+  TreeWriter(const ArchiveContents& contents, int root, std::stop_token stop);
 
   void makeFolders();
   /// All files, with attributes, permissions and times, on several threads.
   void writeFiles();
-  void makeLinks(const std::vector<LinkTarget>& targets);
+  void makeLinks();
   /// Attributes, permissions and times of folders, which the steps before would change. The user can still enter and
   /// change all of them: otherwise some could not be moved.
   void finishFolders();
@@ -70,7 +57,7 @@ class TreeWriter {
   void restoreAttributes(const ArchiveItem& item, int descriptor, EntryReader& reader) const;
   void throwIfStopped() const;
 
-  ArchiveContents contents_;
+  const ArchiveContents& contents_;
   int root_;
   std::stop_token stop_;
   std::uint64_t wholeLimit_;

@@ -31,7 +31,8 @@ int run(const DittoArguments& arguments, std::stop_token stop) {
       break;
     case DittoArguments::Operation::create:
       makeArchive(arguments.source, arguments.destination,
-                  arguments.keepsParent ? ArchiveRoot::sourceItself : ArchiveRoot::contents, std::move(stop));
+                  arguments.keepsParent ? ArchiveRoot::sourceItself : ArchiveRoot::contents, ZipArchiveLimits{},
+                  std::move(stop));
       break;
     case DittoArguments::Operation::help:
       std::fputs(dittoUsage().c_str(), stdout);
