@@ -10,13 +10,13 @@
 namespace quillon {
 
 void extractArchive(const std::string& archivePath, const std::string& destination, const ZipArchiveLimits& limits,
-                    const std::stop_token& stop) {
+                    const std::stop_token& stop, const ExtractedItemHandler& didFinishItem) {
   const WriteSignalShield shield;
   const ArchiveContents contents = readArchiveContents(archivePath, limits, stop);
 
   DestinationFolder folder(destination);
   ExtractionStage stage(folder.get());
-  TreeWriter writer(contents, stage.get(), stop);
+  TreeWriter writer(contents, stage.get(), stop, didFinishItem);
   writer.makeFolders();
   writer.writeFiles();
   // Links come last, so that no file can be written through one.
