@@ -674,6 +674,37 @@ TEST_F(ArchiveExtractorTest, ARequestToStopLeavesNothing) {
   EXPECT_EQ(treeSnapshot(destination_).size(), 2U);
 }
 
+TEST_F(ArchiveExtractorTest, ARequestToStopAfterAnyItemLeavesNothing) {
+  writeArchive(ZipArchiveBuilder()
+                   .addFile("present/file", "replaced")
+                   .addFile("present/added")
+                   .addLink("present/link", "file")
+                   .addFolder("folder/inner/", 0555)
+                   .build());
+  const auto before = treeSnapshot(folder_.path());
+  std::vector<std::string> stops;
+  for (std::size_t number = 1;; ++number) {
+    std::stop_source source;
+    std::size_t count = 0;  // all files are in one folder, and so in one thread's hands
+    bool isStopped = false;
+    try {
+      extractArchive(archive_.string(), destination_.string(), {}, source.get_token(), [&](const std::string& path) {
+        if (++count != number) return;
+        stops.push_back(path);
+        source.request_stop();
+      });
+    } catch (const QuillonCancellationError&) {
+      isStopped = true;
+    }
+    if (count < number) break;
+    EXPECT_TRUE(isStopped) << stops.back();
+    EXPECT_TRUE(isAlike(treeSnapshot(folder_.path()), before)) << stops.back();
+  }
+
+  EXPECT_THAT(stops, ElementsAre("present/file", "present/added", "present/link", "present", "folder/inner", "folder"));
+  EXPECT_EQ(item("present/file").content, "replaced");
+}
+
 TEST_F(ArchiveExtractorTest, ARequestToStopComesBeforeWhatEntriesHold) {
   std::stop_source source;
   source.request_stop();
