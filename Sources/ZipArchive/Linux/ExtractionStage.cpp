@@ -2,6 +2,7 @@
 
 #include <fcntl.h>
 #include <stdio.h>
+#include <sys/file.h>
 #include <sys/stat.h>
 #include <unistd.h>
 
@@ -146,19 +147,62 @@ class Move {
   std::vector<Step> steps_;
 };
 
+/// A folder, not through a link; none, with errno, when it cannot be opened.
+FileDescriptor openedFolder(int around, const std::string& name) {
+  return FileDescriptor(openat(around, name.c_str(), O_RDONLY | O_DIRECTORY | O_NOFOLLOW | O_CLOEXEC));
+}
+
+/// Locks an open folder for this process, until it is closed. False, with errno, when that fails.
+bool lock(int folder) noexcept {
+  return flock(folder, LOCK_EX | LOCK_NB) == 0;
+}
+
+bool isOwn(int folder) noexcept {
+  struct stat status {};
+  return fstat(folder, &status) == 0 && status.st_uid == geteuid();
+}
+
+/// Whether an open folder is what `name` in `around` stands for.
+bool hasName(int folder, int around, const std::string& name) noexcept {
+  struct stat opened {};
+  struct stat named {};
+  return fstat(folder, &opened) == 0 && fstatat(around, name.c_str(), &named, AT_SYMLINK_NOFOLLOW) == 0 &&
+         opened.st_dev == named.st_dev && opened.st_ino == named.st_ino;
+}
+
+void removeAbandonedStages(int destination) noexcept {
+  try {
+    for (const DirectoryEntry& entry : directoryEntries(destination, {})) {
+      if (!entry.name.starts_with(ExtractionStage::kNamePrefix)) continue;
+      const FileDescriptor folder = openedFolder(destination, entry.name);
+      if (folder && isOwn(folder.get()) && lock(folder.get())) removeTree(destination, entry.name);
+    }
+  } catch (const std::exception&) {
+    // What stays is out of sight, and does not keep anything from being unpacked.
+  }
+}
+
 }  // namespace
 
-ExtractionStage::ExtractionStage(int destination)
-    : destination_(destination), name_(std::string(kNamePrefix) + makeUUIDString()) {
+ExtractionStage::ExtractionStage(int destination) : destination_(destination) {
+  removeAbandonedStages(destination_);
+  while (!make()) {
+  }
+}
+
+bool ExtractionStage::make() {
+  name_ = std::string(kNamePrefix) + makeUUIDString();
   if (mkdirat(destination_, name_.c_str(), 0700) != 0) {
     throw QuillonSystemError::posix(errno, "make a folder in", currentPathOfOpenDirectory(destination_));
   }
-  try {
-    folder_ = openSubfolder(destination_, name_);
-  } catch (...) {
+  folder_ = openedFolder(destination_, name_);
+  if (!folder_ && errno != ENOENT) {
+    const int code = errno;
     unlinkat(destination_, name_.c_str(), AT_REMOVEDIR);
-    throw;
+    throw QuillonSystemError::posix(code, "open", pathForMessages(destination_, name_));
   }
+  // On a volume without locks nobody else can lock it either.
+  return folder_ && (lock(folder_.get()) || errno != EWOULDBLOCK) && hasName(folder_.get(), destination_, name_);
 }
 
 ExtractionStage::~ExtractionStage() {

@@ -11,13 +11,14 @@ namespace quillon {
 /// A hidden folder in the destination, in which an archive is unpacked before anything of it is seen.
 ///
 /// Only this user can enter it, so nobody can exchange a folder in it for a link. What is in it at the end, and it
-/// itself, is removed.
+/// itself, is removed. It is locked while it is in use: what a process that was killed has left is known by that.
 class ExtractionStage {
  public:
   /// How its name begins in the destination.
   static constexpr std::string_view kNamePrefix = ".quillon-ditto-";
 
-  /// `destination` is open, and stays so while the stage lives. Throws QuillonSystemError.
+  /// `destination` is open, and stays so while the stage lives. Removes this user's abandoned stages there, as far as
+  /// that is possible. Throws QuillonSystemError.
   explicit ExtractionStage(int destination);
   ~ExtractionStage();
   ExtractionStage(const ExtractionStage&) = delete;
@@ -34,6 +35,9 @@ class ExtractionStage {
   void moveIntoDestination(const ArchiveFile& archive, const std::function<void()>& finish);
 
  private:
+  /// Makes the folder; false when another process has taken it for abandoned before it was locked.
+  [[nodiscard]] bool make();
+
   int destination_;
   std::string name_;
   FileDescriptor folder_;
