@@ -197,7 +197,7 @@ bool liesInSource(const std::string& archivePath, const SourceTree& tree) {
 }  // namespace
 
 void makeArchive(const std::string& source, const std::string& archivePath, ArchiveRoot root,
-                 const ZipArchiveLimits& limits, std::stop_token stop) {
+                 const ZipArchiveLimits& limits, const std::stop_token& stop) {
   const WriteSignalShield shield;
   const SourceTree tree = readSourceTree(source, root);
   if (liesInSource(archivePath, tree)) throw ZipArchiveError("The archive lies in its own source.");

@@ -21,6 +21,6 @@ enum class ArchiveRoot { contents, sourceItself };
 /// files, files that change while they are read, the archive itself, and trees beyond the limits. Throws
 /// QuillonSystemError, and QuillonCancellationError on `stop`. After an exception nothing has changed.
 void makeArchive(const std::string& source, const std::string& archivePath, ArchiveRoot root,
-                 const ZipArchiveLimits& limits, std::stop_token stop);
+                 const ZipArchiveLimits& limits, const std::stop_token& stop);
 
 }  // namespace quillon
