@@ -17,7 +17,7 @@ bool isAppleDoubleFolder(const ZipEntry& entry) {
 }  // namespace
 
 ArchiveTree::ArchiveTree(const std::vector<ZipEntry>& entries, std::size_t limit,
-                         const std::function<bool(const ZipEntry&)>& isAppleDouble)
+                         const std::function<bool(const ZipEntry&)>& isAppleDouble, const std::stop_token& stop)
     : limit_(limit) {
   struct Companion {
     std::size_t entry;
@@ -28,6 +28,7 @@ ArchiveTree::ArchiveTree(const std::vector<ZipEntry>& entries, std::size_t limit
   items_.push_back(
       {.name = {}, .parent = kRoot, .kind = ZipEntryKind::folder, .entry = {}, .appleDouble = {}, .children = {}});
   for (std::size_t i = 0; i < entries.size(); ++i) {
+    if (stop.stop_requested()) throw QuillonCancellationError();
     const ZipEntry& entry = entries[i];
     if (entry.path.empty() || isAppleDoubleFolder(entry)) continue;
     const auto name = entry.kind == ZipEntryKind::file ? appleDoubleName(entry.path) : std::nullopt;

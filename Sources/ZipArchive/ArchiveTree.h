@@ -4,6 +4,7 @@
 #include <cstdint>
 #include <functional>
 #include <optional>
+#include <stop_token>
 #include <string>
 #include <string_view>
 #include <unordered_map>
@@ -35,9 +36,10 @@ class ArchiveTree {
   /// `isAppleDouble` looks into an entry whose name begins with "._" beside the file that it would belong to.
   ///
   /// Throws ZipArchiveError when two names are equal, or can be for a file system that ignores case or composition of
-  /// characters, when an entry lies in something that is no folder, and when there are more than `limit` items.
+  /// characters, when an entry lies in something that is no folder, and when there are more than `limit` items;
+  /// QuillonCancellationError on `stop`.
   ArchiveTree(const std::vector<ZipEntry>& entries, std::size_t limit,
-              const std::function<bool(const ZipEntry&)>& isAppleDouble);
+              const std::function<bool(const ZipEntry&)>& isAppleDouble, const std::stop_token& stop = {});
 
   /// The root first, every folder before what it holds.
   [[nodiscard]] const std::vector<ArchiveItem>& items() const noexcept { return items_; }

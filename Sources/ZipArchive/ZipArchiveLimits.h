@@ -26,6 +26,11 @@ struct ZipArchiveLimits {
   std::size_t nameLength = 1024;
   /// Bytes of one component of a name: NAME_MAX of both platforms.
   std::size_t componentLength = 255;
+  /// Bytes of the target of a symbolic link: the longest path of macOS without its NUL. What it leads through counts as
+  /// the components of a name do.
+  std::uint64_t linkTargetLength = 1023;
+  /// Bytes of the targets of all symbolic links, which are kept in memory.
+  std::uint64_t linkTargetsLength = std::uint64_t{16} << 20;
   /// Bytes of an AppleDouble file, which is read whole.
   std::uint64_t appleDoubleSize = std::uint64_t{8} << 20;
 };

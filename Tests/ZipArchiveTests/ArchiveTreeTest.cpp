@@ -1,5 +1,8 @@
 #include <gtest/gtest.h>
 
+#include <stop_token>
+
+#include "QuillonCore/Values/QuillonError.h"
 #include "ZipArchive/ArchiveTree.h"
 #include "ZipArchive/ZipArchiveError.h"
 
@@ -46,6 +49,15 @@ TEST(ArchiveTreeTest, FoldersThatOnlyNamesTellOfCountToo) {
 
   EXPECT_NO_THROW(ArchiveTree({entry("a/b/c")}, 3, isAppleDouble));
   EXPECT_THROW(ArchiveTree({entry("a/b/c/d")}, 3, isAppleDouble), ZipArchiveError);
+}
+
+TEST(ArchiveTreeTest, ARequestToStopEndsTheReadingOfTheNames) {
+  std::stop_source source;
+  source.request_stop();
+
+  EXPECT_THROW(ArchiveTree(
+                   {entry("a")}, 100, [](const ZipEntry&) { return false; }, source.get_token()),
+               QuillonCancellationError);
 }
 
 struct LinkCase {

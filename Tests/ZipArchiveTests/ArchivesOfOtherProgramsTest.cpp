@@ -99,7 +99,7 @@ INSTANTIATE_TEST_SUITE_P(
 using ArchivesForOthersTest = ArchivesOfOtherProgramsTest;
 
 TEST_P(ArchivesForOthersTest, AreUnpackedByThem) {
-  makeArchive(source_.string(), archive_.string(), ArchiveRoot::contents, {});
+  makeArchive(source_.string(), archive_.string(), ArchiveRoot::contents, {}, {});
 
   runIn(destination_);
 

@@ -16,7 +16,8 @@ namespace quillon {
 /// extracted until then. Calls may run on several threads at once.
 class VeskUpdateSystemUnzipper final : public VeskUpdateArchiveUnzipping {
  public:
-  /// A hundred thousand files take the tool a second to remove. It is killed after this time, and leaves them.
+  /// A hundred thousand files take the tool a second to remove. It is killed after this time, and leaves them;
+  /// quillon-ditto removes them when it next unpacks to the same folder.
   static constexpr std::chrono::seconds kTimeToCleanUp{10};
 
   explicit VeskUpdateSystemUnzipper(

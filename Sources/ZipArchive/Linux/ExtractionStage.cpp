@@ -2,10 +2,13 @@
 
 #include <fcntl.h>
 #include <stdio.h>
+#include <sys/file.h>
 #include <sys/stat.h>
 #include <unistd.h>
 
 #include <cerrno>
+#include <cstdint>
+#include <functional>
 #include <string_view>
 #include <utility>
 #include <vector>
@@ -21,6 +24,11 @@
 namespace quillon {
 namespace {
 
+/// Whether the user of this process may not list or change a folder that is the user's own.
+bool isClosedToOwner(const struct stat& folder) noexcept {
+  return folder.st_uid == geteuid() && (folder.st_mode & S_IRWXU) != S_IRWXU;
+}
+
 /// The move of a stage's items, which is taken back unless it is completed.
 class Move {
  public:
@@ -35,17 +43,22 @@ class Move {
   Move(const Move&) = delete;
   Move& operator=(const Move&) = delete;
 
-  void run() {
+  void run(const std::function<void()>& finish) {
     moveItems(stage_, destination_, {});
-    steps_.clear();
+    finish();
+    // What stays of the steps is taken back at the end: folders that were opened are closed again.
+    std::erase_if(steps_, [](const Step& step) { return step.kind != StepKind::openedFolder; });
   }
 
  private:
+  enum class StepKind : std::uint8_t { moved, exchanged, openedFolder };
   struct Step {
+    StepKind kind;
     /// Of the folder around the item, the same below stage and destination.
     std::string folder;
     std::string name;
-    bool didExchange;
+    /// As the folder was that was opened.
+    struct stat status {};
   };
 
   void moveItems(int from, int to, const std::string& path) {
@@ -54,7 +67,7 @@ class Move {
 
   void moveItem(int from, int to, const std::string& path, const std::string& name) {
     if (renameWithoutReplacing(from, name.c_str(), to, name.c_str()) == 0) {
-      steps_.push_back({path, name, false});
+      steps_.push_back({StepKind::moved, path, name});
       return;
     }
     if (errno != EEXIST) throw QuillonSystemError::posix(errno, "move into place", pathForMessages(to, name));
@@ -77,6 +90,7 @@ class Move {
           itemPath, S_ISDIR(existing.st_mode) ? "would replace a folder" : "is a folder and would replace a file");
     }
     if (S_ISDIR(staged.st_mode)) {
+      if (isClosedToOwner(existing)) openToOwner(to, path, name, existing);
       const FileDescriptor stagedFolder = openSubfolder(from, name);
       const FileDescriptor existingFolder = openSubfolder(to, name);
       moveItems(stagedFolder.get(), existingFolder.get(), itemPath);
@@ -90,19 +104,37 @@ class Move {
     if (exchangeNames(from, name.c_str(), to, name.c_str()) != 0) {
       throw QuillonSystemError::posix(errno, "replace", pathForMessages(to, name));
     }
-    steps_.push_back({path, name, true});
+    steps_.push_back({StepKind::exchanged, path, name});
+  }
+
+  /// An earlier extraction made the folder as the archive wanted it; its owner can fill it up all the same.
+  void openToOwner(int to, const std::string& path, const std::string& name, const struct stat& status) {
+    if (fchmodat(to, name.c_str(), (status.st_mode & 07777U) | S_IRWXU, AT_SYMLINK_NOFOLLOW) != 0) {
+      throw QuillonSystemError::posix(errno, "open", pathForMessages(to, name));
+    }
+    steps_.push_back({StepKind::openedFolder, path, name, status});
   }
 
   void takeBack(const Step& step) noexcept {
     try {
       const FileDescriptor from = openFolderBelow(destination_, step.folder);
+      if (step.kind == StepKind::openedFolder) return close(from.get(), step);
       const FileDescriptor to = openFolderBelow(stage_, step.folder);
       const char* const name = step.name.c_str();
-      (void)(step.didExchange ? exchangeNames(from.get(), name, to.get(), name)
-                              : renameWithoutReplacing(from.get(), name, to.get(), name));
+      (void)(step.kind == StepKind::exchanged ? exchangeNames(from.get(), name, to.get(), name)
+                                              : renameWithoutReplacing(from.get(), name, to.get(), name));
     } catch (const std::exception&) {
       // Somebody else changes the destination meanwhile; the other items can still go back.
     }
+  }
+
+  /// Gives an opened folder its permissions back, unless another one has its name by now.
+  static void close(int around, const Step& step) {
+    const FileDescriptor folder = openSubfolder(around, step.name);
+    struct stat status {};
+    const bool isSame =
+        fstat(folder.get(), &status) == 0 && status.st_dev == step.status.st_dev && status.st_ino == step.status.st_ino;
+    if (isSame) (void)fchmod(folder.get(), step.status.st_mode & 07777U);
   }
 
   static int exchangeNames(int from, const char* fromName, int to, const char* toName) noexcept {
@@ -115,19 +147,62 @@ class Move {
   std::vector<Step> steps_;
 };
 
+/// A folder, not through a link; none, with errno, when it cannot be opened.
+FileDescriptor openedFolder(int around, const std::string& name) {
+  return FileDescriptor(openat(around, name.c_str(), O_RDONLY | O_DIRECTORY | O_NOFOLLOW | O_CLOEXEC));
+}
+
+/// Locks an open folder for this process, until it is closed. False, with errno, when that fails.
+bool lock(int folder) noexcept {
+  return flock(folder, LOCK_EX | LOCK_NB) == 0;
+}
+
+bool isOwn(int folder) noexcept {
+  struct stat status {};
+  return fstat(folder, &status) == 0 && status.st_uid == geteuid();
+}
+
+/// Whether an open folder is what `name` in `around` stands for.
+bool hasName(int folder, int around, const std::string& name) noexcept {
+  struct stat opened {};
+  struct stat named {};
+  return fstat(folder, &opened) == 0 && fstatat(around, name.c_str(), &named, AT_SYMLINK_NOFOLLOW) == 0 &&
+         opened.st_dev == named.st_dev && opened.st_ino == named.st_ino;
+}
+
+void removeAbandonedStages(int destination) noexcept {
+  try {
+    for (const DirectoryEntry& entry : directoryEntries(destination, {})) {
+      if (!entry.name.starts_with(ExtractionStage::kNamePrefix)) continue;
+      const FileDescriptor folder = openedFolder(destination, entry.name);
+      if (folder && isOwn(folder.get()) && lock(folder.get())) removeTree(destination, entry.name);
+    }
+  } catch (const std::exception&) {
+    // What stays is out of sight, and does not keep anything from being unpacked.
+  }
+}
+
 }  // namespace
 
-ExtractionStage::ExtractionStage(int destination)
-    : destination_(destination), name_(std::string(kNamePrefix) + makeUUIDString()) {
+ExtractionStage::ExtractionStage(int destination) : destination_(destination) {
+  removeAbandonedStages(destination_);
+  while (!make()) {
+  }
+}
+
+bool ExtractionStage::make() {
+  name_ = std::string(kNamePrefix) + makeUUIDString();
   if (mkdirat(destination_, name_.c_str(), 0700) != 0) {
     throw QuillonSystemError::posix(errno, "make a folder in", currentPathOfOpenDirectory(destination_));
   }
-  try {
-    folder_ = openSubfolder(destination_, name_);
-  } catch (...) {
+  folder_ = openedFolder(destination_, name_);
+  if (!folder_ && errno != ENOENT) {
+    const int code = errno;
     unlinkat(destination_, name_.c_str(), AT_REMOVEDIR);
-    throw;
+    throw QuillonSystemError::posix(code, "open", pathForMessages(destination_, name_));
   }
+  // On a volume without locks nobody else can lock it either.
+  return folder_ && (lock(folder_.get()) || errno != EWOULDBLOCK) && hasName(folder_.get(), destination_, name_);
 }
 
 ExtractionStage::~ExtractionStage() {
@@ -138,8 +213,8 @@ ExtractionStage::~ExtractionStage() {
   }
 }
 
-void ExtractionStage::moveIntoDestination(const ArchiveFile& archive) {
-  Move(folder_.get(), destination_, archive).run();
+void ExtractionStage::moveIntoDestination(const ArchiveFile& archive, const std::function<void()>& finish) {
+  Move(folder_.get(), destination_, archive).run(finish);
 }
 
 }  // namespace quillon

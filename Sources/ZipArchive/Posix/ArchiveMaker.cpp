@@ -15,6 +15,7 @@
 #include "QuillonCore/Runtime/Posix/WriteSignalShield.h"
 #include "QuillonCore/Runtime/QuillonParallelFor.h"
 #include "QuillonCore/Values/QuillonError.h"
+#include "ZipArchive/Posix/ArchiveContents.h"
 #include "ZipArchive/Posix/ArchiveOutput.h"
 #include "ZipArchive/Posix/EntryPacker.h"
 #include "ZipArchive/Posix/SourceTree.h"
@@ -195,12 +196,15 @@ bool liesInSource(const std::string& archivePath, const SourceTree& tree) {
 
 }  // namespace
 
-void makeArchive(const std::string& source, const std::string& archivePath, ArchiveRoot root, std::stop_token stop) {
+void makeArchive(const std::string& source, const std::string& archivePath, ArchiveRoot root,
+                 const ZipArchiveLimits& limits, const std::stop_token& stop) {
   const WriteSignalShield shield;
   const SourceTree tree = readSourceTree(source, root);
   if (liesInSource(archivePath, tree)) throw ZipArchiveError("The archive lies in its own source.");
   ArchiveOutput output(archivePath);
-  Maker(tree, output, std::move(stop)).run();
+  Maker(tree, output, stop).run();
+  // The reader itself says whether this archive could be unpacked.
+  (void)readArchiveContents(output.temporaryPath(), limits, stop);
   output.publish();
 }
 

@@ -26,6 +26,8 @@ class ArchiveOutput {
   void overwrite(std::uint64_t offset, std::string_view bytes);
   /// Whether an item is this file, or the one that it will replace.
   [[nodiscard]] bool isItem(const struct stat& item) const noexcept;
+  /// Where the file is until it is published.
+  [[nodiscard]] const std::string& temporaryPath() const noexcept { return temporaryPath_; }
   /// Flushes the file and puts it in its place.
   void publish();
 

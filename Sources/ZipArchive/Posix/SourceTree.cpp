@@ -1,8 +1,10 @@
 #include "ZipArchive/Posix/SourceTree.h"
 
 #include <fcntl.h>
+#include <unistd.h>
 
 #include <algorithm>
+#include <array>
 #include <cerrno>
 #include <map>
 #include <string_view>
@@ -10,6 +12,7 @@
 
 #include "QuillonCore/Runtime/Posix/DirectoryEntries.h"
 #include "QuillonCore/Values/QuillonError.h"
+#include "ZipArchive/AppleDouble.h"
 #include "ZipArchive/AppleDoubleName.h"
 #include "ZipArchive/Posix/FolderOpening.h"
 #include "ZipArchive/ZipArchiveError.h"
@@ -33,6 +36,7 @@ class Listing {
     if (!S_ISREG(mode) && !S_ISDIR(mode) && !S_ISLNK(mode)) {
       throw ZipArchiveError(quotedArchiveName(path) + " is a special file, which an archive cannot hold.");
     }
+    if (S_ISREG(mode)) checkContent(folder, name, item);
     items_.push_back(std::move(item));
     if (S_ISDIR(mode)) addContents(openSubfolder(folder, name).get(), path, archiveName);
   }
@@ -59,6 +63,19 @@ class Listing {
     (void)checkedZipName(archiveName, kZipHostUnix, {});
     if (collisionKey(archiveName) == collisionKey(kAppleDoubleFolder)) {
       throw ZipArchiveError(quotedArchiveName(path) + " has the name of the folder in which archives keep attributes.");
+    }
+  }
+
+  /// Refuses a file that unpacking would not leave a file.
+  static void checkContent(int folder, const std::string& name, const SourceItem& item) {
+    if (!appleDoubleName(item.archiveName)) return;
+    const FileDescriptor file(openat(folder, name.c_str(), O_RDONLY | O_NOFOLLOW | O_NONBLOCK | O_CLOEXEC));
+    std::array<char, 4> magic{};
+    const ssize_t length = file ? read(file.get(), magic.data(), magic.size()) : -1;
+    if (length < 0) throw QuillonSystemError::posix(errno, "read", item.path);
+    if (isAppleDouble({magic.data(), static_cast<std::size_t>(length)})) {
+      throw ZipArchiveError(quotedArchiveName(item.path) +
+                            " is an AppleDouble file, which unpacking would take for attributes of another item.");
     }
   }
 

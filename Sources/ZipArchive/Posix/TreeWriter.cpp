@@ -31,11 +31,6 @@ constexpr std::uint64_t kLargestWhole = std::uint64_t{8} << 20;
 constexpr std::uint64_t kBatchSize = std::uint64_t{1} << 20;
 constexpr std::size_t kBatchCount = 128;
 
-std::uint64_t wholeLimit() noexcept {
-  const std::size_t workers = quillonParallelForWorkerCount(std::numeric_limits<std::size_t>::max());
-  return std::min<std::uint64_t>(kLargestWhole, kWholeMemory / (2 * workers));
-}
-
 mode_t permissionsOf(const ZipEntry& entry, mode_t otherwise) noexcept {
   return entry.permissions ? *entry.permissions : otherwise;
 }
@@ -66,11 +61,25 @@ void closeWritten(FileDescriptor file, const std::string& name) {
 
 }  // namespace
 
-TreeWriter::TreeWriter(ArchiveContents contents, int root, std::stop_token stop)
-    : contents_(contents), root_(root), stop_(std::move(stop)), wholeLimit_(wholeLimit()) {}
+TreeWriter::TreeWriter(const ArchiveContents& contents, int root, std::stop_token stop,
+                       ExtractedItemHandler didFinishItem, std::uint64_t wholeLimit)
+    : contents_(contents),
+      root_(root),
+      stop_(std::move(stop)),
+      didFinishItem_(std::move(didFinishItem)),
+      wholeLimit_(wholeLimit) {}
+
+std::uint64_t TreeWriter::usualWholeLimit() noexcept {
+  const std::size_t workers = quillonParallelForWorkerCount(std::numeric_limits<std::size_t>::max());
+  return std::min<std::uint64_t>(kLargestWhole, kWholeMemory / (2 * workers));
+}
 
 void TreeWriter::throwIfStopped() const {
   if (stop_.stop_requested()) throw QuillonCancellationError();
+}
+
+void TreeWriter::tellOf(std::size_t item) const {
+  if (didFinishItem_) didFinishItem_(contents_.tree.path(item));
 }
 
 void TreeWriter::makeFolders() {
@@ -89,13 +98,13 @@ void TreeWriter::makeFoldersIn(std::size_t item, int folder) {
   }
 }
 
-std::vector<TreeWriter::Batch> TreeWriter::batches() const {
+std::vector<TreeWriter::Batch> TreeWriter::batches(bool withLargeAttributes) const {
   std::vector<Batch> batches;
   const std::vector<ArchiveItem>& items = contents_.tree.items();
   for (std::size_t folder = 0; folder < items.size(); ++folder) {
     Batch batch{.folder = folder, .items = {}, .size = 0};
     for (const std::size_t child : items[folder].children) {
-      if (items[child].kind != ZipEntryKind::file) continue;
+      if (items[child].kind != ZipEntryKind::file || hasLargeAttributes(items[child]) != withLargeAttributes) continue;
       batch.items.push_back(child);
       batch.size += contents_.entries[*items[child].entry].size;
       if (batch.size >= kBatchSize || batch.items.size() == kBatchCount) {
@@ -110,7 +119,14 @@ std::vector<TreeWriter::Batch> TreeWriter::batches() const {
 }
 
 void TreeWriter::writeFiles() {
-  const std::vector<Batch> work = batches();
+  writeOnAllThreads(batches(false));
+  // AppleDouble files are read whole whatever their size, and a thread keeps memory that it has used: only one has that
+  // of the large ones.
+  EntryReader reader(contents_.archive);
+  for (const Batch& batch : batches(true)) writeBatch(batch, reader);
+}
+
+void TreeWriter::writeOnAllThreads(const std::vector<Batch>& work) const {
   std::vector<EntryReader> readers;
   const std::size_t workers = quillonParallelForWorkerCount(work.size());
   for (std::size_t i = 0; i < workers; ++i) readers.emplace_back(contents_.archive);
@@ -123,6 +139,7 @@ void TreeWriter::writeBatch(const Batch& batch, EntryReader& reader) const {
   for (const std::size_t item : batch.items) {
     throwIfStopped();
     writeFile(contents_.tree.items()[item], folder.get(), reader);
+    tellOf(item);
   }
 }
 
@@ -140,11 +157,17 @@ void TreeWriter::writeFile(const ArchiveItem& item, int folder, EntryReader& rea
 }
 
 void TreeWriter::writeContent(const ZipEntry& entry, int file, EntryReader& reader) const {
-  if (entry.size <= wholeLimit_ && entry.compressedSize <= wholeLimit_) {
-    return writeAll(file, reader.readWhole(entry), entry.path);
-  }
+  if (fitsIntoMemory(entry)) return writeAll(file, reader.readWhole(entry), entry.path);
   reader.stream(
       entry, [&](std::string_view bytes) { writeAll(file, bytes, entry.path); }, stop_);
+}
+
+bool TreeWriter::fitsIntoMemory(const ZipEntry& entry) const noexcept {
+  return entry.size <= wholeLimit_ && entry.compressedSize <= wholeLimit_;
+}
+
+bool TreeWriter::hasLargeAttributes(const ArchiveItem& item) const noexcept {
+  return item.appleDouble && !fitsIntoMemory(contents_.entries[*item.appleDouble]);
 }
 
 void TreeWriter::restoreAttributes(const ArchiveItem& item, int descriptor, EntryReader& reader) const {
@@ -152,8 +175,8 @@ void TreeWriter::restoreAttributes(const ArchiveItem& item, int descriptor, Entr
   setItemAttributes(descriptor, parseAppleDouble(reader.readWhole(contents_.entries[*item.appleDouble])));
 }
 
-void TreeWriter::makeLinks(const std::vector<LinkTarget>& targets) {
-  for (const LinkTarget& link : targets) {
+void TreeWriter::makeLinks() {
+  for (const LinkTarget& link : contents_.linkTargets) {
     throwIfStopped();
     const ArchiveItem& item = contents_.tree.items()[link.item];
     const ZipEntry& entry = contents_.entries[*item.entry];
@@ -164,6 +187,7 @@ void TreeWriter::makeLinks(const std::vector<LinkTarget>& targets) {
     if (utimensat(folder.get(), item.name.c_str(), timesOf(entry).data(), AT_SYMLINK_NOFOLLOW) != 0) {
       throw QuillonSystemError::posix(errno, "set the time of", entry.path);
     }
+    tellOf(link.item);
   }
 }
 
@@ -193,6 +217,7 @@ void TreeWriter::finishFolder(std::size_t item, int folder, EntryReader& reader)
     restricted_.push_back({item, status.st_ino, permissions});
   }
   if (entry != nullptr) restoreTime(*entry, folder);
+  tellOf(item);
 }
 
 void TreeWriter::restrictFolders(int destination) const {

@@ -1,8 +1,12 @@
 #include <fcntl.h>
 #include <gtest/gtest.h>
 #include <sys/stat.h>
+#include <sys/wait.h>
+#include <unistd.h>
 
 #include <cerrno>
+#include <csignal>
+#include <functional>
 #include <optional>
 
 #include "Support/ScopedMount.h"
@@ -33,7 +37,9 @@ class ExtractionStageTest : public ::testing::Test {
     }
     return {};
   }
-  void move() { stage_->moveIntoDestination(ArchiveFile(archive_.string())); }
+  void move(const std::function<void()>& finish = [] {}) {
+    stage_->moveIntoDestination(ArchiveFile(archive_.string()), finish);
+  }
 
   testing::TemporaryDirectory root_;
   fs::path archive_ = root_ / "archive";
@@ -54,6 +60,51 @@ TEST_F(ExtractionStageTest, AStageGoesAwayWithWhatIsInIt) {
 
   EXPECT_TRUE(fs::is_empty(destination_));
   EXPECT_TRUE(fs::exists(archive_));
+}
+
+TEST_F(ExtractionStageTest, AStageOfAKilledProcessIsRemovedByTheNext) {
+  stage_.reset();
+  const pid_t child = fork();
+  if (child == 0) {
+    stage_.emplace(folder_.get());
+    writeFile(stagePath() / "a/b", "x");
+    raise(SIGKILL);
+  }
+  ASSERT_EQ(waitpid(child, nullptr, 0), child);
+  const fs::path abandoned = stagePath();
+  ASSERT_TRUE(fs::exists(abandoned / "a/b"));
+
+  stage_.emplace(folder_.get());
+
+  EXPECT_FALSE(fs::exists(abandoned));
+  EXPECT_TRUE(fs::exists(stagePath()));
+}
+
+TEST_F(ExtractionStageTest, AStageInUseStays) {
+  const fs::path used = stagePath();
+  { const ExtractionStage other(folder_.get()); }
+
+  EXPECT_TRUE(fs::exists(used));
+}
+
+TEST_F(ExtractionStageTest, WhatOnlyHasTheNameOfAStageStays) {
+  const auto named = [this](const std::string& name) {
+    return destination_ / (std::string(ExtractionStage::kNamePrefix) + name);
+  };
+  writeFile(named("file"), "x");
+  fs::create_directory(root_ / "elsewhere");
+  fs::create_directory_symlink(root_ / "elsewhere", named("link"));
+  if (geteuid() == 0) {
+    fs::create_directory(named("other"));
+    ASSERT_EQ(chown(named("other").c_str(), 65534, 65534), 0);
+  }
+
+  stage_.emplace(folder_.get());
+
+  EXPECT_TRUE(fs::exists(named("file")));
+  EXPECT_TRUE(fs::is_symlink(named("link")));
+  EXPECT_TRUE(fs::exists(root_ / "elsewhere"));
+  EXPECT_EQ(fs::exists(named("other")), geteuid() == 0);
 }
 
 TEST_F(ExtractionStageTest, ItemsMoveAndFoldersMerge) {
@@ -86,6 +137,21 @@ TEST_F(ExtractionStageTest, AMoveThatCannotBeCompletedIsTakenBack) {
   EXPECT_FALSE(fs::exists(destination_ / "a/added"));
   EXPECT_FALSE(fs::exists(destination_ / "b"));
   EXPECT_EQ(testing::readFile(destination_ / "z/folder/file"), "old");
+}
+
+TEST_F(ExtractionStageTest, AMoveThatCannotBeFinishedIsTakenBackToo) {
+  writeFile(destination_ / "file", "old");
+  writeFile(stagePath() / "file", "staged");
+  writeFile(stagePath() / "added", "staged");
+
+  EXPECT_THROW(move([&] {
+                 EXPECT_EQ(testing::readFile(destination_ / "file"), "staged");
+                 throw ZipArchiveError("not finished");
+               }),
+               ZipArchiveError);
+
+  EXPECT_EQ(testing::readFile(destination_ / "file"), "old");
+  EXPECT_FALSE(fs::exists(destination_ / "added"));
 }
 
 TEST_F(ExtractionStageTest, AFileThatCannotBeReplacedIsAnError) {

@@ -5,6 +5,7 @@
 #include <algorithm>
 
 #include "QuillonCore/Values/QuillonError.h"
+#include "Support/OrdinaryUser.h"
 #include "Support/ScopedFileLengthLimit.h"
 #include "Support/ScopedMount.h"
 #include "Support/TemporaryDirectory.h"
@@ -28,6 +29,15 @@ using testing::ZipArchiveBuilder;
 using testing::zipExtraField;
 
 constexpr unsigned kFolderMode = 0040000;
+
+using TreeSnapshot = std::map<std::string, testing::ItemSnapshot>;
+
+/// Whether two trees differ in times at most.
+bool isAlike(const TreeSnapshot& one, const TreeSnapshot& other) {
+  return std::equal(one.begin(), one.end(), other.begin(), other.end(), [](const auto& a, const auto& b) {
+    return a.first == b.first && a.second.content == b.second.content && a.second.mode == b.second.mode;
+  });
+}
 
 /// An archive beside the folder that it is unpacked to, and something in and around it that must not change.
 class ArchiveExtractorTest : public ::testing::Test {
@@ -56,10 +66,7 @@ class ArchiveExtractorTest : public ::testing::Test {
     } catch (const QuillonError& error) {
       message = error.description();
     }
-    const auto after = treeSnapshot(folder_.path());
-    EXPECT_TRUE(std::equal(before.begin(), before.end(), after.begin(), after.end(), [](const auto& a, const auto& b) {
-      return a.first == b.first && a.second.content == b.second.content && a.second.mode == b.second.mode;
-    }));
+    EXPECT_TRUE(isAlike(treeSnapshot(folder_.path()), before));
     return message;
   }
   [[nodiscard]] std::string refusal(const ZipArchiveBuilder& archive) const { return refusal(archive.build()); }
@@ -241,6 +248,74 @@ TEST_F(ArchiveExtractorTest, AFolderIsNotPutThroughALinkThatIsThere) {
   EXPECT_THAT(refusal(ZipArchiveBuilder().addFile("link/file")), HasSubstr("is a folder and would replace a file"));
 }
 
+/// Unpacks twice as a user whom permissions hold off.
+class ReadOnlyFolderTest : public ArchiveExtractorTest {
+ protected:
+  ReadOnlyFolderTest() {
+    destination_ = folder_ / "own";
+    fs::permissions(folder_.path(), fs::perms(0777));
+  }
+  ~ReadOnlyFolderTest() override {
+    for (const char* folder : {"locked", "locked/inner"}) {
+      std::error_code ignored;
+      fs::permissions(destination_ / folder, fs::perms(0700), ignored);
+    }
+  }
+
+  static ZipArchiveBuilder lockedFolders(const std::string& content) {
+    return ZipArchiveBuilder()
+        .addFolder("locked/", 0555)
+        .addFile("locked/file", content)
+        .addFolder("locked/inner/", 0500)
+        .addFile("locked/inner/file", content);
+  }
+  [[nodiscard]] bool isUnpacked(const ZipArchiveBuilder& archive) const {
+    writeArchive(archive.build());
+    return testing::holdsForOrdinaryUser([this] {
+      extract();
+      return true;
+    });
+  }
+};
+
+TEST_F(ReadOnlyFolderTest, IsFilledUpByTheNextExtractionAndStaysReadOnly) {
+  ASSERT_TRUE(isUnpacked(lockedFolders("first")));
+
+  EXPECT_TRUE(isUnpacked(lockedFolders("second").addFile("locked/inner/added")));
+
+  EXPECT_EQ(item("locked/file").content, "second");
+  EXPECT_EQ(item("locked/inner/file").content, "second");
+  EXPECT_EQ(item("locked/inner/added").content, "content");
+  EXPECT_EQ(item("locked").mode, kFolderMode | 0555U);
+  EXPECT_EQ(item("locked/inner").mode, kFolderMode | 0500U);
+}
+
+TEST_F(ReadOnlyFolderTest, IsAsItWasAfterAnExtractionThatIsTakenBack) {
+  ASSERT_TRUE(isUnpacked(lockedFolders("first").addFile("locked/conflict/file")));
+  const auto before = treeSnapshot(destination_);
+
+  // Whatever order the file system lists names in, one of both conflicts comes behind other items.
+  EXPECT_FALSE(isUnpacked(lockedFolders("second").addFile("locked/conflict")));
+  EXPECT_FALSE(isUnpacked(ZipArchiveBuilder().addFile("locked/conflict").addFile("locked/inner/file")));
+
+  EXPECT_TRUE(isAlike(treeSnapshot(destination_), before));
+}
+
+TEST_F(ReadOnlyFolderTest, ThatCannotEvenBeListedIsFilledUpToo) {
+  const auto archive = [](const std::string& content) {
+    return ZipArchiveBuilder().addFolder("closed/", 0).addFile("closed/file", content);
+  };
+  ASSERT_TRUE(isUnpacked(archive("first")));
+
+  EXPECT_TRUE(isUnpacked(archive("second").addFolder("closed/added/", 0555)));
+
+  EXPECT_EQ(fs::status(destination_ / "closed").permissions(), fs::perms::none);
+  fs::permissions(destination_ / "closed", fs::perms(0700));
+  EXPECT_EQ(item("closed/file").content, "second");
+  EXPECT_EQ(item("closed/added").mode, kFolderMode | 0555U);
+  fs::permissions(destination_ / "closed/added", fs::perms(0700));
+}
+
 TEST_F(ArchiveExtractorTest, TheArchiveItselfIsNotReplacedAndWhatWasMovedGoesBack) {
   archive_ = destination_ / "Update.zip";
 
@@ -354,6 +429,12 @@ TEST_P(HostileArchiveTest, IsRefusedWholeAndLeavesNothing) {
   EXPECT_THAT(refusal(GetParam().archive), HasSubstr(GetParam().message));
 }
 
+std::string repeated(const std::string& text, int times) {
+  std::string result;
+  for (int i = 0; i < times; ++i) result += text;
+  return result;
+}
+
 std::string named(const std::string& name) {
   return ZipArchiveBuilder().addFile("first").addFile(name).build();
 }
@@ -383,12 +464,7 @@ std::vector<HostileCase> hostileNames() {
        named("a/" + std::string(200, 'b') + "/" + std::string(200, 'b') + "/" + std::string(200, 'b') + "/" +
              std::string(200, 'b') + "/" + std::string(250, 'b')),
        "too long"},
-      {"DeepName", named([] {
-         std::string name;
-         for (int i = 0; i < 200; ++i) name += "a/";
-         return name + "b";
-       }()),
-       "too many folders"},
+      {"DeepName", named(repeated("a/", 200) + "b"), "too many folders"},
       {"BadUTF8", withEntry({.name = "a\xFF", .content = "x", .flags = 1U << 11}), "no UTF-8"},
       {"DuplicateFiles", ZipArchiveBuilder().addFile("a").addFile("a").build(), "is there twice"},
       {"DuplicateFolders", ZipArchiveBuilder().addFolder("a/").addFolder("a/").build(), "is there twice"},
@@ -412,7 +488,9 @@ std::vector<HostileCase> hostileItems() {
       {"LinksThatLeadOutTogether", ZipArchiveBuilder().addLink("a/b/up", "../..").addLink("c", "a/b/up/../x").build(),
        "leads out of the destination"},
       {"EmptyLink", ZipArchiveBuilder().addLink("a", "").build(), "impossible length"},
-      {"LongLink", ZipArchiveBuilder().addLink("a", std::string(5000, 'a')).build(), "impossible length"},
+      {"LongLink", ZipArchiveBuilder().addLink("a", std::string(1024, 'a')).build(), "impossible length"},
+      {"LinkThroughManyFolders", ZipArchiveBuilder().addLink("a", repeated("b/../", 51)).build(),
+       "leads through too many folders"},
       {"LinkWithNUL", ZipArchiveBuilder().addLink("a", std::string("b\0c", 3)).build(), "NUL character"},
       {"Fifo", withEntry({.name = "a", .content = "", .mode = 0010644}), "is a special file"},
       {"Device", withEntry({.name = "a", .content = "", .mode = 0020644}), "is a special file"},
@@ -541,6 +619,23 @@ TEST_F(ArchiveExtractorTest, BombsAreRefusedBeforeAnythingIsWritten) {
   EXPECT_THAT(refusal(archive, {.directoryLength = 10}), HasSubstr("directory is too long"));
 }
 
+TEST_F(ArchiveExtractorTest, LinksMayNotHaveMoreThanSoManyBytesOfTargetsTogether) {
+  const std::string archive = ZipArchiveBuilder().addLink("a", "123").addLink("b", "4567").build();
+
+  EXPECT_THAT(refusal(archive, {.linkTargetsLength = 6}), HasSubstr("more than 6 bytes of targets of links"));
+
+  EXPECT_NO_THROW(extract({.linkTargetsLength = 7}));
+}
+
+TEST_F(ArchiveExtractorTest, ALinkMayLeadAsFarAsTheLimitsSay) {
+  const std::string longest = repeated("a/", 99) + "a";
+
+  extract(ZipArchiveBuilder().addLink("far", longest).addLink("long", std::string(1023, 'a')));
+
+  EXPECT_EQ(item("far").content, longest);
+  EXPECT_EQ(item("long").content, std::string(1023, 'a'));
+}
+
 TEST_F(ArchiveExtractorTest, AVolumeThatIsFullIsAnErrorAndLeavesNothing) {
   const std::string archive = ZipArchiveBuilder().addFile("small").addFile("large", std::string(100'000, 'x')).build();
   testing::writeFile(archive_, archive);
@@ -577,6 +672,37 @@ TEST_F(ArchiveExtractorTest, ARequestToStopLeavesNothing) {
   EXPECT_THROW(extract({}, source.get_token()), QuillonCancellationError);
 
   EXPECT_EQ(treeSnapshot(destination_).size(), 2U);
+}
+
+TEST_F(ArchiveExtractorTest, ARequestToStopAfterAnyItemLeavesNothing) {
+  writeArchive(ZipArchiveBuilder()
+                   .addFile("present/file", "replaced")
+                   .addFile("present/added")
+                   .addLink("present/link", "file")
+                   .addFolder("folder/inner/", 0555)
+                   .build());
+  const auto before = treeSnapshot(folder_.path());
+  std::vector<std::string> stops;
+  for (std::size_t number = 1;; ++number) {
+    std::stop_source source;
+    std::size_t count = 0;  // all files are in one folder, and so in one thread's hands
+    bool isStopped = false;
+    try {
+      extractArchive(archive_.string(), destination_.string(), {}, source.get_token(), [&](const std::string& path) {
+        if (++count != number) return;
+        stops.push_back(path);
+        source.request_stop();
+      });
+    } catch (const QuillonCancellationError&) {
+      isStopped = true;
+    }
+    if (count < number) break;
+    EXPECT_TRUE(isStopped) << stops.back();
+    EXPECT_TRUE(isAlike(treeSnapshot(folder_.path()), before)) << stops.back();
+  }
+
+  EXPECT_THAT(stops, ElementsAre("present/file", "present/added", "present/link", "present", "folder/inner", "folder"));
+  EXPECT_EQ(item("present/file").content, "replaced");
 }
 
 TEST_F(ArchiveExtractorTest, ARequestToStopComesBeforeWhatEntriesHold) {

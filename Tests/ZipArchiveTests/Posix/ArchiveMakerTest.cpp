@@ -13,6 +13,7 @@
 #include "Support/ScopedFileLengthLimit.h"
 #include "Support/TemporaryDirectory.h"
 #include "Support/TreeSnapshot.h"
+#include "ZipArchive/AppleDouble.h"
 #include "ZipArchive/Posix/ArchiveExtractor.h"
 #include "ZipArchive/Posix/ArchiveFile.h"
 #include "ZipArchive/Posix/ArchiveMaker.h"
@@ -24,14 +25,29 @@ namespace {
 
 namespace fs = std::filesystem;
 using ::testing::ElementsAre;
+using ::testing::HasSubstr;
 using testing::readFile;
 using testing::treeSnapshot;
 using testing::writeFile;
 
 class ArchiveMakerTest : public ::testing::Test {
  protected:
-  void make(ArchiveRoot root = ArchiveRoot::contents) const {
-    makeArchive(source_.string(), archive_.string(), root, {});
+  void make(ArchiveRoot root = ArchiveRoot::contents, const ZipArchiveLimits& limits = {}) const {
+    makeArchive(source_.string(), archive_.string(), root, limits, {});
+  }
+  /// The message of the refusal. Fails the test when there is none, or when it changes anything.
+  [[nodiscard]] std::string refusal(const ZipArchiveLimits& limits = {}) const {
+    writeFile(archive_, "old");
+    const auto before = treeSnapshot(folder_.path());
+    std::string message;
+    try {
+      make(ArchiveRoot::contents, limits);
+      ADD_FAILURE() << "not refused";
+    } catch (const ZipArchiveError& error) {
+      message = error.description();
+    }
+    EXPECT_EQ(treeSnapshot(folder_.path()), before);
+    return message;
   }
   void extract() const { extractArchive(archive_.string(), destination_.string(), {}, {}); }
   [[nodiscard]] std::vector<std::string> names() const {
@@ -84,7 +100,7 @@ TEST_F(ArchiveMakerTest, EveryTreeComesBackAsItWas) {
     const testing::TemporaryDirectory folder;
     makeRandomTree(folder / "source", seed);
 
-    makeArchive((folder / "source").string(), (folder / "archive").string(), ArchiveRoot::contents, {});
+    makeArchive((folder / "source").string(), (folder / "archive").string(), ArchiveRoot::contents, {}, {});
     extractArchive((folder / "archive").string(), (folder / "unpacked").string(), {}, {});
 
     EXPECT_EQ(treeSnapshot(folder / "unpacked"), treeSnapshot(folder / "source"));
@@ -219,8 +235,9 @@ TEST_F(ArchiveMakerTest, NamesThatDifferInCaseOrCompositionOnlyAreRefused) {
     writeFile(folder / "source/Contents" / first, "");
     writeFile(folder / "source/Contents" / second, "");
 
-    EXPECT_THROW(makeArchive((folder / "source").string(), (folder / "archive").string(), ArchiveRoot::contents, {}),
-                 ZipArchiveError);
+    EXPECT_THROW(
+        makeArchive((folder / "source").string(), (folder / "archive").string(), ArchiveRoot::contents, {}, {}),
+        ZipArchiveError);
   }
 }
 
@@ -245,7 +262,79 @@ TEST_F(ArchiveMakerTest, NamesThatAreTooLongForUnpackingAreRefused) {
   for (int i = 0; i < 101; ++i) deep /= "a";
   fs::create_directories(deep);
 
-  EXPECT_THROW(makeArchive((folder_ / "deep").string(), archive_.string(), ArchiveRoot::contents, {}), ZipArchiveError);
+  EXPECT_THROW(makeArchive((folder_ / "deep").string(), archive_.string(), ArchiveRoot::contents, {}, {}),
+               ZipArchiveError);
+}
+
+TEST_F(ArchiveMakerTest, LinksThatLeadOutAreRefused) {
+  writeFile(source_ / "Contents/file", "content");
+  fs::create_symlink("../..", source_ / "Contents/up");
+  EXPECT_THAT(refusal(), HasSubstr("\"Contents/up\" is a symbolic link that leads out"));
+  fs::remove(source_ / "Contents/up");
+
+  for (const char* target : {"/etc/passwd", "..", "Contents/Current/../file"}) {
+    fs::create_symlink(".", source_ / "Contents/Current");
+    fs::create_symlink(target, source_ / "link");
+    EXPECT_THAT(refusal(), HasSubstr("\"link\" is a symbolic link that leads out of the destination")) << target;
+    fs::remove(source_ / "link");
+    fs::remove(source_ / "Contents/Current");
+  }
+}
+
+TEST_F(ArchiveMakerTest, ALinkThatStaysInTheFolderWhichTheArchiveHoldsIsKept) {
+  fs::create_directory(source_);
+  fs::create_symlink("../Example.app", source_ / "link");
+
+  make(ArchiveRoot::sourceItself);
+  extract();
+
+  EXPECT_EQ(fs::read_symlink(destination_ / "Example.app/link"), "../Example.app");
+}
+
+TEST_F(ArchiveMakerTest, ALinkThatIsTooLongForUnpackingIsRefused) {
+  fs::create_directory(source_);
+  fs::create_symlink(std::string(1024, 'a'), source_ / "link");
+
+  EXPECT_THAT(refusal(), HasSubstr("target of impossible length"));
+}
+
+TEST_F(ArchiveMakerTest, WhatUnpackingTakesForABombIsRefused) {
+  writeFile(source_ / "zeros", std::string(1'000'000, '\0'));
+  writeFile(source_ / "file", "content");
+
+  EXPECT_THAT(refusal({.unratedSize = 500'000}), HasSubstr("more than 200 times its length"));
+  EXPECT_THAT(refusal({.totalSize = 999'999}), HasSubstr("more than 999999 bytes"));
+  EXPECT_THAT(refusal({.entries = 1}), HasSubstr("more than 1 entries"));
+}
+
+TEST_F(ArchiveMakerTest, AttributesThatAreTooLongForUnpackingAreRefused) {
+  writeFile(source_ / "file", "content");
+  setxattr((source_ / "file").c_str(), "user.a", "b", 1, 0);
+
+  EXPECT_THAT(refusal({.appleDoubleSize = 10}), HasSubstr("too large for an AppleDouble file"));
+}
+
+TEST_F(ArchiveMakerTest, AFileThatUnpackingWouldTakeForAttributesIsRefused) {
+  const std::string attributes = makeAppleDouble({{"org.example", "value"}});
+  for (const char* name : {"._file", "._missing"}) {
+    writeFile(source_ / "file", "content");
+    writeFile(source_ / name, attributes);
+
+    EXPECT_THAT(refusal(), HasSubstr(std::string(name) + "\" is an AppleDouble file"));
+
+    fs::remove(source_ / name);
+  }
+}
+
+TEST_F(ArchiveMakerTest, AFileThatOnlyHasTheNameOfAnAppleDoubleFileIsKept) {
+  writeFile(source_ / "notes", "content");
+  writeFile(source_ / "._notes", "text");
+  setxattr((source_ / "notes").c_str(), "user.a", "b", 1, 0);
+
+  make();
+  extract();
+
+  EXPECT_EQ(treeSnapshot(destination_), treeSnapshot(source_));
 }
 
 TEST_F(ArchiveMakerTest, AnUnreadableItemIsAnErrorAndLeavesNothing) {
@@ -287,7 +376,7 @@ TEST_F(ArchiveMakerTest, ARequestToStopLeavesNothing) {
   std::stop_source source;
   source.request_stop();
 
-  EXPECT_THROW(makeArchive(source_.string(), archive_.string(), ArchiveRoot::contents, source.get_token()),
+  EXPECT_THROW(makeArchive(source_.string(), archive_.string(), ArchiveRoot::contents, {}, source.get_token()),
                QuillonCancellationError);
 
   EXPECT_FALSE(fs::exists(archive_));

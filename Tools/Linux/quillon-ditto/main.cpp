@@ -24,14 +24,14 @@ void printError(std::string_view text) {
   std::fputs(line.c_str(), stderr);
 }
 
-int run(const DittoArguments& arguments, std::stop_token stop) {
+int run(const DittoArguments& arguments, const std::stop_token& stop) {
   switch (arguments.operation) {
     case DittoArguments::Operation::extract:
       extractArchive(arguments.source, arguments.destination, ZipArchiveLimits{}, stop);
       break;
     case DittoArguments::Operation::create:
       makeArchive(arguments.source, arguments.destination,
-                  arguments.keepsParent ? ArchiveRoot::sourceItself : ArchiveRoot::contents, std::move(stop));
+                  arguments.keepsParent ? ArchiveRoot::sourceItself : ArchiveRoot::contents, ZipArchiveLimits{}, stop);
       break;
     case DittoArguments::Operation::help:
       std::fputs(dittoUsage().c_str(), stdout);
