@@ -6,8 +6,6 @@
 #include <string>
 #include <utility>
 
-#include "QuillonUpdatesAppKitUI/Presentation/Linux/VeskUpdateGTKText.h"
-
 namespace quillon {
 namespace {
 
@@ -30,6 +28,12 @@ WebKitSettings* makeSettings(bool allowsScripts) {
       "enable-webgl", FALSE, "enable-webrtc", FALSE, "enable-page-cache", FALSE,
       "enable-back-forward-navigation-gestures", FALSE, "hardware-acceleration-policy",
       WEBKIT_HARDWARE_ACCELERATION_POLICY_NEVER, nullptr);
+}
+
+/// Beside scripts, only links connect to servers of which nobody sees anything: they tell these that the user has
+/// clicked them.
+const char* contentSecurityPolicy(bool allowsScripts) {
+  return allowsScripts ? nullptr : "connect-src 'none'";
 }
 
 std::optional<VeskUpdatePromptNavigation> navigationOf(WebKitPolicyDecision* decision) {
@@ -159,8 +163,10 @@ VeskUpdateGTKReleaseNotesView::VeskUpdateGTKReleaseNotesView(bool allowsScripts,
 
   WebKitSettings* const settings = makeSettings(allowsScripts);
   WebKitNetworkSession* const session = webkit_network_session_new_ephemeral();
+  // It grows with the user's text size by itself.
   webView_ = WEBKIT_WEB_VIEW(g_object_new(WEBKIT_TYPE_WEB_VIEW, "settings", settings, "network-session", session,
-                                          "zoom-level", textScale(), nullptr));
+                                          "default-content-security-policy", contentSecurityPolicy(allowsScripts),
+                                          nullptr));
   g_object_ref_sink(webView_);
   denyEverything(webView_, session);
   g_signal_connect(webView_, "context-menu", G_CALLBACK(showNoMenu), nullptr);
