@@ -6,7 +6,6 @@
 #include <gtkmm/button.h>
 #include <gtkmm/eventcontrollerkey.h>
 #include <gtkmm/frame.h>
-#include <gtkmm/headerbar.h>
 #include <gtkmm/image.h>
 #include <gtkmm/label.h>
 #include <gtkmm/window.h>
@@ -99,20 +98,15 @@ class PromptWidgets {
       : page(pageScripts == PageScripts::allowed, std::move(shouldNavigate)) {
     setAccessibilityIdentifier(window, Identifiers::window);
     window.set_title(content.windowTitle);
-    auto* const titleBar = Gtk::make_managed<Gtk::HeaderBar>();
-    auto* const titleLabel = Gtk::make_managed<Gtk::Label>();
-    showInOneLine(*titleLabel, content.windowTitle);
-    titleLabel->add_css_class("title");
-    titleLabel->set_xalign(0.5F);
-    titleBar->set_title_widget(*titleLabel);
-    titleBar->set_decoration_layout(":close");
-    window.set_titlebar(*titleBar);
+    auto& titleBar = makeTitleBar(content.windowTitle);
+    titleBar.set_decoration_layout(":close");
+    window.set_titlebar(titleBar);
     window.set_child(column_);
     column_.set_margin(kMargin);
     column_.append(makeHeading(content, imagesFolder));
     column_.append(makePage(content));
     column_.append(makeButtons(content));
-    setContentSize(window, *titleBar, sizeOnScreen(content.size));
+    setContentSize(window, titleBar, sizeOnScreen(content.size));
     chooseFocus(content);
   }
 

@@ -20,6 +20,13 @@ constexpr Glib::ustring::size_type kLongestText = 3000;
 /// Of a text that breaks into lines, at least. In columns any narrower long texts become towers to be measured.
 constexpr int kFewestCharactersOfLine = 24;
 
+/// How much larger than usual the user reads text, 2 for 200 %.
+double textScale() {
+  int resolution = -1;
+  g_object_get(gtk_settings_get_default(), "gtk-xft-dpi", &resolution, nullptr);
+  return resolution > 0 ? std::clamp(resolution / kUsualTextResolution, 0.5, 4.0) : 1.0;
+}
+
 Glib::ustring shortened(const Glib::ustring& text) {
   return text.size() <= kLongestText ? text : text.substr(0, kLongestText) + "…";
 }
@@ -45,12 +52,6 @@ void setAttributes(Gtk::Label& label, std::initializer_list<PangoAttribute*> att
 }
 
 }  // namespace
-
-double textScale() {
-  int resolution = -1;
-  g_object_get(gtk_settings_get_default(), "gtk-xft-dpi", &resolution, nullptr);
-  return resolution > 0 ? std::clamp(resolution / kUsualTextResolution, 0.5, 4.0) : 1.0;
-}
 
 int scaledToText(double points) {
   return static_cast<int>(std::lround(points * textScale()));
@@ -80,6 +81,16 @@ void showButtonTitle(Gtk::Button& button, const std::string& title, int longest)
   label->set_max_width_chars(longest);
   button.set_child(*label);
   setAccessibilityLabel(button, title);
+}
+
+Gtk::HeaderBar& makeTitleBar(const std::string& title) {
+  auto* const label = Gtk::make_managed<Gtk::Label>();
+  showInOneLine(*label, title);
+  label->set_xalign(0.5F);
+  label->add_css_class("title");
+  auto* const bar = Gtk::make_managed<Gtk::HeaderBar>();
+  bar->set_title_widget(*label);
+  return *bar;
 }
 
 void useHeadlineFont(Gtk::Label& label) {

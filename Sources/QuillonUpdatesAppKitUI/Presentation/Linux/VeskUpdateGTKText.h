@@ -1,6 +1,7 @@
 #pragma once
 
 #include <gtkmm/button.h>
+#include <gtkmm/headerbar.h>
 #include <gtkmm/label.h>
 #include <gtkmm/widget.h>
 
@@ -9,11 +10,7 @@
 
 namespace quillon {
 
-/// How much larger than usual the user reads text, 2 for 200 %: what measures in points are multiplied with where they
-/// hold text.
-[[nodiscard]] double textScale();
-
-/// Measures in points, brought to the user's size of text, in pixels.
+/// Measures in points, in pixels: where they hold text, they grow as the user's text does.
 [[nodiscard]] int scaledToText(double points);
 
 // Of texts without end only the beginning is shown.
@@ -27,6 +24,9 @@ void showInLines(Gtk::Label& label, const std::string& text, int lineCount);
 
 /// Names `button` with `title`, which it is wide enough for up to `longest` characters.
 void showButtonTitle(Gtk::Button& button, const std::string& title, int longest);
+
+/// A title bar that shows `title` in one line. It asks for no room of its own for long titles, as GTK's own would.
+[[nodiscard]] Gtk::HeaderBar& makeTitleBar(const std::string& title);
 
 /// Large and bold.
 void useHeadlineFont(Gtk::Label& label);

@@ -75,6 +75,15 @@ class VeskUpdateGTKProgressWindowsTest : public ::testing::Test {
   }
   /// GTK marks the bar's block.
   [[nodiscard]] static bool isIndeterminate() { return testing::descendantOfClass(bar(), "pulse") != nullptr; }
+  [[nodiscard]] bool isAnimated() const {
+    return g_main_context_find_source_by_user_data(nullptr, window_.get()) != nullptr;
+  }
+  /// The block goes somewhere else by itself.
+  [[nodiscard]] bool moves() {
+    const auto place = [] { return testing::bounds(*testing::descendantOfClass(bar(), "pulse"), onScreen()).origin.x; };
+    desktop_.serveWhatWaits();
+    return isIndeterminate() && isAnimated() && desktop_.serveUntil([&, before = place()] { return place() != before; });
+  }
 
   VirtualDesktop& desktop_ = VirtualDesktop::shared();
   testing::TemporaryDirectory folder_;
@@ -224,13 +233,41 @@ TEST_F(VeskUpdateGTKProgressWindowsTest, AWindowMayBeClosedTwiceAndUpdatedAfterw
   EXPECT_TRUE(testing::windowsOnScreen().empty());
 }
 
-TEST_F(VeskUpdateGTKProgressWindowsTest, AClosedWindowAnimatesNothing) {
-  const auto isAnimated = [this] { return g_main_context_find_source_by_user_data(nullptr, window_.get()) != nullptr; };
+TEST_F(VeskUpdateGTKProgressWindowsTest, ABarWithoutAFractionMovesWhateverWasShownBefore) {
   show();
+  EXPECT_TRUE(moves());
+
+  update({.title = "Downloading update…", .progressFraction = 0.5});
+  EXPECT_FALSE(isAnimated());
+
+  update({.title = "Extracting…"});
+  EXPECT_TRUE(moves());
+}
+
+TEST_F(VeskUpdateGTKProgressWindowsTest, WhereTheUserWantsNoAnimationsABarStandsStill) {
+  g_object_set(gtk_settings_get_default(), "gtk-enable-animations", FALSE, nullptr);
+  show();
+  update({.title = "Extracting…"});
+  g_object_set(gtk_settings_get_default(), "gtk-enable-animations", TRUE, nullptr);
+
+  EXPECT_TRUE(isIndeterminate());
+  EXPECT_FALSE(isAnimated());
+}
+
+TEST_F(VeskUpdateGTKProgressWindowsTest, AClosedWindowAnimatesNothing) {
+  show();
+  Gtk::Window& closed = onScreen();
   ASSERT_TRUE(isAnimated());
 
   makePresenter().hideProgressWindow(window_);
+  EXPECT_FALSE(isAnimated());
 
+  update({.title = "late"});
+  EXPECT_FALSE(isAnimated());
+  auto& content = dynamic_cast<Gtk::Box&>(*closed.get_child());
+  content.remove(*content.get_first_child());
+  update({.title = "again"});
+  EXPECT_TRUE(window_->hasProgressContent());
   EXPECT_FALSE(isAnimated());
 }
 
@@ -262,6 +299,21 @@ TEST_F(VeskUpdateGTKProgressWindowsTest, HostileTextsAreShownAsTextAndChangeNoMe
   EXPECT_EQ(status().get_text(), "a b");
   makePresenter().showReadyToInstallAndRelaunch(window_, tenThousand, tenThousand, nullptr);
   ASSERT_TRUE(desktop_.serveUntil([] { return button().get_width() > 0; }));
+  EXPECT_EQ(onScreen().get_child()->get_width(), 420);
+}
+
+TEST_F(VeskUpdateGTKProgressWindowsTest, ALongNameOfTheApplicationWidensNoWindow) {
+  const std::string tenThousand(10'000, 'W');
+  show("", tenThousand);
+  EXPECT_EQ(onScreen().get_title().raw(), tenThousand);
+  EXPECT_EQ(onScreen().get_child()->get_width(), 420);
+
+  testing::writeFile(folder_ / "Host.app/Contents/Info.plist",
+                     "<plist version=\"1.0\"><dict><key>CFBundleDisplayName</key><string>" + tenThousand +
+                         "</string></dict></plist>");
+  window_.reset();
+  show("", std::nullopt);
+  EXPECT_EQ(onScreen().get_title().raw(), tenThousand + " Update");
   EXPECT_EQ(onScreen().get_child()->get_width(), 420);
 }
 
