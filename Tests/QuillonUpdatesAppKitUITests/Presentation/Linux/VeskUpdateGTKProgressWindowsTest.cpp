@@ -82,7 +82,8 @@ class VeskUpdateGTKProgressWindowsTest : public ::testing::Test {
   [[nodiscard]] bool moves() {
     const auto place = [] { return testing::bounds(*testing::descendantOfClass(bar(), "pulse"), onScreen()).origin.x; };
     desktop_.serveWhatWaits();
-    return isIndeterminate() && isAnimated() && desktop_.serveUntil([&, before = place()] { return place() != before; });
+    return isIndeterminate() && isAnimated() &&
+           desktop_.serveUntil([&, before = place()] { return place() != before; });
   }
 
   VirtualDesktop& desktop_ = VirtualDesktop::shared();
@@ -308,9 +309,9 @@ TEST_F(VeskUpdateGTKProgressWindowsTest, ALongNameOfTheApplicationWidensNoWindow
   EXPECT_EQ(onScreen().get_title().raw(), tenThousand);
   EXPECT_EQ(onScreen().get_child()->get_width(), 420);
 
-  testing::writeFile(folder_ / "Host.app/Contents/Info.plist",
-                     "<plist version=\"1.0\"><dict><key>CFBundleDisplayName</key><string>" + tenThousand +
-                         "</string></dict></plist>");
+  testing::writeFile(
+      folder_ / "Host.app/Contents/Info.plist",
+      "<plist version=\"1.0\"><dict><key>CFBundleDisplayName</key><string>" + tenThousand + "</string></dict></plist>");
   window_.reset();
   show("", std::nullopt);
   EXPECT_EQ(onScreen().get_title().raw(), tenThousand + " Update");
