@@ -36,6 +36,12 @@ Gtk::Label* makeLabel(std::string_view identifier) {
   return label;
 }
 
+/// An empty row would still take its share of the spacing.
+void setVisibleWithRow(Gtk::Button& button, bool isVisible) {
+  button.set_visible(isVisible);
+  button.get_parent()->set_visible(isVisible);
+}
+
 class ProgressWindow final : public VeskUpdateProgressWindow {
  public:
   explicit ProgressWindow(const std::string& windowTitle) {
@@ -76,10 +82,10 @@ class ProgressWindow final : public VeskUpdateProgressWindow {
     auto* const button = Gtk::make_managed<VeskUpdateProgressActionButton>();
     setAccessibilityIdentifier(*button, Identifiers::actionButton);
     button->add_css_class("suggested-action");
-    button->set_visible(false);
 
     auto* const buttonRow = Gtk::make_managed<Gtk::Box>(Gtk::Orientation::HORIZONTAL);
     buttonRow->append(*button);
+    setVisibleWithRow(*button, false);
     auto* const column = Gtk::make_managed<Gtk::Box>(Gtk::Orientation::VERTICAL, kSpacing);
     column->set_margin_start(kMargin);
     column->set_margin_end(kMargin);
@@ -126,7 +132,7 @@ class ProgressWindow final : public VeskUpdateProgressWindow {
     auto* const button = find<VeskUpdateProgressActionButton>(Identifiers::actionButton);
     if (button == nullptr) return;
     button->set_sensitive(false);
-    button->set_visible(false);
+    setVisibleWithRow(*button, false);
   }
 
   void showActionButton(const std::string& title, std::function<void()> action) override {
@@ -134,7 +140,7 @@ class ProgressWindow final : public VeskUpdateProgressWindow {
     if (button == nullptr) return;
     showButtonTitle(*button, title, kLongestButtonTitle);
     button->actionHandler = std::move(action);
-    button->set_visible(true);
+    setVisibleWithRow(*button, true);
     button->set_sensitive(true);
     window_.set_default_widget(*button);
     button->grab_focus();

@@ -97,6 +97,8 @@ class PromptWidgets {
                 VeskUpdateGTKReleaseNotesView::ShouldNavigate shouldNavigate)
       : page(pageScripts == PageScripts::allowed, std::move(shouldNavigate)) {
     setAccessibilityIdentifier(window, Identifiers::window);
+    window.property_accessible_role() = Gtk::Accessible::Role::DIALOG;
+    setAccessibilityDescription(window, content.description);
     window.set_title(content.windowTitle);
     auto& titleBar = makeTitleBar(content.windowTitle);
     titleBar.set_decoration_layout(":close");
@@ -123,6 +125,7 @@ class PromptWidgets {
     auto* const row = Gtk::make_managed<Gtk::Box>(Gtk::Orientation::HORIZONTAL, kSectionSpacing);
     auto* const logo = Gtk::make_managed<Gtk::Image>();
     setAccessibilityIdentifier(*logo, Identifiers::logoImage);
+    hideFromScreenReaders(*logo);
     logo->set_pixel_size(scaledToText(kLogoSize));
     logo->set_valign(Gtk::Align::START);
     logo->set_visible(setLogo(*logo, imagesFolder, content.logoImageName));
@@ -150,7 +153,7 @@ class PromptWidgets {
     showInOneLine(*label, content.releaseNotesTitle);
     useLabelFont(*label);
     setAccessibilityIdentifier(page, Identifiers::releaseNotesView);
-    setAccessibilityLabel(page, content.releaseNotesTitle);
+    page.nameForScreenReaders(content.releaseNotesTitle);
     page.set_size_request(-1, kSmallestPageHeight);
     auto* const frame = Gtk::make_managed<Gtk::Frame>();
     frame->set_child(page);

@@ -6,6 +6,7 @@
 #include <algorithm>
 #include <cmath>
 #include <initializer_list>
+#include <sstream>
 
 #include "QuillonCore/Text/QuillonPlainText.h"
 
@@ -73,6 +74,17 @@ void showInLines(Gtk::Label& label, const std::string& text, int lineCount) {
   label.set_ellipsize(Pango::EllipsizeMode::END);
 }
 
+void showToRead(Gtk::TextView& view, const std::string& text) {
+  Glib::ustring lines;
+  std::istringstream rest(multiLineText(text));
+  for (std::string line; std::getline(rest, line);) lines += (lines.empty() ? "" : "\n") + shortened(line);
+  view.get_buffer()->set_text(lines);
+  view.set_editable(false);
+  view.set_cursor_visible(false);
+  view.set_accepts_tab(false);
+  view.set_wrap_mode(Gtk::WrapMode::WORD_CHAR);
+}
+
 void showButtonTitle(Gtk::Button& button, const std::string& title, int longest) {
   auto* const label = Gtk::make_managed<Gtk::Label>();
   showInOneLine(*label, title);
@@ -114,6 +126,16 @@ void setAccessibilityLabel(Gtk::Widget& view, const std::string& text) {
 void setAccessibilityLabelledBy(Gtk::Widget& view, Gtk::Widget& label) {
   gtk_accessible_update_relation(GTK_ACCESSIBLE(view.gobj()), GTK_ACCESSIBLE_RELATION_LABELLED_BY, label.gobj(),
                                  nullptr, -1);
+}
+
+// GTK 4.8 hands on no description that is given as a relation to a label.
+void setAccessibilityDescription(Gtk::Widget& view, const std::string& text) {
+  gtk_accessible_update_property(GTK_ACCESSIBLE(view.gobj()), GTK_ACCESSIBLE_PROPERTY_DESCRIPTION,
+                                 shortened(multiLineText(text)).c_str(), -1);
+}
+
+void hideFromScreenReaders(Gtk::Image& image) {
+  image.property_accessible_role() = Gtk::Accessible::Role::PRESENTATION;
 }
 
 }  // namespace quillon

@@ -2,7 +2,9 @@
 
 #include <gtkmm/button.h>
 #include <gtkmm/headerbar.h>
+#include <gtkmm/image.h>
 #include <gtkmm/label.h>
+#include <gtkmm/textview.h>
 #include <gtkmm/widget.h>
 
 #include <string>
@@ -22,6 +24,9 @@ void showInOneLine(Gtk::Label& label, const std::string& text);
 /// Shows `text` as plain text that breaks into lines, at most `lineCount` of them.
 void showInLines(Gtk::Label& label, const std::string& text, int lineCount);
 
+/// Shows `text` as plain text of any number of lines, to be read and scrolled; only a line without end is cut off.
+void showToRead(Gtk::TextView& view, const std::string& text);
+
 /// Names `button` with `title`, which it is wide enough for up to `longest` characters.
 void showButtonTitle(Gtk::Button& button, const std::string& title, int longest);
 
@@ -40,5 +45,11 @@ void setAccessibilityLabel(Gtk::Widget& view, const std::string& text);
 
 /// `view` is named by `label`, which stands beside it.
 void setAccessibilityLabelledBy(Gtk::Widget& view, Gtk::Widget& label);
+
+/// What a screen reader that comes to `view` reads after its name.
+void setAccessibilityDescription(Gtk::Widget& view, const std::string& text);
+
+/// Screen readers pass `image` over: it says nothing that a text does not.
+void hideFromScreenReaders(Gtk::Image& image);
 
 }  // namespace quillon

@@ -115,6 +115,19 @@ TEST_F(VeskUpdateGTKProgressWindowsTest, TheContentIs420By132AndCannotBeResizedO
   EXPECT_TRUE(onScreen().get_mapped());
 }
 
+TEST_F(VeskUpdateGTKProgressWindowsTest, TheContentStandsInTheMiddle) {
+  show();
+  update({.title = "Downloading update…", .statusText = "1 MB of 4 MB", .progressFraction = 0.25});
+  desktop_.serveWhatWaits();
+
+  const graphene_rect_t content = testing::bounds(*onScreen().get_child(), onScreen());
+  const graphene_rect_t top = testing::bounds(title(), onScreen());
+  const graphene_rect_t bottom = testing::bounds(bar(), onScreen());
+  const float above = top.origin.y - content.origin.y;
+  const float below = content.origin.y + content.size.height - bottom.origin.y - bottom.size.height;
+  EXPECT_NEAR(above, below, 1);
+}
+
 TEST_F(VeskUpdateGTKProgressWindowsTest, AWindowTitleOfWhiteSpaceFallsBackToTheApplicationsNameAndToSoftwareUpdate) {
   show("", " \n\t");
   EXPECT_EQ(onScreen().get_title(), "Software Update");
