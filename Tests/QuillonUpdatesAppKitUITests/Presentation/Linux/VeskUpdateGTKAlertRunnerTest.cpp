@@ -326,6 +326,25 @@ TEST_F(VeskUpdateGTKAlertRunnerTest, AnAlertOverAnAlertIsAnsweredByItself) {
   EXPECT_EQ(outer.pressedButton, std::optional<std::size_t>(0));
 }
 
+TEST_F(VeskUpdateGTKAlertRunnerTest, TheWindowBehindAnAlertMayGoAway) {
+  auto behind = std::make_unique<Gtk::Window>();
+  behind->present();
+  ASSERT_TRUE(desktop_.waitUntilShown(*behind));
+  bool wasInFront = false;
+  mainThread_.post([&] {
+    for (Gtk::Window* const shown : testing::windowsOnScreen()) {
+      if (shown->get_transient_for() == behind.get()) wasInFront = true;
+    }
+    behind.reset();
+    ASSERT_TRUE(desktop_.waitUntilShown(window()));
+    desktop_.click(button(0));
+  });
+
+  EXPECT_EQ(runner_.run(presenter_.makeUpdateCancelledAlert(*englishTexts())).pressedButton,
+            std::optional<std::size_t>(0));
+  EXPECT_TRUE(wasInFront);
+}
+
 TEST_F(VeskUpdateGTKAlertRunnerTest, AssistiveTechnologiesFindThePartsAndPressTheButton) {
   whileAlertIsUp([this] {
     const std::vector<std::string> parts = desktop_.accessibleParts();

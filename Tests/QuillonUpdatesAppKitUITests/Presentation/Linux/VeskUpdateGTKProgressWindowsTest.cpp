@@ -209,15 +209,32 @@ TEST_F(VeskUpdateGTKProgressWindowsTest, ACancellationBeforeTheOfferEndsTheWaitA
     }
     return false;
   };
+  show();
   confirmation.resolve(std::make_exception_ptr(QuillonCancellationError()));
   confirmation.setContinuation([&](const std::exception_ptr& error) { endings.push_back(isCancellation(error)); });
-  show();
+  EXPECT_EQ(endings, std::vector{true});
+  EXPECT_FALSE(button().get_visible());
   offer([&] { confirmation.resolve(); });
 
   desktop_.click(button());
   ASSERT_TRUE(desktop_.serveUntil([] { return !button().get_sensitive(); }));
 
   EXPECT_EQ(endings, std::vector{true});
+}
+
+TEST_F(VeskUpdateGTKProgressWindowsTest, TwoClicksEndTheWaitOnce) {
+  VeskUpdateReadyInstallConfirmation confirmation;
+  int endings = 0;
+  confirmation.setContinuation([&](const std::exception_ptr& error) { endings += error ? 100 : 1; });
+  show();
+  offer([&] { confirmation.resolve(); });
+
+  desktop_.click(button());
+  desktop_.click(button());
+  ASSERT_TRUE(desktop_.serveUntil([&] { return endings > 0; }));
+  desktop_.serveWhatWaits();
+
+  EXPECT_EQ(endings, 1);
 }
 
 TEST_F(VeskUpdateGTKProgressWindowsTest, TheActionMayCloseAndDestroyTheWindow) {

@@ -165,6 +165,8 @@ TEST_F(VeskUpdateGTKPromptWindowsTest, AnEntryOfTheRunningVersionWithAHigherBuil
   withoutBuild.applicationBuild = 0;
   present(withoutBuild);
   EXPECT_EQ(window().get_title(), "News");
+  EXPECT_EQ(text(Identifiers::titleLabel), "A new version is available!");
+  EXPECT_THAT(text(Identifiers::descriptionLabel), StartsWith("Example version"));
 }
 
 TEST_F(VeskUpdateGTKPromptWindowsTest, EachButtonReportsItsActionAndClosesTheWindow) {
