@@ -48,7 +48,8 @@ TEST(QuillonCharacterClassesTest, PunctuationExcludesSymbols) {
 }
 
 TEST(QuillonCharacterClassesTest, LettersAreThoseOfAnyScriptAndTheirMarks) {
-  for (const char32_t c : std::u32string_view(U"aZ\u00E4\u01C5\u02B0\u03A9\u0416\u05D0\u4E2D\U0001D400\u0301\u0903\u20DD")) {
+  for (const char32_t c :
+       std::u32string_view(U"aZ\u00E4\u01C5\u02B0\u03A9\u0416\u05D0\u4E2D\U0001D400\u0301\u0903\u20DD")) {
     EXPECT_TRUE(isLetter(c)) << static_cast<std::uint32_t>(c);
   }
   for (const char32_t c : std::u32string_view(U"0.-+ \u0661\u2160\u20AC")) {
