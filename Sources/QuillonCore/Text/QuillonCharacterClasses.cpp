@@ -45,7 +45,7 @@ bool isPunctuation(char32_t scalar) noexcept {
 bool isLetter(char32_t scalar) noexcept {
   if (scalar < 0x80) return (scalar | 0x20U) >= U'a' && (scalar | 0x20U) <= U'z';
   const utf8proc_category_t category = categoryOf(scalar);
-  return category >= UTF8PROC_CATEGORY_LU && category <= UTF8PROC_CATEGORY_LO;
+  return category >= UTF8PROC_CATEGORY_LU && category <= UTF8PROC_CATEGORY_ME;
 }
 
 bool containsLetter(std::string_view text) noexcept {

@@ -18,7 +18,8 @@ namespace quillon {
 /// Whether `scalar` is punctuation (general categories P*). Symbols such as '+' are not.
 [[nodiscard]] bool isPunctuation(char32_t scalar) noexcept;
 
-/// Whether `scalar` is a letter of any script (general categories L*).
+/// Whether `scalar` is a letter of any script or a mark of one (general categories L* and M*), as in the letters
+/// character class of Foundation.
 [[nodiscard]] bool isLetter(char32_t scalar) noexcept;
 
 /// Whether any scalar of `text` (UTF-8) is a letter of any script.

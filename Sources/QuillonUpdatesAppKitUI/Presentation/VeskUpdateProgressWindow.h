@@ -23,7 +23,7 @@ class VeskUpdateProgressWindow {
   /// Whether the window still holds a progress bar.
   [[nodiscard]] virtual bool hasProgressContent() const = 0;
   /// Puts the labels, the bar and the button into the window, in place of whatever it holds: empty texts, the status
-  /// label and the button hidden, the bar indeterminate and moving.
+  /// label and the button hidden, the bar indeterminate and, while the window is on the screen, moving.
   virtual void configureProgressContent() = 0;
 
   virtual void setTitleText(const std::string& text) = 0;
@@ -31,7 +31,7 @@ class VeskUpdateProgressWindow {
   virtual void setStatusHidden(bool hidden) = 0;
   /// `fraction` is in [0, 1].
   virtual void showDeterminateProgress(double fraction) = 0;
-  /// The bar's value is 0; whether it moves is as it was.
+  /// The bar's value is 0. Whether it moves again after a fraction was shown is the toolkit's affair.
   virtual void showIndeterminateProgress() = 0;
 
   virtual void hideAndDisableActionButton() = 0;

@@ -14,8 +14,9 @@ class VeskUpdateProgressWindowMaking {
 
   /// A window with the title `windowTitle`, without content and not yet on the screen; never null. Its content is 420 ×
   /// 132 points. It has a title bar without controls to close, minimise or resize it, floats above ordinary windows on
-  /// every desktop, hides while the application is in the background, and lives on when it is closed. On the main
-  /// thread only.
+  /// every desktop, hides while the application is in the background, and lives on when it is closed. Where the
+  /// desktop has no such thing it does without: under Linux no window hides, and under Wayland none floats. On the
+  /// main thread only.
   [[nodiscard]] virtual std::shared_ptr<VeskUpdateProgressWindow> makeProgressWindow(
       const std::string& windowTitle) = 0;
 };

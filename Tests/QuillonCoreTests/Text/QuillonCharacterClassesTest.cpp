@@ -47,11 +47,12 @@ TEST(QuillonCharacterClassesTest, PunctuationExcludesSymbols) {
   }
 }
 
-TEST(QuillonCharacterClassesTest, LettersAreThoseOfAnyScript) {
-  for (const char32_t c : std::u32string_view(U"aZ\u00E4\u01C5\u02B0\u03A9\u0416\u05D0\u4E2D\U0001D400")) {
+TEST(QuillonCharacterClassesTest, LettersAreThoseOfAnyScriptAndTheirMarks) {
+  for (const char32_t c :
+       std::u32string_view(U"aZ\u00E4\u01C5\u02B0\u03A9\u0416\u05D0\u4E2D\U0001D400\u0301\u0903\u20DD")) {
     EXPECT_TRUE(isLetter(c)) << static_cast<std::uint32_t>(c);
   }
-  for (const char32_t c : std::u32string_view(U"0.-+ \u0301\u0661\u2160\u20AC")) {
+  for (const char32_t c : std::u32string_view(U"0.-+ \u0661\u2160\u20AC")) {
     EXPECT_FALSE(isLetter(c)) << static_cast<std::uint32_t>(c);
   }
 }
@@ -59,6 +60,7 @@ TEST(QuillonCharacterClassesTest, LettersAreThoseOfAnyScript) {
 TEST(QuillonCharacterClassesTest, ATextContainsALetterWhereverItStands) {
   EXPECT_TRUE(containsLetter("2.1b3"));
   EXPECT_TRUE(containsLetter("2.1 \u0431"));
+  EXPECT_TRUE(containsLetter("2.1\u0301"));
   EXPECT_FALSE(containsLetter(""));
   EXPECT_FALSE(containsLetter("2.1 \u0661\xff"));
 }

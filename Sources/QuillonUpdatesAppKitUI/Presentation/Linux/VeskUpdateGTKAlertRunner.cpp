@@ -11,6 +11,7 @@
 #include <gtkmm/image.h>
 #include <gtkmm/label.h>
 #include <gtkmm/scrolledwindow.h>
+#include <gtkmm/textview.h>
 #include <gtkmm/window.h>
 #include <gtkmm/windowhandle.h>
 
@@ -29,25 +30,26 @@ namespace {
 namespace Identifiers = VeskUpdateAlertIdentifiers;
 
 constexpr double kTextWidth = 340;
-constexpr double kLongestBodyHeight = 240;
+constexpr double kLongBodyHeight = 200;
 constexpr int kMargin = 24;
 constexpr int kMarginBelowStrip = 6;
 constexpr int kSpacing = 12;
 constexpr int kIconSize = 56;
 constexpr int kTitleLines = 4;
+constexpr int kCheckboxLines = 3;
 constexpr int kLongestButtonTitle = 32;
 /// So that a short title is no small target.
 constexpr double kSmallestButtonWidth = 84;
 /// What an alert shows as a whole: in bytes, and in lines that the text itself has.
 constexpr std::size_t kLongestBody = 400;
 constexpr std::ptrdiff_t kMostBodyLines = 8;
-/// What a line of the body has room for, from which the scroller around it takes the height.
-constexpr int kCharactersOfBodyLine = 40;
 
 class AlertWindow {
  public:
   explicit AlertWindow(const VeskUpdateAlert& alert) {
     setAccessibilityIdentifier(window_, Identifiers::window);
+    window_.property_accessible_role() = Gtk::Accessible::Role::ALERT_DIALOG;
+    setAccessibilityDescription(window_, alert.body);
     window_.set_title(alert.title);
     window_.set_modal(true);
     window_.set_resizable(false);
@@ -106,25 +108,51 @@ class AlertWindow {
 
   static Gtk::Widget& makeIcon(VeskUpdateAlertStyle style) {
     auto* const icon = Gtk::make_managed<Gtk::Image>();
+    hideFromScreenReaders(*icon);
     icon->set_from_icon_name(iconName(style));
     icon->set_pixel_size(scaledToText(kIconSize));
     icon->set_valign(Gtk::Align::START);
     return *icon;
   }
 
-  /// A scroller has a height of its own, which short texts would stand above.
+  /// A label would be measured as a whole, again and again, and the keyboard could not scroll it.
   static bool needsScroller(const std::string& body) {
     return body.size() > kLongestBody || std::ranges::count(body, '\n') > kMostBodyLines;
   }
 
-  /// Whatever a server or a tool has said, it can be read.
-  static Gtk::Widget& makeScroller(Gtk::Label& body) {
+  /// Whatever a server or a tool has said, it can be read to its end, unless a line has none.
+  static Gtk::Widget& makeScroller(const std::string& text) {
+    auto* const body = Gtk::make_managed<Gtk::TextView>();
+    setAccessibilityIdentifier(*body, Identifiers::bodyLabel);
+    showToRead(*body, text);
     auto* const scroller = Gtk::make_managed<Gtk::ScrolledWindow>();
     scroller->set_policy(Gtk::PolicyType::NEVER, Gtk::PolicyType::AUTOMATIC);
-    scroller->set_propagate_natural_height(true);
-    scroller->set_max_content_height(scaledToText(kLongestBodyHeight));
-    scroller->set_child(body);
+    scroller->set_min_content_height(scaledToText(kLongBodyHeight));
+    scroller->set_child(*body);
     return *scroller;
+  }
+
+  static Gtk::Widget& makeBody(const std::string& text) {
+    if (needsScroller(text)) return makeScroller(text);
+    auto* const body = Gtk::make_managed<Gtk::Label>();
+    setAccessibilityIdentifier(*body, Identifiers::bodyLabel);
+    showInLines(*body, text, -1);
+    body->set_ellipsize(Pango::EllipsizeMode::NONE);
+    body->set_yalign(0);
+    body->set_visible(!text.empty());
+    return *body;
+  }
+
+  /// A title of its own for the checkbox breaks into lines, as GTK's would not.
+  Gtk::Widget& makeCheckbox(const VeskUpdateAlert::SuppressionCheckbox& checkbox) {
+    auto* const title = Gtk::make_managed<Gtk::Label>();
+    showInLines(*title, checkbox.title, kCheckboxLines);
+    checkbox_ = Gtk::make_managed<Gtk::CheckButton>();
+    setAccessibilityIdentifier(*checkbox_, Identifiers::suppressionCheckbox);
+    setAccessibilityLabel(*checkbox_, checkbox.title);
+    checkbox_->set_child(*title);
+    checkbox_->set_active(checkbox.isOn);
+    return *checkbox_;
   }
 
   void addTexts(Gtk::Box& column, const VeskUpdateAlert& alert) {
@@ -134,22 +162,8 @@ class AlertWindow {
     useLabelFont(*title);
     column.append(*title);
 
-    auto* const body = Gtk::make_managed<Gtk::Label>();
-    setAccessibilityIdentifier(*body, Identifiers::bodyLabel);
-    showInLines(*body, alert.body, -1);
-    body->set_ellipsize(Pango::EllipsizeMode::NONE);
-    body->set_width_chars(kCharactersOfBodyLine);
-    body->set_max_width_chars(kCharactersOfBodyLine);
-    body->set_yalign(0);
-    body->set_visible(!alert.body.empty());
-    column.append(needsScroller(alert.body) ? makeScroller(*body) : *body);
-
-    if (!alert.suppressionCheckbox) return;
-    checkbox_ = Gtk::make_managed<Gtk::CheckButton>();
-    setAccessibilityIdentifier(*checkbox_, Identifiers::suppressionCheckbox);
-    checkbox_->set_label(alert.suppressionCheckbox->title);
-    checkbox_->set_active(alert.suppressionCheckbox->isOn);
-    column.append(*checkbox_);
+    column.append(makeBody(alert.body));
+    if (alert.suppressionCheckbox) column.append(makeCheckbox(*alert.suppressionCheckbox));
   }
 
   /// The default button stands at the end of the row.

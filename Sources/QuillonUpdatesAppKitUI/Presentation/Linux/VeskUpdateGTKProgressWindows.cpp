@@ -2,7 +2,6 @@
 
 #include <gtk/gtk.h>
 #include <gtkmm/box.h>
-#include <gtkmm/headerbar.h>
 #include <gtkmm/label.h>
 #include <gtkmm/progressbar.h>
 #include <gtkmm/window.h>
@@ -37,15 +36,21 @@ Gtk::Label* makeLabel(std::string_view identifier) {
   return label;
 }
 
+/// An empty row would still take its share of the spacing.
+void setVisibleWithRow(Gtk::Button& button, bool isVisible) {
+  button.set_visible(isVisible);
+  button.get_parent()->set_visible(isVisible);
+}
+
 class ProgressWindow final : public VeskUpdateProgressWindow {
  public:
   explicit ProgressWindow(const std::string& windowTitle) {
     window_.set_title(singleLineText(windowTitle));
     window_.set_resizable(false);
     window_.set_deletable(false);
-    auto* const titleBar = Gtk::make_managed<Gtk::HeaderBar>();
-    titleBar->set_show_title_buttons(false);
-    window_.set_titlebar(*titleBar);
+    auto& titleBar = makeTitleBar(windowTitle);
+    titleBar.set_show_title_buttons(false);
+    window_.set_titlebar(titleBar);
     // Keys and window managers can ask for it even where there is no control.
     window_.signal_close_request().connect([] { return true; }, false);
     content_ = Gtk::make_managed<Gtk::Box>(Gtk::Orientation::VERTICAL);
@@ -77,10 +82,10 @@ class ProgressWindow final : public VeskUpdateProgressWindow {
     auto* const button = Gtk::make_managed<VeskUpdateProgressActionButton>();
     setAccessibilityIdentifier(*button, Identifiers::actionButton);
     button->add_css_class("suggested-action");
-    button->set_visible(false);
 
     auto* const buttonRow = Gtk::make_managed<Gtk::Box>(Gtk::Orientation::HORIZONTAL);
     buttonRow->append(*button);
+    setVisibleWithRow(*button, false);
     auto* const column = Gtk::make_managed<Gtk::Box>(Gtk::Orientation::VERTICAL, kSpacing);
     column->set_margin_start(kMargin);
     column->set_margin_end(kMargin);
@@ -91,8 +96,7 @@ class ProgressWindow final : public VeskUpdateProgressWindow {
     column->append(*bar);
     column->append(*buttonRow);
     content_->append(*column);
-    bar->pulse();
-    startAnimation();
+    showIndeterminateProgress();
   }
 
   void setTitleText(const std::string& text) override {
@@ -108,6 +112,7 @@ class ProgressWindow final : public VeskUpdateProgressWindow {
   }
 
   void showDeterminateProgress(double fraction) override {
+    isIndeterminate_ = false;
     stopAnimation();
     if (auto* const found = bar()) found->set_fraction(fraction);
   }
@@ -115,16 +120,19 @@ class ProgressWindow final : public VeskUpdateProgressWindow {
   void showIndeterminateProgress() override {
     auto* const found = bar();
     if (found == nullptr) return;
+    isIndeterminate_ = true;
     found->set_fraction(0);
     // This is what makes a bar indeterminate, moving or not.
     found->pulse();
+    // A block that stood still would look as if the work did.
+    if (window_.get_visible()) startAnimation();
   }
 
   void hideAndDisableActionButton() override {
     auto* const button = find<VeskUpdateProgressActionButton>(Identifiers::actionButton);
     if (button == nullptr) return;
     button->set_sensitive(false);
-    button->set_visible(false);
+    setVisibleWithRow(*button, false);
   }
 
   void showActionButton(const std::string& title, std::function<void()> action) override {
@@ -132,13 +140,16 @@ class ProgressWindow final : public VeskUpdateProgressWindow {
     if (button == nullptr) return;
     showButtonTitle(*button, title, kLongestButtonTitle);
     button->actionHandler = std::move(action);
-    button->set_visible(true);
+    setVisibleWithRow(*button, true);
     button->set_sensitive(true);
     window_.set_default_widget(*button);
     button->grab_focus();
   }
 
-  void show() override { window_.present(); }
+  void show() override {
+    window_.present();
+    if (isIndeterminate_) startAnimation();
+  }
   void close() override {
     stopAnimation();
     window_.set_visible(false);
@@ -153,6 +164,7 @@ class ProgressWindow final : public VeskUpdateProgressWindow {
 
   /// Where the user wants no animations the bar stands still.
   void startAnimation() {
+    if (animation_ != 0) return;
     gboolean isWanted = TRUE;
     g_object_get(gtk_settings_get_default(), "gtk-enable-animations", &isWanted, nullptr);
     if (isWanted == FALSE) return;
@@ -171,6 +183,7 @@ class ProgressWindow final : public VeskUpdateProgressWindow {
 
   Gtk::Window window_;
   Gtk::Box* content_ = nullptr;  // the window's
+  bool isIndeterminate_ = true;
   guint animation_ = 0;
 };
 

@@ -6,7 +6,6 @@
 #include <gtkmm/button.h>
 #include <gtkmm/eventcontrollerkey.h>
 #include <gtkmm/frame.h>
-#include <gtkmm/headerbar.h>
 #include <gtkmm/image.h>
 #include <gtkmm/label.h>
 #include <gtkmm/window.h>
@@ -98,21 +97,18 @@ class PromptWidgets {
                 VeskUpdateGTKReleaseNotesView::ShouldNavigate shouldNavigate)
       : page(pageScripts == PageScripts::allowed, std::move(shouldNavigate)) {
     setAccessibilityIdentifier(window, Identifiers::window);
+    window.property_accessible_role() = Gtk::Accessible::Role::DIALOG;
+    setAccessibilityDescription(window, content.description);
     window.set_title(content.windowTitle);
-    auto* const titleBar = Gtk::make_managed<Gtk::HeaderBar>();
-    auto* const titleLabel = Gtk::make_managed<Gtk::Label>();
-    showInOneLine(*titleLabel, content.windowTitle);
-    titleLabel->add_css_class("title");
-    titleLabel->set_xalign(0.5F);
-    titleBar->set_title_widget(*titleLabel);
-    titleBar->set_decoration_layout(":close");
-    window.set_titlebar(*titleBar);
+    auto& titleBar = makeTitleBar(content.windowTitle);
+    titleBar.set_decoration_layout(":close");
+    window.set_titlebar(titleBar);
     window.set_child(column_);
     column_.set_margin(kMargin);
     column_.append(makeHeading(content, imagesFolder));
     column_.append(makePage(content));
     column_.append(makeButtons(content));
-    setContentSize(window, *titleBar, sizeOnScreen(content.size));
+    setContentSize(window, titleBar, sizeOnScreen(content.size));
     chooseFocus(content);
   }
 
@@ -129,6 +125,7 @@ class PromptWidgets {
     auto* const row = Gtk::make_managed<Gtk::Box>(Gtk::Orientation::HORIZONTAL, kSectionSpacing);
     auto* const logo = Gtk::make_managed<Gtk::Image>();
     setAccessibilityIdentifier(*logo, Identifiers::logoImage);
+    hideFromScreenReaders(*logo);
     logo->set_pixel_size(scaledToText(kLogoSize));
     logo->set_valign(Gtk::Align::START);
     logo->set_visible(setLogo(*logo, imagesFolder, content.logoImageName));
@@ -156,7 +153,7 @@ class PromptWidgets {
     showInOneLine(*label, content.releaseNotesTitle);
     useLabelFont(*label);
     setAccessibilityIdentifier(page, Identifiers::releaseNotesView);
-    setAccessibilityLabel(page, content.releaseNotesTitle);
+    page.nameForScreenReaders(content.releaseNotesTitle);
     page.set_size_request(-1, kSmallestPageHeight);
     auto* const frame = Gtk::make_managed<Gtk::Frame>();
     frame->set_child(page);

@@ -1,6 +1,5 @@
 #include "QuillonUpdatesAppKitUI/Presentation/Linux/VeskUpdateGTKReleaseNotesView.h"
 
-#include <gtkmm/image.h>
 #include <webkit/webkit.h>
 
 #include <string>
@@ -30,6 +29,12 @@ WebKitSettings* makeSettings(bool allowsScripts) {
       "enable-webgl", FALSE, "enable-webrtc", FALSE, "enable-page-cache", FALSE,
       "enable-back-forward-navigation-gestures", FALSE, "hardware-acceleration-policy",
       WEBKIT_HARDWARE_ACCELERATION_POLICY_NEVER, nullptr);
+}
+
+/// Beside scripts, only links connect to servers of which nobody sees anything: they tell these that the user has
+/// clicked them.
+const char* contentSecurityPolicy(bool allowsScripts) {
+  return allowsScripts ? nullptr : "connect-src 'none'";
 }
 
 std::optional<VeskUpdatePromptNavigation> navigationOf(WebKitPolicyDecision* decision) {
@@ -148,19 +153,20 @@ gboolean showNoMenu(WebKitWebView* /*view*/, WebKitContextMenu* /*menu*/, WebKit
 }  // namespace
 
 VeskUpdateGTKReleaseNotesView::VeskUpdateGTKReleaseNotesView(bool allowsScripts, ShouldNavigate shouldNavigate)
-    : shouldNavigate_(std::move(shouldNavigate)) {
-  auto* const placeholder = Gtk::make_managed<Gtk::Image>();
-  placeholder->set_from_icon_name("text-x-generic-symbolic");
-  placeholder->set_pixel_size(kPlaceholderIconSize);
-  placeholder->add_css_class("dim-label");
+    : shouldNavigate_(std::move(shouldNavigate)), placeholder_(Gtk::make_managed<Gtk::Image>()) {
+  placeholder_->set_from_icon_name("text-x-generic-symbolic");
+  placeholder_->set_pixel_size(kPlaceholderIconSize);
+  placeholder_->add_css_class("dim-label");
   // Something has to take the keyboard that is no button.
-  placeholder->set_focusable(true);
-  add(*placeholder, kPlaceholder);
+  placeholder_->set_focusable(true);
+  add(*placeholder_, kPlaceholder);
 
   WebKitSettings* const settings = makeSettings(allowsScripts);
   WebKitNetworkSession* const session = webkit_network_session_new_ephemeral();
+  // It grows with the user's text size by itself.
   webView_ = WEBKIT_WEB_VIEW(g_object_new(WEBKIT_TYPE_WEB_VIEW, "settings", settings, "network-session", session,
-                                          "zoom-level", textScale(), nullptr));
+                                          "default-content-security-policy", contentSecurityPolicy(allowsScripts),
+                                          "accessible-role", GTK_ACCESSIBLE_ROLE_DOCUMENT, nullptr));
   g_object_ref_sink(webView_);
   denyEverything(webView_, session);
   g_signal_connect(webView_, "context-menu", G_CALLBACK(showNoMenu), nullptr);
@@ -199,6 +205,11 @@ void VeskUpdateGTKReleaseNotesView::load(const std::optional<QuillonURL>& page) 
 void VeskUpdateGTKReleaseNotesView::stop() {
   shouldNavigate_ = nullptr;
   webkit_web_view_stop_loading(webView_);
+}
+
+void VeskUpdateGTKReleaseNotesView::nameForScreenReaders(const std::string& name) {
+  setAccessibilityLabel(*placeholder_, name);
+  gtk_accessible_update_property(GTK_ACCESSIBLE(webView_), GTK_ACCESSIBLE_PROPERTY_LABEL, name.c_str(), -1);
 }
 
 bool VeskUpdateGTKReleaseNotesView::showsPlaceholder() const {

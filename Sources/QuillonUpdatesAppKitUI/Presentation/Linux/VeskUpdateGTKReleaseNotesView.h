@@ -1,9 +1,11 @@
 #pragma once
 
+#include <gtkmm/image.h>
 #include <gtkmm/stack.h>
 
 #include <functional>
 #include <optional>
+#include <string>
 
 #include "QuillonCore/Values/QuillonURL.h"
 #include "QuillonUpdatesAppKitUI/Presentation/VeskUpdatePromptNavigation.h"
@@ -32,6 +34,9 @@ class VeskUpdateGTKReleaseNotesView final : public Gtk::Stack {
   /// Ends what is loading; nobody is asked any more.
   void stop();
 
+  /// Placeholder and page are called `name`, whichever is shown.
+  void nameForScreenReaders(const std::string& name);
+
   [[nodiscard]] bool showsPlaceholder() const;
   /// The web engine's view, which is never null.
   [[nodiscard]] WebKitWebView* webView() const noexcept { return webView_; }
@@ -41,6 +46,7 @@ class VeskUpdateGTKReleaseNotesView final : public Gtk::Stack {
   void showPage();
 
   ShouldNavigate shouldNavigate_;
+  Gtk::Image* const placeholder_;     // the stack's
   WebKitWebView* webView_ = nullptr;  // a reference of this object's own
 };
 

@@ -6,6 +6,7 @@
 #include <algorithm>
 #include <cmath>
 #include <initializer_list>
+#include <sstream>
 
 #include "QuillonCore/Text/QuillonPlainText.h"
 
@@ -19,6 +20,13 @@ constexpr double kUsualTextResolution = 96.0 * 1024.0;
 constexpr Glib::ustring::size_type kLongestText = 3000;
 /// Of a text that breaks into lines, at least. In columns any narrower long texts become towers to be measured.
 constexpr int kFewestCharactersOfLine = 24;
+
+/// How much larger than usual the user reads text, 2 for 200 %.
+double textScale() {
+  int resolution = -1;
+  g_object_get(gtk_settings_get_default(), "gtk-xft-dpi", &resolution, nullptr);
+  return resolution > 0 ? std::clamp(resolution / kUsualTextResolution, 0.5, 4.0) : 1.0;
+}
 
 Glib::ustring shortened(const Glib::ustring& text) {
   return text.size() <= kLongestText ? text : text.substr(0, kLongestText) + "…";
@@ -46,12 +54,6 @@ void setAttributes(Gtk::Label& label, std::initializer_list<PangoAttribute*> att
 
 }  // namespace
 
-double textScale() {
-  int resolution = -1;
-  g_object_get(gtk_settings_get_default(), "gtk-xft-dpi", &resolution, nullptr);
-  return resolution > 0 ? std::clamp(resolution / kUsualTextResolution, 0.5, 4.0) : 1.0;
-}
-
 int scaledToText(double points) {
   return static_cast<int>(std::lround(points * textScale()));
 }
@@ -72,6 +74,17 @@ void showInLines(Gtk::Label& label, const std::string& text, int lineCount) {
   label.set_ellipsize(Pango::EllipsizeMode::END);
 }
 
+void showToRead(Gtk::TextView& view, const std::string& text) {
+  Glib::ustring lines;
+  std::istringstream rest(multiLineText(text));
+  for (std::string line; std::getline(rest, line);) lines += (lines.empty() ? "" : "\n") + shortened(line);
+  view.get_buffer()->set_text(lines);
+  view.set_editable(false);
+  view.set_cursor_visible(false);
+  view.set_accepts_tab(false);
+  view.set_wrap_mode(Gtk::WrapMode::WORD_CHAR);
+}
+
 void showButtonTitle(Gtk::Button& button, const std::string& title, int longest) {
   auto* const label = Gtk::make_managed<Gtk::Label>();
   showInOneLine(*label, title);
@@ -80,6 +93,16 @@ void showButtonTitle(Gtk::Button& button, const std::string& title, int longest)
   label->set_max_width_chars(longest);
   button.set_child(*label);
   setAccessibilityLabel(button, title);
+}
+
+Gtk::HeaderBar& makeTitleBar(const std::string& title) {
+  auto* const label = Gtk::make_managed<Gtk::Label>();
+  showInOneLine(*label, title);
+  label->set_xalign(0.5F);
+  label->add_css_class("title");
+  auto* const bar = Gtk::make_managed<Gtk::HeaderBar>();
+  bar->set_title_widget(*label);
+  return *bar;
 }
 
 void useHeadlineFont(Gtk::Label& label) {
@@ -103,6 +126,16 @@ void setAccessibilityLabel(Gtk::Widget& view, const std::string& text) {
 void setAccessibilityLabelledBy(Gtk::Widget& view, Gtk::Widget& label) {
   gtk_accessible_update_relation(GTK_ACCESSIBLE(view.gobj()), GTK_ACCESSIBLE_RELATION_LABELLED_BY, label.gobj(),
                                  nullptr, -1);
+}
+
+// GTK 4.8 hands on no description that is given as a relation to a label.
+void setAccessibilityDescription(Gtk::Widget& view, const std::string& text) {
+  gtk_accessible_update_property(GTK_ACCESSIBLE(view.gobj()), GTK_ACCESSIBLE_PROPERTY_DESCRIPTION,
+                                 shortened(multiLineText(text)).c_str(), -1);
+}
+
+void hideFromScreenReaders(Gtk::Image& image) {
+  image.property_accessible_role() = Gtk::Accessible::Role::PRESENTATION;
 }
 
 }  // namespace quillon

@@ -1,7 +1,10 @@
 #pragma once
 
 #include <gtkmm/button.h>
+#include <gtkmm/headerbar.h>
+#include <gtkmm/image.h>
 #include <gtkmm/label.h>
+#include <gtkmm/textview.h>
 #include <gtkmm/widget.h>
 
 #include <string>
@@ -9,11 +12,7 @@
 
 namespace quillon {
 
-/// How much larger than usual the user reads text, 2 for 200 %: what measures in points are multiplied with where they
-/// hold text.
-[[nodiscard]] double textScale();
-
-/// Measures in points, brought to the user's size of text, in pixels.
+/// Measures in points, in pixels: where they hold text, they grow as the user's text does.
 [[nodiscard]] int scaledToText(double points);
 
 // Of texts without end only the beginning is shown.
@@ -25,8 +24,14 @@ void showInOneLine(Gtk::Label& label, const std::string& text);
 /// Shows `text` as plain text that breaks into lines, at most `lineCount` of them.
 void showInLines(Gtk::Label& label, const std::string& text, int lineCount);
 
+/// Shows `text` as plain text of any number of lines, to be read and scrolled; only a line without end is cut off.
+void showToRead(Gtk::TextView& view, const std::string& text);
+
 /// Names `button` with `title`, which it is wide enough for up to `longest` characters.
 void showButtonTitle(Gtk::Button& button, const std::string& title, int longest);
+
+/// A title bar that shows `title` in one line. It asks for no room of its own for long titles, as GTK's own would.
+[[nodiscard]] Gtk::HeaderBar& makeTitleBar(const std::string& title);
 
 /// Large and bold.
 void useHeadlineFont(Gtk::Label& label);
@@ -40,5 +45,11 @@ void setAccessibilityLabel(Gtk::Widget& view, const std::string& text);
 
 /// `view` is named by `label`, which stands beside it.
 void setAccessibilityLabelledBy(Gtk::Widget& view, Gtk::Widget& label);
+
+/// What a screen reader that comes to `view` reads after its name.
+void setAccessibilityDescription(Gtk::Widget& view, const std::string& text);
+
+/// Screen readers pass `image` over: it says nothing that a text does not.
+void hideFromScreenReaders(Gtk::Image& image);
 
 }  // namespace quillon

@@ -5,6 +5,8 @@
 #include <gtkmm/checkbutton.h>
 #include <gtkmm/image.h>
 #include <gtkmm/label.h>
+#include <gtkmm/scrolledwindow.h>
+#include <gtkmm/textview.h>
 #include <gtkmm/window.h>
 
 #include <functional>
@@ -29,6 +31,7 @@ using Phase = VeskUpdateManualUpdateFailurePhase;
 using ::testing::Contains;
 using ::testing::ElementsAre;
 using ::testing::IsEmpty;
+using ::testing::Not;
 using ::testing::StartsWith;
 using testing::VirtualDesktop;
 
@@ -89,7 +92,7 @@ TEST_F(VeskUpdateGTKAlertRunnerTest, TheEndOfACheckShowsItsTextsAndTheCheckbox) 
   whileAlertIsUp([&] {
     title = text(Identifiers::titleLabel);
     body = text(Identifiers::bodyLabel);
-    betas = checkbox()->get_label();
+    betas = testing::descendantOfType<Gtk::Label>(*checkbox())->get_text();
     EXPECT_TRUE(checkbox()->get_active());
     EXPECT_TRUE(window().get_modal());
     desktop_.click(button(0));
@@ -196,15 +199,58 @@ TEST_F(VeskUpdateGTKAlertRunnerTest, TheMainThreadGoesOnWhileAnAlertIsUp) {
 TEST_F(VeskUpdateGTKAlertRunnerTest, HostileTextsAreShownAsTextAndTheButtonsStayOnTheScreen) {
   std::string lines;
   for (int i = 0; i < 500; ++i) lines += "<b>line</b> & more\n";
+  lines += "end";
   for (const std::string& hostile : {lines, std::string(10'000, 'W')}) {
     whileAlertIsUp([&] {
-      EXPECT_EQ(text(Identifiers::bodyLabel).substr(0, 1000), hostile.substr(0, 1000));
+      auto& body = testing::part<Gtk::TextView>(window(), Identifiers::bodyLabel);
+      const std::string shown = body.get_buffer()->get_text();
+      EXPECT_EQ(shown, hostile.starts_with('W') ? hostile.substr(0, 3000) + "…" : hostile);
+      EXPECT_FALSE(body.get_editable());
       EXPECT_LE(window().get_width(), 800);
       EXPECT_LE(window().get_height(), 600);
       desktop_.click(button(0));
     });
     presenter_.presentDownloadFailedAlert(*englishTexts(), hostile);
   }
+}
+
+TEST_F(VeskUpdateGTKAlertRunnerTest, ALongTextIsReadToItsEndWithTheKeyboard) {
+  std::string lines;
+  for (int i = 0; i < 500; ++i) lines += "line\n";
+  whileAlertIsUp([this] {
+    auto& scroller = *testing::descendantOfType<Gtk::ScrolledWindow>(window());
+    const auto position = scroller.get_vadjustment();
+    scroller.get_child()->grab_focus();
+    desktop_.typeKey("Page_Down");
+    EXPECT_TRUE(desktop_.serveUntil([&] { return position->get_value() > 0; }));
+    desktop_.typeKey("Escape");
+  });
+
+  presenter_.presentDownloadFailedAlert(*englishTexts(), lines);
+}
+
+TEST_F(VeskUpdateGTKAlertRunnerTest, ALongTitleOfTheCheckboxBreaksIntoLines) {
+  VeskUpdateAlert alert = presenter_.makeUpdateCancelledAlert(*englishTexts());
+  alert.suppressionCheckbox = {.title = std::string(10'000, 'W')};
+  whileAlertIsUp([this] {
+    auto& title = *testing::descendantOfType<Gtk::Label>(*checkbox());
+    EXPECT_LE(window().get_width(), 800);
+    EXPECT_EQ(pango_layout_get_line_count(gtk_label_get_layout(title.gobj())), 3);
+    desktop_.click(button(0));
+  });
+
+  EXPECT_EQ(runner_.run(alert).isSuppressionCheckboxOn, std::optional(false));
+}
+
+TEST_F(VeskUpdateGTKAlertRunnerTest, TheCheckboxStandsBelowTheTexts) {
+  whileAlertIsUp([this] {
+    auto& body = testing::part<Gtk::Label>(window(), Identifiers::bodyLabel);
+    Gtk::Widget& mark = *checkbox()->get_first_child();
+    EXPECT_EQ(testing::bounds(mark, window()).origin.x, testing::bounds(body, window()).origin.x);
+    desktop_.click(button(0));
+  });
+
+  EXPECT_TRUE(presenter_.presentManualCheckCompletionAlert(completion(true, true)).didPresentAlert);
 }
 
 TEST_F(VeskUpdateGTKAlertRunnerTest, AtTwiceTheTextSizeNoTitleIsCutOff) {
@@ -280,10 +326,31 @@ TEST_F(VeskUpdateGTKAlertRunnerTest, AnAlertOverAnAlertIsAnsweredByItself) {
   EXPECT_EQ(outer.pressedButton, std::optional<std::size_t>(0));
 }
 
+TEST_F(VeskUpdateGTKAlertRunnerTest, TheWindowBehindAnAlertMayGoAway) {
+  auto behind = std::make_unique<Gtk::Window>();
+  behind->present();
+  ASSERT_TRUE(desktop_.waitUntilShown(*behind));
+  bool wasInFront = false;
+  mainThread_.post([&] {
+    for (Gtk::Window* const shown : testing::windowsOnScreen()) {
+      if (shown->get_transient_for() == behind.get()) wasInFront = true;
+    }
+    behind.reset();
+    ASSERT_TRUE(desktop_.waitUntilShown(window()));
+    desktop_.click(button(0));
+  });
+
+  EXPECT_EQ(runner_.run(presenter_.makeUpdateCancelledAlert(*englishTexts())).pressedButton,
+            std::optional<std::size_t>(0));
+  EXPECT_TRUE(wasInFront);
+}
+
 TEST_F(VeskUpdateGTKAlertRunnerTest, AssistiveTechnologiesFindThePartsAndPressTheButton) {
   whileAlertIsUp([this] {
     const std::vector<std::string> parts = desktop_.accessibleParts();
     EXPECT_THAT(parts, Contains(StartsWith("label\tNo Updates Available")));
+    EXPECT_THAT(parts, Contains("dialog\tNo Updates Available\t\tYou are running the current version of Example."));
+    EXPECT_THAT(parts, Not(Contains(StartsWith("image"))));
     EXPECT_THAT(parts, Contains(StartsWith("check box\tCheck for beta releases")));
     EXPECT_TRUE(desktop_.pressThroughAccessibility("OK"));
   });

@@ -75,6 +75,16 @@ class VeskUpdateGTKProgressWindowsTest : public ::testing::Test {
   }
   /// GTK marks the bar's block.
   [[nodiscard]] static bool isIndeterminate() { return testing::descendantOfClass(bar(), "pulse") != nullptr; }
+  [[nodiscard]] bool isAnimated() const {
+    return g_main_context_find_source_by_user_data(nullptr, window_.get()) != nullptr;
+  }
+  /// The block goes somewhere else by itself.
+  [[nodiscard]] bool moves() {
+    const auto place = [] { return testing::bounds(*testing::descendantOfClass(bar(), "pulse"), onScreen()).origin.x; };
+    desktop_.serveWhatWaits();
+    return isIndeterminate() && isAnimated() &&
+           desktop_.serveUntil([&, before = place()] { return place() != before; });
+  }
 
   VirtualDesktop& desktop_ = VirtualDesktop::shared();
   testing::TemporaryDirectory folder_;
@@ -103,6 +113,19 @@ TEST_F(VeskUpdateGTKProgressWindowsTest, TheContentIs420By132AndCannotBeResizedO
   onScreen().close();
   desktop_.serveWhatWaits();
   EXPECT_TRUE(onScreen().get_mapped());
+}
+
+TEST_F(VeskUpdateGTKProgressWindowsTest, TheContentStandsInTheMiddle) {
+  show();
+  update({.title = "Downloading update…", .statusText = "1 MB of 4 MB", .progressFraction = 0.25});
+  desktop_.serveWhatWaits();
+
+  const graphene_rect_t content = testing::bounds(*onScreen().get_child(), onScreen());
+  const graphene_rect_t top = testing::bounds(title(), onScreen());
+  const graphene_rect_t bottom = testing::bounds(bar(), onScreen());
+  const float above = top.origin.y - content.origin.y;
+  const float below = content.origin.y + content.size.height - bottom.origin.y - bottom.size.height;
+  EXPECT_NEAR(above, below, 1);
 }
 
 TEST_F(VeskUpdateGTKProgressWindowsTest, AWindowTitleOfWhiteSpaceFallsBackToTheApplicationsNameAndToSoftwareUpdate) {
@@ -186,15 +209,32 @@ TEST_F(VeskUpdateGTKProgressWindowsTest, ACancellationBeforeTheOfferEndsTheWaitA
     }
     return false;
   };
+  show();
   confirmation.resolve(std::make_exception_ptr(QuillonCancellationError()));
   confirmation.setContinuation([&](const std::exception_ptr& error) { endings.push_back(isCancellation(error)); });
-  show();
+  EXPECT_EQ(endings, std::vector{true});
+  EXPECT_FALSE(button().get_visible());
   offer([&] { confirmation.resolve(); });
 
   desktop_.click(button());
   ASSERT_TRUE(desktop_.serveUntil([] { return !button().get_sensitive(); }));
 
   EXPECT_EQ(endings, std::vector{true});
+}
+
+TEST_F(VeskUpdateGTKProgressWindowsTest, TwoClicksEndTheWaitOnce) {
+  VeskUpdateReadyInstallConfirmation confirmation;
+  int endings = 0;
+  confirmation.setContinuation([&](const std::exception_ptr& error) { endings += error ? 100 : 1; });
+  show();
+  offer([&] { confirmation.resolve(); });
+
+  desktop_.click(button());
+  desktop_.click(button());
+  ASSERT_TRUE(desktop_.serveUntil([&] { return endings > 0; }));
+  desktop_.serveWhatWaits();
+
+  EXPECT_EQ(endings, 1);
 }
 
 TEST_F(VeskUpdateGTKProgressWindowsTest, TheActionMayCloseAndDestroyTheWindow) {
@@ -224,13 +264,41 @@ TEST_F(VeskUpdateGTKProgressWindowsTest, AWindowMayBeClosedTwiceAndUpdatedAfterw
   EXPECT_TRUE(testing::windowsOnScreen().empty());
 }
 
-TEST_F(VeskUpdateGTKProgressWindowsTest, AClosedWindowAnimatesNothing) {
-  const auto isAnimated = [this] { return g_main_context_find_source_by_user_data(nullptr, window_.get()) != nullptr; };
+TEST_F(VeskUpdateGTKProgressWindowsTest, ABarWithoutAFractionMovesWhateverWasShownBefore) {
   show();
+  EXPECT_TRUE(moves());
+
+  update({.title = "Downloading update…", .progressFraction = 0.5});
+  EXPECT_FALSE(isAnimated());
+
+  update({.title = "Extracting…"});
+  EXPECT_TRUE(moves());
+}
+
+TEST_F(VeskUpdateGTKProgressWindowsTest, WhereTheUserWantsNoAnimationsABarStandsStill) {
+  g_object_set(gtk_settings_get_default(), "gtk-enable-animations", FALSE, nullptr);
+  show();
+  update({.title = "Extracting…"});
+  g_object_set(gtk_settings_get_default(), "gtk-enable-animations", TRUE, nullptr);
+
+  EXPECT_TRUE(isIndeterminate());
+  EXPECT_FALSE(isAnimated());
+}
+
+TEST_F(VeskUpdateGTKProgressWindowsTest, AClosedWindowAnimatesNothing) {
+  show();
+  Gtk::Window& closed = onScreen();
   ASSERT_TRUE(isAnimated());
 
   makePresenter().hideProgressWindow(window_);
+  EXPECT_FALSE(isAnimated());
 
+  update({.title = "late"});
+  EXPECT_FALSE(isAnimated());
+  auto& content = dynamic_cast<Gtk::Box&>(*closed.get_child());
+  content.remove(*content.get_first_child());
+  update({.title = "again"});
+  EXPECT_TRUE(window_->hasProgressContent());
   EXPECT_FALSE(isAnimated());
 }
 
@@ -262,6 +330,21 @@ TEST_F(VeskUpdateGTKProgressWindowsTest, HostileTextsAreShownAsTextAndChangeNoMe
   EXPECT_EQ(status().get_text(), "a b");
   makePresenter().showReadyToInstallAndRelaunch(window_, tenThousand, tenThousand, nullptr);
   ASSERT_TRUE(desktop_.serveUntil([] { return button().get_width() > 0; }));
+  EXPECT_EQ(onScreen().get_child()->get_width(), 420);
+}
+
+TEST_F(VeskUpdateGTKProgressWindowsTest, ALongNameOfTheApplicationWidensNoWindow) {
+  const std::string tenThousand(10'000, 'W');
+  show("", tenThousand);
+  EXPECT_EQ(onScreen().get_title().raw(), tenThousand);
+  EXPECT_EQ(onScreen().get_child()->get_width(), 420);
+
+  testing::writeFile(
+      folder_ / "Host.app/Contents/Info.plist",
+      "<plist version=\"1.0\"><dict><key>CFBundleDisplayName</key><string>" + tenThousand + "</string></dict></plist>");
+  window_.reset();
+  show("", std::nullopt);
+  EXPECT_EQ(onScreen().get_title().raw(), tenThousand + " Update");
   EXPECT_EQ(onScreen().get_child()->get_width(), 420);
 }
 

@@ -33,6 +33,7 @@ namespace Identifiers = VeskUpdatePromptWindowIdentifiers;
 using Action = VeskUpdatePromptAction;
 using ::testing::Contains;
 using ::testing::ElementsAre;
+using ::testing::HasSubstr;
 using ::testing::IsEmpty;
 using ::testing::Not;
 using ::testing::StartsWith;
@@ -164,6 +165,8 @@ TEST_F(VeskUpdateGTKPromptWindowsTest, AnEntryOfTheRunningVersionWithAHigherBuil
   withoutBuild.applicationBuild = 0;
   present(withoutBuild);
   EXPECT_EQ(window().get_title(), "News");
+  EXPECT_EQ(text(Identifiers::titleLabel), "A new version is available!");
+  EXPECT_THAT(text(Identifiers::descriptionLabel), StartsWith("Example version"));
 }
 
 TEST_F(VeskUpdateGTKPromptWindowsTest, EachButtonReportsItsActionAndClosesTheWindow) {
@@ -538,14 +541,22 @@ TEST_F(VeskUpdateGTKPromptWindowsTest, TheApplicationsImageIsShownWhereThereIsOn
 }
 
 TEST_F(VeskUpdateGTKPromptWindowsTest, AssistiveTechnologiesFindThePartsAndPressAButton) {
-  present(installableInput());
+  VeskUpdatePromptInput input = installableInput();
+  input.feed.emplace("title", QuillonPropertyListValue(std::string("Example 2.1")));
+  present(input);
 
   const std::vector<std::string> parts = desktop_.accessibleParts();
   EXPECT_THAT(parts, Contains(StartsWith("label\tA new version is available!")));
   for (const char* button : {"Install Update", "Remind Me Later", "Skip This Update"}) {
     EXPECT_THAT(parts, Contains(StartsWith("push button\t" + std::string(button))));
   }
-  EXPECT_THAT(parts, Contains(::testing::HasSubstr("\tRelease Notes:")));
+  EXPECT_THAT(parts,
+              Contains("dialog\tExample 2.1\t\tExample version 2.1 is now available － you have 2.0. Would you like "
+                       "to download it now?"));
+  for (const char* role : {"label", "image", "document text"}) {
+    EXPECT_THAT(parts, Contains(std::string(role) + "\tRelease Notes:\t\t"));
+  }
+  EXPECT_THAT(parts, Not(Contains(::testing::AllOf(StartsWith("image"), Not(HasSubstr("Release Notes:"))))));
   ASSERT_TRUE(desktop_.pressThroughAccessibility("Skip This Update"));
 
   EXPECT_TRUE(waitForAction());

@@ -65,6 +65,14 @@ class VeskUpdateGTKReleaseNotesViewTest : public ::testing::Test {
     return waitForTitle(text) && waitForEndOfLoad() &&
            desktop_.serveUntil([this] { return !view_->showsPlaceholder(); });
   }
+  /// What the page had sent before is at the server, as is another page that sends two requests after one another.
+  [[nodiscard]] bool waitForWhatWasSent() {
+    server_.answers["/later"] = {.body = "<title>Later</title><meta http-equiv=refresh content='0;url=/last'>"};
+    server_.answers["/last"] = {.body = "<title>Last</title>"};
+    view_->load(server_.url("/later"));
+    return waitForPage("Last");
+  }
+
   VirtualDesktop& desktop_ = VirtualDesktop::shared();
   testing::TemporaryDirectory folder_;
   PageServer server_;
@@ -163,6 +171,42 @@ TEST_F(VeskUpdateGTKReleaseNotesViewTest, AClickOnALinkIsAskedAboutAndThePageSta
   }
 }
 
+TEST_F(VeskUpdateGTKReleaseNotesViewTest, AClickOnALinkIsReportedToNoServer) {
+  server_.answers["/notes"] = {.body = pageOfOneLink("https://example.org/more", "ping=/ping")};
+  open("/notes");
+  ASSERT_TRUE(waitForPage());
+
+  ASSERT_TRUE(desktop_.clickUntil(*view_, [this] { return asked_.size() >= 2; }));
+
+  EXPECT_TRUE(waitForWhatWasSent());
+  EXPECT_THAT(server_.requests, Not(Contains("/ping")));
+}
+
+TEST_F(VeskUpdateGTKReleaseNotesViewTest, AFormIsAskedAboutAndOneThatIsDeniedSendsNothing) {
+  server_.answers["/notes"] = {.body = R"(<!DOCTYPE html><title>Notes</title><form action=/form method=post>
+    <button style="position:fixed;inset:0;width:100%;height:100%">Send</button></form>)"};
+  open("/notes");
+  ASSERT_TRUE(waitForPage());
+  isAllowed_ = false;
+
+  ASSERT_TRUE(desktop_.clickUntil(*view_, [this] { return asked_.size() >= 2; }));
+  isAllowed_ = true;
+
+  EXPECT_EQ(asked_[1], server_.address("/form"));
+  EXPECT_TRUE(waitForWhatWasSent());
+  EXPECT_THAT(server_.requests, Not(Contains("/form")));
+}
+
+TEST_F(VeskUpdateGTKReleaseNotesViewTest, NothingIsFetchedThatThePageDoesNotShow) {
+  server_.answers["/notes"] = {.body = R"(<title>Notes</title><link rel=prefetch href=/prefetched>
+    <link rel=prerender href=/prefetched><link rel=next href=/prefetched>)"};
+  open("/notes");
+  ASSERT_TRUE(waitForPage());
+
+  EXPECT_TRUE(waitForWhatWasSent());
+  EXPECT_THAT(server_.requests, Not(Contains("/prefetched")));
+}
+
 TEST_F(VeskUpdateGTKReleaseNotesViewTest, ALinkThatAScriptFollowsIsNoChoiceOfTheUser) {
   server_.answers["/notes"] = {.body = pageOfOneLink("/other") + "<script>document.links[0].click()</script>"};
   server_.answers["/other"] = {.body = "<title>Other</title>"};
@@ -183,6 +227,19 @@ TEST_F(VeskUpdateGTKReleaseNotesViewTest, APageCanBeDarkOnADarkDesktop) {
   const testing::DarkDesktop dark;
   open("/notes", true);
   EXPECT_TRUE(waitForPage("dark"));
+}
+
+TEST_F(VeskUpdateGTKReleaseNotesViewTest, APageGrowsAsTheTextOfTheDesktopDoes) {
+  server_.answers["/notes"] = {
+      .body = "<!DOCTYPE html><script>onload = () => { document.title = innerWidth; }</script>Text"};
+  open("/notes", true);
+  EXPECT_TRUE(waitForPage(std::to_string(view_->get_width())));
+
+  const testing::TextSize twice(2.0);
+  open("/notes", true);
+
+  // Twice as large, half as many fit.
+  EXPECT_TRUE(waitForPage(std::to_string(view_->get_width() / 2)));
 }
 
 TEST_F(VeskUpdateGTKReleaseNotesViewTest, WindowsDialogsAndPermissionsAreDeniedWithoutAWord) {

@@ -48,7 +48,8 @@ class VirtualDesktop {
   /// Presses and releases a key of the keyboard, by its X name: "Return", "Escape", "Tab".
   void typeKey(const std::string& name);
 
-  /// What assistive technologies see of a process: a line for each part with role, name and value, tabs between them.
+  /// What assistive technologies see of a process: a line for each part with role, name, value and
+  /// description, tabs between them.
   [[nodiscard]] std::vector<std::string> accessibleParts(pid_t process = getpid());
   /// Does the first action of the part with this name, as a screen reader would. False when there is none.
   [[nodiscard]] bool pressThroughAccessibility(const std::string& name, pid_t process = getpid());

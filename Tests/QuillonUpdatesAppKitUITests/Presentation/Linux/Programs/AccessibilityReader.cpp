@@ -61,7 +61,8 @@ Accessible applicationOf(pid_t process) {
 }
 
 bool printPart(AtspiAccessible* part) {
-  std::cout << take(atspi_accessible_get_role_name(part, nullptr)) << '\t' << name(part) << '\t' << value(part) << '\n';
+  std::cout << take(atspi_accessible_get_role_name(part, nullptr)) << '\t' << name(part) << '\t' << value(part) << '\t'
+            << take(atspi_accessible_get_description(part, nullptr)) << '\n';
   return false;
 }
 
