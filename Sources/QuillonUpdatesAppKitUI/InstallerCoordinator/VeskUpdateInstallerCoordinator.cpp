@@ -382,7 +382,7 @@ VeskUpdateInstallerCoordinator::ArchivePlacement VeskUpdateInstallerCoordinator:
     try {
       fileManager_->createDirectory(folder);
       if (!VeskUpdateWorkingFolderSafety::isOutOfOthersReach(*fileManager_, folder)) continue;
-      data.writeAtomically(*fileManager_, archive);
+      data.writeAtomically(*fileManager_, archive, stopToken);
       return {.archiveURL = archive, .destinationFolderURL = folder};
     } catch (const QuillonSystemError&) {  // NOLINT(bugprone-empty-catch): the next folder may be better
     }

@@ -3,6 +3,7 @@
 #include <cstdint>
 #include <functional>
 #include <memory>
+#include <stop_token>
 #include <string_view>
 #include <vector>
 
@@ -16,8 +17,9 @@ class VeskUpdateInstallerDownloadBuffer : public VeskUpdateInstallerDownloadedDa
   /// Sets space aside for `bytes` in all, where that can be done. Throws QuillonSystemError when there is not so much:
   /// ENOSPC, EDQUOT, ENOMEM, or EFBIG for more than the buffer takes.
   virtual void reserve(std::uint64_t bytes) = 0;
-  /// Throws QuillonSystemError: ENOSPC, EDQUOT, ENOMEM, EFBIG.
-  virtual void append(std::string_view bytes) = 0;
+  /// Throws QuillonSystemError: ENOSPC, EDQUOT, ENOMEM, EFBIG. A buffer that has to move what it holds to another place
+  /// throws QuillonCancellationError promptly after a stop request.
+  virtual void append(std::string_view bytes, const std::stop_token& stopToken) = 0;
 };
 
 /// Makes an empty buffer, never null.

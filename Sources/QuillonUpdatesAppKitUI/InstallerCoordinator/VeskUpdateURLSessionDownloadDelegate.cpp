@@ -31,9 +31,10 @@ void requireAcceptable(std::uint64_t bytes) {
 VeskUpdateURLSessionDownloadDelegate::VeskUpdateURLSessionDownloadDelegate(
     VeskUpdateInstallerDownloadProgressHandler progressHandler,
     std::unique_ptr<VeskUpdateInstallerDownloadBuffer> downloadedData,
-    std::promise<VeskUpdateInstallerDownload>& continuation)
+    std::promise<VeskUpdateInstallerDownload>& continuation, std::stop_token stopToken)
     : progressHandler_(std::move(progressHandler)),
       continuation_(continuation),
+      stopToken_(std::move(stopToken)),
       downloadedData_(std::move(downloadedData)) {}
 
 void VeskUpdateURLSessionDownloadDelegate::didReceiveResponse(const QuillonURLResponse& response) {
@@ -55,9 +56,11 @@ void VeskUpdateURLSessionDownloadDelegate::didReceiveData(std::string_view bytes
   if (didResumeContinuation_) return;
   requireAcceptable(downloadedData_->size() + bytes.size());
   try {
-    downloadedData_->append(bytes);
+    downloadedData_->append(bytes, stopToken_);
   } catch (const QuillonSystemError& error) {
     throw cannotKeep(error);
+  } catch (const QuillonCancellationError&) {
+    throw QuillonURLError(QuillonURLErrorCode::cancelled, "The download was cancelled");
   }
   reportProgress(static_cast<std::int64_t>(downloadedData_->size()));
 }

@@ -919,6 +919,35 @@ TEST_F(VeskUpdateInstallerCoordinatorTest, ALaunchThatFailsAfterTheStopIsACancel
   EXPECT_THAT(world_.leftBehind(), Not(Contains(::testing::HasSubstr("UUID"))));
 }
 
+TEST_F(VeskUpdateInstallerCoordinatorTest, APlacementThatIsStoppedIsACancellation) {
+  class BytesOnTheirWay final : public VeskUpdateInstallerDownloadedData {
+   public:
+    BytesOnTheirWay(std::stop_source& cancellation, bool& wereStopped)
+        : cancellation_(cancellation), wereStopped_(wereStopped) {}
+    [[nodiscard]] std::uint64_t size() const noexcept override { return 1; }
+    void writeAtomically(const QuillonFileManaging&, const QuillonURL&, const std::stop_token& stopToken) override {
+      cancellation_.request_stop();
+      wereStopped_ = stopToken.stop_requested();
+      throw QuillonCancellationError();
+    }
+
+   private:
+    std::stop_source& cancellation_;
+    bool& wereStopped_;
+  };
+  bool wereStopped = false;
+  world_.network->answers[kFirst] = [&](const Handler&, const std::stop_token&) {
+    return VeskUpdateInstallerDownload{.data = std::make_unique<BytesOnTheirWay>(world_.cancellation, wereStopped),
+                                       .response = {.url = kSecondURL, .httpStatusCode = 200}};
+  };
+
+  EXPECT_EQ(world_.install(world_.appBundleRequest()), "cancelled");
+
+  EXPECT_TRUE(wereStopped);
+  EXPECT_THAT(world_.unzipper->archivePaths, IsEmpty());
+  EXPECT_THAT(world_.leftBehind(), ElementsAre("Support/Example", "Support/Example/Update"));
+}
+
 TEST_F(VeskUpdateInstallerCoordinatorTest, AnUnzipperThatIsStoppedIsACancellation) {
   world_.unzipper->content = [this](const fs::path& destination, const std::stop_token& stopToken) {
     writeFile(destination / "half", "");

@@ -24,10 +24,11 @@ class SpooledDownload final : public VeskUpdateInstallerDownloadBuffer {
       kept_->reserve(bytes);
     }
   }
-  void append(std::string_view bytes) override { kept_->append(bytes); }
+  void append(std::string_view bytes, const std::stop_token& stopToken) override { kept_->append(bytes, stopToken); }
   [[nodiscard]] std::uint64_t size() const noexcept override { return kept_->size(); }
-  void writeAtomically(const QuillonFileManaging& fileManager, const QuillonURL& file) override {
-    kept_->writeAtomically(fileManager, file);
+  void writeAtomically(const QuillonFileManaging& fileManager, const QuillonURL& file,
+                       const std::stop_token& stopToken) override {
+    kept_->writeAtomically(fileManager, file, stopToken);
   }
 
  private:

@@ -34,8 +34,8 @@ TEST(VeskUpdateInstallerDownloadBufferTest, AFolderThatIsTooFullIsFollowedByTheN
       makeSystemDownloadBuffer({QuillonURL::fileURL(full.string()), QuillonURL::fileURL(folder.path().string())});
 
   buffer->reserve(1'000'000);
-  buffer->append("abc");
-  buffer->writeAtomically(QuillonPosixFileManager(), QuillonURL::fileURL((folder / "a.zip").string()));
+  buffer->append("abc", {});
+  buffer->writeAtomically(QuillonPosixFileManager(), QuillonURL::fileURL((folder / "a.zip").string()), {});
 
   EXPECT_EQ(buffer->size(), 3U);
   EXPECT_EQ(testing::readFile(folder / "a.zip"), "abc");
