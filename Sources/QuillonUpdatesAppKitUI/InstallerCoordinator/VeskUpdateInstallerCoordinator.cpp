@@ -48,6 +48,15 @@ void throwIfCancellation(const std::exception& error, const std::stop_token& sto
   if (urlError != nullptr && urlError->code() == QuillonURLErrorCode::cancelled) throw QuillonCancellationError();
 }
 
+/// A transfer ends so when what arrives has room nowhere: that of another location would have none either, and no
+/// candidate folder could take it.
+void throwIfNowhereToWrite(const std::exception& error) {
+  const auto* const urlError = dynamic_cast<const QuillonURLError*>(&error);
+  if (urlError != nullptr && urlError->code() == QuillonURLErrorCode::cannotWriteToFile) {
+    throw VeskUpdateInstallerError(Code::writeFailed);
+  }
+}
+
 /// Runs one whole operation, whose failures are the cancellation's consequence once a stop was requested.
 template <typename Operation>
 void runCancellably(const std::stop_token& stopToken, Operation operation) {
@@ -276,12 +285,14 @@ VeskUpdateInstallerDownload VeskUpdateInstallerCoordinator::downloadArchive(
     return fetchArchive(primaryURL, window, stopToken);
   } catch (const std::exception& error) {
     throwIfCancellation(error, stopToken);
+    throwIfNowhereToWrite(error);
   }
   if (!fallbackURL) throw VeskUpdateInstallerError(Code::downloadFailed);
   try {
     return fetchArchive(*fallbackURL, window, stopToken);
   } catch (const std::exception& error) {
     throwIfCancellation(error, stopToken);
+    throwIfNowhereToWrite(error);
     throw VeskUpdateInstallerError(Code::downloadFailed);
   }
 }

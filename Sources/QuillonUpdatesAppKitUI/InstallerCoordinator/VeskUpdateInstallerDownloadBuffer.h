@@ -26,8 +26,9 @@ class VeskUpdateInstallerDownloadBuffer : public VeskUpdateInstallerDownloadedDa
 using VeskUpdateInstallerDownloadBufferMaking = std::function<std::unique_ptr<VeskUpdateInstallerDownloadBuffer>()>;
 
 /// A buffer in a file without name in the first of `spoolFolders` that takes one, so that its bytes need not be copied
-/// to a place on the same volume and nothing is left of it after a crash; in memory when none does. A folder that
-/// cannot hold what is to be reserved is followed by the next one, as long as nothing was appended.
+/// to a place on the same volume and nothing is left of it after a crash. What a folder has no room for goes to the
+/// next one, with all that is there; and then to memory, if one of them takes no such file. Without room in any, the
+/// error is that of the first.
 [[nodiscard]] std::unique_ptr<VeskUpdateInstallerDownloadBuffer> makeSystemDownloadBuffer(
     const std::vector<QuillonURL>& spoolFolders);
 

@@ -11,11 +11,11 @@
 namespace quillon {
 namespace {
 
-/// The error of a transfer whose bytes could not be kept.
+/// The error of a transfer whose bytes could not be kept. Too much for memory says nothing about room for files.
 QuillonURLError cannotKeep(const QuillonSystemError& error) {
-  const auto code =
-      error.isPOSIX(EFBIG) ? QuillonURLErrorCode::dataLengthExceedsMaximum : QuillonURLErrorCode::cannotWriteToFile;
-  return {code, error.description()};
+  const bool isTooLong = error.isPOSIX(EFBIG) || error.isPOSIX(ENOMEM);
+  return {isTooLong ? QuillonURLErrorCode::dataLengthExceedsMaximum : QuillonURLErrorCode::cannotWriteToFile,
+          error.description()};
 }
 
 void requireAcceptable(std::uint64_t bytes) {

@@ -342,6 +342,19 @@ TEST_F(VeskUpdateInstallerCoordinatorTest, AFailureThatIsNotOfTheTransferIsFollo
   EXPECT_EQ(world_.install(request), "downloadFailed");
 }
 
+TEST_F(VeskUpdateInstallerCoordinatorTest, ADownloadThatNoPlaceHasRoomForIsWriteFailedAndNotTriedAgain) {
+  VeskUpdateInstallerRequest request = world_.installerRequest();
+  request.fallbackArchiveURL = kSecondURL;
+  world_.network->answers[kFirst] = transportError(QuillonURLErrorCode::cannotWriteToFile);
+
+  EXPECT_EQ(world_.install(request), "writeFailed");
+  EXPECT_THAT(world_.network->requested, ElementsAre(kFirst));
+
+  world_.network->answers[kFirst] = status(404);
+  world_.network->answers[kSecond] = transportError(QuillonURLErrorCode::cannotWriteToFile);
+  EXPECT_EQ(world_.install(request), "writeFailed");
+}
+
 TEST_F(VeskUpdateInstallerCoordinatorTest, ADownloadThatEndsWithACancellationDoesNotTryTheFallback) {
   VeskUpdateInstallerRequest request = world_.installerRequest();
   request.fallbackArchiveURL = kSecondURL;

@@ -168,7 +168,12 @@ TEST_F(VeskUpdateURLSessionDownloadDelegateTest, AFullVolumeIsAnErrorOfWriting) 
   EXPECT_EQ(failureOf([&] { receiveResponse(10); }), QuillonURLErrorCode::cannotWriteToFile);
   record_.failsWith = EDQUOT;
   EXPECT_EQ(failureOf([&] { delegate_.didReceiveData("x"); }), QuillonURLErrorCode::cannotWriteToFile);
+}
+
+TEST_F(VeskUpdateURLSessionDownloadDelegateTest, MoreThanAFileOrMemoryTakesIsAnErrorOfLength) {
   record_.failsWith = EFBIG;
+  EXPECT_EQ(failureOf([&] { delegate_.didReceiveData("x"); }), QuillonURLErrorCode::dataLengthExceedsMaximum);
+  record_.failsWith = ENOMEM;
   EXPECT_EQ(failureOf([&] { delegate_.didReceiveData("x"); }), QuillonURLErrorCode::dataLengthExceedsMaximum);
 }
 

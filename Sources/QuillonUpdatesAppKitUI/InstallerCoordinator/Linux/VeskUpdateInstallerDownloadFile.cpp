@@ -72,6 +72,20 @@ void VeskUpdateInstallerDownloadFile::append(std::string_view bytes, const std::
   }
 }
 
+void VeskUpdateInstallerDownloadFile::copyTo(VeskUpdateInstallerDownloadBuffer& buffer,
+                                             const std::stop_token& stopToken) const {
+  std::string piece(static_cast<std::size_t>(std::min(size_, kCopyBytes)), '\0');
+  for (std::uint64_t offset = 0; offset < size_;) {
+    if (stopToken.stop_requested()) throw QuillonCancellationError();
+    const ssize_t count = pread(descriptor_.get(), piece.data(), piece.size(), static_cast<off_t>(offset));
+    if (count < 0 && errno == EINTR) continue;
+    if (count < 0) fail("read a download in", folder_);
+    if (count == 0) throw QuillonSystemError::posix(EIO, "read a download in", folder_);
+    buffer.append(std::string_view(piece).substr(0, static_cast<std::size_t>(count)), stopToken);
+    offset += static_cast<std::uint64_t>(count);
+  }
+}
+
 void VeskUpdateInstallerDownloadFile::writeAtomically(const QuillonFileManaging&, const QuillonURL& file,
                                                       const std::stop_token& stopToken) {
   AtomicFilePlacement placement(file);

@@ -18,6 +18,9 @@ class VeskUpdateInstallerDownloadFile final : public VeskUpdateInstallerDownload
   void reserve(std::uint64_t bytes) override;
   void append(std::string_view bytes, const std::stop_token& stopToken) override;
   [[nodiscard]] std::uint64_t size() const noexcept override { return size_; }
+  /// Appends all that is there to `buffer`. Throws what that throws, and QuillonCancellationError promptly after a stop
+  /// request.
+  void copyTo(VeskUpdateInstallerDownloadBuffer& buffer, const std::stop_token& stopToken) const;
   /// Gives the file its name on the volume of its folder, and copies it to others. Nothing is flushed to disk: what a
   /// power cut leaves of an archive nobody reads.
   void writeAtomically(const QuillonFileManaging& fileManager, const QuillonURL& file,
