@@ -19,6 +19,7 @@
 #include "QuillonUpdatesAppKitUI/AppBundleReplacement/VeskAppBundleUpdateFailureReportStore.h"
 #include "QuillonUpdatesAppKitUI/AppBundleReplacement/VeskUpdateInstallerError.h"
 #include "QuillonUpdatesAppKitUI/InstallerCoordinator/VeskUpdateByteCountFormatting.h"
+#include "QuillonUpdatesAppKitUI/InstallerCoordinator/VeskUpdateUncertainHandOff.h"
 #include "QuillonUpdatesAppKitUI/InstallerCoordinator/VeskUpdateWorkingFolderSafety.h"
 #include "QuillonUpdatesAppKitUI/Presentation/VeskUpdateReadyInstallConfirmation.h"
 
@@ -250,12 +251,12 @@ void VeskUpdateInstallerCoordinator::replaceAppBundle(
     const VeskAppBundleInstallerLaunchProgressHandler& launchProgressHandler, const std::stop_token& stopToken) const {
   if (!request.archiveURL) throw VeskUpdateInstallerError(Code::missingArchiveURL);
   validateReplacementHelperAvailable(request);
+  removeUncertainHandOffs(request);
   VeskUpdateInstallerDownload download =
       downloadArchive(*request.archiveURL, request.fallbackArchiveURL, window, stopToken);
   const std::vector<QuillonURL> folders =
       archiveDestinationFolderURLs(request.applicationName, request.installerSubdirectoryName);
-  // These folders are of this attempt alone. An installer that was started after all, behind a failure that hid it,
-  // finds nothing to install and says so in its report.
+  // These folders are of this attempt alone.
   ScopedRemoval foldersRemoval(*fileManager_, folders);
   const ArchivePlacement placement =
       writeArchiveToFirstUsableDestination(*download.data, request.archiveFileName, folders, stopToken);
@@ -274,8 +275,14 @@ void VeskUpdateInstallerCoordinator::replaceAppBundle(
   showTitle(window, VeskUpdateTexts::preparingToInstall, stopToken);
   prepareFailureReportURLForFreshHandoff(reportURL);
   throwIfStopRequested(stopToken);
-  launchReplacement(request, staged, reportURL, launchProgressHandler);
-  foldersRemoval.keepItems();
+  const Result result = launchReplacement(request, staged, reportURL, launchProgressHandler);
+  if (result.mayHaveLaunched()) foldersRemoval.keepItems();
+  try {
+    std::visit(LaunchOutcome{}, result.value);
+  } catch (const VeskUpdateInstallerError&) {
+    if (result.mayHaveLaunched()) VeskUpdateUncertainHandOff::mark(*fileManager_, placement.destinationFolderURL);
+    throw;
+  }
 }
 
 VeskUpdateInstallerDownload VeskUpdateInstallerCoordinator::downloadArchive(
@@ -462,6 +469,17 @@ QuillonURL VeskUpdateInstallerCoordinator::findSingleAppBundle(const QuillonURL&
   return *found;
 }
 
+/// Before anything is downloaded: what they occupy may be needed. Whoever tries again was told that they failed.
+void VeskUpdateInstallerCoordinator::removeUncertainHandOffs(const VeskAppBundleUpdateRequest& request) const noexcept {
+  try {
+    for (const QuillonURL& folder :
+         archiveDestinationFolderURLs(request.applicationName, request.installerSubdirectoryName)) {
+      VeskUpdateUncertainHandOff::removeMarkedFolders(*fileManager_, folder.deletingLastPathComponent());
+    }
+  } catch (const std::exception&) {  // NOLINT(bugprone-empty-catch): a folder without location holds none
+  }
+}
+
 void VeskUpdateInstallerCoordinator::validateReplacementHelperAvailable(
     const VeskAppBundleUpdateRequest& request) const {
   if (request.helperExecutableURL && fileManager_->isExecutableFile(*request.helperExecutableURL)) return;
@@ -508,7 +526,7 @@ void VeskUpdateInstallerCoordinator::prepareFailureReportURLForFreshHandoff(
   }
 }
 
-void VeskUpdateInstallerCoordinator::launchReplacement(
+VeskAppBundleReplacementLaunchResult VeskUpdateInstallerCoordinator::launchReplacement(
     const VeskAppBundleUpdateRequest& request, const QuillonURL& stagedApplicationURL,
     const std::optional<QuillonURL>& reportURL,
     const VeskAppBundleInstallerLaunchProgressHandler& launchProgressHandler) const {
@@ -522,9 +540,8 @@ void VeskUpdateInstallerCoordinator::launchReplacement(
       .failureReportURL = reportURL,
       .failureReportAttemptIdentifier = request.failureReportAttemptIdentifier,
   };
-  const Result result = replacementLauncher_->launchReplacement(
+  return replacementLauncher_->launchReplacement(
       replacement, launchProgressHandler ? launchProgressHandler : [](const VeskAppBundleInstallerLaunchProgress&) {});
-  std::visit(LaunchOutcome{}, result.value);
 }
 
 void VeskUpdateInstallerCoordinator::showTitle(const Window& window, const VeskUpdateText& title,

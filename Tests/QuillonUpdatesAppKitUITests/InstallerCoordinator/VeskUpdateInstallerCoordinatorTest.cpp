@@ -27,6 +27,7 @@ using ::testing::SizeIs;
 using Code = VeskUpdateInstallerError::Code;
 using Handler = VeskUpdateInstallerDownloadProgressHandler;
 using LaunchResult = VeskAppBundleReplacementLaunchResult;
+using Phase = VeskAppBundleInstallerLaunchPhase;
 using testing::FakeInstallerNetworkClient;
 using testing::makeApplicationBundle;
 using testing::UpdateInstallationWorld;
@@ -47,6 +48,10 @@ FakeInstallerNetworkClient::Answer transportError(QuillonURLErrorCode code) {
   return [code](const Handler&, const std::stop_token&) -> VeskUpdateInstallerDownload {
     throw QuillonURLError(code, "transport");
   };
+}
+
+VeskAppBundleInstallerFailureDiagnostic failureIn(Phase phase) {
+  return {.phase = phase, .errorDomain = std::nullopt, .errorCode = std::nullopt, .errorDescription = ""};
 }
 
 class VeskUpdateInstallerCoordinatorTest : public ::testing::Test {
@@ -689,14 +694,57 @@ TEST_F(VeskUpdateInstallerCoordinatorTest, EveryLaunchResultHasItsError) {
 }
 
 TEST_F(VeskUpdateInstallerCoordinatorTest, AFailedLaunchLeavesNothingOfTheAttempt) {
-  for (const LaunchResult& result : {LaunchResult::helperUnavailable(), LaunchResult::protocolFailure({}),
-                                     LaunchResult::authorizationCancelled(0)}) {
+  for (const LaunchResult& result :
+       {LaunchResult::helperUnavailable(), LaunchResult::launchFailed(failureIn(Phase::jobSubmission)),
+        LaunchResult::protocolFailure(failureIn(Phase::messageResolution)),
+        LaunchResult::timedOut(Phase::messageResolution), LaunchResult::authorizationDenied(0),
+        LaunchResult::authorizationCancelled(0)}) {
     world_.replacementLauncher->answer = result;
 
     EXPECT_NE(world_.install(world_.appBundleRequest()), "done");
 
-    EXPECT_THAT(world_.leftBehind(), Not(Contains(::testing::HasSubstr("UUID"))));
+    EXPECT_THAT(world_.leftBehind(), Not(Contains(::testing::HasSubstr("UUID")))) << result.caseName();
   }
+}
+
+TEST_F(VeskUpdateInstallerCoordinatorTest, AnInstallerThatMayHaveBeenStartedFindsTheStagedBundleUntilTheNextAttempt) {
+  const VeskAppBundleUpdateRequest request = world_.appBundleRequest();
+  for (const LaunchResult& result :
+       {LaunchResult::timedOut(Phase::preAuthorization), LaunchResult::timedOut(Phase::postAuthorization),
+        LaunchResult::protocolFailure(failureIn(Phase::xpcConnection)),
+        LaunchResult::protocolFailure(failureIn(Phase::xpcReply))}) {
+    world_.replacementLauncher->answer = result;
+
+    EXPECT_NE(world_.install(request), "done");
+
+    EXPECT_TRUE(fs::exists(stagedApplication() + "/Contents/Info.plist")) << result.caseName();
+    EXPECT_THAT(world_.leftBehind(),
+                ElementsAre("Support/Example", "Support/Example/Update", "Support/Example/Update/.handed-over-UUID",
+                            "Support/Example/Update/UUID", "Support/Example/Update/UUID/Example.app",
+                            "Support/org.example.App", "Support/org.example.App/SeamlessInstaller"));
+  }
+  world_.network->answers[kFirst] = status(404);
+  EXPECT_EQ(world_.install(request), "downloadFailed");
+
+  EXPECT_THAT(world_.leftBehind(), Not(Contains(::testing::HasSubstr("UUID"))));
+}
+
+TEST_F(VeskUpdateInstallerCoordinatorTest, AnAttemptThatIsUnderWayOrHandedOverSurvivesTheNextOne) {
+  EXPECT_EQ(world_.install(world_.appBundleRequest()), "done");
+  const std::string first = stagedApplication();
+  EXPECT_EQ(world_.install(world_.appBundleRequest()), "done");
+
+  EXPECT_TRUE(fs::exists(first));
+  EXPECT_TRUE(fs::exists(stagedApplication()));
+}
+
+TEST_F(VeskUpdateInstallerCoordinatorTest, TheBundleOfALaunchThatMayHaveSucceededAfterTheStopStays) {
+  world_.replacementLauncher->onLaunch = [this](const auto&) { world_.cancellation.request_stop(); };
+  world_.replacementLauncher->answer = LaunchResult::protocolFailure(failureIn(Phase::xpcConnection));
+
+  EXPECT_EQ(world_.install(world_.appBundleRequest()), "cancelled");
+
+  EXPECT_TRUE(fs::exists(stagedApplication()));
 }
 
 TEST_F(VeskUpdateInstallerCoordinatorTest, AReportOfAnEarlierFailureIsRemovedBeforeTheHandOff) {
