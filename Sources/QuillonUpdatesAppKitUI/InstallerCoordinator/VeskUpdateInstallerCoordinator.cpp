@@ -395,6 +395,7 @@ VeskUpdateInstallerCoordinator::ArchivePlacement VeskUpdateInstallerCoordinator:
   if (!isSinglePathComponent(name)) throw VeskUpdateInstallerError(Code::writeFailed);
   for (const QuillonURL& folder : folders) {
     throwIfStopRequested(stopToken);
+    if (!VeskUpdateWorkingFolderSafety::canBeMadeOutOfOthersReach(*fileManager_, folder)) continue;
     const QuillonURL archive = folder.appendingPathComponent(name);
     removeFileIgnoringErrors(*fileManager_, archive);
     try {

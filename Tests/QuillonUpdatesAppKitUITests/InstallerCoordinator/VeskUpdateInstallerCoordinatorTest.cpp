@@ -454,6 +454,35 @@ TEST_F(VeskUpdateInstallerCoordinatorTest, AnInstallerDocumentThatAnotherUserPut
   EXPECT_THAT(world_.launcher->opened, IsEmpty());
 }
 
+TEST_F(VeskUpdateInstallerCoordinatorTest, ALinkInTheTemporaryFolderLeadsNoChangeElsewhere) {
+  world_.files->placeWorkingFolders({}, QuillonURL::fileURL(world_.temporary.string()));
+  writeFile(world_.folder / "Elsewhere/Installer/Example.zip", "precious");
+  fs::create_directory_symlink(world_.folder / "Elsewhere", world_.temporary / "Example");
+  archiveHolds({"Example.pkg"});
+
+  EXPECT_EQ(world_.install(world_.installerRequest()), "done");
+  EXPECT_EQ(world_.install(world_.appBundleRequest()), "writeFailed");
+
+  EXPECT_THAT(world_.launcher->opened, ElementsAre(world_.temporary / "Example.pkg"));
+  EXPECT_TRUE(fs::exists(world_.folder / "Elsewhere/Installer/Example.zip"));
+  EXPECT_FALSE(fs::exists(world_.folder / "Elsewhere/Update"));
+}
+
+TEST_F(VeskUpdateInstallerCoordinatorTest, InATemporaryFolderOfThisUserAloneADocumentIsOpenedWhateverItsMode) {
+  world_.files->failChangesBelow(QuillonURL::fileURL(world_.support.string()), EACCES);
+  world_.unzipper->content = [](const fs::path& destination, const std::stop_token&) {
+    writeFile(destination / "Example.pkg", "");
+    fs::permissions(destination / "Example.pkg", fs::perms::group_write, fs::perm_options::add);
+    return true;
+  };
+
+  EXPECT_EQ(world_.install(world_.installerRequest()), "launchFailed") << "the folder is everybody's";
+  fs::permissions(world_.temporary, fs::perms::owner_all);
+  EXPECT_EQ(world_.install(world_.installerRequest()), "done");
+
+  EXPECT_THAT(world_.launcher->opened, ElementsAre(world_.temporary / "Example.pkg"));
+}
+
 TEST_F(VeskUpdateInstallerCoordinatorTest, LinksOnTheWayToApplicationSupportAreResolved) {
   fs::create_directories(world_.folder / "Volume");
   fs::create_directory_symlink("Volume", world_.support);

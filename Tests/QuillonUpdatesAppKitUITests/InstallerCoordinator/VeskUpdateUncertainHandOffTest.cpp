@@ -93,6 +93,7 @@ TEST_F(VeskUpdateUncertainHandOffTest, InATemporaryFolderMarksThatAnotherUserCan
   files_.placeWorkingFolders({}, QuillonURL::fileURL(folder_.path().string()));
   const fs::path marked = makeAttempt();
   mark(marked);
+  ASSERT_EQ(chmod(folder_.path().c_str(), 01777), 0);
   ASSERT_EQ(chmod(working_.c_str(), 0777), 0);
 
   removeMarkedFolders();
