@@ -286,7 +286,7 @@ TEST_F(VeskUpdateInstallerCoordinatorTest, WithoutFallbackAFailedDownloadIsTheEn
 }
 
 TEST_F(VeskUpdateInstallerCoordinatorTest, EveryStatusFrom200To299IsASuccess) {
-  for (const std::int32_t code : {200, 204, 299}) {
+  for (const std::int32_t code : {200, 204, 206, 299}) {
     world_.network->answers[kFirst] = status(code);
 
     EXPECT_EQ(world_.install(world_.installerRequest()), "done") << code;
