@@ -5,6 +5,7 @@
 #include <gtest/gtest.h>
 #include <netdb.h>
 
+#include <atomic>
 #include <chrono>
 #include <latch>
 #include <stdexcept>
@@ -312,7 +313,7 @@ QuillonURL secureURL(const MisbehavingServer& server) {
 TEST_F(CurlTransferFailureTest, ATLSConnectionThatIsCutOffInABodyOfUnknownLengthIsLost) {
   const TLSCredentials credentials;
   configuration_.certificateAuthorityFile = credentials.certificateAuthorityFile();
-  bool isClosed = false;
+  std::atomic<bool> isClosed = false;
   const MisbehavingServer server([&](Connection& connection) {
     TLSConversation conversation(credentials, connection);
     (void)conversation.readUntil("\r\n\r\n");
