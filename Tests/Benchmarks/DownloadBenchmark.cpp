@@ -51,7 +51,7 @@ void download(const QuillonURL& url, const fs::path& file, const VeskUpdateInsta
       quillon::makeSystemURLTransfers({.usesProxiesOfEnvironment = false}),
       [&] { return quillon::makeSystemDownloadBuffer(spoolFolders); });
   const auto downloaded = client.data(url, handler, std::stop_token());
-  downloaded.data->writeAtomically(quillon::QuillonPosixFileManager(), QuillonURL::fileURL(file.string()));
+  downloaded.data->writeAtomically(quillon::QuillonPosixFileManager(), QuillonURL::fileURL(file.string()), {});
 }
 
 void requireSize(const fs::path& file) {

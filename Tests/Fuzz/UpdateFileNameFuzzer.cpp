@@ -135,7 +135,8 @@ class NoFiles final : public QuillonFileManaging {
 class EmptyDownload final : public VeskUpdateInstallerDownloadedData {
  public:
   std::uint64_t size() const noexcept override { return 0; }
-  void writeAtomically(const QuillonFileManaging& fileManager, const QuillonURL& file) override {
+  void writeAtomically(const QuillonFileManaging& fileManager, const QuillonURL& file,
+                       const std::stop_token& /*stopToken*/) override {
     fileManager.createFile(file, "");
   }
 };

@@ -29,6 +29,7 @@
 #include "QuillonCore/Values/QuillonError.h"
 #include "QuillonUpdatesAppKitUI/InstallerCoordinator/VeskUpdateArchiveTool.h"
 #include "QuillonUpdatesAppKitUI/InstallerCoordinator/VeskUpdateSystemInstallerCoordinator.h"
+#include "QuillonUpdatesAppKitUI/InstallerCoordinator/VeskUpdateSystemUnzipper.h"
 #include "Support/ApplicationBundleBuilder.h"
 #include "Support/FaultInjectingFileManager.h"
 #include "Support/MisbehavingServer.h"
@@ -61,8 +62,10 @@ using testing::writeFile;
 
 constexpr int kCancellations = QUILLON_UPDATE_CANCELLATIONS;
 constexpr std::uint32_t kSeed = 20'260'611;
-/// What no machine that works at all needs to end a cancelled update.
-constexpr auto kWatchdog = std::chrono::seconds(20);
+/// What no machine that works at all needs to end a cancelled update. An archive tool that does not end by itself is
+/// killed later than that.
+constexpr auto kWatchdog = std::chrono::seconds(8);
+static_assert(kWatchdog < VeskUpdateSystemUnzipper::kTimeToCleanUp);
 /// So many that an archive comes in several pieces, between which there is time to cancel.
 constexpr std::size_t kFillerBytes = std::size_t{1536} * 1024;
 /// The server rests after each piece a little longer than a transfer gathers what arrives: 768 KB take 10.7 ms at

@@ -28,6 +28,7 @@ class MisbehavingServer {
     void waitUntilClosed();
     /// Breaks the connection instead of closing it (RST).
     void reset();
+    [[nodiscard]] int descriptor() const noexcept { return descriptor_; }
 
    private:
     int descriptor_;

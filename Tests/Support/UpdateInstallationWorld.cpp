@@ -22,7 +22,8 @@ class BytesInMemory final : public VeskUpdateInstallerDownloadedData {
  public:
   explicit BytesInMemory(std::string bytes) : bytes_(std::move(bytes)) {}
   [[nodiscard]] std::uint64_t size() const noexcept override { return bytes_.size(); }
-  void writeAtomically(const QuillonFileManaging& fileManager, const QuillonURL& file) override {
+  void writeAtomically(const QuillonFileManaging& fileManager, const QuillonURL& file,
+                       const std::stop_token& /*stopToken*/) override {
     fileManager.createFile(file, bytes_);  // does not wait for the disk, which hundreds of runs would
   }
 

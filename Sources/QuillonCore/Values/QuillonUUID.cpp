@@ -1,15 +1,28 @@
 #include "QuillonCore/Values/QuillonUUID.h"
 
+#include <algorithm>
 #include <array>
 #include <cstddef>
 #include <cstdint>
 #include <random>
-#include <string_view>
 
 namespace quillon {
+namespace {
+
+constexpr std::string_view kHex = "0123456789ABCDEF";
+/// Of the 36 characters, 'x' is a hexadecimal digit and 'v' one of the variant of RFC 9562.
+constexpr std::string_view kForm = "xxxxxxxx-xxxx-4xxx-vxxx-xxxxxxxxxxxx";
+constexpr std::string_view kVariantDigits = "89AB";
+
+bool fits(char character, char form) noexcept {
+  if (form == 'x') return kHex.find(character) != std::string_view::npos;
+  if (form == 'v') return kVariantDigits.find(character) != std::string_view::npos;
+  return character == form;
+}
+
+}  // namespace
 
 std::string makeUUIDString() {
-  static constexpr std::string_view kHex = "0123456789ABCDEF";
   std::random_device device;
   std::array<std::uint8_t, 16> bytes{};
   for (std::size_t i = 0; i < bytes.size(); i += 4) {
@@ -26,6 +39,10 @@ std::string makeUUIDString() {
     text += kHex[bytes.at(i) & 15];
   }
   return text;
+}
+
+bool isUUIDString(std::string_view text) noexcept {
+  return std::equal(text.begin(), text.end(), kForm.begin(), kForm.end(), fits);
 }
 
 }  // namespace quillon

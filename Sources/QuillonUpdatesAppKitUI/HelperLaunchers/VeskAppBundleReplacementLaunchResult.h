@@ -73,6 +73,10 @@ struct VeskAppBundleReplacementLaunchResult {
   /// The case's name in messages, equal to its factory's.
   [[nodiscard]] std::string_view caseName() const noexcept;
 
+  /// Whether an installer can be at work: one was started, or nobody knows because the answer did not come or could not
+  /// be understood. A launch that ended in the phase messageResolution had started nothing.
+  [[nodiscard]] bool mayHaveLaunched() const noexcept;
+
   friend bool operator==(const VeskAppBundleReplacementLaunchResult&,
                          const VeskAppBundleReplacementLaunchResult&) = default;
 };

@@ -19,6 +19,7 @@
 #include "QuillonUpdatesAppKitUI/AppBundleReplacement/VeskAppBundleUpdateFailureReportStore.h"
 #include "QuillonUpdatesAppKitUI/AppBundleReplacement/VeskUpdateInstallerError.h"
 #include "QuillonUpdatesAppKitUI/InstallerCoordinator/VeskUpdateByteCountFormatting.h"
+#include "QuillonUpdatesAppKitUI/InstallerCoordinator/VeskUpdateUncertainHandOff.h"
 #include "QuillonUpdatesAppKitUI/InstallerCoordinator/VeskUpdateWorkingFolderSafety.h"
 #include "QuillonUpdatesAppKitUI/Presentation/VeskUpdateReadyInstallConfirmation.h"
 
@@ -46,6 +47,15 @@ void throwIfCancellation(const std::exception& error, const std::stop_token& sto
   if (dynamic_cast<const QuillonCancellationError*>(&error) != nullptr) throw QuillonCancellationError();
   const auto* const urlError = dynamic_cast<const QuillonURLError*>(&error);
   if (urlError != nullptr && urlError->code() == QuillonURLErrorCode::cancelled) throw QuillonCancellationError();
+}
+
+/// A transfer ends so when what arrives has room nowhere: that of another location would have none either, and no
+/// candidate folder could take it.
+void throwIfNowhereToWrite(const std::exception& error) {
+  const auto* const urlError = dynamic_cast<const QuillonURLError*>(&error);
+  if (urlError != nullptr && urlError->code() == QuillonURLErrorCode::cannotWriteToFile) {
+    throw VeskUpdateInstallerError(Code::writeFailed);
+  }
 }
 
 /// Runs one whole operation, whose failures are the cancellation's consequence once a stop was requested.
@@ -241,12 +251,12 @@ void VeskUpdateInstallerCoordinator::replaceAppBundle(
     const VeskAppBundleInstallerLaunchProgressHandler& launchProgressHandler, const std::stop_token& stopToken) const {
   if (!request.archiveURL) throw VeskUpdateInstallerError(Code::missingArchiveURL);
   validateReplacementHelperAvailable(request);
+  removeUncertainHandOffs(request);
   VeskUpdateInstallerDownload download =
       downloadArchive(*request.archiveURL, request.fallbackArchiveURL, window, stopToken);
   const std::vector<QuillonURL> folders =
       archiveDestinationFolderURLs(request.applicationName, request.installerSubdirectoryName);
-  // These folders are of this attempt alone. An installer that was started after all, behind a failure that hid it,
-  // finds nothing to install and says so in its report.
+  // These folders are of this attempt alone.
   ScopedRemoval foldersRemoval(*fileManager_, folders);
   const ArchivePlacement placement =
       writeArchiveToFirstUsableDestination(*download.data, request.archiveFileName, folders, stopToken);
@@ -265,8 +275,14 @@ void VeskUpdateInstallerCoordinator::replaceAppBundle(
   showTitle(window, VeskUpdateTexts::preparingToInstall, stopToken);
   prepareFailureReportURLForFreshHandoff(reportURL);
   throwIfStopRequested(stopToken);
-  launchReplacement(request, staged, reportURL, launchProgressHandler);
-  foldersRemoval.keepItems();
+  const Result result = launchReplacement(request, staged, reportURL, launchProgressHandler);
+  if (result.mayHaveLaunched()) foldersRemoval.keepItems();
+  try {
+    std::visit(LaunchOutcome{}, result.value);
+  } catch (const VeskUpdateInstallerError&) {
+    if (result.mayHaveLaunched()) VeskUpdateUncertainHandOff::mark(*fileManager_, placement.destinationFolderURL);
+    throw;
+  }
 }
 
 VeskUpdateInstallerDownload VeskUpdateInstallerCoordinator::downloadArchive(
@@ -276,12 +292,14 @@ VeskUpdateInstallerDownload VeskUpdateInstallerCoordinator::downloadArchive(
     return fetchArchive(primaryURL, window, stopToken);
   } catch (const std::exception& error) {
     throwIfCancellation(error, stopToken);
+    throwIfNowhereToWrite(error);
   }
   if (!fallbackURL) throw VeskUpdateInstallerError(Code::downloadFailed);
   try {
     return fetchArchive(*fallbackURL, window, stopToken);
   } catch (const std::exception& error) {
     throwIfCancellation(error, stopToken);
+    throwIfNowhereToWrite(error);
     throw VeskUpdateInstallerError(Code::downloadFailed);
   }
 }
@@ -377,12 +395,13 @@ VeskUpdateInstallerCoordinator::ArchivePlacement VeskUpdateInstallerCoordinator:
   if (!isSinglePathComponent(name)) throw VeskUpdateInstallerError(Code::writeFailed);
   for (const QuillonURL& folder : folders) {
     throwIfStopRequested(stopToken);
+    if (!VeskUpdateWorkingFolderSafety::canBeMadeOutOfOthersReach(*fileManager_, folder)) continue;
     const QuillonURL archive = folder.appendingPathComponent(name);
     removeFileIgnoringErrors(*fileManager_, archive);
     try {
       fileManager_->createDirectory(folder);
       if (!VeskUpdateWorkingFolderSafety::isOutOfOthersReach(*fileManager_, folder)) continue;
-      data.writeAtomically(*fileManager_, archive);
+      data.writeAtomically(*fileManager_, archive, stopToken);
       return {.archiveURL = archive, .destinationFolderURL = folder};
     } catch (const QuillonSystemError&) {  // NOLINT(bugprone-empty-catch): the next folder may be better
     }
@@ -451,6 +470,17 @@ QuillonURL VeskUpdateInstallerCoordinator::findSingleAppBundle(const QuillonURL&
   return *found;
 }
 
+/// Before anything is downloaded: what they occupy may be needed. Whoever tries again was told that they failed.
+void VeskUpdateInstallerCoordinator::removeUncertainHandOffs(const VeskAppBundleUpdateRequest& request) const noexcept {
+  try {
+    for (const QuillonURL& folder :
+         archiveDestinationFolderURLs(request.applicationName, request.installerSubdirectoryName)) {
+      VeskUpdateUncertainHandOff::removeMarkedFolders(*fileManager_, folder.deletingLastPathComponent());
+    }
+  } catch (const std::exception&) {  // NOLINT(bugprone-empty-catch): a folder without location holds none
+  }
+}
+
 void VeskUpdateInstallerCoordinator::validateReplacementHelperAvailable(
     const VeskAppBundleUpdateRequest& request) const {
   if (request.helperExecutableURL && fileManager_->isExecutableFile(*request.helperExecutableURL)) return;
@@ -497,7 +527,7 @@ void VeskUpdateInstallerCoordinator::prepareFailureReportURLForFreshHandoff(
   }
 }
 
-void VeskUpdateInstallerCoordinator::launchReplacement(
+VeskAppBundleReplacementLaunchResult VeskUpdateInstallerCoordinator::launchReplacement(
     const VeskAppBundleUpdateRequest& request, const QuillonURL& stagedApplicationURL,
     const std::optional<QuillonURL>& reportURL,
     const VeskAppBundleInstallerLaunchProgressHandler& launchProgressHandler) const {
@@ -511,9 +541,8 @@ void VeskUpdateInstallerCoordinator::launchReplacement(
       .failureReportURL = reportURL,
       .failureReportAttemptIdentifier = request.failureReportAttemptIdentifier,
   };
-  const Result result = replacementLauncher_->launchReplacement(
+  return replacementLauncher_->launchReplacement(
       replacement, launchProgressHandler ? launchProgressHandler : [](const VeskAppBundleInstallerLaunchProgress&) {});
-  std::visit(LaunchOutcome{}, result.value);
 }
 
 void VeskUpdateInstallerCoordinator::showTitle(const Window& window, const VeskUpdateText& title,

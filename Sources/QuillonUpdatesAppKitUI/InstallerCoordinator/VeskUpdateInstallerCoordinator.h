@@ -65,8 +65,8 @@ class VeskUpdateInstallerCoordinator {
 
   /// Has the application bundle of the archive take the place of the installed one; the installer waits for the host
   /// to quit. With a window this waits for the user's consent. `launchProgressHandler` may be empty; the launcher says
-  /// on which thread it is called. The staged bundle stays in a folder of its own when the installer was started, and
-  /// otherwise nothing does.
+  /// on which thread it is called. The staged bundle stays in a folder of its own when the installer was started or may
+  /// have been, in which case the next attempt removes it; otherwise nothing stays.
   void install(const VeskAppBundleUpdateRequest& request, std::shared_ptr<VeskUpdateProgressWindow> progressWindow,
                const VeskAppBundleInstallerLaunchProgressHandler& launchProgressHandler,
                std::stop_token stopToken = {}) const;
@@ -110,12 +110,14 @@ class VeskUpdateInstallerCoordinator {
   [[nodiscard]] QuillonURL installerURL(const ArchivePlacement& placement, const std::string& installerFileName) const;
   [[nodiscard]] QuillonURL findSingleAppBundle(const QuillonURL& folder, const std::stop_token& stopToken) const;
 
+  void removeUncertainHandOffs(const VeskAppBundleUpdateRequest& request) const noexcept;
   void validateReplacementHelperAvailable(const VeskAppBundleUpdateRequest& request) const;
   void waitForReadyToInstallConfirmation(const Window& window, const std::stop_token& stopToken) const;
   void prepareFailureReportURLForFreshHandoff(const std::optional<QuillonURL>& reportURL) const;
-  void launchReplacement(const VeskAppBundleUpdateRequest& request, const QuillonURL& stagedApplicationURL,
-                         const std::optional<QuillonURL>& reportURL,
-                         const VeskAppBundleInstallerLaunchProgressHandler& launchProgressHandler) const;
+  [[nodiscard]] VeskAppBundleReplacementLaunchResult launchReplacement(
+      const VeskAppBundleUpdateRequest& request, const QuillonURL& stagedApplicationURL,
+      const std::optional<QuillonURL>& reportURL,
+      const VeskAppBundleInstallerLaunchProgressHandler& launchProgressHandler) const;
 
   void showTitle(const Window& window, const VeskUpdateText& title, const std::stop_token& stopToken) const;
 

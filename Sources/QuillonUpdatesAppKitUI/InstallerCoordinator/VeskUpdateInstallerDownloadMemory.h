@@ -14,9 +14,10 @@ class VeskUpdateInstallerDownloadMemory final : public VeskUpdateInstallerDownlo
   explicit VeskUpdateInstallerDownloadMemory(std::uint64_t maximumBytes = kDefaultMaximumBytes);
 
   void reserve(std::uint64_t bytes) override;
-  void append(std::string_view bytes) override;
+  void append(std::string_view bytes, const std::stop_token& stopToken) override;
   [[nodiscard]] std::uint64_t size() const noexcept override { return bytes_.size(); }
-  void writeAtomically(const QuillonFileManaging& fileManager, const QuillonURL& file) override;
+  void writeAtomically(const QuillonFileManaging& fileManager, const QuillonURL& file,
+                       const std::stop_token& stopToken) override;
 
  private:
   void requireRoom(std::uint64_t bytes) const;

@@ -1,7 +1,7 @@
 #pragma once
 
 #include <cstdint>
-#include <string_view>
+#include <stop_token>
 
 #include "QuillonCore/Contracts/QuillonFileManaging.h"
 #include "QuillonCore/Values/QuillonURL.h"
@@ -20,8 +20,10 @@ class VeskUpdateInstallerDownloadedData {
 
   /// Puts the bytes at `file` as a whole, replacing what is there (mode 0644): after a failure nothing new is there.
   /// May be called again for another place after a failure. Nothing need be flushed to disk: the archive is unpacked at
-  /// once and removed, and nobody reads what a power cut leaves of it. Throws QuillonSystemError.
-  virtual void writeAtomically(const QuillonFileManaging& fileManager, const QuillonURL& file) = 0;
+  /// once and removed, and nobody reads what a power cut leaves of it. Throws QuillonSystemError, and promptly after a
+  /// stop request QuillonCancellationError, unless the bytes are in their place by then.
+  virtual void writeAtomically(const QuillonFileManaging& fileManager, const QuillonURL& file,
+                               const std::stop_token& stopToken) = 0;
 };
 
 }  // namespace quillon

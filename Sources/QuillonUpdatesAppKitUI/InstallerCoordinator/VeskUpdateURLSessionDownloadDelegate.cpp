@@ -11,11 +11,11 @@
 namespace quillon {
 namespace {
 
-/// The error of a transfer whose bytes could not be kept.
+/// The error of a transfer whose bytes could not be kept. Too much for memory says nothing about room for files.
 QuillonURLError cannotKeep(const QuillonSystemError& error) {
-  const auto code =
-      error.isPOSIX(EFBIG) ? QuillonURLErrorCode::dataLengthExceedsMaximum : QuillonURLErrorCode::cannotWriteToFile;
-  return {code, error.description()};
+  const bool isTooLong = error.isPOSIX(EFBIG) || error.isPOSIX(ENOMEM);
+  return {isTooLong ? QuillonURLErrorCode::dataLengthExceedsMaximum : QuillonURLErrorCode::cannotWriteToFile,
+          error.description()};
 }
 
 void requireAcceptable(std::uint64_t bytes) {
@@ -31,9 +31,10 @@ void requireAcceptable(std::uint64_t bytes) {
 VeskUpdateURLSessionDownloadDelegate::VeskUpdateURLSessionDownloadDelegate(
     VeskUpdateInstallerDownloadProgressHandler progressHandler,
     std::unique_ptr<VeskUpdateInstallerDownloadBuffer> downloadedData,
-    std::promise<VeskUpdateInstallerDownload>& continuation)
+    std::promise<VeskUpdateInstallerDownload>& continuation, std::stop_token stopToken)
     : progressHandler_(std::move(progressHandler)),
       continuation_(continuation),
+      stopToken_(std::move(stopToken)),
       downloadedData_(std::move(downloadedData)) {}
 
 void VeskUpdateURLSessionDownloadDelegate::didReceiveResponse(const QuillonURLResponse& response) {
@@ -55,9 +56,11 @@ void VeskUpdateURLSessionDownloadDelegate::didReceiveData(std::string_view bytes
   if (didResumeContinuation_) return;
   requireAcceptable(downloadedData_->size() + bytes.size());
   try {
-    downloadedData_->append(bytes);
+    downloadedData_->append(bytes, stopToken_);
   } catch (const QuillonSystemError& error) {
     throw cannotKeep(error);
+  } catch (const QuillonCancellationError&) {
+    throw QuillonURLError(QuillonURLErrorCode::cancelled, "The download was cancelled");
   }
   reportProgress(static_cast<std::int64_t>(downloadedData_->size()));
 }

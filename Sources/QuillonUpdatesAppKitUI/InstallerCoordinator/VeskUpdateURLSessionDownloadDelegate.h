@@ -5,6 +5,7 @@
 #include <future>
 #include <memory>
 #include <optional>
+#include <stop_token>
 #include <string_view>
 
 #include "QuillonCore/Network/QuillonURLTransferring.h"
@@ -24,15 +25,16 @@ class VeskUpdateURLSessionDownloadDelegate final : public QuillonURLTransferRece
   static constexpr std::uint64_t kMaximumReservedBytes = std::uint64_t{4} * 1024 * 1024 * 1024;
 
   /// `progressHandler` may be empty; `downloadedData` is empty and not null. `continuation` gets the download or the
-  /// error, and outlives this object.
+  /// error, and outlives this object. `stopToken` is that of the transfer.
   VeskUpdateURLSessionDownloadDelegate(VeskUpdateInstallerDownloadProgressHandler progressHandler,
                                        std::unique_ptr<VeskUpdateInstallerDownloadBuffer> downloadedData,
-                                       std::promise<VeskUpdateInstallerDownload>& continuation);
+                                       std::promise<VeskUpdateInstallerDownload>& continuation,
+                                       std::stop_token stopToken);
 
   /// Throws QuillonURLError: `dataLengthExceedsMaximum`, and `cannotWriteToFile` when there is no space for what is
   /// announced.
   void didReceiveResponse(const QuillonURLResponse& response) override;
-  /// Throws the same.
+  /// Throws the same, and `cancelled` when a stop was requested while the bytes were put away.
   void didReceiveData(std::string_view bytes) override;
   /// The transfer is over: with `error`, or well if that is null. Without a response the error is `badServerResponse`.
   void didComplete(std::exception_ptr error);
@@ -44,6 +46,7 @@ class VeskUpdateURLSessionDownloadDelegate final : public QuillonURLTransferRece
 
   const VeskUpdateInstallerDownloadProgressHandler progressHandler_;
   std::promise<VeskUpdateInstallerDownload>& continuation_;
+  const std::stop_token stopToken_;
   std::unique_ptr<VeskUpdateInstallerDownloadBuffer> downloadedData_;
   std::optional<QuillonURLResponse> response_;
   std::optional<std::int64_t> expectedBytes_;

@@ -31,9 +31,10 @@ VeskUpdateInstallerDownload VeskUpdateURLSessionInstallerNetworkClient::data(
     const QuillonURL& url, const VeskUpdateInstallerDownloadProgressHandler& progressHandler,
     std::stop_token stopToken) {
   VeskUpdateURLSessionDownloadTaskBox box;
-  const std::stop_callback cancelTask(std::move(stopToken), [&box] { box.cancel(); });
+  const std::stop_callback cancelTask(stopToken, [&box] { box.cancel(); });
   std::promise<VeskUpdateInstallerDownload> continuation;
-  VeskUpdateURLSessionDownloadDelegate delegate(progressHandler, makeDownloadBuffer_(), continuation);
+  VeskUpdateURLSessionDownloadDelegate delegate(progressHandler, makeDownloadBuffer_(), continuation,
+                                                std::move(stopToken));
   const auto task = std::make_shared<QuillonURLDataTask>(transfers_, QuillonURLRequest{.url = url});
   box.store(task);
   delegate.didComplete(resume(*task, delegate));

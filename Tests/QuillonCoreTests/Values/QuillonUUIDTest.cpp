@@ -21,5 +21,18 @@ TEST(QuillonUUIDTest, IsARandomUUIDInUpperCase) {
   EXPECT_EQ(seen.size(), 100U);
 }
 
+TEST(QuillonUUIDTest, OnlyTextsOfThatFormAreRecognized) {
+  const std::string uuid = makeUUIDString();
+
+  EXPECT_TRUE(isUUIDString(uuid));
+  EXPECT_TRUE(isUUIDString("0123ABCD-4567-4EF0-89AB-CDEF01234567"));
+  for (const std::string& other :
+       {std::string(), uuid + "0", uuid.substr(1), std::string("0123abcd-4567-4EF0-89AB-CDEF01234567"),
+        std::string("0123ABCD-4567-1EF0-89AB-CDEF01234567"), std::string("0123ABCD-4567-4EF0-79AB-CDEF01234567"),
+        std::string("0123ABCD.4567-4EF0-89AB-CDEF01234567"), std::string(36, '0')}) {
+    EXPECT_FALSE(isUUIDString(other)) << other;
+  }
+}
+
 }  // namespace
 }  // namespace quillon

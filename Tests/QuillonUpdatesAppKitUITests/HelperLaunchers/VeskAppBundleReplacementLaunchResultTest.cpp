@@ -8,6 +8,10 @@ namespace {
 using Phase = VeskAppBundleInstallerLaunchPhase;
 using Result = VeskAppBundleReplacementLaunchResult;
 
+VeskAppBundleInstallerFailureDiagnostic failureIn(Phase phase) {
+  return {.phase = phase, .errorDomain = std::nullopt, .errorCode = std::nullopt, .errorDescription = ""};
+}
+
 TEST(VeskAppBundleReplacementLaunchResultTest, EveryCaseHasTheNameOfItsFactory) {
   EXPECT_EQ(Result::launchFailed({}).caseName(), "launchFailed");
   EXPECT_EQ(Result::protocolFailure({}).caseName(), "protocolFailure");
@@ -29,6 +33,21 @@ TEST(VeskAppBundleReplacementLaunchResultTest, ResultsAreEqualByCaseAndPayload) 
   EXPECT_NE(Result::authorizationDenied(1), Result::authorizationDenied(2));
   EXPECT_NE(Result::timedOut(Phase::xpcReply), Result::timedOut(Phase::authorization));
   EXPECT_NE(Result::launched(), Result::helperUnavailable());
+}
+
+TEST(VeskAppBundleReplacementLaunchResultTest, WithoutAnAnswerAnInstallerMayHaveBeenStarted) {
+  for (const Result& result :
+       {Result::launched(), Result::timedOut(Phase::preAuthorization), Result::timedOut(Phase::postAuthorization),
+        Result::protocolFailure(failureIn(Phase::xpcConnection)),
+        Result::protocolFailure(failureIn(Phase::xpcReply))}) {
+    EXPECT_TRUE(result.mayHaveLaunched()) << result.caseName();
+  }
+  for (const Result& result :
+       {Result::launchFailed(failureIn(Phase::jobSubmission)), Result::helperUnavailable(),
+        Result::authorizationDenied(-60005), Result::authorizationCancelled(-60006),
+        Result::timedOut(Phase::messageResolution), Result::protocolFailure(failureIn(Phase::messageResolution))}) {
+    EXPECT_FALSE(result.mayHaveLaunched()) << result.caseName();
+  }
 }
 
 }  // namespace

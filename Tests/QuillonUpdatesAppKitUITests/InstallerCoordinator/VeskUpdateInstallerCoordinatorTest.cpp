@@ -27,6 +27,7 @@ using ::testing::SizeIs;
 using Code = VeskUpdateInstallerError::Code;
 using Handler = VeskUpdateInstallerDownloadProgressHandler;
 using LaunchResult = VeskAppBundleReplacementLaunchResult;
+using Phase = VeskAppBundleInstallerLaunchPhase;
 using testing::FakeInstallerNetworkClient;
 using testing::makeApplicationBundle;
 using testing::UpdateInstallationWorld;
@@ -47,6 +48,10 @@ FakeInstallerNetworkClient::Answer transportError(QuillonURLErrorCode code) {
   return [code](const Handler&, const std::stop_token&) -> VeskUpdateInstallerDownload {
     throw QuillonURLError(code, "transport");
   };
+}
+
+VeskAppBundleInstallerFailureDiagnostic failureIn(Phase phase) {
+  return {.phase = phase, .errorDomain = std::nullopt, .errorCode = std::nullopt, .errorDescription = ""};
 }
 
 class VeskUpdateInstallerCoordinatorTest : public ::testing::Test {
@@ -281,7 +286,7 @@ TEST_F(VeskUpdateInstallerCoordinatorTest, WithoutFallbackAFailedDownloadIsTheEn
 }
 
 TEST_F(VeskUpdateInstallerCoordinatorTest, EveryStatusFrom200To299IsASuccess) {
-  for (const std::int32_t code : {200, 204, 299}) {
+  for (const std::int32_t code : {200, 204, 206, 299}) {
     world_.network->answers[kFirst] = status(code);
 
     EXPECT_EQ(world_.install(world_.installerRequest()), "done") << code;
@@ -340,6 +345,19 @@ TEST_F(VeskUpdateInstallerCoordinatorTest, AFailureThatIsNotOfTheTransferIsFollo
   EXPECT_EQ(world_.install(request), "done");
   world_.network->answers[kSecond] = outOfMemory;
   EXPECT_EQ(world_.install(request), "downloadFailed");
+}
+
+TEST_F(VeskUpdateInstallerCoordinatorTest, ADownloadThatNoPlaceHasRoomForIsWriteFailedAndNotTriedAgain) {
+  VeskUpdateInstallerRequest request = world_.installerRequest();
+  request.fallbackArchiveURL = kSecondURL;
+  world_.network->answers[kFirst] = transportError(QuillonURLErrorCode::cannotWriteToFile);
+
+  EXPECT_EQ(world_.install(request), "writeFailed");
+  EXPECT_THAT(world_.network->requested, ElementsAre(kFirst));
+
+  world_.network->answers[kFirst] = status(404);
+  world_.network->answers[kSecond] = transportError(QuillonURLErrorCode::cannotWriteToFile);
+  EXPECT_EQ(world_.install(request), "writeFailed");
 }
 
 TEST_F(VeskUpdateInstallerCoordinatorTest, ADownloadThatEndsWithACancellationDoesNotTryTheFallback) {
@@ -434,6 +452,35 @@ TEST_F(VeskUpdateInstallerCoordinatorTest, AnInstallerDocumentThatAnotherUserPut
   EXPECT_EQ(world_.install(world_.installerRequest()), "launchFailed");
 
   EXPECT_THAT(world_.launcher->opened, IsEmpty());
+}
+
+TEST_F(VeskUpdateInstallerCoordinatorTest, ALinkInTheTemporaryFolderLeadsNoChangeElsewhere) {
+  world_.files->placeWorkingFolders({}, QuillonURL::fileURL(world_.temporary.string()));
+  writeFile(world_.folder / "Elsewhere/Installer/Example.zip", "precious");
+  fs::create_directory_symlink(world_.folder / "Elsewhere", world_.temporary / "Example");
+  archiveHolds({"Example.pkg"});
+
+  EXPECT_EQ(world_.install(world_.installerRequest()), "done");
+  EXPECT_EQ(world_.install(world_.appBundleRequest()), "writeFailed");
+
+  EXPECT_THAT(world_.launcher->opened, ElementsAre(world_.temporary / "Example.pkg"));
+  EXPECT_TRUE(fs::exists(world_.folder / "Elsewhere/Installer/Example.zip"));
+  EXPECT_FALSE(fs::exists(world_.folder / "Elsewhere/Update"));
+}
+
+TEST_F(VeskUpdateInstallerCoordinatorTest, InATemporaryFolderOfThisUserAloneADocumentIsOpenedWhateverItsMode) {
+  world_.files->failChangesBelow(QuillonURL::fileURL(world_.support.string()), EACCES);
+  world_.unzipper->content = [](const fs::path& destination, const std::stop_token&) {
+    writeFile(destination / "Example.pkg", "");
+    fs::permissions(destination / "Example.pkg", fs::perms::group_write, fs::perm_options::add);
+    return true;
+  };
+
+  EXPECT_EQ(world_.install(world_.installerRequest()), "launchFailed") << "the folder is everybody's";
+  fs::permissions(world_.temporary, fs::perms::owner_all);
+  EXPECT_EQ(world_.install(world_.installerRequest()), "done");
+
+  EXPECT_THAT(world_.launcher->opened, ElementsAre(world_.temporary / "Example.pkg"));
 }
 
 TEST_F(VeskUpdateInstallerCoordinatorTest, LinksOnTheWayToApplicationSupportAreResolved) {
@@ -676,14 +723,57 @@ TEST_F(VeskUpdateInstallerCoordinatorTest, EveryLaunchResultHasItsError) {
 }
 
 TEST_F(VeskUpdateInstallerCoordinatorTest, AFailedLaunchLeavesNothingOfTheAttempt) {
-  for (const LaunchResult& result : {LaunchResult::helperUnavailable(), LaunchResult::protocolFailure({}),
-                                     LaunchResult::authorizationCancelled(0)}) {
+  for (const LaunchResult& result :
+       {LaunchResult::helperUnavailable(), LaunchResult::launchFailed(failureIn(Phase::jobSubmission)),
+        LaunchResult::protocolFailure(failureIn(Phase::messageResolution)),
+        LaunchResult::timedOut(Phase::messageResolution), LaunchResult::authorizationDenied(0),
+        LaunchResult::authorizationCancelled(0)}) {
     world_.replacementLauncher->answer = result;
 
     EXPECT_NE(world_.install(world_.appBundleRequest()), "done");
 
-    EXPECT_THAT(world_.leftBehind(), Not(Contains(::testing::HasSubstr("UUID"))));
+    EXPECT_THAT(world_.leftBehind(), Not(Contains(::testing::HasSubstr("UUID")))) << result.caseName();
   }
+}
+
+TEST_F(VeskUpdateInstallerCoordinatorTest, AnInstallerThatMayHaveBeenStartedFindsTheStagedBundleUntilTheNextAttempt) {
+  const VeskAppBundleUpdateRequest request = world_.appBundleRequest();
+  for (const LaunchResult& result :
+       {LaunchResult::timedOut(Phase::preAuthorization), LaunchResult::timedOut(Phase::postAuthorization),
+        LaunchResult::protocolFailure(failureIn(Phase::xpcConnection)),
+        LaunchResult::protocolFailure(failureIn(Phase::xpcReply))}) {
+    world_.replacementLauncher->answer = result;
+
+    EXPECT_NE(world_.install(request), "done");
+
+    EXPECT_TRUE(fs::exists(stagedApplication() + "/Contents/Info.plist")) << result.caseName();
+    EXPECT_THAT(world_.leftBehind(),
+                ElementsAre("Support/Example", "Support/Example/Update", "Support/Example/Update/.handed-over-UUID",
+                            "Support/Example/Update/UUID", "Support/Example/Update/UUID/Example.app",
+                            "Support/org.example.App", "Support/org.example.App/SeamlessInstaller"));
+  }
+  world_.network->answers[kFirst] = status(404);
+  EXPECT_EQ(world_.install(request), "downloadFailed");
+
+  EXPECT_THAT(world_.leftBehind(), Not(Contains(::testing::HasSubstr("UUID"))));
+}
+
+TEST_F(VeskUpdateInstallerCoordinatorTest, AnAttemptThatIsUnderWayOrHandedOverSurvivesTheNextOne) {
+  EXPECT_EQ(world_.install(world_.appBundleRequest()), "done");
+  const std::string first = stagedApplication();
+  EXPECT_EQ(world_.install(world_.appBundleRequest()), "done");
+
+  EXPECT_TRUE(fs::exists(first));
+  EXPECT_TRUE(fs::exists(stagedApplication()));
+}
+
+TEST_F(VeskUpdateInstallerCoordinatorTest, TheBundleOfALaunchThatMayHaveSucceededAfterTheStopStays) {
+  world_.replacementLauncher->onLaunch = [this](const auto&) { world_.cancellation.request_stop(); };
+  world_.replacementLauncher->answer = LaunchResult::protocolFailure(failureIn(Phase::xpcConnection));
+
+  EXPECT_EQ(world_.install(world_.appBundleRequest()), "cancelled");
+
+  EXPECT_TRUE(fs::exists(stagedApplication()));
 }
 
 TEST_F(VeskUpdateInstallerCoordinatorTest, AReportOfAnEarlierFailureIsRemovedBeforeTheHandOff) {
@@ -917,6 +1007,35 @@ TEST_F(VeskUpdateInstallerCoordinatorTest, ALaunchThatFailsAfterTheStopIsACancel
   EXPECT_EQ(world_.install(world_.appBundleRequest()), "cancelled");
 
   EXPECT_THAT(world_.leftBehind(), Not(Contains(::testing::HasSubstr("UUID"))));
+}
+
+TEST_F(VeskUpdateInstallerCoordinatorTest, APlacementThatIsStoppedIsACancellation) {
+  class BytesOnTheirWay final : public VeskUpdateInstallerDownloadedData {
+   public:
+    BytesOnTheirWay(std::stop_source& cancellation, bool& wereStopped)
+        : cancellation_(cancellation), wereStopped_(wereStopped) {}
+    [[nodiscard]] std::uint64_t size() const noexcept override { return 1; }
+    void writeAtomically(const QuillonFileManaging&, const QuillonURL&, const std::stop_token& stopToken) override {
+      cancellation_.request_stop();
+      wereStopped_ = stopToken.stop_requested();
+      throw QuillonCancellationError();
+    }
+
+   private:
+    std::stop_source& cancellation_;
+    bool& wereStopped_;
+  };
+  bool wereStopped = false;
+  world_.network->answers[kFirst] = [&](const Handler&, const std::stop_token&) {
+    return VeskUpdateInstallerDownload{.data = std::make_unique<BytesOnTheirWay>(world_.cancellation, wereStopped),
+                                       .response = {.url = kSecondURL, .httpStatusCode = 200}};
+  };
+
+  EXPECT_EQ(world_.install(world_.appBundleRequest()), "cancelled");
+
+  EXPECT_TRUE(wereStopped);
+  EXPECT_THAT(world_.unzipper->archivePaths, IsEmpty());
+  EXPECT_THAT(world_.leftBehind(), ElementsAre("Support/Example", "Support/Example/Update"));
 }
 
 TEST_F(VeskUpdateInstallerCoordinatorTest, AnUnzipperThatIsStoppedIsACancellation) {

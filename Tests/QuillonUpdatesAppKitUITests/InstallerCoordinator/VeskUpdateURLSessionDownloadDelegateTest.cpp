@@ -31,12 +31,13 @@ class RecordingBuffer final : public VeskUpdateInstallerDownloadBuffer {
     failIfTold();
     record_.reservations.push_back(bytes);
   }
-  void append(std::string_view bytes) override {
+  void append(std::string_view bytes, const std::stop_token& stopToken) override {
     failIfTold();
+    if (stopToken.stop_requested()) throw QuillonCancellationError();
     record_.bytes.append(bytes);
   }
   [[nodiscard]] std::uint64_t size() const noexcept override { return record_.claimedSize + record_.bytes.size(); }
-  void writeAtomically(const QuillonFileManaging&, const QuillonURL&) override {}
+  void writeAtomically(const QuillonFileManaging&, const QuillonURL&, const std::stop_token&) override {}
 
  private:
   void failIfTold() const {
@@ -73,10 +74,12 @@ class VeskUpdateURLSessionDownloadDelegateTest : public ::testing::Test {
   }
 
   std::promise<VeskUpdateInstallerDownload> continuation_;
+  std::stop_source stopSource_;
   std::vector<Progress> reports_;
   BufferRecord record_;
   VeskUpdateURLSessionDownloadDelegate delegate_{[this](const Progress& progress) { reports_.push_back(progress); },
-                                                 std::make_unique<RecordingBuffer>(record_), continuation_};
+                                                 std::make_unique<RecordingBuffer>(record_), continuation_,
+                                                 stopSource_.get_token()};
 };
 
 TEST_F(VeskUpdateURLSessionDownloadDelegateTest, EveryPieceIsReportedWithTheWholeLength) {
@@ -165,13 +168,26 @@ TEST_F(VeskUpdateURLSessionDownloadDelegateTest, AFullVolumeIsAnErrorOfWriting) 
   EXPECT_EQ(failureOf([&] { receiveResponse(10); }), QuillonURLErrorCode::cannotWriteToFile);
   record_.failsWith = EDQUOT;
   EXPECT_EQ(failureOf([&] { delegate_.didReceiveData("x"); }), QuillonURLErrorCode::cannotWriteToFile);
+}
+
+TEST_F(VeskUpdateURLSessionDownloadDelegateTest, MoreThanAFileOrMemoryTakesIsAnErrorOfLength) {
   record_.failsWith = EFBIG;
   EXPECT_EQ(failureOf([&] { delegate_.didReceiveData("x"); }), QuillonURLErrorCode::dataLengthExceedsMaximum);
+  record_.failsWith = ENOMEM;
+  EXPECT_EQ(failureOf([&] { delegate_.didReceiveData("x"); }), QuillonURLErrorCode::dataLengthExceedsMaximum);
+}
+
+TEST_F(VeskUpdateURLSessionDownloadDelegateTest, ABufferThatIsStoppedIsACancelledDownload) {
+  receiveResponse(10);
+  stopSource_.request_stop();
+
+  EXPECT_EQ(failureOf([&] { delegate_.didReceiveData("x"); }), QuillonURLErrorCode::cancelled);
 }
 
 TEST_F(VeskUpdateURLSessionDownloadDelegateTest, WithoutAHandlerNobodyIsTold) {
   std::promise<VeskUpdateInstallerDownload> continuation;
-  VeskUpdateURLSessionDownloadDelegate delegate(nullptr, std::make_unique<RecordingBuffer>(record_), continuation);
+  VeskUpdateURLSessionDownloadDelegate delegate(nullptr, std::make_unique<RecordingBuffer>(record_), continuation,
+                                                stopSource_.get_token());
 
   delegate.didReceiveResponse({.url = kURL});
   delegate.didReceiveData("x");

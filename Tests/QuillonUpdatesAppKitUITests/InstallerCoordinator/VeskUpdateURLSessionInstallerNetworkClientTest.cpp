@@ -59,7 +59,8 @@ TEST_F(VeskUpdateURLSessionInstallerNetworkClientTest, AnArchiveIsDownloadedToIt
   writeFile(server.documents() / "archive.zip", content);
 
   const auto download = clientOf(system_).data(server.url("/archive.zip"), handler_, {});
-  download.data->writeAtomically(QuillonPosixFileManager(), QuillonURL::fileURL((folder_ / "archive.zip").string()));
+  download.data->writeAtomically(QuillonPosixFileManager(), QuillonURL::fileURL((folder_ / "archive.zip").string()),
+                                 {});
 
   EXPECT_EQ(download.response.httpStatusCode, 200);
   EXPECT_TRUE(readFile(folder_ / "archive.zip") == content);

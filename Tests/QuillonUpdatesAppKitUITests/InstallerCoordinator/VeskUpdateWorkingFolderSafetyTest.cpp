@@ -57,11 +57,43 @@ TEST_F(VeskUpdateWorkingFolderSafetyTest, AFolderThatAnotherUserMadeFirstIsNotNo
 }
 
 TEST_F(VeskUpdateWorkingFolderSafetyTest, AFolderThatOthersMayWriteToIsNot) {
+  share();
   for (const mode_t mode : {0775U, 0757U, 0777U}) {
     ASSERT_EQ(chmod((temporary_ / "Example").c_str(), mode), 0);
 
     EXPECT_FALSE(isOutOfOthersReach(temporary_ / "Example/Installer")) << mode;
   }
+}
+
+TEST_F(VeskUpdateWorkingFolderSafetyTest, BehindAFolderThatIsClosedToOthersModesDoNotMatter) {
+  testing::writeFile(temporary_ / "Example/Installer/Example.pkg", "");
+  ASSERT_EQ(chmod((temporary_ / "Example/Installer").c_str(), 0777), 0);
+  ASSERT_EQ(chmod((temporary_ / "Example/Installer/Example.pkg").c_str(), 0666), 0);
+  EXPECT_TRUE(isOutOfOthersReach(temporary_ / "Example/Installer/Example.pkg")) << "the temporary folder is closed";
+
+  share();
+  EXPECT_TRUE(isOutOfOthersReach(temporary_ / "Example/Installer/Example.pkg")) << "a folder in it is closed";
+
+  ASSERT_EQ(chmod((temporary_ / "Example").c_str(), 0711), 0);
+  EXPECT_FALSE(isOutOfOthersReach(temporary_ / "Example/Installer/Example.pkg"));
+}
+
+TEST_F(VeskUpdateWorkingFolderSafetyTest, WhatIsToBeMadeIsAsSafeAsTheFoldersThatAreThere) {
+  const auto canBeMade = [this](const fs::path& folder) {
+    return VeskUpdateWorkingFolderSafety::canBeMadeOutOfOthersReach(files_, QuillonURL::fileURL(folder.string()));
+  };
+  share();
+  EXPECT_TRUE(canBeMade(temporary_ / "Example/Installer"));
+  EXPECT_TRUE(canBeMade(temporary_ / "Example/Installer/UUID"));
+  EXPECT_TRUE(canBeMade(temporary_ / "Other/Installer/UUID"));
+  EXPECT_TRUE(canBeMade(folder_ / "Support/Example"));
+  fs::create_directory_symlink(folder_.path(), temporary_ / "Link");
+  EXPECT_FALSE(canBeMade(temporary_ / "Link/Installer/UUID"));
+  fs::create_directory_symlink("/missing", temporary_ / "Dangling");
+  EXPECT_FALSE(canBeMade(temporary_ / "Dangling/Installer"));
+
+  ASSERT_EQ(chmod((temporary_ / "Example").c_str(), 0777), 0);
+  EXPECT_FALSE(canBeMade(temporary_ / "Example/Installer/UUID"));
 }
 
 TEST_F(VeskUpdateWorkingFolderSafetyTest, ALinkIsNotWhereverItLeads) {
@@ -89,6 +121,7 @@ TEST_F(VeskUpdateWorkingFolderSafetyTest, WhatIsNotThereIsNot) {
 }
 
 TEST_F(VeskUpdateWorkingFolderSafetyTest, ATemporaryFolderBehindALinkIsTheSame) {
+  share();
   fs::create_directory_symlink(temporary_, folder_ / "Link");
   files_.placeWorkingFolders({}, QuillonURL::fileURL((fs::canonical(folder_.path()) / "Link").string()));
 

@@ -28,6 +28,10 @@ constexpr std::size_t kGatheredBytes = std::size_t{8} * 1024 * 1024;
 /// A redirect's body is read up to here, which keeps the connection; behind it the connection is given up.
 constexpr std::size_t kMaximumRedirectBodyBytes = std::size_t{64} * 1024;
 
+/// The alert by which a peer says that it has said everything (RFC 8446, section 6): level warning, "close_notify". No
+/// other message of TLS has two bytes.
+constexpr std::string_view kCloseNotify{"\x01\x00", 2};
+
 /// Once per process, for good: other users of libcurl in the host may outlive any transfer.
 void initializeLibrary() {
   static const CURLcode result = curl_global_init(CURL_GLOBAL_DEFAULT);
@@ -61,6 +65,11 @@ Value information(CURL* easy, CURLINFO kind, Value fallback) noexcept {
 
 bool isBlankLine(std::string_view line) noexcept {
   return line == "\r\n" || line == "\n";
+}
+
+/// Whether a response of that status to GET has a body (RFC 9110, section 6.4.1).
+bool hasBody(std::int32_t status) noexcept {
+  return status != 204 && status != 304;
 }
 
 /// Keeps an easy handle in a multi handle for the time of one exchange.
@@ -114,7 +123,7 @@ void CurlTransfer::setUp() {
   setOption(easy_, CURLOPT_HEADERDATA, this);
   setOption(easy_, CURLOPT_WRITEFUNCTION, &CurlTransfer::bodyCallback);
   setOption(easy_, CURLOPT_WRITEDATA, this);
-  // Without VERBOSE the trace callback is not called.
+  // Without VERBOSE the trace callback is not called, and what TLS says is not traced.
   setOption(easy_, CURLOPT_VERBOSE, 1L);
   setOption(easy_, CURLOPT_DEBUGFUNCTION, &CurlTransfer::traceCallback);
   setOption(easy_, CURLOPT_DEBUGDATA, this);
@@ -152,7 +161,9 @@ void CurlTransfer::exchange() {
   prepare(request_);
   const ScopedMembership membership(multi_.get(), easy_.get());
   throwIfFailed(waitForEnd());
-  if (!exchange_.location) throwIfMoreArrived();
+  if (exchange_.location) return;
+  throwIfMoreArrived();
+  throwIfCutOff();
 }
 
 CURLcode CurlTransfer::waitForEnd() {
@@ -231,6 +242,15 @@ void CurlTransfer::throwIfMoreArrived() {
   }
 }
 
+/// A body whose end is that of its connection is whole only if TLS says that the connection was meant to end (RFC 9112,
+/// section 9.8): anybody on the way can end it. libcurl lets such an end pass, but traces the alert that says so.
+void CurlTransfer::throwIfCutOff() {
+  if (!exchange_.endsWithConnection || request_.url.scheme() != "https" || !isTLSTraced_ || exchange_.isClosed) return;
+  if (information<long>(easy_.get(), CURLINFO_HTTP_VERSION, 0) > CURL_HTTP_VERSION_1_1) return;
+  throw urlFailure(QuillonURLErrorCode::networkConnectionLost, request_.url,
+                   "the connection was cut off in a body of unknown length");
+}
+
 void CurlTransfer::didReceiveHeaderLine(std::string_view line) {
   exchange_.headerBytes += line.size();
   if (exchange_.headerBytes > configuration_.maximumHeaderBytes) {
@@ -251,6 +271,8 @@ void CurlTransfer::didReceiveHeader() {
       .headerFields = receivedHeaderFields(easy_.get()),
   };
   exchange_.announcedBytes = announcedBodyLength(response.headerFields);
+  exchange_.endsWithConnection = exchange_.announcedBytes < 0 && hasBody(*exchange_.statusCode) &&
+                                 !response.valueForHeaderField("Transfer-Encoding");
   response.expectedContentLength = expectedContentLength(response.headerFields);
   const auto location = response.valueForHeaderField("Location");
   if (isRedirectStatus(*exchange_.statusCode) && location) {
@@ -297,9 +319,12 @@ std::size_t CurlTransfer::bodyCallback(char* bytes, std::size_t size, std::size_
   return goesOn && !transfer.exchange_.didCutRedirectBody ? length : CURL_WRITEFUNC_ERROR;
 }
 
-int CurlTransfer::traceCallback(CURL*, curl_infotype kind, char*, std::size_t size, void* self) noexcept {
-  if (kind == CURLINFO_DATA_IN) {
-    static_cast<CurlTransfer*>(self)->exchange_.bodyBytesOnWire += static_cast<std::int64_t>(size);
+int CurlTransfer::traceCallback(CURL*, curl_infotype kind, char* bytes, std::size_t size, void* self) noexcept {
+  auto& transfer = *static_cast<CurlTransfer*>(self);
+  if (kind == CURLINFO_DATA_IN) transfer.exchange_.bodyBytesOnWire += static_cast<std::int64_t>(size);
+  if (kind == CURLINFO_SSL_DATA_IN) {
+    transfer.isTLSTraced_ = true;
+    if (std::string_view(bytes, size) == kCloseNotify) transfer.exchange_.isClosed = true;
   }
   return 0;
 }

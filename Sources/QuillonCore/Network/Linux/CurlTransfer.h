@@ -43,6 +43,8 @@ class CurlTransfer {
     std::size_t redirectBodyBytes = 0;
     std::optional<std::string> location = std::nullopt;  // where a redirect leads, as it was sent
     bool didCutRedirectBody = false;
+    bool endsWithConnection = false;       // nothing else says where the body ends
+    bool isClosed = false;                 // the server has said by TLS that it said everything
     std::exception_ptr failure = nullptr;  // thrown while libcurl called
   };
 
@@ -55,6 +57,7 @@ class CurlTransfer {
   void throwIfStopped() const;
   void throwIfFailed(CURLcode result);
   void throwIfMoreArrived();
+  void throwIfCutOff();
 
   void didReceiveHeaderLine(std::string_view line);
   void didReceiveHeader();
@@ -77,6 +80,7 @@ class CurlTransfer {
   std::array<char, CURL_ERROR_SIZE> detail_{};
   std::chrono::steady_clock::time_point lastArrival_;
   Exchange exchange_;
+  bool isTLSTraced_ = false;  // as libcurl with OpenSSL does
   std::string gathered_;
   std::chrono::steady_clock::time_point gatheredSince_;
   CurlMultiHandle multi_;

@@ -12,13 +12,12 @@
 #include "QuillonCore/Runtime/Posix/QuillonPosixPath.h"
 #include "QuillonCore/Runtime/Posix/WriteSignalShield.h"
 #include "QuillonCore/Values/QuillonError.h"
-#include "QuillonCore/Values/QuillonUUID.h"
 
 namespace quillon {
 namespace {
 
-constexpr mode_t kFileMode = S_IRUSR | S_IWUSR | S_IRGRP | S_IROTH;
-constexpr std::uint64_t kCopyBytes = std::uint64_t{64} * 1024 * 1024;
+/// Copied between two looks at a stop request: a slow disk takes it in a fraction of a second.
+constexpr std::uint64_t kCopyBytes = std::uint64_t{4} * 1024 * 1024;
 
 [[noreturn]] void fail(std::string_view action, std::string_view subject) {
   const int code = errno;
@@ -35,23 +34,6 @@ bool cannotReserve(int code) noexcept {
 bool needsCopy(int code) noexcept {
   return code == EXDEV || code == ENOENT || code == EPERM || code == EOPNOTSUPP || code == EMLINK;
 }
-
-/// Removes a file again unless it is kept.
-class ScratchFile {
- public:
-  ScratchFile(int folder, const std::string& name) : folder_(folder), name_(name) {}
-  ~ScratchFile() {
-    if (!isKept_) unlinkat(folder_, name_.c_str(), 0);  // may never have been made
-  }
-  ScratchFile(const ScratchFile&) = delete;
-  ScratchFile& operator=(const ScratchFile&) = delete;
-  void keep() noexcept { isKept_ = true; }
-
- private:
-  int folder_;
-  const std::string& name_;
-  bool isKept_ = false;
-};
 
 }  // namespace
 
@@ -79,7 +61,7 @@ void VeskUpdateInstallerDownloadFile::reserve(std::uint64_t bytes) {
   }
 }
 
-void VeskUpdateInstallerDownloadFile::append(std::string_view bytes) {
+void VeskUpdateInstallerDownloadFile::append(std::string_view bytes, const std::stop_token& /*stopToken*/) {
   const WriteSignalShield shield;
   while (!bytes.empty()) {
     const ssize_t count = write(descriptor_.get(), bytes.data(), bytes.size());
@@ -90,38 +72,49 @@ void VeskUpdateInstallerDownloadFile::append(std::string_view bytes) {
   }
 }
 
-void VeskUpdateInstallerDownloadFile::writeAtomically(const QuillonFileManaging&, const QuillonURL& file) {
-  const QuillonPosixPlace place = openPlace(file, "write");
-  const int folder = place.folder.get();
-  const std::string name = ".vesk-write-" + makeUUIDString();
-  ScratchFile scratch(folder, name);
-  link(folder, name, file);
-  if (renameat(folder, name.c_str(), folder, place.name.c_str()) != 0) fail("write", file.path());
-  scratch.keep();
+void VeskUpdateInstallerDownloadFile::copyTo(VeskUpdateInstallerDownloadBuffer& buffer,
+                                             const std::stop_token& stopToken) const {
+  std::string piece(static_cast<std::size_t>(std::min(size_, kCopyBytes)), '\0');
+  for (std::uint64_t offset = 0; offset < size_;) {
+    if (stopToken.stop_requested()) throw QuillonCancellationError();
+    const ssize_t count = pread(descriptor_.get(), piece.data(), piece.size(), static_cast<off_t>(offset));
+    if (count < 0 && errno == EINTR) continue;
+    if (count < 0) fail("read a download in", folder_);
+    if (count == 0) throw QuillonSystemError::posix(EIO, "read a download in", folder_);
+    buffer.append(std::string_view(piece).substr(0, static_cast<std::size_t>(count)), stopToken);
+    offset += static_cast<std::uint64_t>(count);
+  }
 }
 
-void VeskUpdateInstallerDownloadFile::link(int folder, const std::string& scratch, const QuillonURL& file) const {
-  if (fchmod(descriptor_.get(), kFileMode) != 0) fail("set the mode of", file.path());
+void VeskUpdateInstallerDownloadFile::writeAtomically(const QuillonFileManaging&, const QuillonURL& file,
+                                                      const std::stop_token& stopToken) {
+  AtomicFilePlacement placement(file);
+  if (!link(placement, file)) copy(placement, file, stopToken);
+  placement.finish();
+}
+
+bool VeskUpdateInstallerDownloadFile::link(const AtomicFilePlacement& placement, const QuillonURL& file) const {
+  if (fchmod(descriptor_.get(), AtomicFilePlacement::kFileMode) != 0) fail("set the mode of", file.path());
   const std::string own = "/proc/self/fd/" + std::to_string(descriptor_.get());
-  if (linkat(AT_FDCWD, own.c_str(), folder, scratch.c_str(), AT_SYMLINK_FOLLOW) == 0) return;
+  const std::string& name = placement.scratchName();
+  if (linkat(AT_FDCWD, own.c_str(), placement.folder(), name.c_str(), AT_SYMLINK_FOLLOW) == 0) return true;
   if (!needsCopy(errno)) fail("write", file.path());
-  copy(folder, scratch, file);
+  return false;
 }
 
-void VeskUpdateInstallerDownloadFile::copy(int folder, const std::string& scratch, const QuillonURL& file) const {
-  const FileDescriptor target(
-      openat(folder, scratch.c_str(), O_WRONLY | O_CREAT | O_EXCL | O_NOFOLLOW | O_CLOEXEC, S_IRUSR | S_IWUSR));
-  if (!target) fail("write", file.path());
+void VeskUpdateInstallerDownloadFile::copy(const AtomicFilePlacement& placement, const QuillonURL& file,
+                                           const std::stop_token& stopToken) const {
+  const FileDescriptor target = placement.create();
   const WriteSignalShield shield;
   off_t offset = 0;
   while (static_cast<std::uint64_t>(offset) < size_) {
+    if (stopToken.stop_requested()) throw QuillonCancellationError();
     const std::uint64_t rest = size_ - static_cast<std::uint64_t>(offset);
     const ssize_t count = sendfile(target.get(), descriptor_.get(), &offset, std::min(rest, kCopyBytes));
     if (count < 0 && errno == EINTR) continue;
     if (count < 0) fail("write", file.path());
     if (count == 0) throw QuillonSystemError::posix(EIO, "read the download for", file.path());
   }
-  if (fchmod(target.get(), kFileMode) != 0) fail("set the mode of", file.path());
 }
 
 }  // namespace quillon

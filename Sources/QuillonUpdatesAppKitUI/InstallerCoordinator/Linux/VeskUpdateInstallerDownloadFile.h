@@ -4,6 +4,7 @@
 #include <string>
 
 #include "QuillonCore/Runtime/Posix/FileDescriptor.h"
+#include "QuillonUpdatesAppKitUI/InstallerCoordinator/Posix/AtomicFilePlacement.h"
 #include "QuillonUpdatesAppKitUI/InstallerCoordinator/VeskUpdateInstallerDownloadBuffer.h"
 
 namespace quillon {
@@ -15,17 +16,21 @@ class VeskUpdateInstallerDownloadFile final : public VeskUpdateInstallerDownload
   [[nodiscard]] static std::unique_ptr<VeskUpdateInstallerDownloadFile> make(const QuillonURL& folder);
 
   void reserve(std::uint64_t bytes) override;
-  void append(std::string_view bytes) override;
+  void append(std::string_view bytes, const std::stop_token& stopToken) override;
   [[nodiscard]] std::uint64_t size() const noexcept override { return size_; }
+  /// Appends all that is there to `buffer`. Throws what that throws, and QuillonCancellationError promptly after a stop
+  /// request.
+  void copyTo(VeskUpdateInstallerDownloadBuffer& buffer, const std::stop_token& stopToken) const;
   /// Gives the file its name on the volume of its folder, and copies it to others. Nothing is flushed to disk: what a
   /// power cut leaves of an archive nobody reads.
-  void writeAtomically(const QuillonFileManaging& fileManager, const QuillonURL& file) override;
+  void writeAtomically(const QuillonFileManaging& fileManager, const QuillonURL& file,
+                       const std::stop_token& stopToken) override;
 
  private:
   VeskUpdateInstallerDownloadFile(FileDescriptor descriptor, std::string folder);
-  /// Makes the file's bytes appear as `scratch` in `folder`.
-  void link(int folder, const std::string& scratch, const QuillonURL& file) const;
-  void copy(int folder, const std::string& scratch, const QuillonURL& file) const;
+  /// Whether the file has got its other name; otherwise its bytes must be copied there.
+  [[nodiscard]] bool link(const AtomicFilePlacement& placement, const QuillonURL& file) const;
+  void copy(const AtomicFilePlacement& placement, const QuillonURL& file, const std::stop_token& stopToken) const;
 
   FileDescriptor descriptor_;
   const std::string folder_;  // for messages

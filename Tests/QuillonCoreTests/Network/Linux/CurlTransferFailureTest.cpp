@@ -5,6 +5,7 @@
 #include <gtest/gtest.h>
 #include <netdb.h>
 
+#include <atomic>
 #include <chrono>
 #include <latch>
 #include <stdexcept>
@@ -20,6 +21,7 @@
 #include "Support/NginxServer.h"
 #include "Support/ProcessResources.h"
 #include "Support/RecordingURLReceiver.h"
+#include "Support/TLSConversation.h"
 #include "Support/TemporaryDirectory.h"
 
 namespace quillon {
@@ -72,6 +74,8 @@ using testing::NginxServer;
 using ::testing::Not;
 using testing::ProcessResources;
 using testing::RecordingURLReceiver;
+using testing::TLSConversation;
+using testing::TLSCredentials;
 using testing::waitForResources;
 using testing::writeFile;
 using Connection = MisbehavingServer::Connection;
@@ -298,6 +302,95 @@ TEST_F(CurlTransferFailureTest, WhatTheReceiverThrowsEndsTheTransfer) {
 
   EXPECT_THROW(CurlTransfer(configuration_, receiver_, stopSource_.get_token()).run({.url = server.url("/feed")}),
                std::runtime_error);
+}
+
+// Servers that speak TLS
+
+QuillonURL secureURL(const MisbehavingServer& server) {
+  return QuillonURL::parse("https://localhost:" + std::to_string(server.port()) + "/").value();
+}
+
+TEST_F(CurlTransferFailureTest, ATLSConnectionThatIsCutOffInABodyOfUnknownLengthIsLost) {
+  const TLSCredentials credentials;
+  configuration_.certificateAuthorityFile = credentials.certificateAuthorityFile();
+  std::atomic<bool> isClosed = false;
+  const MisbehavingServer server([&](Connection& connection) {
+    TLSConversation conversation(credentials, connection);
+    (void)conversation.readUntil("\r\n\r\n");
+    conversation.send("HTTP/1.1 200 OK\r\nConnection: close\r\n\r\nonly this");
+    if (isClosed) conversation.close();
+  });
+
+  EXPECT_EQ(failureOf(secureURL(server)).code(), QuillonURLErrorCode::networkConnectionLost);
+
+  isClosed = true;
+  receiver_ = {};
+  CurlTransfer(configuration_, receiver_, stopSource_.get_token()).run({.url = secureURL(server)});
+  EXPECT_EQ(receiver_.body, "only this") << "as whole as a server can say";
+}
+
+/// A frame of HTTP/2 (RFC 9113, section 4.1).
+std::string frame(char type, char flags, char stream, std::string_view payload) {
+  std::string bytes = {'\0', '\0', static_cast<char>(payload.size()), type, flags, '\0', '\0', '\0', stream};
+  return bytes.append(payload);
+}
+
+class CurlTransferHTTP2FailureTest : public CurlTransferFailureTest {
+ protected:
+  static constexpr char kData = 0;
+  static constexpr char kHeaders = 1;
+  static constexpr char kResetStream = 3;
+  static constexpr char kSettings = 4;
+  static constexpr char kGoAway = 7;
+  static constexpr char kEndOfStream = 1;
+  static constexpr char kEndOfHeaders = 4;
+
+  CurlTransferHTTP2FailureTest() { configuration_.certificateAuthorityFile = credentials_.certificateAuthorityFile(); }
+
+  /// Answers the first stream with status 200, a body's first part, and `lastFrame`; cuts the connection off if that is
+  /// empty, and leaves its end to the client otherwise.
+  void serve(Connection& connection, const std::string& lastFrame) const {
+    TLSConversation conversation(credentials_, connection);
+    (void)conversation.readUntil("SM\r\n\r\n");  // of the client's preface
+    conversation.send(frame(kSettings, 0, 0, ""));
+    // "\x88" is the field ":status: 200" (RFC 7541, appendix A).
+    conversation.send(frame(kHeaders, kEndOfHeaders, 1, "\x88") + frame(kData, 0, 1, "only this") + lastFrame);
+    if (!lastFrame.empty()) connection.waitUntilClosed();
+  }
+
+  const TLSCredentials credentials_{"h2"};
+};
+
+TEST_F(CurlTransferHTTP2FailureTest, AStreamThatIsResetIsALostConnection) {
+  // Without an error a server may reset only a request of which it needs no more; what came is not all of it either.
+  for (const std::string_view code : {std::string_view("\0\0\0\2", 4), std::string_view("\0\0\0\0", 4)}) {
+    const MisbehavingServer server([&](Connection& connection) { serve(connection, frame(kResetStream, 0, 1, code)); });
+
+    EXPECT_EQ(failureOf(secureURL(server)).code(), QuillonURLErrorCode::networkConnectionLost);
+  }
+}
+
+TEST_F(CurlTransferHTTP2FailureTest, AServerThatGoesAwayInABodyIsALostConnection) {
+  const MisbehavingServer server([&](Connection& connection) {
+    serve(connection, frame(kGoAway, 0, 0, std::string_view("\0\0\0\0\0\0\0\2", 8)));
+  });
+
+  EXPECT_EQ(failureOf(secureURL(server)).code(), QuillonURLErrorCode::networkConnectionLost);
+}
+
+TEST_F(CurlTransferHTTP2FailureTest, AStreamThatIsCutOffIsALostConnection) {
+  const MisbehavingServer server([&](Connection& connection) { serve(connection, ""); });
+
+  EXPECT_EQ(failureOf(secureURL(server)).code(), QuillonURLErrorCode::networkConnectionLost);
+}
+
+TEST_F(CurlTransferHTTP2FailureTest, AStreamThatEndsIsWhole) {
+  const MisbehavingServer server(
+      [&](Connection& connection) { serve(connection, frame(kData, kEndOfStream, 1, " and that")); });
+
+  CurlTransfer(configuration_, receiver_, stopSource_.get_token()).run({.url = secureURL(server)});
+
+  EXPECT_EQ(receiver_.body, "only this and that");
 }
 
 // Cancellation

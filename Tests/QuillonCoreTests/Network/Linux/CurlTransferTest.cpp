@@ -13,6 +13,7 @@
 #include "Support/NginxServer.h"
 #include "Support/ProcessResources.h"
 #include "Support/RecordingURLReceiver.h"
+#include "Support/TLSConversation.h"
 #include "Support/TemporaryDirectory.h"
 
 namespace quillon {
@@ -415,6 +416,54 @@ TEST_F(CurlTransferTest, AProxyThatRefusesATunnelIsNoResponse) {
   EXPECT_FALSE(receiver_.response);
   EXPECT_THAT(error.description(), StartsWith("Cannot load https://updates.invalid: "));
   EXPECT_THAT(error.description(), Not(HasSubstr("secret")));
+}
+
+TEST_F(CurlTransferTest, ATunnelOfAProxyLeadsToTheServer) {
+  const testing::TLSCredentials credentials;
+  configuration_.certificateAuthorityFile = credentials.certificateAuthorityFile();
+  std::string tunnel;
+  std::string request;
+  const MisbehavingServer proxy([&](Connection& connection) {
+    tunnel = connection.readRequest();
+    connection.send("HTTP/1.1 200 Connection established\r\nX-Proxy: yes\r\n\r\n");
+    testing::TLSConversation conversation(credentials, connection);
+    request = conversation.readUntil("\r\n\r\n");
+    conversation.send(kAnswer);
+    conversation.close();
+  });
+  configuration_.usesProxiesOfEnvironment = true;
+  setenv("https_proxy", proxy.url("").absoluteString().c_str(), 1);
+  setenv("no_proxy", "", 1);
+
+  load(QuillonURL::parse("https://localhost:1/feed").value());
+  unsetenv("https_proxy");
+  unsetenv("no_proxy");
+
+  EXPECT_THAT(tunnel, StartsWith("CONNECT localhost:1 HTTP/1.1\r\n"));
+  EXPECT_THAT(request, StartsWith("GET /feed HTTP/1.1\r\n"));
+  EXPECT_EQ(receiver_.body, "feed");
+  EXPECT_EQ(receiver_.responseCount, 1);
+  EXPECT_FALSE(receiver_.response->valueForHeaderField("X-Proxy"));
+}
+
+TEST_F(CurlTransferTest, AHostThatTheEnvironmentExceptsIsAskedWithoutProxy) {
+  const MisbehavingServer proxy([](Connection&) {});
+  std::string request;
+  const MisbehavingServer server([&](Connection& connection) {
+    request = connection.readRequest();
+    connection.send(kAnswer);
+  });
+  configuration_.usesProxiesOfEnvironment = true;
+  setenv("http_proxy", proxy.url("").absoluteString().c_str(), 1);
+  setenv("no_proxy", "updates.invalid,127.0.0.1", 1);
+
+  load(server.url("/feed"));
+  unsetenv("http_proxy");
+  unsetenv("no_proxy");
+
+  EXPECT_THAT(request, StartsWith("GET /feed HTTP/1.1\r\n"));
+  EXPECT_EQ(receiver_.body, "feed");
+  EXPECT_EQ(proxy.connectionCount(), 0);
 }
 
 // Together

@@ -43,7 +43,7 @@ TEST_F(VeskUpdateURLSessionInstallerNetworkClientTest, AnArchiveArrivesWholeAndE
   const testing::TemporaryDirectory folder;
 
   const auto download = this->download("/archive.zip");
-  download.data->writeAtomically(QuillonPosixFileManager(), QuillonURL::fileURL((folder / "archive.zip").string()));
+  download.data->writeAtomically(QuillonPosixFileManager(), QuillonURL::fileURL((folder / "archive.zip").string()), {});
 
   EXPECT_EQ(download.response.httpStatusCode, 200);
   EXPECT_TRUE(testing::readFile(folder / "archive.zip") == archive_);
