@@ -21,7 +21,7 @@
 #include "QuillonUpdatesAppKitUI/Presentation/VeskUpdateProgressWindowPresenter.h"
 #include "QuillonUpdatesAppKitUI/Presentation/VeskUpdatePromptPresenter.h"
 #include "QuillonUpdatesCore/VeskUpdateFeed.h"
-#include "UpdateMemory.h"
+#include "QuillonUpdatesCore/VeskUpdateMemory.h"
 
 namespace sample {
 
@@ -65,13 +65,16 @@ class SampleUpdater : public std::enable_shared_from_this<SampleUpdater> {
   void checkForUpdates();
 
   /// The preference for beta versions.
-  [[nodiscard]] bool checksForBetas() const { return memory_.checksForBetas(); }
-  void setChecksForBetas(bool checksForBetas) { memory_.setChecksForBetas(checksForBetas); }
+  [[nodiscard]] bool checksForBetas() const { return memory_->checksForBetas(); }
+  void setChecksForBetas(bool checksForBetas) { memory_->setChecksForBetas(checksForBetas); }
 
  private:
   enum class State { idle, checking, offering, installing };
 
   void becomeIdle(std::chrono::nanoseconds untilNextLook);
+  /// The same after a check, an offer or an installation: whatever settings and clocks say, no feed is asked twice in a
+  /// row.
+  void rest();
   [[nodiscard]] std::chrono::nanoseconds timeUntilNextCheck() const;
   void checkIfDue();
 
@@ -85,7 +88,7 @@ class SampleUpdater : public std::enable_shared_from_this<SampleUpdater> {
 
   void install(const quillon::QuillonPropertyListValue::Dictionary& entry);
   [[nodiscard]] std::shared_ptr<const quillon::VeskUpdateInstallerCoordinator> makeCoordinator(
-      const UpdateAttempt& attempt) const;
+      const quillon::VeskUpdateAttempt& attempt) const;
   void didEndInstallation(const std::exception_ptr& failure);
 
   void explainLastAttempt();
@@ -110,7 +113,7 @@ class SampleUpdater : public std::enable_shared_from_this<SampleUpdater> {
   const quillon::VeskUpdateAlertPresenter alerts_;
   quillon::VeskUpdatePromptPresenter prompt_;
 
-  UpdateMemory memory_;
+  const std::shared_ptr<quillon::VeskUpdateMemory> memory_;
   State state_ = State::idle;
   bool isManualCheck_ = false;
   /// Identifier of the entry that was last offered.

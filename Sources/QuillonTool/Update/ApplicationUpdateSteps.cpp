@@ -47,13 +47,6 @@ Outcome::Offer offerOf(const VeskUpdateFeedProcessingCandidate& candidate) {
           .isBeta = candidate.applicability.isBetaUpdate};
 }
 
-/// Whether the installed version must take this update, whatever its user said.
-bool isForced(const VeskUpdateFeedProcessingCandidate& candidate, const InstalledApplication& application) {
-  const std::string_view version = stringOrEmpty(candidate.feed, Keys::mustUpdate);
-  return !version.empty() &&
-         VeskUpdateVersionComparison::compare(application.version, version) == ComparisonResult::same;
-}
-
 }  // namespace
 
 ApplicationUpdateSteps::ApplicationUpdateSteps(const UpdateOptions& options, const ApplicationUpdateServices& services,
@@ -89,7 +82,7 @@ void ApplicationUpdateSteps::proceed() {
   outcome_.version = application.version;
   outcome_.build = application.build;
   const std::unique_ptr<QuillonFileLock> held = lock(application);
-  UpdateMemory memory(session_.services.settings(application.identifier), session_.services.logger);
+  VeskUpdateMemory memory(session_.services.settings(application.identifier), session_.services.logger);
   const ApplicationSession session{
       session_, application, memory,
       std::make_shared<const VeskUpdateLocalizationBundle>(session_.services.fileManager, application.bundle,
@@ -187,20 +180,12 @@ QuillonURL ApplicationUpdateSteps::feedLocation(const InstalledApplication& appl
                                        " in Contents/Info.plist. Name the feed with --feed.");
 }
 
-/// Whether the user, or an administrator, has said no to this very entry. Who asks for a check asks again.
-bool ApplicationUpdateSteps::isWithheld(const VeskUpdateFeedProcessingCandidate& candidate,
-                                        const ApplicationSession& session) const {
-  if (!session.options.isScheduled) return false;
-  const std::optional<std::string>& identifier = candidate.display.resolvedFeedIdentifier;
-  if (identifier == session.memory.refusedIdentifier()) return true;
-  return identifier == session.memory.skippedIdentifier() && !isForced(candidate, session.application);
-}
-
 void ApplicationUpdateSteps::apply(const ApplicationSession& session, const VeskUpdateFeedPipelineResult& result,
                                    QuillonDate now) {
   const auto& candidate = result.selectedCandidate;
   const bool isShown = candidate && candidate->display.shouldDisplayNow;
-  const bool isHeld = isShown && isWithheld(*candidate, session);
+  const bool isHeld =
+      isShown && session.options.isScheduled && session.memory.isDeclined(*candidate, session.application.version);
   if (!isShown || isHeld) {
     remember(result, session, now, [](const Entry&) { return false; });
     outcome_.result = Outcome::Result::upToDate;
@@ -228,8 +213,8 @@ void ApplicationUpdateSteps::remember(const VeskUpdateFeedPipelineResult& result
       .shouldSetSleepInterval = true,
       .existingNewsDictionary = session.memory.shownIdentifiers(),
       .feedTypeKey = std::string(Keys::updateType),
-      .defaultRefetchIntervalSeconds = UpdateMemory::defaultRefetchIntervalSeconds,
-      .minimumRefetchIntervalSeconds = UpdateMemory::minimumRefetchIntervalSeconds};
+      .defaultRefetchIntervalSeconds = VeskUpdateMemory::defaultRefetchIntervalSeconds,
+      .minimumRefetchIntervalSeconds = VeskUpdateMemory::minimumRefetchIntervalSeconds};
   const VeskUpdateFeedPipelineApplicationResult applied = onMainThread(
       *session.services.mainThread,
       [&] {
@@ -237,12 +222,7 @@ void ApplicationUpdateSteps::remember(const VeskUpdateFeedPipelineResult& result
             input, [&show](const VeskUpdateFeedEntry& entry) { return show(dictionaryOf(entry)); });
       },
       session.stopSource.get_token());
-  session.memory.setLastCheck(now);
-  if (applied.resolvedSleepInterval) session.memory.setRefetchInterval(*applied.resolvedSleepInterval);
-  if (applied.updatedNewsDictionary) {
-    session.memory.setShownIdentifiers(*applied.updatedNewsDictionary);
-    session.memory.setLastShown(now);
-  }
+  session.memory.rememberCheck(applied, now);
 }
 
 void ApplicationUpdateSteps::offer(const ApplicationSession& session, const VeskUpdateFeedPipelineResult& result,

@@ -33,8 +33,6 @@ class ApplicationUpdateSteps {
 
   void check(const ApplicationSession& session);
   [[nodiscard]] QuillonURL feedLocation(const InstalledApplication& application) const;
-  [[nodiscard]] bool isWithheld(const VeskUpdateFeedProcessingCandidate& candidate,
-                                const ApplicationSession& session) const;
   void apply(const ApplicationSession& session, const VeskUpdateFeedPipelineResult& result, QuillonDate now);
   void remember(const VeskUpdateFeedPipelineResult& result, const ApplicationSession& session, QuillonDate now,
                 const std::function<bool(const Entry&)>& show) const;

@@ -19,7 +19,7 @@ constexpr std::string_view kNoReportExplanation =
     "The last update did not come to an end, and left no report: it was interrupted. The version from before is still "
     "installed.";
 
-std::optional<PreviousFailure> failureOf(const std::optional<UpdateAttempt>& attempt,
+std::optional<PreviousFailure> failureOf(const std::optional<VeskUpdateAttempt>& attempt,
                                          const ApplicationSession& session) {
   const VeskAppBundleUpdateFailureReportStore store(session.services.fileManager);
   const auto report = store.consumeFailureReport(session.application.identifier,
@@ -64,7 +64,7 @@ void removeBackups(const ApplicationSession& session) {
 }  // namespace
 
 std::optional<PreviousFailure> settlePreviousAttempt(const ApplicationSession& session) {
-  const std::optional<UpdateAttempt> attempt = session.memory.attempt();
+  const std::optional<VeskUpdateAttempt> attempt = session.memory.attempt();
   std::optional<PreviousFailure> failure = failureOf(attempt, session);
   if (failure) {
     explain(*failure, session);

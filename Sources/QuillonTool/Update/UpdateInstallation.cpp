@@ -66,10 +66,10 @@ class Installation {
 
   /// False when the user has declined.
   [[nodiscard]] bool replaceApplication() {
-    UpdateAttempt attempt{.identifier = makeUUIDString(),
-                          .fromVersion = session_.application.version,
-                          .fromBuild = session_.application.build,
-                          .toVersion = version_};
+    VeskUpdateAttempt attempt{.identifier = makeUUIDString(),
+                              .fromVersion = session_.application.version,
+                              .fromBuild = session_.application.build,
+                              .toVersion = version_};
     // Before anything else: whatever happens to this process, the next run can tell that something did.
     const bool isNoted = session_.memory.setAttempt(attempt);
     try {

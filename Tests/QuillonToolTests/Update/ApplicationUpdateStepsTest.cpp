@@ -47,7 +47,7 @@ TEST_F(ApplicationUpdateStepsTest, AnUpdateIsOfferedInstalledAndRemembered) {
   EXPECT_EQ(outcome.nextCheck, world_.now + hours(24));
   EXPECT_EQ(launches(), 1U);
   EXPECT_EQ(world_.memory().lastCheck(), world_.now);
-  EXPECT_EQ(world_.memory().lastShown(), world_.now);
+  EXPECT_EQ(world_.memory().lastShown(world_.now), world_.now);
   EXPECT_EQ(world_.memory().shownIdentifiers().at("update"), QuillonPropertyListValue("release-2.0"));
   EXPECT_THAT(world_.printed(), HasSubstr("The installer takes over: it puts version 2.0 in the place of 1.0"));
 }
@@ -67,7 +67,7 @@ TEST_F(ApplicationUpdateStepsTest, ACheckSaysWhatIsOfferedAndCountsAsShownNowher
 
   EXPECT_EQ(world_.printed(), "Example 2.0 is available; version 1.0 is installed.\n");
   EXPECT_EQ(launches(), 0U);
-  EXPECT_FALSE(world_.memory().lastShown());
+  EXPECT_FALSE(world_.memory().lastShown(world_.now));
   EXPECT_TRUE(world_.memory().lastCheck());
   EXPECT_THAT(world_.network->requests(), SizeIs(1));  // not the release notes
 }
@@ -110,7 +110,7 @@ TEST_F(ApplicationUpdateStepsTest, WhoAsksIsAnsweredAtAnyTime) {
 
 TEST_F(ApplicationUpdateStepsTest, AnOfferComesAgainAfterTheReminderDelay) {
   world_.answering = UpdateAnswering::byNobody;
-  world_.settings->set(QuillonPropertyListValue(48), UpdateMemory::reminderHoursKey);
+  world_.settings->set(QuillonPropertyListValue(48), VeskUpdateMemory::reminderHoursKey);
   EXPECT_EQ(runScheduledAfter(hours(0)), Result::offered);
 
   EXPECT_EQ(runScheduledAfter(hours(24)), Result::upToDate);
@@ -241,7 +241,7 @@ TEST_F(ApplicationUpdateStepsTest, AnInstallerThatDoesNotEndIsAFailure) {
 TEST_F(ApplicationUpdateStepsTest, ABundleThatAnInterruptedInstallerMovedAsideIsPutBack) {
   fs::rename(world_.bundle, world_.bundle.string() + ".vesk-update-backup-0F8CFD24-EDB8-4A85-B36A-15635A53049B");
   world_.memory().setAttempt(
-      UpdateAttempt{.identifier = "A", .fromVersion = "1.0", .fromBuild = 1, .toVersion = "2.0"});
+      VeskUpdateAttempt{.identifier = "A", .fromVersion = "1.0", .fromBuild = 1, .toVersion = "2.0"});
   world_.options.onlyChecks = true;
 
   const UpdateOutcome outcome = world_.run();

@@ -26,7 +26,7 @@ class PreviousAttemptTest : public ::testing::Test {
   }
   void noteAttempt(const std::string& fromVersion, std::int64_t fromBuild) const {
     world_.memory().setAttempt(
-        UpdateAttempt{.identifier = "A", .fromVersion = fromVersion, .fromBuild = fromBuild, .toVersion = "2.0"});
+        VeskUpdateAttempt{.identifier = "A", .fromVersion = fromVersion, .fromBuild = fromBuild, .toVersion = "2.0"});
   }
   void leaveReport(const std::string& description, const std::optional<std::string>& attempt) const {
     VeskAppBundleUpdateFailureReportStore(world_.world.files)
