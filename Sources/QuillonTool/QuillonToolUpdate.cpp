@@ -40,7 +40,8 @@ the command says which processes it waits for.
 Options:
   --feed URL      The update feed (default: QuillonUpdateFeedURL in the
                   bundle's Info.plist).
-  --check         Only say whether an update is offered.
+  --check         Only say whether an update is offered. What became of the last
+                  installation is left to a run without this option.
   --scheduled     Nobody asked for this check: it is made only when it is due,
                   and an update that was offered, skipped or refused is not
                   offered again too soon. Betas are offered only to those who

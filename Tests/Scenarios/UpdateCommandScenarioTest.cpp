@@ -381,7 +381,7 @@ TEST_F(UpdateCommandScenario, TheNewVersionIsInstalledAndRunsAsItsUserWouldHaveS
   EXPECT_EQ(versionOfApplicationBundle(installed), "2.0");
   EXPECT_THAT(applicationsFolder(), ElementsAre("Example.app", "Sample.log"));
 
-  const QuillonProcessResult next = run({"--check"});
+  const QuillonProcessResult next = run({});
 
   EXPECT_EQ(next.status, 0);
   EXPECT_EQ(
@@ -539,7 +539,7 @@ TEST_F(UpdateCommandScenario, WhatTheInstallerRefusesIsExplainedByTheNextRun) {
   ASSERT_EQ(nextEvent(), "1.0 started");  // again
   waitForOrphans();
 
-  const QuillonProcessResult next = run({"--check"});
+  const QuillonProcessResult next = run({});
 
   EXPECT_THAT(next.output,
               AllOf(HasSubstr("Update Failed (Example 2.0)\nThe code signature of the update is not valid"),

@@ -75,20 +75,22 @@ void ApplicationUpdateSteps::fail(std::string code, std::string message) {
 void ApplicationUpdateSteps::proceed() {
   const QuillonURL bundle = bundleLocation();
   waitForInstaller(bundle);
-  recoverBundle(bundle);
+  // Who only looks leaves everything to whoever updates: what the last attempt came to, too.
+  const bool onlyLooks = session_.options.onlyChecks;
+  if (!onlyLooks) recoverBundle(bundle);
   const InstalledApplication application =
       InstalledApplication::read(*session_.services.fileManager, session_.options.bundle);
   outcome_.identifier = application.identifier;
   outcome_.version = application.version;
   outcome_.build = application.build;
-  const std::unique_ptr<QuillonFileLock> held = lock(application);
+  const std::unique_ptr<QuillonFileLock> held = onlyLooks ? nullptr : lock(application);
   VeskUpdateMemory memory(session_.services.settings(application.identifier), session_.services.logger);
   const ApplicationSession session{
       session_, application, memory,
       std::make_shared<const VeskUpdateLocalizationBundle>(session_.services.fileManager, application.bundle,
                                                            session_.services.environment.languages)};
   if (session_.options.betaPreference) memory.setChecksForBetas(*session_.options.betaPreference);
-  outcome_.previousFailure = settlePreviousAttempt(session);
+  if (!onlyLooks) outcome_.previousFailure = settlePreviousAttempt(session);
   check(session);
 }
 
@@ -194,8 +196,7 @@ void ApplicationUpdateSteps::apply(const ApplicationSession& session, const Vesk
   }
   outcome_.offer = offerOf(*candidate);
   outcome_.result = Outcome::Result::offered;
-  if (session.options.onlyChecks) {
-    remember(result, session, now, [](const Entry&) { return false; });
+  if (session.options.onlyChecks) {  // does not count: a scheduled run has yet to offer it
     session.say(session.application.name + " " + outcome_.offer->version + " is available; version " +
                 session.application.version + " is installed.");
     return;

@@ -9,6 +9,7 @@
 #include "QuillonCore/Runtime/Posix/QuillonFileLock.h"
 #include "QuillonTool/Update/ApplicationUpdateSteps.h"
 #include "QuillonToolTests/Update/UpdateCommandWorld.h"
+#include "QuillonUpdatesAppKitUI/AppBundleReplacement/VeskAppBundleUpdateFailureReportStore.h"
 
 namespace quillon {
 namespace {
@@ -30,6 +31,10 @@ class ApplicationUpdateStepsTest : public ::testing::Test {
     world_.now += later;
     world_.options.isScheduled = true;
     return world_.run().result;
+  }
+  /// Where an installer that was killed has left the bundle.
+  [[nodiscard]] fs::path aside() const {
+    return world_.bundle.string() + ".vesk-update-backup-0F8CFD24-EDB8-4A85-B36A-15635A53049B";
   }
   [[nodiscard]] std::size_t launches() const { return world_.world.replacementLauncher->requests.size(); }
 
@@ -68,8 +73,60 @@ TEST_F(ApplicationUpdateStepsTest, ACheckSaysWhatIsOfferedAndCountsAsShownNowher
   EXPECT_EQ(world_.printed(), "Example 2.0 is available; version 1.0 is installed.\n");
   EXPECT_EQ(launches(), 0U);
   EXPECT_FALSE(world_.memory().lastShown(world_.now));
-  EXPECT_TRUE(world_.memory().lastCheck());
   EXPECT_THAT(world_.network->requests(), SizeIs(1));  // not the release notes
+}
+
+TEST_F(ApplicationUpdateStepsTest, NoCheckKeepsAnOfferFromScheduledRuns) {
+  world_.answering = UpdateAnswering::byNobody;
+  for (int hour = 0; hour < 30; ++hour) {
+    world_.options.onlyChecks = true;
+    world_.options.isScheduled = false;
+    world_.now += hours(1);
+    EXPECT_EQ(world_.run().result, Result::offered);
+  }
+  world_.options.onlyChecks = false;
+
+  EXPECT_EQ(runScheduledAfter(hours(0)), Result::offered);
+}
+
+TEST_F(ApplicationUpdateStepsTest, ACheckThatFindsNothingSparesAScheduledOne) {
+  world_.options.onlyChecks = true;
+  world_.serve(World::feedURL, World::feedOf({World::offerWith("current", "0.9")}));
+  EXPECT_EQ(world_.run().result, Result::upToDate);
+  world_.options.onlyChecks = false;
+
+  EXPECT_EQ(runScheduledAfter(hours(1)), Result::notDue);
+}
+
+TEST_F(ApplicationUpdateStepsTest, ACheckLeavesWhatTheLastAttemptCameToToTheNextRun) {
+  world_.memory().setAttempt(
+      VeskUpdateAttempt{.identifier = "A", .fromVersion = "1.0", .fromBuild = 1, .toVersion = "2.0"});
+  VeskAppBundleUpdateFailureReportStore(world_.world.files)
+      .writeFailureReport("replacementFailed", "org.example.App", world_.now, "A");
+  const fs::path left = world_.world.support / "Example/quillon-update-org.example.App/left";
+  testing::writeFile(left, "staged");
+  const fs::path folder = world_.world.support / "org.example.App";
+  fs::create_directories(folder);
+  // Somebody is looking at an offer.
+  const QuillonFileLock other(QuillonURL::fileURL((folder / "quillon-update.lock").string()));
+  world_.options.onlyChecks = true;
+
+  const UpdateOutcome outcome = world_.run();
+
+  EXPECT_EQ(outcome.result, Result::offered);
+  EXPECT_FALSE(outcome.previousFailure);
+  EXPECT_TRUE(world_.memory().attempt());
+  EXPECT_TRUE(fs::exists(folder / "SeamlessInstaller/QuillonUpdateInstallerFailure-A.plist"));
+  EXPECT_TRUE(fs::exists(left));
+}
+
+TEST_F(ApplicationUpdateStepsTest, ACheckPutsNothingBack) {
+  fs::rename(world_.bundle, aside());
+  world_.options.onlyChecks = true;
+
+  EXPECT_EQ(world_.run().error->code, "noBundle");
+
+  EXPECT_TRUE(fs::exists(aside()));
 }
 
 TEST_F(ApplicationUpdateStepsTest, WithoutAnUpdateTheTextsOfTheAlertSaySo) {
@@ -239,10 +296,10 @@ TEST_F(ApplicationUpdateStepsTest, AnInstallerThatDoesNotEndIsAFailure) {
 }
 
 TEST_F(ApplicationUpdateStepsTest, ABundleThatAnInterruptedInstallerMovedAsideIsPutBack) {
-  fs::rename(world_.bundle, world_.bundle.string() + ".vesk-update-backup-0F8CFD24-EDB8-4A85-B36A-15635A53049B");
+  fs::rename(world_.bundle, aside());
   world_.memory().setAttempt(
       VeskUpdateAttempt{.identifier = "A", .fromVersion = "1.0", .fromBuild = 1, .toVersion = "2.0"});
-  world_.options.onlyChecks = true;
+  world_.answering = UpdateAnswering::byNobody;
 
   const UpdateOutcome outcome = world_.run();
 
