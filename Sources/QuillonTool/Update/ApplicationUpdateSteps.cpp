@@ -7,6 +7,7 @@
 #include <vector>
 
 #include "QuillonCore/Runtime/QuillonMainThreadCall.h"
+#include "QuillonCore/Text/CountedNoun.h"
 #include "QuillonCore/Values/PropertyListReading.h"
 #include "QuillonCore/Values/QuillonError.h"
 #include "QuillonTool/Update/ApplicationQuitWait.h"
@@ -45,6 +46,15 @@ Outcome::Offer offerOf(const VeskUpdateFeedProcessingCandidate& candidate) {
           .build = std::string(stringOrEmpty(candidate.feed, Keys::currentBuild)),
           .title = std::string(stringOrEmpty(candidate.feed, Keys::title)),
           .isBeta = candidate.applicability.isBetaUpdate};
+}
+
+VeskUpdateFeedPipelineResult evaluate(const VeskUpdateFeed& feed, const FeedCheckContext& context) {
+  return VeskUpdateFeedPipelineEvaluator().evaluate(feed, {}, context.applicability, context.display,
+                                                    VeskUpdateVersionComparison::compare);
+}
+
+bool isOffer(const std::optional<VeskUpdateFeedProcessingCandidate>& candidate) {
+  return candidate && candidate->display.shouldDisplayNow;
 }
 
 }  // namespace
@@ -166,11 +176,7 @@ void ApplicationUpdateSteps::check(const ApplicationSession& session) {
       throw UpdateFailure(failure.code(), session.texts->text(title) + ": " + failure.description());
     }
   }();
-  const FeedCheckContext context =
-      makeFeedCheckContext(session.application, session.memory, session.options, session.services.environment, now);
-  const VeskUpdateFeedPipelineResult result = VeskUpdateFeedPipelineEvaluator().evaluate(
-      feed, {}, context.applicability, context.display, VeskUpdateVersionComparison::compare);
-  apply(session, result, now);
+  apply(session, feed, now);
   outcome_.nextCheck = session.memory.nextCheck(now);
 }
 
@@ -182,17 +188,22 @@ QuillonURL ApplicationUpdateSteps::feedLocation(const InstalledApplication& appl
                                        " in Contents/Info.plist. Name the feed with --feed.");
 }
 
-void ApplicationUpdateSteps::apply(const ApplicationSession& session, const VeskUpdateFeedPipelineResult& result,
-                                   QuillonDate now) {
+void ApplicationUpdateSteps::apply(const ApplicationSession& session, const VeskUpdateFeed& feed, QuillonDate now) {
+  FeedCheckContext context =
+      makeFeedCheckContext(session.application, session.memory, session.options, session.services.environment, now);
+  const VeskUpdateFeedPipelineResult result = evaluate(feed, context);
   const auto& candidate = result.selectedCandidate;
-  const bool isShown = candidate && candidate->display.shouldDisplayNow;
-  const bool isHeld =
-      isShown && session.options.isScheduled && session.memory.isDeclined(*candidate, session.application.version);
-  if (!isShown || isHeld) {
+  const bool isDeclined = isOffer(candidate) && session.options.isScheduled &&
+                          session.memory.isDeclined(*candidate, session.application.version);
+  if (!isOffer(candidate) || isDeclined) {
     remember(result, session, now, [](const Entry&) { return false; });
-    outcome_.result = Outcome::Result::upToDate;
-    sayNothingIsOffered(session, isHeld);
-    return;
+    if (isDeclined) return withhold(session, *candidate, "It was skipped, or no administrator allowed it");
+    context.display.lastNewsDisplayedDate.reset();
+    const auto later = evaluate(feed, context).selectedCandidate;
+    if (!isOffer(later)) return sayThereIsNone(session);
+    return withhold(
+        session, *later,
+        "It was offered less than " + countedNoun(context.display.checkUpdatesAfterHours, "hour", "hours") + " ago");
   }
   outcome_.offer = offerOf(*candidate);
   outcome_.result = Outcome::Result::offered;
@@ -257,13 +268,16 @@ void ApplicationUpdateSteps::offer(const ApplicationSession& session, const Vesk
                   : "Nothing was installed.");
 }
 
-void ApplicationUpdateSteps::sayNothingIsOffered(const ApplicationSession& session, bool isWithheld) const {
-  if (isWithheld) {
-    session.say("There is an update of " + session.application.name +
-                ", which was skipped, or which no administrator allowed. Run the command without --scheduled to be "
-                "offered it.");
-    return;
-  }
+void ApplicationUpdateSteps::withhold(const ApplicationSession& session,
+                                      const VeskUpdateFeedProcessingCandidate& candidate, const std::string& reason) {
+  outcome_.result = Outcome::Result::withheld;
+  outcome_.offer = offerOf(candidate);
+  session.say("Version " + outcome_.offer->version + " of " + session.application.name + " is available. " + reason +
+              "; run the command without --scheduled to be offered it again.");
+}
+
+void ApplicationUpdateSteps::sayThereIsNone(const ApplicationSession& session) {
+  outcome_.result = Outcome::Result::upToDate;
   const auto alert = VeskUpdateAlertPresenter(nullptr, nullptr)
                          .makeManualCheckCompletionAlert({.shouldShowNoUpdatesFoundDialog = true,
                                                           .updateCheckPerformedOK = true,

@@ -154,7 +154,7 @@ TEST_F(ApplicationUpdateStepsTest, AScheduledRunChecksOnlyWhenItIsDue) {
 
   EXPECT_EQ(runScheduledAfter(hours(1)), Result::notDue);
   EXPECT_THAT(world_.printed(), HasSubstr("is due at 2026-06-11T02:00:00Z.\n"));
-  EXPECT_EQ(runScheduledAfter(hours(1)), Result::upToDate);  // due, and the reminder still waits
+  EXPECT_EQ(runScheduledAfter(hours(1)), Result::withheld);  // due, and the reminder still waits
 }
 
 TEST_F(ApplicationUpdateStepsTest, WhoAsksIsAnsweredAtAnyTime) {
@@ -170,15 +170,44 @@ TEST_F(ApplicationUpdateStepsTest, AnOfferComesAgainAfterTheReminderDelay) {
   world_.settings->set(QuillonPropertyListValue(48), VeskUpdateMemory::reminderHoursKey);
   EXPECT_EQ(runScheduledAfter(hours(0)), Result::offered);
 
-  EXPECT_EQ(runScheduledAfter(hours(24)), Result::upToDate);
+  EXPECT_EQ(runScheduledAfter(hours(24)), Result::withheld);
   EXPECT_EQ(runScheduledAfter(hours(24)), Result::offered);
+}
+
+TEST_F(ApplicationUpdateStepsTest, WhatWaitsForTheReminderDelayIsNotDenied) {
+  world_.answering = UpdateAnswering::byNobody;
+  world_.settings->set(QuillonPropertyListValue(48), VeskUpdateMemory::reminderHoursKey);
+  EXPECT_EQ(runScheduledAfter(hours(0)), Result::offered);
+  world_.output.str("");
+
+  world_.now += hours(24);
+  const UpdateOutcome outcome = world_.run();
+
+  EXPECT_EQ(outcome.result, Result::withheld);
+  EXPECT_EQ(outcome.offer->version, "2.0");
+  EXPECT_EQ(world_.printed(),
+            "Version 2.0 of Example is available. It was offered less than 48 hours ago; run the command without "
+            "--scheduled to be offered it again.\n");
+  EXPECT_EQ(world_.memory().lastCheck(), world_.now);
+}
+
+TEST_F(ApplicationUpdateStepsTest, WithinTheReminderDelayWhatIsForOthersIsNoUpdate) {
+  world_.answering = UpdateAnswering::byNobody;
+  world_.memory().setLastShown(world_.now);
+  world_.serve(World::feedURL, World::feedOf({World::offerWith("current", "2.0b1")}));
+
+  EXPECT_EQ(runScheduledAfter(hours(1)), Result::upToDate);
+
+  EXPECT_EQ(world_.printed(), "No Updates Available\n");
 }
 
 TEST_F(ApplicationUpdateStepsTest, WhatWasSkippedIsOfferedOnlyToWhoAsks) {
   world_.memory().setSkippedIdentifier("release-2.0");
 
-  EXPECT_EQ(runScheduledAfter(hours(0)), Result::upToDate);
-  EXPECT_THAT(world_.printed(), HasSubstr("Run the command without --scheduled"));
+  EXPECT_EQ(runScheduledAfter(hours(0)), Result::withheld);
+  EXPECT_EQ(world_.printed(),
+            "Version 2.0 of Example is available. It was skipped, or no administrator allowed it; run the command "
+            "without --scheduled to be offered it again.\n");
 
   world_.options.isScheduled = false;
   EXPECT_EQ(world_.run().result, Result::launched);
@@ -196,7 +225,7 @@ TEST_F(ApplicationUpdateStepsTest, WhatNoAdministratorAllowedIsNotTriedAgainByIt
   world_.world.replacementLauncher->answer = VeskAppBundleReplacementLaunchResult::authorizationDenied(-60005);
   EXPECT_EQ(runScheduledAfter(hours(0)), Result::failed);
 
-  EXPECT_EQ(runScheduledAfter(hours(100)), Result::upToDate);
+  EXPECT_EQ(runScheduledAfter(hours(100)), Result::withheld);
 
   EXPECT_EQ(launches(), 1U);
   EXPECT_THAT(world_.world.network->requested, SizeIs(1));  // nothing is downloaded for nothing
