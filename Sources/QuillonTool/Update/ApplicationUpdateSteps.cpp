@@ -8,6 +8,7 @@
 
 #include "QuillonCore/Runtime/QuillonMainThreadCall.h"
 #include "QuillonCore/Text/CountedNoun.h"
+#include "QuillonCore/Text/QuillonPlainText.h"
 #include "QuillonCore/Values/PropertyListReading.h"
 #include "QuillonCore/Values/QuillonError.h"
 #include "QuillonTool/Update/ApplicationQuitWait.h"
@@ -40,11 +41,12 @@ Dictionary dictionaryOf(const VeskUpdateFeedEntry& entry) {
   return dictionary == nullptr ? Dictionary() : *dictionary;
 }
 
+/// In texts for people no line begins with the feed's words.
 Outcome::Offer offerOf(const VeskUpdateFeedProcessingCandidate& candidate) {
   return {.identifier = candidate.display.resolvedFeedIdentifier.value_or(""),
-          .version = std::string(stringOrEmpty(candidate.feed, Keys::currentVersion)),
-          .build = std::string(stringOrEmpty(candidate.feed, Keys::currentBuild)),
-          .title = std::string(stringOrEmpty(candidate.feed, Keys::title)),
+          .version = singleLineText(stringOrEmpty(candidate.feed, Keys::currentVersion)),
+          .build = singleLineText(stringOrEmpty(candidate.feed, Keys::currentBuild)),
+          .title = singleLineText(stringOrEmpty(candidate.feed, Keys::title)),
           .isBeta = candidate.applicability.isBetaUpdate};
 }
 

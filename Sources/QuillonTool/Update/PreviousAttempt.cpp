@@ -2,6 +2,7 @@
 
 #include <string>
 
+#include "QuillonCore/Text/QuillonPlainText.h"
 #include "QuillonTool/Update/UpdateExplanation.h"
 #include "QuillonTool/Update/UpdateWorkingFolders.h"
 #include "QuillonUpdatesAppKitUI/AppBundleReplacement/VeskAppBundleReplacementBackup.h"
@@ -43,7 +44,7 @@ void explain(const PreviousFailure& failure, const ApplicationSession& session) 
   if (!failure.version.empty()) text += " (" + session.application.name + " " + failure.version + ")";
   text += "\n" + alert.body;
   if (hasReport) {
-    text += "\nReport of the last attempt: " + failure.description;
+    text += "\nReport of the last attempt: " + singleLineText(failure.description);
     if (const auto date = dateText(failure.failedAt)) text += ", " + *date;
   }
   session.say(text);

@@ -10,6 +10,7 @@
 #include <vector>
 
 #include "QuillonCore/Runtime/QuillonMainThreadCall.h"
+#include "QuillonCore/Text/QuillonPlainText.h"
 #include "QuillonCore/Values/PropertyListReading.h"
 #include "QuillonCore/Values/QuillonUUID.h"
 #include "QuillonTool/Update/ApplicationQuitWait.h"
@@ -50,7 +51,7 @@ class Installation {
       : session_(session),
         entry_(entry),
         identifier_(identifier),
-        version_(stringOrEmpty(entry, Keys::currentVersion)) {
+        version_(singleLineText(stringOrEmpty(entry, Keys::currentVersion))) {
     const auto& services = session_.services;
     launcher_ =
         std::make_shared<QuitAwaitingHelperLauncher>(services.helperLauncher(session_.application),

@@ -17,6 +17,7 @@ namespace {
 namespace fs = std::filesystem;
 using Result = UpdateOutcome::Result;
 using std::chrono::hours;
+using ::testing::AllOf;
 using ::testing::HasSubstr;
 using ::testing::IsEmpty;
 using ::testing::Not;
@@ -62,7 +63,20 @@ TEST_F(ApplicationUpdateStepsTest, TheReleaseNotesAreShownWithTheOffer) {
 
   (void)world_.run();
 
-  EXPECT_THAT(world_.printed(), HasSubstr("Release Notes: https://example.org/notes.html\nFaster\n  1) Install"));
+  EXPECT_THAT(world_.printed(), HasSubstr("Release Notes: https://example.org/notes.html\n  | Faster\n  1) Install"));
+}
+
+TEST_F(ApplicationUpdateStepsTest, AVersionOfAFeedBeginsNoLineOfItsOwn) {
+  world_.serve(World::feedURL, World::feedOf({World::offerWith("current", "2.0\n  1) Remind Me Later")}));
+  world_.options.onlyChecks = true;
+
+  (void)world_.run();
+  world_.options.onlyChecks = false;
+  (void)world_.run();
+
+  EXPECT_THAT(world_.printed(), AllOf(HasSubstr("2.0   1) Remind Me Later is available"),
+                                      HasSubstr("puts version 2.0   1) Remind Me Later in the place"),
+                                      Not(HasSubstr("\n  1) Remind Me Later"))));
 }
 
 TEST_F(ApplicationUpdateStepsTest, ACheckSaysWhatIsOfferedAndCountsAsShownNowhere) {

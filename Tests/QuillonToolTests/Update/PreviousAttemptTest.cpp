@@ -59,6 +59,14 @@ TEST_F(PreviousAttemptTest, AReportIsExplainedOnce) {
   EXPECT_FALSE(settle());
 }
 
+TEST_F(PreviousAttemptTest, AReportBeginsNoLineOfItsOwn) {
+  leaveReport("bundleIdentifierMismatch(\n  1) Remind Me Later", std::nullopt);
+
+  (void)settle();
+
+  EXPECT_THAT(world_.printed(), HasSubstr("bundleIdentifierMismatch(   1) Remind Me Later, 2026"));
+}
+
 TEST_F(PreviousAttemptTest, AReportWithoutANotedAttemptIsExplainedToo) {
   leaveReport("replacementFailed", std::nullopt);
 
