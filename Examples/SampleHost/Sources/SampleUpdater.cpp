@@ -113,6 +113,7 @@ void SampleUpdater::checkIfDue() {
 void SampleUpdater::checkForUpdates() {
   if (state_ == State::idle) return beginCheck(true);
   if (state_ == State::checking) isManualCheck_ = true;  // the answer is the user's
+  if (state_ == State::quitting) tellThatItHasToQuit();
   // Otherwise a window of an update is on the screen, which is the answer.
 }
 
@@ -178,6 +179,15 @@ void SampleUpdater::tellThatNothingWasFound(bool wasCheckPerformed) {
   if (!answer.selectedBetaToggleState) return;
   memory_->setChecksForBetas(*answer.selectedBetaToggleState);
   callbacks_.checksForBetasDidChange(*answer.selectedBetaToggleState);
+}
+
+void SampleUpdater::tellThatItHasToQuit() {
+  static_cast<void>(windows_.alerts->run({.style = VeskUpdateAlertStyle::informational,
+                                          .title = texts_->applicationText("The update is installed on quitting."),
+                                          .body = {},
+                                          .buttons = {},
+                                          .defaultButtonTitle = texts_->text(VeskUpdateTexts::ok),
+                                          .suppressionCheckbox = {}}));
 }
 
 // Offering
@@ -247,8 +257,12 @@ std::shared_ptr<const VeskUpdateInstallerCoordinator> SampleUpdater::makeCoordin
 
 void SampleUpdater::didEndInstallation(const std::exception_ptr& failure) {
   progress_->hideProgressWindow(std::exchange(progressWindow_, nullptr));
-  // The installer waits for the end of this process. It stays "installing": nothing else is begun until then.
-  if (!failure) return callbacks_.quit();
+  if (!failure) {
+    // The installer waits for the end of this process, which may keep unsaved documents open. Until then nothing else
+    // is begun.
+    state_ = State::quitting;
+    return callbacks_.quit();
+  }
   explain(failure);
   rest();
 }

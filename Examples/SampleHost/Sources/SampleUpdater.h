@@ -46,9 +46,9 @@ struct UpdateCallbacks {
 /// Keeps an application up to date: looks for updates by itself and when it is asked to, offers them, installs them,
 /// and explains what failed. One thing at a time:
 ///
-///   idle → checking → offering → installing → the application quits
+///   idle → checking → offering → installing → quitting
 ///
-/// and from each back to idle when there is nothing to do, the user does not want to, or something fails.
+/// and from each but the last back to idle when there is nothing to do, the user does not want to, or something fails.
 ///
 /// Knows no toolkit: with the windows of another platform, or those of a terminal, it is the same. Lives on the main
 /// thread; what blocks runs on a thread of its own, which the destructor stops. Made with std::make_shared, so that
@@ -69,7 +69,7 @@ class SampleUpdater : public std::enable_shared_from_this<SampleUpdater> {
   void setChecksForBetas(bool checksForBetas) { memory_->setChecksForBetas(checksForBetas); }
 
  private:
-  enum class State { idle, checking, offering, installing };
+  enum class State { idle, checking, offering, installing, quitting };
 
   void becomeIdle(std::chrono::nanoseconds untilNextLook);
   /// The same after a check, an offer or an installation: whatever settings and clocks say, no feed is asked twice in a
@@ -82,6 +82,7 @@ class SampleUpdater : public std::enable_shared_from_this<SampleUpdater> {
   void didLoad(const quillon::VeskUpdateFeed& feed);
   void didFailToLoad(const std::exception_ptr& failure);
   void tellThatNothingWasFound(bool wasCheckPerformed);
+  void tellThatItHasToQuit();
 
   void offer(const quillon::VeskUpdateFeedEntry& entry, const std::string& identifier);
   void didChoose(const quillon::VeskUpdatePromptAction& action);
