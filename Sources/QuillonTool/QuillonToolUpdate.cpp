@@ -17,6 +17,8 @@
 #include "QuillonCore/Runtime/QuillonSystemServices.h"
 #include "QuillonCore/Runtime/QuillonTerminal.h"
 #include "QuillonCore/Runtime/QuillonTimerThread.h"
+#include "QuillonCore/Values/QuillonError.h"
+#include "QuillonTool/QuillonToolUsageError.h"
 #include "QuillonTool/Update/ApplicationUpdate.h"
 #include "QuillonTool/Update/Posix/InterruptSignals.h"
 #include "QuillonUpdatesAppKitUI/HelperLaunchers/XPC/VeskAppBundleInstallerLauncherServiceInfo.h"
@@ -40,7 +42,8 @@ the command says which processes it waits for.
 Options:
   --feed URL      The update feed (default: QuillonUpdateFeedURL in the
                   bundle's Info.plist).
-  --check         Only say whether an update is offered.
+  --check         Only say whether an update is offered. What became of the last
+                  installation is left to a run without this option.
   --scheduled     Nobody asked for this check: it is made only when it is due,
                   and an update that was offered, skipped or refused is not
                   offered again too soon. Betas are offered only to those who
@@ -60,7 +63,8 @@ Options:
   --log FILE      Write a log to FILE.
   --help          Print this text.
 
-Exit status: 0 when no update is offered or the installer has taken over, 1 when
+Exit status: 0 when no update is offered, no check was due, the installer has
+taken over, or an installer document was opened; --json tells these apart. 1 when
 the update failed, 2 for a wrong command line, 10 when an update is offered and
 was not installed, 130 when the command was interrupted.
 )";
@@ -83,8 +87,14 @@ std::shared_ptr<VeskAppBundleUpdateHelperLaunching> makeHelperLauncher(const Qui
 
 std::shared_ptr<QuillonLogger> makeLogger(const std::optional<QuillonURL>& file) {
   if (!file) return std::make_shared<QuillonNoopLogger>();
-  return std::make_shared<QuillonRotatingFileLogger>(QuillonRotatingFileLoggerSettings{.file = *file},
-                                                     std::make_shared<QuillonSystemClock>());
+  auto logger = std::make_shared<QuillonRotatingFileLogger>(QuillonRotatingFileLoggerSettings{.file = *file},
+                                                            std::make_shared<QuillonSystemClock>());
+  try {
+    logger->open();
+  } catch (const QuillonSystemError& error) {
+    throw QuillonToolUsageError("--log names a file that cannot be written: " + error.description());
+  }
+  return logger;
 }
 
 UpdateAnswering answeringFor(const UpdateOptions& options) {

@@ -26,6 +26,9 @@ TEST(QuillonToolUpdateTest, ItsHelpNamesEveryExitStatus) {
   for (const char* const status : {"0 when", "1 when", "2 for", "10 when", "130 when"}) {
     EXPECT_THAT(result.output, HasSubstr(status));
   }
+  for (const char* const word : {"no check was due", "installer document", "--json"}) {
+    EXPECT_THAT(result.output.substr(result.output.find("Exit status")), HasSubstr(word));
+  }
 }
 
 TEST(QuillonToolUpdateTest, AFailureIsALineOnStandardError) {
@@ -49,6 +52,16 @@ TEST(QuillonToolUpdateTest, ALogIsWrittenWhereItIsAskedFor) {
   (void)ToolRun()({"update", "/nowhere/Example.app", "--log", (folder / "update.log").string()});
 
   EXPECT_THAT(testing::readFile(folder / "update.log"), HasSubstr("error [update] noBundle: There is no application"));
+}
+
+TEST(QuillonToolUpdateTest, ALogThatCannotBeWrittenIsAUsageError) {
+  const testing::TemporaryDirectory folder;
+  testing::writeFile(folder / "file", "no folder");
+
+  const ToolResult result = ToolRun()({"update", "/nowhere/Example.app", "--log", (folder / "file/log").string()});
+
+  EXPECT_EQ(result.status, 2);
+  EXPECT_THAT(result.error, HasSubstr("--log"));
 }
 
 }  // namespace

@@ -11,6 +11,7 @@
 
 #include <algorithm>
 #include <array>
+#include <chrono>
 #include <csignal>
 #include <filesystem>
 #include <future>
@@ -22,8 +23,11 @@
 #include <vector>
 
 #include "CodeSignature/CodeSigner.h"
+#include "QuillonCore/Runtime/Linux/QuillonLinuxUserDefaults.h"
 #include "QuillonCore/Runtime/Posix/FileDescriptor.h"
 #include "QuillonCore/Runtime/Posix/QuillonPosixProcessRunner.h"
+#include "QuillonCore/Runtime/QuillonSystemServices.h"
+#include "QuillonUpdatesCore/VeskUpdateMemory.h"
 #include "Support/ApplicationBundleBuilder.h"
 #include "Support/MisbehavingServer.h"
 #include "Support/SignedBundleBuilder.h"
@@ -328,6 +332,19 @@ class UpdateCommandScenario : public ::testing::Test {
     for (const pid_t application : applications) waitpid(application, nullptr, WNOHANG);
   }
 
+  /// What the user's settings remember was so many days earlier.
+  void passDays(int count) const {
+    const fs::path settingsFolder = home / ".config" / kIdentifier;
+    QuillonLinuxUserDefaults settings(makeSystemFileManager(), QuillonURL::fileURL(settingsFolder.string()));
+    for (const std::string_view key : {VeskUpdateMemory::lastCheckKey, VeskUpdateMemory::lastShownKey}) {
+      const auto value = settings.objectForKey(key);
+      const auto* const date = value ? value->getIf<QuillonPropertyListDate>() : nullptr;
+      ASSERT_NE(date, nullptr) << key;
+      settings.set(QuillonPropertyListValue(*date - std::chrono::days(count)), key);
+    }
+    giveToOrdinaryUser(settingsFolder);
+  }
+
   /// Files and folders of the user's that are no settings, relative to the test's folder.
   [[nodiscard]] std::vector<std::string> leftBehind() const {
     std::vector<std::string> names;
@@ -372,7 +389,7 @@ TEST_F(UpdateCommandScenario, TheNewVersionIsInstalledAndRunsAsItsUserWouldHaveS
 
   EXPECT_EQ(result.status, 0) << result.output;
   EXPECT_THAT(result.output,
-              AllOf(HasSubstr("A new version is available!\n"), HasSubstr("Faster.\nSmaller.\n"),
+              AllOf(HasSubstr("A new version is available!\n"), HasSubstr("  | Faster.\n  | Smaller.\n"),
                     HasSubstr("Extracting update"), HasSubstr("Install and Relaunch"), HasSubstr("takes over")));
   ASSERT_EQ(nextEvent(), "2.0 started");
   const fs::path process = fs::path("/proc") / std::to_string(applications.back());
@@ -382,7 +399,7 @@ TEST_F(UpdateCommandScenario, TheNewVersionIsInstalledAndRunsAsItsUserWouldHaveS
   EXPECT_EQ(versionOfApplicationBundle(installed), "2.0");
   EXPECT_THAT(applicationsFolder(), ElementsAre("Example.app", "Sample.log"));
 
-  const QuillonProcessResult next = run({"--check"});
+  const QuillonProcessResult next = run({});
 
   EXPECT_EQ(next.status, 0);
   EXPECT_EQ(
@@ -540,7 +557,7 @@ TEST_F(UpdateCommandScenario, WhatTheInstallerRefusesIsExplainedByTheNextRun) {
   ASSERT_EQ(nextEvent(), "1.0 started");  // again
   waitForOrphans();
 
-  const QuillonProcessResult next = run({"--check"});
+  const QuillonProcessResult next = run({});
 
   EXPECT_THAT(next.output,
               AllOf(HasSubstr("Update Failed (Example 2.0)\nThe code signature of the update is not valid"),
@@ -574,7 +591,14 @@ TEST_F(UpdateCommandScenario, WhomNoAdministratorHelpsIsToldOnce) {
   EXPECT_THAT(first.output, HasSubstr("An administrator has to allow this update."));
   EXPECT_THAT(first.output, HasSubstr("(authorizationDenied"));
   EXPECT_THAT(leftBehind(), IsEmpty());
-  EXPECT_THAT(run({"--scheduled", "--yes"}).output, HasSubstr("The next check for updates of Example is due at"));
+
+  passDays(2);
+  const QuillonProcessResult second = run({"--scheduled", "--yes"});
+
+  EXPECT_EQ(second.status, 0);
+  EXPECT_EQ(second.output,
+            "Version 2.0 of Example is available. It was skipped, or no administrator allowed it; run the command "
+            "without --scheduled to be offered it again.\n");
   fs::permissions(installed.parent_path(), fs::perms(0755));
 }
 

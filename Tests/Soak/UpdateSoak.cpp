@@ -164,7 +164,7 @@ class Soak {
     const bool isExplainedAtOnce = last_.status == 1 && last_.output.find("quillon update: ") != std::string::npos;
     const bool isUsersOwnDoing = result.fault == SoakFault::hostKilled && last_.hasKilled;
     if (hasFailed && (number == 0 || (!isExplainedAtOnce && !isUsersOwnDoing))) {
-      next_ = runSoakAttempt(folder_.path(), command({"--check"}));
+      next_ = runSoakAttempt(folder_.path(), command({}));
       result.wasMissing = number == 0;
       number = application_.installedNumber();
       result.isUnexplained = !isUsersOwnDoing && !explainsTheLastAttempt(next_.output);

@@ -17,15 +17,16 @@ bool mayHaveBeenLaunched(const Result& result) {
 }  // namespace
 
 AttemptNotingLauncher::AttemptNotingLauncher(std::shared_ptr<quillon::VeskAppBundleUpdateHelperLaunching> launcher,
-                                             UpdateMemory memory, UpdateAttempt attempt)
+                                             std::shared_ptr<quillon::VeskUpdateMemory> memory,
+                                             quillon::VeskUpdateAttempt attempt)
     : launcher_(std::move(launcher)), memory_(std::move(memory)), attempt_(std::move(attempt)) {}
 
 Result AttemptNotingLauncher::launchReplacement(
     const quillon::VeskAppBundleReplacementRequest& request,
     const quillon::VeskAppBundleInstallerLaunchProgressHandler& progressHandler) noexcept {
-  memory_.setAttempt(attempt_);
+  memory_->setAttempt(attempt_);
   Result result = launcher_->launchReplacement(request, progressHandler);
-  if (!mayHaveBeenLaunched(result)) memory_.setAttempt(std::nullopt);
+  if (!mayHaveBeenLaunched(result)) memory_->setAttempt(std::nullopt);
   return result;
 }
 

@@ -3,7 +3,7 @@
 #include <memory>
 
 #include "QuillonUpdatesAppKitUI/HelperLaunchers/VeskAppBundleUpdateHelperLaunching.h"
-#include "UpdateMemory.h"
+#include "QuillonUpdatesCore/VeskUpdateMemory.h"
 
 namespace sample {
 
@@ -14,8 +14,8 @@ namespace sample {
 /// attempt's name.
 class AttemptNotingLauncher final : public quillon::VeskAppBundleUpdateHelperLaunching {
  public:
-  AttemptNotingLauncher(std::shared_ptr<quillon::VeskAppBundleUpdateHelperLaunching> launcher, UpdateMemory memory,
-                        UpdateAttempt attempt);
+  AttemptNotingLauncher(std::shared_ptr<quillon::VeskAppBundleUpdateHelperLaunching> launcher,
+                        std::shared_ptr<quillon::VeskUpdateMemory> memory, quillon::VeskUpdateAttempt attempt);
 
   [[nodiscard]] quillon::VeskAppBundleReplacementLaunchResult launchReplacement(
       const quillon::VeskAppBundleReplacementRequest& request,
@@ -23,8 +23,8 @@ class AttemptNotingLauncher final : public quillon::VeskAppBundleUpdateHelperLau
 
  private:
   const std::shared_ptr<quillon::VeskAppBundleUpdateHelperLaunching> launcher_;
-  UpdateMemory memory_;
-  const UpdateAttempt attempt_;
+  const std::shared_ptr<quillon::VeskUpdateMemory> memory_;
+  const quillon::VeskUpdateAttempt attempt_;
 };
 
 }  // namespace sample

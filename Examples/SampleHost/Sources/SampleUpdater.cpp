@@ -31,8 +31,8 @@ namespace {
 
 using namespace quillon;
 
-/// After a check that failed. The refetch interval counts from one that reached the feed.
-constexpr std::chrono::minutes kRetryDelay{30};
+/// Until a check that failed is tried again, and at least between two that nobody asks for.
+constexpr std::chrono::minutes kShortestRest{30};
 /// Timers stand still while a machine sleeps, the clock does not: it is looked at from time to time.
 constexpr std::chrono::hours kLongestTimer{1};
 constexpr std::string_view kLogCategory = "updates";
@@ -75,7 +75,7 @@ SampleUpdater::SampleUpdater(HostInformation host, UpdateWindows windows, Update
       launcher_(makeUpdateLauncher(*files_, host_.bundle, timers_)),
       alerts_([](const QuillonURL& url) { return makeSystemWorkspace()->open(url); }, windows_.alerts),
       prompt_(windows_.prompts, makeSystemWorkspace()),
-      memory_(makeSystemUserDefaults(host_.identifier)) {}
+      memory_(std::make_shared<VeskUpdateMemory>(makeSystemUserDefaults(host_.identifier), logger_)) {}
 
 void SampleUpdater::start() {
   explainLastAttempt();
@@ -87,20 +87,24 @@ void SampleUpdater::start() {
 
 void SampleUpdater::becomeIdle(std::chrono::nanoseconds untilNextLook) {
   state_ = State::idle;
-  const auto time = std::clamp<std::chrono::nanoseconds>(untilNextLook, std::chrono::nanoseconds(0), kLongestTimer);
+  const auto time = std::min<std::chrono::nanoseconds>(untilNextLook, kLongestTimer);
   nextLook_ = timers_->schedule(static_cast<std::uint64_t>(time.count()), [later = laterOnMainThread()] {
     later([](SampleUpdater& self) { self.checkIfDue(); });
   });
 }
 
+void SampleUpdater::rest() {
+  becomeIdle(std::max<std::chrono::nanoseconds>(timeUntilNextCheck(), kShortestRest));
+}
+
 std::chrono::nanoseconds SampleUpdater::timeUntilNextCheck() const {
   const QuillonDate time = now();
-  return std::min<std::chrono::microseconds>(memory_.nextCheck(time) - time, kLongestTimer);
+  return memory_->nextCheck(time).value_or(time) - time;
 }
 
 void SampleUpdater::checkIfDue() {
   if (state_ != State::idle) return;  // becomes idle some time, and looks again then
-  if (memory_.nextCheck(now()) > now()) return becomeIdle(timeUntilNextCheck());
+  if (memory_->nextCheck(now())) return becomeIdle(timeUntilNextCheck());
   beginCheck(false);
 }
 
@@ -109,6 +113,7 @@ void SampleUpdater::checkIfDue() {
 void SampleUpdater::checkForUpdates() {
   if (state_ == State::idle) return beginCheck(true);
   if (state_ == State::checking) isManualCheck_ = true;  // the answer is the user's
+  if (state_ == State::quitting) tellThatItHasToQuit();
   // Otherwise a window of an update is on the screen, which is the answer.
 }
 
@@ -128,28 +133,28 @@ void SampleUpdater::beginCheck(bool isManualCheck) {
 }
 
 void SampleUpdater::didLoad(const VeskUpdateFeed& feed) {
-  const auto decision = decideOnUpdate(feed, host_, memory_, isManualCheck_, now());
+  const auto decision = decideOnUpdate(feed, host_, *memory_, isManualCheck_, now());
   const auto& candidate = decision.selectedCandidate;
   const std::string identifier = candidate ? candidate->display.resolvedFeedIdentifier.value_or("") : "";
-  const bool isHeldBack = candidate && !isManualCheck_ && isWithheld(*candidate, host_, memory_);
-  const auto result =
-      VeskUpdateFeedPipelineApplier().apply({.pipelineResult = decision,
-                                             .canProcessUpdateFeeds = true,
-                                             .shouldConfirmNoUpdatesDialog = isManualCheck_,
-                                             .shouldSetSleepInterval = true,
-                                             .existingNewsDictionary = memory_.shownEntries(),
-                                             .feedTypeKey = std::string(VeskUpdateFeedKeys::updateType),
-                                             .defaultRefetchIntervalSeconds = kDefaultRefetchIntervalSeconds,
-                                             .minimumRefetchIntervalSeconds = kMinimumRefetchIntervalSeconds},
-                                            [&](const VeskUpdateFeedEntry& entry) {
-                                              if (isHeldBack) return false;
-                                              offer(entry, identifier);
-                                              return true;
-                                            });
-  memory_.rememberCheck(result, now());
+  const bool isHeldBack = candidate && !isManualCheck_ && memory_->isDeclined(*candidate, host_.version);
+  const auto result = VeskUpdateFeedPipelineApplier().apply(
+      {.pipelineResult = decision,
+       .canProcessUpdateFeeds = true,
+       .shouldConfirmNoUpdatesDialog = isManualCheck_,
+       .shouldSetSleepInterval = true,
+       .existingNewsDictionary = memory_->shownIdentifiers(),
+       .feedTypeKey = std::string(VeskUpdateFeedKeys::updateType),
+       .defaultRefetchIntervalSeconds = VeskUpdateMemory::defaultRefetchIntervalSeconds,
+       .minimumRefetchIntervalSeconds = VeskUpdateMemory::minimumRefetchIntervalSeconds},
+      [&](const VeskUpdateFeedEntry& entry) {
+        if (isHeldBack) return false;
+        offer(entry, identifier);
+        return true;
+      });
+  memory_->rememberCheck(result, now());
   if (state_ == State::offering) return;
   if (isManualCheck_) tellThatNothingWasFound(result.shouldMarkUpdateCheckPerformedOK);
-  becomeIdle(timeUntilNextCheck());
+  rest();
 }
 
 void SampleUpdater::didFailToLoad(const std::exception_ptr& failure) {
@@ -161,7 +166,7 @@ void SampleUpdater::didFailToLoad(const std::exception_ptr& failure) {
       tellThatNothingWasFound(false);
     }
   }
-  becomeIdle(kRetryDelay);
+  rest();
 }
 
 void SampleUpdater::tellThatNothingWasFound(bool wasCheckPerformed) {
@@ -169,11 +174,20 @@ void SampleUpdater::tellThatNothingWasFound(bool wasCheckPerformed) {
                                                                  .updateCheckPerformedOK = wasCheckPerformed,
                                                                  .applicationName = host_.name,
                                                                  .shouldOfferBetaToggle = true,
-                                                                 .betaToggleEnabled = memory_.checksForBetas(),
+                                                                 .betaToggleEnabled = memory_->checksForBetas(),
                                                                  .localizationBundle = texts_});
   if (!answer.selectedBetaToggleState) return;
-  memory_.setChecksForBetas(*answer.selectedBetaToggleState);
+  memory_->setChecksForBetas(*answer.selectedBetaToggleState);
   callbacks_.checksForBetasDidChange(*answer.selectedBetaToggleState);
+}
+
+void SampleUpdater::tellThatItHasToQuit() {
+  static_cast<void>(windows_.alerts->run({.style = VeskUpdateAlertStyle::informational,
+                                          .title = texts_->applicationText("The update is installed on quitting."),
+                                          .body = {},
+                                          .buttons = {},
+                                          .defaultButtonTitle = texts_->text(VeskUpdateTexts::ok),
+                                          .suppressionCheckbox = {}}));
 }
 
 // Offering
@@ -194,7 +208,6 @@ void SampleUpdater::offer(const VeskUpdateFeedEntry& entry, const std::string& i
     later([action](SampleUpdater& self) { self.didChoose(action); });
   });
   offeredEntry_ = identifier;
-  memory_.setLastOffer(now());
   state_ = State::offering;
 }
 
@@ -202,20 +215,23 @@ void SampleUpdater::didChoose(const VeskUpdatePromptAction& action) {
   if (const auto* const chosen = std::get_if<VeskUpdatePromptAction::Install>(&action.value)) {
     return install(chosen->feed);
   }
-  if (std::holds_alternative<VeskUpdatePromptAction::Dismissed>(action.value)) memory_.setSkippedEntry(offeredEntry_);
-  becomeIdle(timeUntilNextCheck());
+  if (std::holds_alternative<VeskUpdatePromptAction::Dismissed>(action.value)) {
+    memory_->setSkippedIdentifier(offeredEntry_);
+  }
+  memory_->setLastShown(now());  // the reminder delay counts from the answer
+  rest();
 }
 
 // Installing
 
 void SampleUpdater::install(const QuillonPropertyListValue::Dictionary& entry) {
   state_ = State::installing;
-  memory_.setSkippedEntry(std::nullopt);
-  memory_.setRefusedEntry(std::nullopt);
-  const UpdateAttempt attempt{.identifier = makeUUIDString(),
-                              .fromVersion = host_.version,
-                              .fromBuild = host_.build,
-                              .toVersion = stringOrEmpty(entry, VeskUpdateFeedKeys::currentVersion)};
+  memory_->setSkippedIdentifier(std::nullopt);
+  memory_->setRefusedIdentifier(std::nullopt);
+  const VeskUpdateAttempt attempt{.identifier = makeUUIDString(),
+                                  .fromVersion = host_.version,
+                                  .fromBuild = host_.build,
+                                  .toVersion = stringOrEmpty(entry, VeskUpdateFeedKeys::currentVersion)};
   const auto request = VeskAppBundleUpdateRequest::makeFromFeed(
       entry, host_.folderName(), host_.bundle, host_.identity(),
       host_.bundle.appendingPathComponent("Contents/MacOS/QuillonUpdateInstaller"),
@@ -233,7 +249,7 @@ void SampleUpdater::install(const QuillonPropertyListValue::Dictionary& entry) {
 }
 
 std::shared_ptr<const VeskUpdateInstallerCoordinator> SampleUpdater::makeCoordinator(
-    const UpdateAttempt& attempt) const {
+    const VeskUpdateAttempt& attempt) const {
   return std::make_shared<const VeskUpdateInstallerCoordinator>(
       makeSystemInstallerCoordinator(std::make_shared<AttemptNotingLauncher>(launcher_, memory_, attempt),
                                      windows_.mainThread, progress_, texts_, files_));
@@ -241,16 +257,21 @@ std::shared_ptr<const VeskUpdateInstallerCoordinator> SampleUpdater::makeCoordin
 
 void SampleUpdater::didEndInstallation(const std::exception_ptr& failure) {
   progress_->hideProgressWindow(std::exchange(progressWindow_, nullptr));
-  // The installer waits for the end of this process. It stays "installing": nothing else is begun until then.
-  if (!failure) return callbacks_.quit();
+  if (!failure) {
+    // The installer waits for the end of this process, which may keep unsaved documents open. Until then nothing else
+    // is begun.
+    state_ = State::quitting;
+    return callbacks_.quit();
+  }
   explain(failure);
-  becomeIdle(timeUntilNextCheck());
+  rest();
 }
 
 // Explaining
 
 void SampleUpdater::explainLastAttempt() {
-  const auto attempt = memory_.takeAttempt();
+  const auto attempt = memory_->attempt();
+  memory_->setAttempt(std::nullopt);
   const auto preferred = attempt ? std::optional(attempt->identifier) : std::nullopt;
   const auto report = VeskAppBundleUpdateFailureReportStore(files_).consumeFailureReport(host_.identifier, preferred);
   const bool isUnchanged = attempt && attempt->fromVersion == host_.version && attempt->fromBuild == host_.build;
@@ -276,7 +297,7 @@ void SampleUpdater::explain(const std::exception_ptr& failure) {
   } catch (const VeskUpdateInstallerError& error) {
     logger_->error([&] { return "The update failed: " + error.description(); }, kLogCategory);
     // Who knows no administrator would be asked for one again and again.
-    if (error.code() == Code::authorizationDenied) memory_.setRefusedEntry(offeredEntry_);
+    if (error.code() == Code::authorizationDenied) memory_->setRefusedIdentifier(offeredEntry_);
     if (error.code() == Code::authorizationCancelled) return alerts_.presentUpdateCancelledAlert(*texts_);
     if (error.code() == Code::downloadFailed || error.code() == Code::missingArchiveURL) {
       if (!host_.downloadPage) return alerts_.presentDownloadFailedAlert(*texts_, std::nullopt);

@@ -21,7 +21,7 @@
 #include "QuillonUpdatesAppKitUI/Presentation/VeskUpdateProgressWindowPresenter.h"
 #include "QuillonUpdatesAppKitUI/Presentation/VeskUpdatePromptPresenter.h"
 #include "QuillonUpdatesCore/VeskUpdateFeed.h"
-#include "UpdateMemory.h"
+#include "QuillonUpdatesCore/VeskUpdateMemory.h"
 
 namespace sample {
 
@@ -46,9 +46,9 @@ struct UpdateCallbacks {
 /// Keeps an application up to date: looks for updates by itself and when it is asked to, offers them, installs them,
 /// and explains what failed. One thing at a time:
 ///
-///   idle → checking → offering → installing → the application quits
+///   idle → checking → offering → installing → quitting
 ///
-/// and from each back to idle when there is nothing to do, the user does not want to, or something fails.
+/// and from each but the last back to idle when there is nothing to do, the user does not want to, or something fails.
 ///
 /// Knows no toolkit: with the windows of another platform, or those of a terminal, it is the same. Lives on the main
 /// thread; what blocks runs on a thread of its own, which the destructor stops. Made with std::make_shared, so that
@@ -65,13 +65,16 @@ class SampleUpdater : public std::enable_shared_from_this<SampleUpdater> {
   void checkForUpdates();
 
   /// The preference for beta versions.
-  [[nodiscard]] bool checksForBetas() const { return memory_.checksForBetas(); }
-  void setChecksForBetas(bool checksForBetas) { memory_.setChecksForBetas(checksForBetas); }
+  [[nodiscard]] bool checksForBetas() const { return memory_->checksForBetas(); }
+  void setChecksForBetas(bool checksForBetas) { memory_->setChecksForBetas(checksForBetas); }
 
  private:
-  enum class State { idle, checking, offering, installing };
+  enum class State { idle, checking, offering, installing, quitting };
 
   void becomeIdle(std::chrono::nanoseconds untilNextLook);
+  /// The same after a check, an offer or an installation: whatever settings and clocks say, no feed is asked twice in a
+  /// row.
+  void rest();
   [[nodiscard]] std::chrono::nanoseconds timeUntilNextCheck() const;
   void checkIfDue();
 
@@ -79,13 +82,14 @@ class SampleUpdater : public std::enable_shared_from_this<SampleUpdater> {
   void didLoad(const quillon::VeskUpdateFeed& feed);
   void didFailToLoad(const std::exception_ptr& failure);
   void tellThatNothingWasFound(bool wasCheckPerformed);
+  void tellThatItHasToQuit();
 
   void offer(const quillon::VeskUpdateFeedEntry& entry, const std::string& identifier);
   void didChoose(const quillon::VeskUpdatePromptAction& action);
 
   void install(const quillon::QuillonPropertyListValue::Dictionary& entry);
   [[nodiscard]] std::shared_ptr<const quillon::VeskUpdateInstallerCoordinator> makeCoordinator(
-      const UpdateAttempt& attempt) const;
+      const quillon::VeskUpdateAttempt& attempt) const;
   void didEndInstallation(const std::exception_ptr& failure);
 
   void explainLastAttempt();
@@ -110,7 +114,7 @@ class SampleUpdater : public std::enable_shared_from_this<SampleUpdater> {
   const quillon::VeskUpdateAlertPresenter alerts_;
   quillon::VeskUpdatePromptPresenter prompt_;
 
-  UpdateMemory memory_;
+  const std::shared_ptr<quillon::VeskUpdateMemory> memory_;
   State state_ = State::idle;
   bool isManualCheck_ = false;
   /// Identifier of the entry that was last offered.

@@ -3,12 +3,9 @@
 #include <functional>
 #include <set>
 #include <string>
-#include <string_view>
 
 #include "QuillonCore/Runtime/QuillonPreferredLanguages.h"
-#include "QuillonCore/Values/PropertyListReading.h"
 #include "QuillonCore/Values/QuillonSystemVersion.h"
-#include "QuillonUpdatesCore/VeskUpdateFeedKeys.h"
 #include "QuillonUpdatesCore/VeskUpdateFeedPipelineEvaluator.h"
 #include "QuillonUpdatesCore/VeskUpdateVersionComparison.h"
 
@@ -33,17 +30,10 @@ std::set<std::string, std::less<>> distributions(const HostInformation& host) {
   return {*host.distribution};
 }
 
-/// Whether the entry names the installed version as one that has to be replaced.
-bool mustTake(const quillon::VeskUpdateFeedEntry& entry, const HostInformation& host) {
-  const std::string_view version = quillon::stringOrEmpty(entry, quillon::VeskUpdateFeedKeys::mustUpdate);
-  return !version.empty() &&
-         quillon::VeskUpdateVersionComparison::compare(host.version, version) == quillon::ComparisonResult::same;
-}
-
 }  // namespace
 
 quillon::VeskUpdateFeedPipelineResult decideOnUpdate(const quillon::VeskUpdateFeed& feed, const HostInformation& host,
-                                                     UpdateMemory& memory, bool isManualCheck,
+                                                     quillon::VeskUpdateMemory& memory, bool isManualCheck,
                                                      quillon::QuillonDate now) {
   const quillon::VeskUpdateFeedApplicabilityContext applicability{
       .appVersion = host.version,
@@ -55,27 +45,17 @@ quillon::VeskUpdateFeedPipelineResult decideOnUpdate(const quillon::VeskUpdateFe
       .isManualCheck = isManualCheck,
       .checkForBetaReleasesEnabled = memory.checksForBetas(),
       .shouldApplyUserStaggering = true,
-      .userStaggerGroup = memory.staggerGroup(),
+      .userStaggerGroup = memory.drawnStaggerGroup(),
       .now = now};
   quillon::VeskUpdateFeedDisplayContext display;
   display.appVersion = host.version;
   display.canProcessUpdateFeeds = true;
   display.now = now;
-  display.lastNewsDisplayedDate = memory.lastOffer();
-  // An offer of the future was made before the clock was set back.
-  if (display.lastNewsDisplayedDate > now) display.lastNewsDisplayedDate.reset();
-  display.checkUpdatesAfterHours = kReminderDelayHours;
+  display.lastNewsDisplayedDate = memory.lastShown(now);
+  display.checkUpdatesAfterHours = memory.reminderHours();
   display.isManualCheck = isManualCheck;
   return quillon::VeskUpdateFeedPipelineEvaluator().evaluate(feed, {}, applicability, display,
                                                              quillon::VeskUpdateVersionComparison::compare);
-}
-
-bool isWithheld(const quillon::VeskUpdateFeedProcessingCandidate& candidate, const HostInformation& host,
-                const UpdateMemory& memory) {
-  const auto& identifier = candidate.display.resolvedFeedIdentifier;
-  if (!identifier) return false;
-  if (identifier == memory.refusedEntry()) return true;
-  return identifier == memory.skippedEntry() && !mustTake(candidate.feed, host);
 }
 
 }  // namespace sample

@@ -28,10 +28,16 @@ constexpr std::array kExplanations{
     Explanation{"signatureValidationFailed", kForeign},
     Explanation{"nonNewerBundleVersion", "The downloaded update is not newer than this version."},
     Explanation{"minimumOSVersionUnsupported", "The update needs a newer version of the system."},
+    Explanation{"replacementHelperLaunchFailed", "The installer could not be started."},
     Explanation{"replacementHelperUnavailable", "This copy of the application is incomplete."},
     Explanation{"replacementHelperLaunchTimedOut", kNoAnswer},
     Explanation{"replacementHelperProtocolFailure", kNoAnswer},
+    Explanation{"replacementLaunchFailed", "The report of an earlier update cannot be removed."},
     Explanation{"destinationNotWritable", "The folder of the application cannot be changed."},
+    Explanation{
+        "replacementFailed",
+        "The new version could not be put in place, so the old one was kept. There may be too little space on the "
+        "disk."},
     Explanation{"relaunchFailed", "The new version could not be started, so the old one was kept."}};
 
 }  // namespace

@@ -11,8 +11,9 @@ namespace sample {
 /// to be unpacked in. Nothing else is kept there.
 inline constexpr std::string_view kUpdateWorkingFolderName = "Update";
 
-/// Removes that folder with what earlier attempts have left in it, as far as it can be removed. Only for whoever knows
-/// that no other attempt is under way.
+/// Removes that folder, and the one in the folder for temporary files that takes its place when there is no room, with
+/// what earlier attempts have left in them, as far as they can be removed. Only for whoever knows that no other attempt
+/// is under way.
 void removeUpdateWorkingFolder(const quillon::QuillonFileManaging& files, const std::string& applicationFolderName);
 
 }  // namespace sample

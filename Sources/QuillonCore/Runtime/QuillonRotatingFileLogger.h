@@ -37,6 +37,9 @@ class QuillonRotatingFileLogger final : public QuillonLogger {
   QuillonRotatingFileLogger(const QuillonRotatingFileLogger&) = delete;
   QuillonRotatingFileLogger& operator=(const QuillonRotatingFileLogger&) = delete;
 
+  /// Opens the file, or makes it, so that whoever has named it hears at once when it cannot be written. Nothing has to
+  /// be opened before messages are logged. Throws QuillonSystemError.
+  void open();
   void log(const QuillonLogMessage& message, QuillonLogLevel level, std::string_view category) noexcept override;
 
  private:

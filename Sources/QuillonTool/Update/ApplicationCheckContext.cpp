@@ -17,7 +17,7 @@ std::optional<std::string> languageCode(const std::vector<std::string>& language
 }
 
 VeskUpdateFeedApplicabilityContext applicabilityContext(const InstalledApplication& application,
-                                                        const UpdateMemory& memory, const UpdateOptions& options,
+                                                        const VeskUpdateMemory& memory, const UpdateOptions& options,
                                                         const UpdateEnvironment& environment, QuillonDate now) {
   VeskUpdateFeedApplicabilityContext context;
   context.appVersion = application.version;
@@ -37,7 +37,7 @@ VeskUpdateFeedApplicabilityContext applicabilityContext(const InstalledApplicati
 
 }  // namespace
 
-FeedCheckContext makeFeedCheckContext(const InstalledApplication& application, const UpdateMemory& memory,
+FeedCheckContext makeFeedCheckContext(const InstalledApplication& application, const VeskUpdateMemory& memory,
                                       const UpdateOptions& options, const UpdateEnvironment& environment,
                                       QuillonDate now) {
   FeedCheckContext context;
@@ -45,9 +45,7 @@ FeedCheckContext makeFeedCheckContext(const InstalledApplication& application, c
   context.display.appVersion = application.version;
   context.display.canProcessUpdateFeeds = true;
   context.display.now = now;
-  context.display.lastNewsDisplayedDate = memory.lastShown();
-  // After the clock was set back, a reminder would wait for a day that may be years away.
-  if (context.display.lastNewsDisplayedDate > now) context.display.lastNewsDisplayedDate.reset();
+  context.display.lastNewsDisplayedDate = memory.lastShown(now);
   context.display.checkUpdatesAfterHours = memory.reminderHours();
   context.display.isManualCheck = !options.isScheduled;
   const std::string shown = stringOrEmpty(memory.shownIdentifiers(), VeskUpdateFeedKeys::updateType);

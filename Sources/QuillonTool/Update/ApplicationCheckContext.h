@@ -7,8 +7,8 @@
 #include "QuillonCore/Values/QuillonSystemVersion.h"
 #include "QuillonTool/FeedExplain/FeedCheckContext.h"
 #include "QuillonTool/Update/InstalledApplication.h"
-#include "QuillonTool/Update/UpdateMemory.h"
 #include "QuillonTool/Update/UpdateOptions.h"
+#include "QuillonUpdatesCore/VeskUpdateMemory.h"
 
 namespace quillon {
 
@@ -20,8 +20,8 @@ struct UpdateEnvironment {
 };
 
 /// The installation as the evaluations of a feed see it. A check that is not scheduled is one that the user asked for.
-[[nodiscard]] FeedCheckContext makeFeedCheckContext(const InstalledApplication& application, const UpdateMemory& memory,
-                                                    const UpdateOptions& options, const UpdateEnvironment& environment,
-                                                    QuillonDate now);
+[[nodiscard]] FeedCheckContext makeFeedCheckContext(const InstalledApplication& application,
+                                                    const VeskUpdateMemory& memory, const UpdateOptions& options,
+                                                    const UpdateEnvironment& environment, QuillonDate now);
 
 }  // namespace quillon

@@ -7,6 +7,8 @@
 #include <vector>
 
 #include "QuillonCore/Runtime/QuillonMainThreadCall.h"
+#include "QuillonCore/Text/CountedNoun.h"
+#include "QuillonCore/Text/QuillonPlainText.h"
 #include "QuillonCore/Values/PropertyListReading.h"
 #include "QuillonCore/Values/QuillonError.h"
 #include "QuillonTool/Update/ApplicationQuitWait.h"
@@ -39,19 +41,22 @@ Dictionary dictionaryOf(const VeskUpdateFeedEntry& entry) {
   return dictionary == nullptr ? Dictionary() : *dictionary;
 }
 
+/// In texts for people no line begins with the feed's words.
 Outcome::Offer offerOf(const VeskUpdateFeedProcessingCandidate& candidate) {
   return {.identifier = candidate.display.resolvedFeedIdentifier.value_or(""),
-          .version = std::string(stringOrEmpty(candidate.feed, Keys::currentVersion)),
-          .build = std::string(stringOrEmpty(candidate.feed, Keys::currentBuild)),
-          .title = std::string(stringOrEmpty(candidate.feed, Keys::title)),
+          .version = singleLineText(stringOrEmpty(candidate.feed, Keys::currentVersion)),
+          .build = singleLineText(stringOrEmpty(candidate.feed, Keys::currentBuild)),
+          .title = singleLineText(stringOrEmpty(candidate.feed, Keys::title)),
           .isBeta = candidate.applicability.isBetaUpdate};
 }
 
-/// Whether the installed version must take this update, whatever its user said.
-bool isForced(const VeskUpdateFeedProcessingCandidate& candidate, const InstalledApplication& application) {
-  const std::string_view version = stringOrEmpty(candidate.feed, Keys::mustUpdate);
-  return !version.empty() &&
-         VeskUpdateVersionComparison::compare(application.version, version) == ComparisonResult::same;
+VeskUpdateFeedPipelineResult evaluate(const VeskUpdateFeed& feed, const FeedCheckContext& context) {
+  return VeskUpdateFeedPipelineEvaluator().evaluate(feed, {}, context.applicability, context.display,
+                                                    VeskUpdateVersionComparison::compare);
+}
+
+bool isOffer(const std::optional<VeskUpdateFeedProcessingCandidate>& candidate) {
+  return candidate && candidate->display.shouldDisplayNow;
 }
 
 }  // namespace
@@ -82,20 +87,22 @@ void ApplicationUpdateSteps::fail(std::string code, std::string message) {
 void ApplicationUpdateSteps::proceed() {
   const QuillonURL bundle = bundleLocation();
   waitForInstaller(bundle);
-  recoverBundle(bundle);
+  // Who only looks leaves everything to whoever updates: what the last attempt came to, too.
+  const bool onlyLooks = session_.options.onlyChecks;
+  if (!onlyLooks) recoverBundle(bundle);
   const InstalledApplication application =
       InstalledApplication::read(*session_.services.fileManager, session_.options.bundle);
   outcome_.identifier = application.identifier;
   outcome_.version = application.version;
   outcome_.build = application.build;
-  const std::unique_ptr<QuillonFileLock> held = lock(application);
-  UpdateMemory memory(session_.services.settings(application.identifier), session_.services.logger);
+  const std::unique_ptr<QuillonFileLock> held = onlyLooks ? nullptr : lock(application);
+  VeskUpdateMemory memory(session_.services.settings(application.identifier), session_.services.logger);
   const ApplicationSession session{
       session_, application, memory,
       std::make_shared<const VeskUpdateLocalizationBundle>(session_.services.fileManager, application.bundle,
                                                            session_.services.environment.languages)};
   if (session_.options.betaPreference) memory.setChecksForBetas(*session_.options.betaPreference);
-  outcome_.previousFailure = settlePreviousAttempt(session);
+  if (!onlyLooks) outcome_.previousFailure = settlePreviousAttempt(session);
   check(session);
 }
 
@@ -171,11 +178,7 @@ void ApplicationUpdateSteps::check(const ApplicationSession& session) {
       throw UpdateFailure(failure.code(), session.texts->text(title) + ": " + failure.description());
     }
   }();
-  const FeedCheckContext context =
-      makeFeedCheckContext(session.application, session.memory, session.options, session.services.environment, now);
-  const VeskUpdateFeedPipelineResult result = VeskUpdateFeedPipelineEvaluator().evaluate(
-      feed, {}, context.applicability, context.display, VeskUpdateVersionComparison::compare);
-  apply(session, result, now);
+  apply(session, feed, now);
   outcome_.nextCheck = session.memory.nextCheck(now);
 }
 
@@ -187,30 +190,26 @@ QuillonURL ApplicationUpdateSteps::feedLocation(const InstalledApplication& appl
                                        " in Contents/Info.plist. Name the feed with --feed.");
 }
 
-/// Whether the user, or an administrator, has said no to this very entry. Who asks for a check asks again.
-bool ApplicationUpdateSteps::isWithheld(const VeskUpdateFeedProcessingCandidate& candidate,
-                                        const ApplicationSession& session) const {
-  if (!session.options.isScheduled) return false;
-  const std::optional<std::string>& identifier = candidate.display.resolvedFeedIdentifier;
-  if (identifier == session.memory.refusedIdentifier()) return true;
-  return identifier == session.memory.skippedIdentifier() && !isForced(candidate, session.application);
-}
-
-void ApplicationUpdateSteps::apply(const ApplicationSession& session, const VeskUpdateFeedPipelineResult& result,
-                                   QuillonDate now) {
+void ApplicationUpdateSteps::apply(const ApplicationSession& session, const VeskUpdateFeed& feed, QuillonDate now) {
+  FeedCheckContext context =
+      makeFeedCheckContext(session.application, session.memory, session.options, session.services.environment, now);
+  const VeskUpdateFeedPipelineResult result = evaluate(feed, context);
   const auto& candidate = result.selectedCandidate;
-  const bool isShown = candidate && candidate->display.shouldDisplayNow;
-  const bool isHeld = isShown && isWithheld(*candidate, session);
-  if (!isShown || isHeld) {
+  const bool isDeclined = isOffer(candidate) && session.options.isScheduled &&
+                          session.memory.isDeclined(*candidate, session.application.version);
+  if (!isOffer(candidate) || isDeclined) {
     remember(result, session, now, [](const Entry&) { return false; });
-    outcome_.result = Outcome::Result::upToDate;
-    sayNothingIsOffered(session, isHeld);
-    return;
+    if (isDeclined) return withhold(session, *candidate, "It was skipped, or no administrator allowed it");
+    context.display.lastNewsDisplayedDate.reset();
+    const auto later = evaluate(feed, context).selectedCandidate;
+    if (!isOffer(later)) return sayThereIsNone(session);
+    return withhold(
+        session, *later,
+        "It was offered less than " + countedNoun(context.display.checkUpdatesAfterHours, "hour", "hours") + " ago");
   }
   outcome_.offer = offerOf(*candidate);
   outcome_.result = Outcome::Result::offered;
-  if (session.options.onlyChecks) {
-    remember(result, session, now, [](const Entry&) { return false; });
+  if (session.options.onlyChecks) {  // does not count: a scheduled run has yet to offer it
     session.say(session.application.name + " " + outcome_.offer->version + " is available; version " +
                 session.application.version + " is installed.");
     return;
@@ -228,8 +227,8 @@ void ApplicationUpdateSteps::remember(const VeskUpdateFeedPipelineResult& result
       .shouldSetSleepInterval = true,
       .existingNewsDictionary = session.memory.shownIdentifiers(),
       .feedTypeKey = std::string(Keys::updateType),
-      .defaultRefetchIntervalSeconds = UpdateMemory::defaultRefetchIntervalSeconds,
-      .minimumRefetchIntervalSeconds = UpdateMemory::minimumRefetchIntervalSeconds};
+      .defaultRefetchIntervalSeconds = VeskUpdateMemory::defaultRefetchIntervalSeconds,
+      .minimumRefetchIntervalSeconds = VeskUpdateMemory::minimumRefetchIntervalSeconds};
   const VeskUpdateFeedPipelineApplicationResult applied = onMainThread(
       *session.services.mainThread,
       [&] {
@@ -237,12 +236,7 @@ void ApplicationUpdateSteps::remember(const VeskUpdateFeedPipelineResult& result
             input, [&show](const VeskUpdateFeedEntry& entry) { return show(dictionaryOf(entry)); });
       },
       session.stopSource.get_token());
-  session.memory.setLastCheck(now);
-  if (applied.resolvedSleepInterval) session.memory.setRefetchInterval(*applied.resolvedSleepInterval);
-  if (applied.updatedNewsDictionary) {
-    session.memory.setShownIdentifiers(*applied.updatedNewsDictionary);
-    session.memory.setLastShown(now);
-  }
+  session.memory.rememberCheck(applied, now);
 }
 
 void ApplicationUpdateSteps::offer(const ApplicationSession& session, const VeskUpdateFeedPipelineResult& result,
@@ -276,13 +270,16 @@ void ApplicationUpdateSteps::offer(const ApplicationSession& session, const Vesk
                   : "Nothing was installed.");
 }
 
-void ApplicationUpdateSteps::sayNothingIsOffered(const ApplicationSession& session, bool isWithheld) const {
-  if (isWithheld) {
-    session.say("There is an update of " + session.application.name +
-                ", which was skipped, or which no administrator allowed. Run the command without --scheduled to be "
-                "offered it.");
-    return;
-  }
+void ApplicationUpdateSteps::withhold(const ApplicationSession& session,
+                                      const VeskUpdateFeedProcessingCandidate& candidate, const std::string& reason) {
+  outcome_.result = Outcome::Result::withheld;
+  outcome_.offer = offerOf(candidate);
+  session.say("Version " + outcome_.offer->version + " of " + session.application.name + " is available. " + reason +
+              "; run the command without --scheduled to be offered it again.");
+}
+
+void ApplicationUpdateSteps::sayThereIsNone(const ApplicationSession& session) {
+  outcome_.result = Outcome::Result::upToDate;
   const auto alert = VeskUpdateAlertPresenter(nullptr, nullptr)
                          .makeManualCheckCompletionAlert({.shouldShowNoUpdatesFoundDialog = true,
                                                           .updateCheckPerformedOK = true,

@@ -33,13 +33,14 @@ class ApplicationUpdateSteps {
 
   void check(const ApplicationSession& session);
   [[nodiscard]] QuillonURL feedLocation(const InstalledApplication& application) const;
-  [[nodiscard]] bool isWithheld(const VeskUpdateFeedProcessingCandidate& candidate,
-                                const ApplicationSession& session) const;
-  void apply(const ApplicationSession& session, const VeskUpdateFeedPipelineResult& result, QuillonDate now);
+  void apply(const ApplicationSession& session, const VeskUpdateFeed& feed, QuillonDate now);
   void remember(const VeskUpdateFeedPipelineResult& result, const ApplicationSession& session, QuillonDate now,
                 const std::function<bool(const Entry&)>& show) const;
   void offer(const ApplicationSession& session, const VeskUpdateFeedPipelineResult& result, QuillonDate now);
-  void sayNothingIsOffered(const ApplicationSession& session, bool isWithheld) const;
+  /// There is an update, which is not offered unasked because of `reason`.
+  void withhold(const ApplicationSession& session, const VeskUpdateFeedProcessingCandidate& candidate,
+                const std::string& reason);
+  void sayThereIsNone(const ApplicationSession& session);
   void fail(std::string code, std::string message);
 
   const UpdateSession session_;

@@ -21,7 +21,9 @@ QuillonURLData load(const QuillonNetworkClient& network, const QuillonURL& url, 
     return network.data(feedRequest(url), stopToken);
   } catch (const QuillonURLError& error) {
     if (stopToken.stop_requested() || error.code() == QuillonURLErrorCode::cancelled) throw QuillonCancellationError();
-    const bool isOffline = error.code() == QuillonURLErrorCode::notConnectedToInternet;
+    // Without a network no name is known.
+    const bool isOffline = error.code() == QuillonURLErrorCode::notConnectedToInternet ||
+                           error.code() == QuillonURLErrorCode::cannotFindHost;
     throw UpdateFailure(isOffline ? "offline" : "feedNotLoaded",
                         "The feed cannot be loaded: " + error.description() + ". Try again later.");
   }

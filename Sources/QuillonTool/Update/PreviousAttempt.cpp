@@ -2,6 +2,7 @@
 
 #include <string>
 
+#include "QuillonCore/Text/QuillonPlainText.h"
 #include "QuillonTool/Update/UpdateExplanation.h"
 #include "QuillonTool/Update/UpdateWorkingFolders.h"
 #include "QuillonUpdatesAppKitUI/AppBundleReplacement/VeskAppBundleReplacementBackup.h"
@@ -19,7 +20,7 @@ constexpr std::string_view kNoReportExplanation =
     "The last update did not come to an end, and left no report: it was interrupted. The version from before is still "
     "installed.";
 
-std::optional<PreviousFailure> failureOf(const std::optional<UpdateAttempt>& attempt,
+std::optional<PreviousFailure> failureOf(const std::optional<VeskUpdateAttempt>& attempt,
                                          const ApplicationSession& session) {
   const VeskAppBundleUpdateFailureReportStore store(session.services.fileManager);
   const auto report = store.consumeFailureReport(session.application.identifier,
@@ -43,7 +44,7 @@ void explain(const PreviousFailure& failure, const ApplicationSession& session) 
   if (!failure.version.empty()) text += " (" + session.application.name + " " + failure.version + ")";
   text += "\n" + alert.body;
   if (hasReport) {
-    text += "\nReport of the last attempt: " + failure.description;
+    text += "\nReport of the last attempt: " + singleLineText(failure.description);
     if (const auto date = dateText(failure.failedAt)) text += ", " + *date;
   }
   session.say(text);
@@ -64,7 +65,7 @@ void removeBackups(const ApplicationSession& session) {
 }  // namespace
 
 std::optional<PreviousFailure> settlePreviousAttempt(const ApplicationSession& session) {
-  const std::optional<UpdateAttempt> attempt = session.memory.attempt();
+  const std::optional<VeskUpdateAttempt> attempt = session.memory.attempt();
   std::optional<PreviousFailure> failure = failureOf(attempt, session);
   if (failure) {
     explain(*failure, session);

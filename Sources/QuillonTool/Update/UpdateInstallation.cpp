@@ -10,6 +10,7 @@
 #include <vector>
 
 #include "QuillonCore/Runtime/QuillonMainThreadCall.h"
+#include "QuillonCore/Text/QuillonPlainText.h"
 #include "QuillonCore/Values/PropertyListReading.h"
 #include "QuillonCore/Values/QuillonUUID.h"
 #include "QuillonTool/Update/ApplicationQuitWait.h"
@@ -50,7 +51,7 @@ class Installation {
       : session_(session),
         entry_(entry),
         identifier_(identifier),
-        version_(stringOrEmpty(entry, Keys::currentVersion)) {
+        version_(singleLineText(stringOrEmpty(entry, Keys::currentVersion))) {
     const auto& services = session_.services;
     launcher_ =
         std::make_shared<QuitAwaitingHelperLauncher>(services.helperLauncher(session_.application),
@@ -66,10 +67,10 @@ class Installation {
 
   /// False when the user has declined.
   [[nodiscard]] bool replaceApplication() {
-    UpdateAttempt attempt{.identifier = makeUUIDString(),
-                          .fromVersion = session_.application.version,
-                          .fromBuild = session_.application.build,
-                          .toVersion = version_};
+    VeskUpdateAttempt attempt{.identifier = makeUUIDString(),
+                              .fromVersion = session_.application.version,
+                              .fromBuild = session_.application.build,
+                              .toVersion = version_};
     // Before anything else: whatever happens to this process, the next run can tell that something did.
     const bool isNoted = session_.memory.setAttempt(attempt);
     try {

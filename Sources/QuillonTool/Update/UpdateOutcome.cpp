@@ -39,6 +39,7 @@ Object describeFailure(const UpdateOutcome::PreviousFailure& failure) {
 QuillonToolExitStatus UpdateOutcome::exitStatus() const noexcept {
   switch (result) {
     case Result::upToDate:
+    case Result::withheld:
     case Result::notDue:
     case Result::launched:
     case Result::installerOpened:
@@ -68,6 +69,8 @@ std::string_view name(UpdateOutcome::Result result) noexcept {
   switch (result) {
     case Result::upToDate:
       return "upToDate";
+    case Result::withheld:
+      return "withheld";
     case Result::notDue:
       return "notDue";
     case Result::offered:

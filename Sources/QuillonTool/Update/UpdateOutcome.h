@@ -15,6 +15,7 @@ namespace quillon {
 struct UpdateOutcome {
   enum class Result : std::uint8_t {
     upToDate,         ///< no update is offered
+    withheld,         ///< there is one, which a scheduled run does not offer: too early, skipped, or not allowed
     notDue,           ///< the feed was not asked: it is too early
     offered,          ///< an update is offered, and was not installed
     launched,         ///< the installer waits for this command to end
@@ -22,7 +23,7 @@ struct UpdateOutcome {
     cancelled,        ///< the user ended the run
     failed,
   };
-  /// The entry that is offered.
+  /// The entry that is offered, or withheld.
   struct Offer {
     std::string identifier;
     std::string version;

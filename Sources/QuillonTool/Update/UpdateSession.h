@@ -7,8 +7,8 @@
 #include <string>
 
 #include "QuillonTool/Update/ApplicationUpdate.h"
-#include "QuillonTool/Update/UpdateMemory.h"
 #include "QuillonUpdatesAppKitUI/Presentation/VeskUpdateLocalizationBundle.h"
+#include "QuillonUpdatesCore/VeskUpdateMemory.h"
 
 namespace quillon {
 
@@ -37,7 +37,7 @@ struct UpdateSession {
 /// A session whose application is known.
 struct ApplicationSession : UpdateSession {
   const InstalledApplication& application;
-  UpdateMemory& memory;
+  VeskUpdateMemory& memory;
   std::shared_ptr<const VeskUpdateLocalizationBundle> texts;
 };
 

@@ -47,6 +47,26 @@ TEST_F(UpdateWorkingFolderTest, ALinkIsNotFollowed) {
   EXPECT_TRUE(fs::exists(world_.folder / "elsewhere/file"));
 }
 
+TEST_F(UpdateWorkingFolderTest, WhatLiesInTheFolderForTemporaryFilesIsRemovedToo) {
+  const fs::path temporary = world_.files->temporaryDirectory().path();
+  writeFile(temporary / "Sample/Update/A/file", "x");
+
+  removeUpdateWorkingFolder(*world_.files, "Sample");
+
+  EXPECT_FALSE(fs::exists(temporary / "Sample/Update"));
+}
+
+TEST_F(UpdateWorkingFolderTest, AFolderThatSomebodyElseHasLinkedIsNotTouched) {
+  const fs::path temporary = world_.files->temporaryDirectory().path();
+  writeFile(world_.folder / "documents/Update/file", "x");
+  fs::create_directories(temporary);
+  fs::create_directory_symlink(world_.folder / "documents", temporary / "Sample");
+
+  removeUpdateWorkingFolder(*world_.files, "Sample");
+
+  EXPECT_TRUE(fs::exists(world_.folder / "documents/Update/file"));
+}
+
 TEST_F(UpdateWorkingFolderTest, WithoutLeftoversNothingHappens) {
   EXPECT_NO_THROW(removeUpdateWorkingFolder(*world_.files, "Sample"));
 

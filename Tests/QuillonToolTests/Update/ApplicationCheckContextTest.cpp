@@ -29,7 +29,7 @@ class ApplicationCheckContextTest : public ::testing::Test {
                                     .feed = {},
                                     .skus = {"direct"}};
   const std::shared_ptr<testing::FakeKeyValueStore> settings_ = std::make_shared<testing::FakeKeyValueStore>();
-  UpdateMemory memory_{settings_, std::make_shared<testing::RecordingLogger>()};
+  VeskUpdateMemory memory_{settings_, std::make_shared<testing::RecordingLogger>()};
   UpdateOptions options_{.bundle = application_.bundle,
                          .feed = {},
                          .betaPreference = {},
@@ -63,11 +63,13 @@ TEST_F(ApplicationCheckContextTest, ARunIsAManualCheckUnlessItIsScheduled) {
 }
 
 TEST_F(ApplicationCheckContextTest, WhatIsRememberedCounts) {
-  memory_.setShownIdentifiers({{"update", QuillonPropertyListValue("2.0")}});
+  settings_->set(
+      QuillonPropertyListValue(QuillonPropertyListValue::Dictionary{{"update", QuillonPropertyListValue("2.0")}}),
+      VeskUpdateMemory::shownIdentifiersKey);
   memory_.setLastShown(now_ - hours(1));
   memory_.setChecksForBetas(true);
-  settings_->set(QuillonPropertyListValue(5), UpdateMemory::reminderHoursKey);
-  settings_->set(QuillonPropertyListValue(3), UpdateMemory::staggerGroupKey);
+  settings_->set(QuillonPropertyListValue(5), VeskUpdateMemory::reminderHoursKey);
+  settings_->set(QuillonPropertyListValue(3), VeskUpdateMemory::staggerGroupKey);
 
   const FeedCheckContext context = this->context();
 

@@ -9,6 +9,7 @@
 #include "QuillonCore/Runtime/Posix/QuillonFileLock.h"
 #include "QuillonTool/Update/ApplicationUpdateSteps.h"
 #include "QuillonToolTests/Update/UpdateCommandWorld.h"
+#include "QuillonUpdatesAppKitUI/AppBundleReplacement/VeskAppBundleUpdateFailureReportStore.h"
 
 namespace quillon {
 namespace {
@@ -16,6 +17,7 @@ namespace {
 namespace fs = std::filesystem;
 using Result = UpdateOutcome::Result;
 using std::chrono::hours;
+using ::testing::AllOf;
 using ::testing::HasSubstr;
 using ::testing::IsEmpty;
 using ::testing::Not;
@@ -30,6 +32,10 @@ class ApplicationUpdateStepsTest : public ::testing::Test {
     world_.now += later;
     world_.options.isScheduled = true;
     return world_.run().result;
+  }
+  /// Where an installer that was killed has left the bundle.
+  [[nodiscard]] fs::path aside() const {
+    return world_.bundle.string() + ".vesk-update-backup-0F8CFD24-EDB8-4A85-B36A-15635A53049B";
   }
   [[nodiscard]] std::size_t launches() const { return world_.world.replacementLauncher->requests.size(); }
 
@@ -47,7 +53,7 @@ TEST_F(ApplicationUpdateStepsTest, AnUpdateIsOfferedInstalledAndRemembered) {
   EXPECT_EQ(outcome.nextCheck, world_.now + hours(24));
   EXPECT_EQ(launches(), 1U);
   EXPECT_EQ(world_.memory().lastCheck(), world_.now);
-  EXPECT_EQ(world_.memory().lastShown(), world_.now);
+  EXPECT_EQ(world_.memory().lastShown(world_.now), world_.now);
   EXPECT_EQ(world_.memory().shownIdentifiers().at("update"), QuillonPropertyListValue("release-2.0"));
   EXPECT_THAT(world_.printed(), HasSubstr("The installer takes over: it puts version 2.0 in the place of 1.0"));
 }
@@ -57,7 +63,20 @@ TEST_F(ApplicationUpdateStepsTest, TheReleaseNotesAreShownWithTheOffer) {
 
   (void)world_.run();
 
-  EXPECT_THAT(world_.printed(), HasSubstr("Release Notes: https://example.org/notes.html\nFaster\n  1) Install"));
+  EXPECT_THAT(world_.printed(), HasSubstr("Release Notes: https://example.org/notes.html\n  | Faster\n  1) Install"));
+}
+
+TEST_F(ApplicationUpdateStepsTest, AVersionOfAFeedBeginsNoLineOfItsOwn) {
+  world_.serve(World::feedURL, World::feedOf({World::offerWith("current", "2.0\n  1) Remind Me Later")}));
+  world_.options.onlyChecks = true;
+
+  (void)world_.run();
+  world_.options.onlyChecks = false;
+  (void)world_.run();
+
+  EXPECT_THAT(world_.printed(), AllOf(HasSubstr("2.0   1) Remind Me Later is available"),
+                                      HasSubstr("puts version 2.0   1) Remind Me Later in the place"),
+                                      Not(HasSubstr("\n  1) Remind Me Later"))));
 }
 
 TEST_F(ApplicationUpdateStepsTest, ACheckSaysWhatIsOfferedAndCountsAsShownNowhere) {
@@ -67,9 +86,61 @@ TEST_F(ApplicationUpdateStepsTest, ACheckSaysWhatIsOfferedAndCountsAsShownNowher
 
   EXPECT_EQ(world_.printed(), "Example 2.0 is available; version 1.0 is installed.\n");
   EXPECT_EQ(launches(), 0U);
-  EXPECT_FALSE(world_.memory().lastShown());
-  EXPECT_TRUE(world_.memory().lastCheck());
+  EXPECT_FALSE(world_.memory().lastShown(world_.now));
   EXPECT_THAT(world_.network->requests(), SizeIs(1));  // not the release notes
+}
+
+TEST_F(ApplicationUpdateStepsTest, NoCheckKeepsAnOfferFromScheduledRuns) {
+  world_.answering = UpdateAnswering::byNobody;
+  for (int hour = 0; hour < 30; ++hour) {
+    world_.options.onlyChecks = true;
+    world_.options.isScheduled = false;
+    world_.now += hours(1);
+    EXPECT_EQ(world_.run().result, Result::offered);
+  }
+  world_.options.onlyChecks = false;
+
+  EXPECT_EQ(runScheduledAfter(hours(0)), Result::offered);
+}
+
+TEST_F(ApplicationUpdateStepsTest, ACheckThatFindsNothingSparesAScheduledOne) {
+  world_.options.onlyChecks = true;
+  world_.serve(World::feedURL, World::feedOf({World::offerWith("current", "0.9")}));
+  EXPECT_EQ(world_.run().result, Result::upToDate);
+  world_.options.onlyChecks = false;
+
+  EXPECT_EQ(runScheduledAfter(hours(1)), Result::notDue);
+}
+
+TEST_F(ApplicationUpdateStepsTest, ACheckLeavesWhatTheLastAttemptCameToToTheNextRun) {
+  world_.memory().setAttempt(
+      VeskUpdateAttempt{.identifier = "A", .fromVersion = "1.0", .fromBuild = 1, .toVersion = "2.0"});
+  VeskAppBundleUpdateFailureReportStore(world_.world.files)
+      .writeFailureReport("replacementFailed", "org.example.App", world_.now, "A");
+  const fs::path left = world_.world.support / "Example/quillon-update-org.example.App/left";
+  testing::writeFile(left, "staged");
+  const fs::path folder = world_.world.support / "org.example.App";
+  fs::create_directories(folder);
+  // Somebody is looking at an offer.
+  const QuillonFileLock other(QuillonURL::fileURL((folder / "quillon-update.lock").string()));
+  world_.options.onlyChecks = true;
+
+  const UpdateOutcome outcome = world_.run();
+
+  EXPECT_EQ(outcome.result, Result::offered);
+  EXPECT_FALSE(outcome.previousFailure);
+  EXPECT_TRUE(world_.memory().attempt());
+  EXPECT_TRUE(fs::exists(folder / "SeamlessInstaller/QuillonUpdateInstallerFailure-A.plist"));
+  EXPECT_TRUE(fs::exists(left));
+}
+
+TEST_F(ApplicationUpdateStepsTest, ACheckPutsNothingBack) {
+  fs::rename(world_.bundle, aside());
+  world_.options.onlyChecks = true;
+
+  EXPECT_EQ(world_.run().error->code, "noBundle");
+
+  EXPECT_TRUE(fs::exists(aside()));
 }
 
 TEST_F(ApplicationUpdateStepsTest, WithoutAnUpdateTheTextsOfTheAlertSaySo) {
@@ -97,7 +168,7 @@ TEST_F(ApplicationUpdateStepsTest, AScheduledRunChecksOnlyWhenItIsDue) {
 
   EXPECT_EQ(runScheduledAfter(hours(1)), Result::notDue);
   EXPECT_THAT(world_.printed(), HasSubstr("is due at 2026-06-11T02:00:00Z.\n"));
-  EXPECT_EQ(runScheduledAfter(hours(1)), Result::upToDate);  // due, and the reminder still waits
+  EXPECT_EQ(runScheduledAfter(hours(1)), Result::withheld);  // due, and the reminder still waits
 }
 
 TEST_F(ApplicationUpdateStepsTest, WhoAsksIsAnsweredAtAnyTime) {
@@ -110,18 +181,47 @@ TEST_F(ApplicationUpdateStepsTest, WhoAsksIsAnsweredAtAnyTime) {
 
 TEST_F(ApplicationUpdateStepsTest, AnOfferComesAgainAfterTheReminderDelay) {
   world_.answering = UpdateAnswering::byNobody;
-  world_.settings->set(QuillonPropertyListValue(48), UpdateMemory::reminderHoursKey);
+  world_.settings->set(QuillonPropertyListValue(48), VeskUpdateMemory::reminderHoursKey);
   EXPECT_EQ(runScheduledAfter(hours(0)), Result::offered);
 
-  EXPECT_EQ(runScheduledAfter(hours(24)), Result::upToDate);
+  EXPECT_EQ(runScheduledAfter(hours(24)), Result::withheld);
   EXPECT_EQ(runScheduledAfter(hours(24)), Result::offered);
+}
+
+TEST_F(ApplicationUpdateStepsTest, WhatWaitsForTheReminderDelayIsNotDenied) {
+  world_.answering = UpdateAnswering::byNobody;
+  world_.settings->set(QuillonPropertyListValue(48), VeskUpdateMemory::reminderHoursKey);
+  EXPECT_EQ(runScheduledAfter(hours(0)), Result::offered);
+  world_.output.str("");
+
+  world_.now += hours(24);
+  const UpdateOutcome outcome = world_.run();
+
+  EXPECT_EQ(outcome.result, Result::withheld);
+  EXPECT_EQ(outcome.offer->version, "2.0");
+  EXPECT_EQ(world_.printed(),
+            "Version 2.0 of Example is available. It was offered less than 48 hours ago; run the command without "
+            "--scheduled to be offered it again.\n");
+  EXPECT_EQ(world_.memory().lastCheck(), world_.now);
+}
+
+TEST_F(ApplicationUpdateStepsTest, WithinTheReminderDelayWhatIsForOthersIsNoUpdate) {
+  world_.answering = UpdateAnswering::byNobody;
+  world_.memory().setLastShown(world_.now);
+  world_.serve(World::feedURL, World::feedOf({World::offerWith("current", "2.0b1")}));
+
+  EXPECT_EQ(runScheduledAfter(hours(1)), Result::upToDate);
+
+  EXPECT_EQ(world_.printed(), "No Updates Available\n");
 }
 
 TEST_F(ApplicationUpdateStepsTest, WhatWasSkippedIsOfferedOnlyToWhoAsks) {
   world_.memory().setSkippedIdentifier("release-2.0");
 
-  EXPECT_EQ(runScheduledAfter(hours(0)), Result::upToDate);
-  EXPECT_THAT(world_.printed(), HasSubstr("Run the command without --scheduled"));
+  EXPECT_EQ(runScheduledAfter(hours(0)), Result::withheld);
+  EXPECT_EQ(world_.printed(),
+            "Version 2.0 of Example is available. It was skipped, or no administrator allowed it; run the command "
+            "without --scheduled to be offered it again.\n");
 
   world_.options.isScheduled = false;
   EXPECT_EQ(world_.run().result, Result::launched);
@@ -139,7 +239,7 @@ TEST_F(ApplicationUpdateStepsTest, WhatNoAdministratorAllowedIsNotTriedAgainByIt
   world_.world.replacementLauncher->answer = VeskAppBundleReplacementLaunchResult::authorizationDenied(-60005);
   EXPECT_EQ(runScheduledAfter(hours(0)), Result::failed);
 
-  EXPECT_EQ(runScheduledAfter(hours(100)), Result::upToDate);
+  EXPECT_EQ(runScheduledAfter(hours(100)), Result::withheld);
 
   EXPECT_EQ(launches(), 1U);
   EXPECT_THAT(world_.world.network->requested, SizeIs(1));  // nothing is downloaded for nothing
@@ -239,10 +339,10 @@ TEST_F(ApplicationUpdateStepsTest, AnInstallerThatDoesNotEndIsAFailure) {
 }
 
 TEST_F(ApplicationUpdateStepsTest, ABundleThatAnInterruptedInstallerMovedAsideIsPutBack) {
-  fs::rename(world_.bundle, world_.bundle.string() + ".vesk-update-backup-0F8CFD24-EDB8-4A85-B36A-15635A53049B");
+  fs::rename(world_.bundle, aside());
   world_.memory().setAttempt(
-      UpdateAttempt{.identifier = "A", .fromVersion = "1.0", .fromBuild = 1, .toVersion = "2.0"});
-  world_.options.onlyChecks = true;
+      VeskUpdateAttempt{.identifier = "A", .fromVersion = "1.0", .fromBuild = 1, .toVersion = "2.0"});
+  world_.answering = UpdateAnswering::byNobody;
 
   const UpdateOutcome outcome = world_.run();
 

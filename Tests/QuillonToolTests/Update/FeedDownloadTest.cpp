@@ -66,10 +66,16 @@ TEST_F(FeedDownloadTest, WhatIsNoFeedIsSaidToBeNone) {
 }
 
 TEST_F(FeedDownloadTest, ATransportThatFailsSaysWhy) {
-  EXPECT_EQ(failure(), "feedNotLoaded: The feed cannot be loaded: No such host. Try again later.");
+  network_.answer(url_, QuillonURLError(QuillonURLErrorCode::cannotConnectToHost, "Refused"));
 
-  network_.answer(url_, QuillonURLError(QuillonURLErrorCode::notConnectedToInternet, "no network"));
-  EXPECT_THAT(failure(), StartsWith("offline: "));
+  EXPECT_EQ(failure(), "feedNotLoaded: The feed cannot be loaded: Refused. Try again later.");
+}
+
+TEST_F(FeedDownloadTest, WithoutANetworkNoNameIsKnown) {
+  for (const auto code : {QuillonURLErrorCode::notConnectedToInternet, QuillonURLErrorCode::cannotFindHost}) {
+    network_.answer(url_, QuillonURLError(code, "no network"));
+    EXPECT_THAT(failure(), StartsWith("offline: "));
+  }
 }
 
 TEST_F(FeedDownloadTest, AStopIsACancellation) {

@@ -26,7 +26,7 @@ class PreviousAttemptTest : public ::testing::Test {
   }
   void noteAttempt(const std::string& fromVersion, std::int64_t fromBuild) const {
     world_.memory().setAttempt(
-        UpdateAttempt{.identifier = "A", .fromVersion = fromVersion, .fromBuild = fromBuild, .toVersion = "2.0"});
+        VeskUpdateAttempt{.identifier = "A", .fromVersion = fromVersion, .fromBuild = fromBuild, .toVersion = "2.0"});
   }
   void leaveReport(const std::string& description, const std::optional<std::string>& attempt) const {
     VeskAppBundleUpdateFailureReportStore(world_.world.files)
@@ -57,6 +57,14 @@ TEST_F(PreviousAttemptTest, AReportIsExplainedOnce) {
   EXPECT_THAT(world_.printed(),
               HasSubstr("Report of the last attempt: signatureValidationFailed, 2026-06-11T00:00:00Z\n"));
   EXPECT_FALSE(settle());
+}
+
+TEST_F(PreviousAttemptTest, AReportBeginsNoLineOfItsOwn) {
+  leaveReport("bundleIdentifierMismatch(\n  1) Remind Me Later", std::nullopt);
+
+  (void)settle();
+
+  EXPECT_THAT(world_.printed(), HasSubstr("bundleIdentifierMismatch(   1) Remind Me Later, 2026"));
 }
 
 TEST_F(PreviousAttemptTest, AReportWithoutANotedAttemptIsExplainedToo) {

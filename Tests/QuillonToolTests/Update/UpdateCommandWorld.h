@@ -10,8 +10,8 @@
 #include <vector>
 
 #include "QuillonTool/Update/ApplicationUpdate.h"
-#include "QuillonTool/Update/UpdateMemory.h"
 #include "QuillonTool/Update/UpdateSession.h"
+#include "QuillonUpdatesCore/VeskUpdateMemory.h"
 #include "Support/ApplicationBundleBuilder.h"
 #include "Support/FakeKeyValueStore.h"
 #include "Support/FakeNetworkClient.h"
@@ -123,7 +123,7 @@ class UpdateCommandWorld {
   /// One whole run.
   UpdateOutcome run() { return ApplicationUpdate(options, services()).run(stopSource); }
 
-  [[nodiscard]] UpdateMemory memory() const { return {settings, logger}; }
+  [[nodiscard]] VeskUpdateMemory memory() const { return {settings, logger}; }
   [[nodiscard]] std::string printed() const { return output.str(); }
 
   UpdateInstallationWorld world;
@@ -154,7 +154,7 @@ class UpdateStepWorld : public UpdateCommandWorld {
     const ApplicationUpdateServices all = services();
     const UpdateAnswers answers(answering, terminal, world.mainThread);
     const InstalledApplication application = InstalledApplication::read(*world.files, options.bundle);
-    UpdateMemory memory(settings, logger);
+    VeskUpdateMemory memory(settings, logger);
     const ApplicationSession session{UpdateSession{options, all, stopSource}, application, memory,
                                      std::make_shared<const VeskUpdateLocalizationBundle>(
                                          world.files, application.bundle, std::vector<std::string>{"en"})};

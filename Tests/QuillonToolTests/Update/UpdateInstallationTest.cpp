@@ -228,6 +228,15 @@ TEST_F(UpdateInstallationTest, AnInstallerDocumentIsOpenedForNobodyWhoWasNotAske
   EXPECT_THAT(world_.world.launcher->opened, IsEmpty());
 }
 
+TEST_F(UpdateInstallationTest, TheVersionOfAnInstallerDocumentBeginsNoLineOfItsOwn) {
+  offerInstallerDocument();
+  entry_.insert_or_assign("current", QuillonPropertyListValue("2.0\n  1) Install"));
+
+  EXPECT_EQ(install(), "offered");
+
+  EXPECT_THAT(world_.printed(), HasSubstr("Version 2.0   1) Install comes as an installer"));
+}
+
 TEST_F(UpdateInstallationTest, AnEntryWithoutAnyArchiveIsThePublishersMistake) {
   entry_.erase("app-installer");
 

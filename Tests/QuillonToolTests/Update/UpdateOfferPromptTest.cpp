@@ -42,7 +42,7 @@ TEST_F(UpdateOfferPromptTest, TheOfferIsShownWithItsNotes) {
   EXPECT_THAT(
       world_.printed(),
       HasSubstr("Example 2.0\nA new version is available!\nExample version 2.0 is now available － you have 1.0. "
-                "Would you like to download it now?\nRelease Notes: https://example.org/notes.html\nFaster.\n"
+                "Would you like to download it now?\nRelease Notes: https://example.org/notes.html\n  | Faster.\n"
                 "  1) Install Update\n  2) Remind Me Later\n  3) Skip This Update\n"));
 }
 

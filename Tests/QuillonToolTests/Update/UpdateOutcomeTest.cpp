@@ -17,6 +17,7 @@ QuillonToolExitStatus statusOf(Result result) {
 
 TEST(UpdateOutcomeTest, ScriptsTellOutcomesApartByTheExitStatus) {
   EXPECT_EQ(statusOf(Result::upToDate), 0);
+  EXPECT_EQ(statusOf(Result::withheld), 0);
   EXPECT_EQ(statusOf(Result::notDue), 0);
   EXPECT_EQ(statusOf(Result::launched), 0);
   EXPECT_EQ(statusOf(Result::installerOpened), 0);
@@ -52,6 +53,17 @@ TEST(UpdateOutcomeTest, TheObjectSaysWhatHappened) {
             "\"isBeta\":true},\"error\":{\"code\":\"word\",\"message\":\"text\"},"
             "\"previousFailure\":{\"description\":\"replacementFailed\",\"failedAt\":\"2026-06-11T00:00:00Z\","
             "\"version\":\"2.0\"},\"nextCheck\":\"2026-06-12T00:00:00Z\"}");
+}
+
+TEST(UpdateOutcomeTest, EveryResultHasAName) {
+  EXPECT_EQ(name(Result::upToDate), "upToDate");
+  EXPECT_EQ(name(Result::withheld), "withheld");
+  EXPECT_EQ(name(Result::notDue), "notDue");
+  EXPECT_EQ(name(Result::offered), "offered");
+  EXPECT_EQ(name(Result::launched), "launched");
+  EXPECT_EQ(name(Result::installerOpened), "installerOpened");
+  EXPECT_EQ(name(Result::cancelled), "cancelled");
+  EXPECT_EQ(name(Result::failed), "failed");
 }
 
 TEST(UpdateOutcomeTest, AYearThatTheFormHasNoRoomForIsNull) {

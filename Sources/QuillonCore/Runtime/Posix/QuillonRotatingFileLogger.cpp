@@ -49,6 +49,11 @@ class QuillonRotatingFileLogger::File {
         sizeLimit_(settings.fileSizeLimit),
         oldFileCount_(settings.oldFileCount) {}
 
+  void openFirst() {
+    const std::lock_guard guard(lock_);
+    open();
+  }
+
   void append(const std::string& line, QuillonDate date) noexcept {
     const std::lock_guard guard(lock_);
     try {
@@ -160,6 +165,10 @@ QuillonRotatingFileLogger::QuillonRotatingFileLogger(const QuillonRotatingFileLo
     : minimumLevel_(settings.minimumLevel), clock_(std::move(clock)), file_(std::make_unique<File>(settings)) {}
 
 QuillonRotatingFileLogger::~QuillonRotatingFileLogger() = default;
+
+void QuillonRotatingFileLogger::open() {
+  file_->openFirst();
+}
 
 void QuillonRotatingFileLogger::log(const QuillonLogMessage& message, QuillonLogLevel level,
                                     std::string_view category) noexcept {

@@ -1,13 +1,26 @@
 #include "QuillonUpdatesAppKitUI/Presentation/Terminal/VeskUpdateTerminalPromptWindows.h"
 
 #include <string>
+#include <string_view>
 #include <utility>
 #include <vector>
+
+#include "QuillonCore/Text/Newlines.h"
 
 namespace quillon {
 namespace {
 
 using Button = VeskUpdatePromptButton;
+
+/// Indented, so that no line of theirs is taken for a choice.
+std::string quoted(std::string_view releaseNotes) {
+  std::string quote;
+  for (const std::string_view line : lines(releaseNotes)) {
+    if (!quote.empty()) quote += '\n';
+    quote.append("  | ").append(line);
+  }
+  return quote;
+}
 
 class PromptWindow final : public VeskUpdatePromptWindow {
  public:
@@ -26,7 +39,7 @@ class PromptWindow final : public VeskUpdatePromptWindow {
     }
     if (content_.releaseNotesURL) {
       terminal_->printLines(content_.releaseNotesTitle + ' ' + content_.releaseNotesURL->absoluteString());
-      if (!releaseNotes_.empty()) terminal_->printLines(releaseNotes_);
+      if (!releaseNotes_.empty()) terminal_->printLines(quoted(releaseNotes_));
     }
     question_ = terminal_->ask(choices());
     if (terminal_->didInputEnd()) press(Button::remindLater);

@@ -17,6 +17,7 @@ using Action = VeskUpdatePromptAction;
 using ::testing::ElementsAre;
 using ::testing::HasSubstr;
 using ::testing::IsEmpty;
+using ::testing::Not;
 
 class NoBrowser final : public QuillonWorkspaceOpening {
  public:
@@ -60,15 +61,17 @@ TEST_F(VeskUpdateTerminalPromptWindowsTest, ThePromptIsPrintedWithItsChoices) {
             "  3) Skip This Update\n");
 }
 
-TEST_F(VeskUpdateTerminalPromptWindowsTest, NotesThatTheHostHasAreShownBelowTheirLocation) {
+TEST_F(VeskUpdateTerminalPromptWindowsTest, NotesThatTheHostHasAreShownApartFromTheChoices) {
   presenter_ = std::make_unique<VeskUpdatePromptPresenter>(
       std::make_shared<VeskUpdateTerminalPromptWindows>(
-          terminal_, [](const QuillonURL& url) { return "Notes at " + url.absoluteString(); }),
+          terminal_, [](const QuillonURL& url) { return "Notes at " + url.absoluteString() + "\n  1) Forged\n"; }),
       std::make_shared<NoBrowser>());
 
   present(installableInput(true));
 
-  EXPECT_THAT(output_.str(), HasSubstr("Release Notes: https://example.org/notes\nNotes at https://example.org/notes\n"
+  EXPECT_THAT(output_.str(), HasSubstr("Release Notes: https://example.org/notes\n"
+                                       "  | Notes at https://example.org/notes\n"
+                                       "  |   1) Forged\n"
                                        "  1) Install Update\n"));
 }
 
@@ -127,10 +130,11 @@ TEST_F(VeskUpdateTerminalPromptWindowsTest, TheHandlerMayDestroyThePresenter) {
 }
 
 TEST_F(VeskUpdateTerminalPromptWindowsTest, AFeedSteersNoTerminal) {
-  present(promptInput({{"title", "\x1b]0;owned\x07\nsecond"}, {"current", "\x1b[31m2.1"}}));
+  present(promptInput({{"title", "\x1b]0;owned\x07\nsecond"}, {"current", "\x1b[31m2.1\n  1) Forged"}}));
 
   EXPECT_EQ(output_.str().find('\x1b'), std::string::npos);
   EXPECT_THAT(output_.str(), HasSubstr("]0;owned second\n"));
+  EXPECT_THAT(output_.str(), Not(HasSubstr("\n  1) Forged")));
 }
 
 }  // namespace
