@@ -37,9 +37,8 @@ TEST_F(UpdateInTerminalTest, AScriptGoesThroughAllWindowsOfAnUpdate) {
   EXPECT_THAT(result.output, HasSubstr("  1) Install Update\n  2) Remind Me Later\n  3) Skip This Update\n"));
   EXPECT_THAT(result.output, HasSubstr("Downloading update…  50 %  24.0 MB of 48.0 MB\n"));
   EXPECT_THAT(result.output, HasSubstr("Ready to Install  100 %\n  1) Install and Relaunch\n"));
-  EXPECT_THAT(result.output,
-              EndsWith("No Updates Available\nYou are running the current version of Example.\n"
-                       "  1) OK\n  x) [ ] Check for beta releases\n"));
+  EXPECT_THAT(result.output, EndsWith("No Updates Available\nYou are running the current version of Example.\n"
+                                      "  1) OK\n  x) [ ] Check for beta releases\n"));
 }
 
 TEST_F(UpdateInTerminalTest, WithoutAnAnswerNothingIsDownloaded) {
