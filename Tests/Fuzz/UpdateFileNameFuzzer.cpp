@@ -88,7 +88,11 @@ class NoFiles final : public QuillonFileManaging {
   std::string contentsOfFile(const QuillonURL&, std::size_t) const override { fail(); }
   std::vector<std::string> contentsOfDirectory(const QuillonURL& directory) const override {
     if (directory.path().starts_with("/host")) fail();
-    require(directory.path() == deeds_.folder);
+    if (deeds_.folder.empty()) {  // before anything is unpacked, what an earlier attempt has left is looked for
+      requireBelowWorkingFolders(directory.path());
+    } else {
+      require(directory.path() == deeds_.folder);
+    }
     return {};
   }
   QuillonURL resolvingSymbolicLinks(const QuillonURL& item) const override { return item; }

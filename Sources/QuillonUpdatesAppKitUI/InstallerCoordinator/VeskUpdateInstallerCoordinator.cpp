@@ -472,6 +472,8 @@ QuillonURL VeskUpdateInstallerCoordinator::findSingleAppBundle(const QuillonURL&
 
 /// Before anything is downloaded: what they occupy may be needed. Whoever tries again was told that they failed.
 void VeskUpdateInstallerCoordinator::removeUncertainHandOffs(const VeskAppBundleUpdateRequest& request) const noexcept {
+  // Without a name the folders lie among those of others, whose marks must remove nothing.
+  if (request.applicationName.empty() && request.installerSubdirectoryName.empty()) return;
   try {
     for (const QuillonURL& folder :
          archiveDestinationFolderURLs(request.applicationName, request.installerSubdirectoryName)) {

@@ -758,6 +758,20 @@ TEST_F(VeskUpdateInstallerCoordinatorTest, AnInstallerThatMayHaveBeenStartedFind
   EXPECT_THAT(world_.leftBehind(), Not(Contains(::testing::HasSubstr("UUID"))));
 }
 
+TEST_F(VeskUpdateInstallerCoordinatorTest, WithoutNamesNothingIsRemovedFromFoldersThatAreEverybodys) {
+  const std::string name = "0B9C1A52-6F0E-4E0B-9E7C-5B8B0B7D4F11";
+  fs::create_directories(world_.support / name);
+  writeFile(world_.support / (".handed-over-" + name), "");
+  VeskAppBundleUpdateRequest request = world_.appBundleRequest();
+  request.applicationName.clear();
+  request.installerSubdirectoryName.clear();
+  world_.network->answers[kFirst] = status(404);
+
+  EXPECT_EQ(world_.install(request), "downloadFailed");
+
+  EXPECT_TRUE(fs::exists(world_.support / name));
+}
+
 TEST_F(VeskUpdateInstallerCoordinatorTest, AnAttemptThatIsUnderWayOrHandedOverSurvivesTheNextOne) {
   EXPECT_EQ(world_.install(world_.appBundleRequest()), "done");
   const std::string first = stagedApplication();
