@@ -7,6 +7,7 @@
 #include <openssl/x509v3.h>
 
 #include <stdexcept>
+#include <utility>
 
 namespace quillon::testing {
 namespace {
@@ -87,6 +88,19 @@ MadeCertificate makeLeafCertificate(const MadeKey& key, const MadeCertificate& i
   addExtension(leaf, NID_subject_alt_name, request.subjectAlternativeName);
   sign(leaf, issuerKey);
   return leaf;
+}
+
+LocalhostCertificate makeLocalhostCertificate() {
+  const MadeKey rootKey = makeKey();
+  MadeCertificate root = makeRootCertificate(rootKey, "Quillon Tests");
+  MadeKey key = makeKey();
+  MadeCertificate leaf = makeLeafCertificate(key, root, rootKey,
+                                             {.commonName = "localhost",
+                                              .organization = "Quillon Tests",
+                                              .organizationalUnit = "",
+                                              .extendedKeyUsage = "serverAuth",
+                                              .subjectAlternativeName = "DNS:localhost"});
+  return {.key = std::move(key), .certificate = std::move(leaf), .root = std::move(root)};
 }
 
 std::string pemOf(const MadeCertificate& certificate) {

@@ -46,6 +46,14 @@ struct CertificateRequest {
 [[nodiscard]] MadeCertificate makeLeafCertificate(const MadeKey& key, const MadeCertificate& issuer,
                                                   const MadeKey& issuerKey, const CertificateRequest& request);
 
+/// Of a server at `https://localhost`, and the root that vouches for it.
+struct LocalhostCertificate {
+  MadeKey key;
+  MadeCertificate certificate;
+  MadeCertificate root;
+};
+[[nodiscard]] LocalhostCertificate makeLocalhostCertificate();
+
 [[nodiscard]] std::string pemOf(const MadeCertificate& certificate);
 [[nodiscard]] std::string pemOf(const MadeKey& key);
 

@@ -64,18 +64,10 @@ QuillonURL NginxServer::url(std::string_view path) const {
 }
 
 void NginxServer::writeCertificates() const {
-  const MadeKey rootKey = makeKey();
-  const MadeCertificate root = makeRootCertificate(rootKey, "Quillon Tests");
-  const MadeKey key = makeKey();
-  const MadeCertificate leaf = makeLeafCertificate(key, root, rootKey,
-                                                   {.commonName = "localhost",
-                                                    .organization = "Quillon Tests",
-                                                    .organizationalUnit = "",
-                                                    .extendedKeyUsage = "serverAuth",
-                                                    .subjectAlternativeName = "DNS:localhost"});
-  writeFile(folder_ / "authority.pem", pemOf(root));
-  writeFile(folder_ / "server.pem", pemOf(leaf));
-  writeFile(folder_ / "server.key", pemOf(key));
+  const LocalhostCertificate localhost = makeLocalhostCertificate();
+  writeFile(folder_ / "authority.pem", pemOf(localhost.root));
+  writeFile(folder_ / "server.pem", pemOf(localhost.certificate));
+  writeFile(folder_ / "server.key", pemOf(localhost.key));
 }
 
 std::string NginxServer::configuration(std::string_view directives) const {

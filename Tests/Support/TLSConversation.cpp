@@ -29,18 +29,10 @@ int selectProtocol(SSL*, const unsigned char** chosen, unsigned char* length, co
 
 TLSCredentials::TLSCredentials(std::string applicationProtocol)
     : applicationProtocol_(std::move(applicationProtocol)), context_(SSL_CTX_new(TLS_server_method())) {
-  const MadeKey rootKey = makeKey();
-  const MadeCertificate root = makeRootCertificate(rootKey, "Quillon Tests");
-  const MadeKey key = makeKey();
-  const MadeCertificate leaf = makeLeafCertificate(key, root, rootKey,
-                                                   {.commonName = "localhost",
-                                                    .organization = "Quillon Tests",
-                                                    .organizationalUnit = "",
-                                                    .extendedKeyUsage = "serverAuth",
-                                                    .subjectAlternativeName = "DNS:localhost"});
-  writeFile(folder_ / "authority.pem", pemOf(root));
-  require(context_ && SSL_CTX_use_certificate(context_.get(), leaf.get()) == 1 &&
-          SSL_CTX_use_PrivateKey(context_.get(), key.get()) == 1);
+  const LocalhostCertificate localhost = makeLocalhostCertificate();
+  writeFile(folder_ / "authority.pem", pemOf(localhost.root));
+  require(context_ && SSL_CTX_use_certificate(context_.get(), localhost.certificate.get()) == 1 &&
+          SSL_CTX_use_PrivateKey(context_.get(), localhost.key.get()) == 1);
   if (!applicationProtocol_.empty()) {
     SSL_CTX_set_alpn_select_cb(context_.get(), selectProtocol, const_cast<std::string*>(&applicationProtocol_));
   }
